@@ -1,0 +1,66 @@
+# What every target of the project shares: warnings, sanitizers, the compiler
+# cache, and how a library and a test program are declared.
+
+include(GenerateExportHeader)
+
+find_program(XPERIMENT_CCACHE ccache)
+if(XPERIMENT_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${XPERIMENT_CCACHE})
+endif()
+
+add_library(project_options INTERFACE)
+target_compile_options(project_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Werror=delete-incomplete
+  $<$<BOOL:${XPERIMENT_WERROR}>:-Werror>
+  $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
+
+if(XPERIMENT_SANITIZE)
+  add_compile_options(-fsanitize=${XPERIMENT_SANITIZE} -fno-omit-frame-pointer
+    -fno-sanitize-recover=all)
+  add_link_options(-fsanitize=${XPERIMENT_SANITIZE})
+endif()
+if(CMAKE_BUILD_TYPE STREQUAL "Debug")
+  add_compile_definitions(_GLIBCXX_ASSERTIONS)
+endif()
+
+# xperiment_library(<target> API <macro> EXPORT_HEADER <tail>)
+# A shared library whose public headers form the file set HEADERS, rooted at
+# shared/ and at the folder of generated headers.
+function(xperiment_library target)
+  cmake_parse_arguments(ARG "" "API;EXPORT_HEADER;ROOT" "" ${ARGN})
+  if(NOT ARG_ROOT)
+    set(ARG_ROOT ${PROJECT_SOURCE_DIR}/shared)
+  endif()
+  set(generated ${PROJECT_BINARY_DIR}/generated/${target})
+  add_library(${target} SHARED)
+  add_library(xperiment::${target} ALIAS ${target})
+  generate_export_header(${target} EXPORT_MACRO_NAME ${ARG_API}
+    EXPORT_FILE_NAME ${generated}/${ARG_EXPORT_HEADER})
+  target_sources(${target} PUBLIC FILE_SET HEADERS
+    BASE_DIRS ${ARG_ROOT} ${generated}
+    FILES ${generated}/${ARG_EXPORT_HEADER})
+  target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:project_options>)
+  set_target_properties(${target} PROPERTIES
+    OUTPUT_NAME xperiment_${target}
+    VERSION ${PROJECT_VERSION}
+    SOVERSION ${PROJECT_VERSION_MAJOR}
+    VERIFY_INTERFACE_HEADER_SETS ON)
+endfunction()
+
+# xperiment_test(<name> SOURCES ... [LIBRARIES ...] [LABELS ...])
+# A GoogleTest program; every test of it becomes a CTest test.
+function(xperiment_test name)
+  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
+  if(NOT ARG_LABELS)
+    set(ARG_LABELS unit)
+  endif()
+  if(NOT ARG_TIMEOUT)
+    set(ARG_TIMEOUT 60)
+  endif()
+  add_executable(${name} ${ARG_SOURCES})
+  target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/shared)
+  target_link_libraries(${name} PRIVATE
+    ${ARG_LIBRARIES} project_options GTest::gmock GTest::gtest_main)
+  gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
+    PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT})
+endfunction()
