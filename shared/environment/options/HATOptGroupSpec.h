@@ -1,0 +1,92 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+#include <unordered_map>
+#include <vector>
+
+#include "environment/EnvironmentExport.h"
+
+class HATAttrSpec;
+template <class T> class HSTFwdIter;
+
+/// The declaration side of option groups: an ordered set of attribute specs,
+/// each under a database id.
+///
+/// It owns the specs registered in it, and outlives the groups made from it.
+/// Reading takes no lock and changes nothing; registering and naming belong to
+/// one thread, before others read.
+class ENVIRONMENT_API HATOptGroupSpec {
+public:
+    HATOptGroupSpec();
+    ~HATOptGroupSpec();
+
+    HATOptGroupSpec(const HATOptGroupSpec&) = delete;
+    HATOptGroupSpec& operator=(const HATOptGroupSpec&) = delete;
+
+    void setOptGrpId(const std::string& id) { m_id = id; }
+    const std::string& getOptGrpId() const { return m_id; }
+    void setOptGrpPrettyDisplayName(const std::string& text) { m_displayName = text; }
+    const std::string& getOptGrpPrettyDisplayName() const { return m_displayName; }
+
+    /// Takes `ownedSpec` over, behind those registered before. `dbId` is the
+    /// name under which files keep the option, `invokeText` what puts it on a
+    /// command line. A database id may come twice: look-up finds the first.
+    /// @throws HEXAlgException `ownedSpec` is null or registered already; it
+    /// stays with the caller.
+    void registerAttrSpec(HATAttrSpec* ownedSpec, const std::string& dbId,
+                          const std::string& invokeText);
+
+    /// The spec under exactly this database id, or null.
+    HATAttrSpec* getAttrSpecForDbId(const std::string& dbId) const;
+    /// The first spec with exactly this name, or null.
+    HATAttrSpec* getAttrSpecByName(const std::string& name) const;
+
+    std::size_t attrSpecCount() const { return m_specs.size(); }
+    /// The specs in order of registration. The caller deletes the iterator,
+    /// before a spec is registered.
+    HSTFwdIter<HATAttrSpec*>* createAttrSpecIter() const;
+    /// The same as a view, good until a spec is registered.
+    const std::vector<std::unique_ptr<HATAttrSpec>>& getAttrSpecs() const { return m_specs; }
+
+    /// The text by which the option goes on a command line, and the database id
+    /// of it. A spec of another group spec stands for the one here with the same
+    /// database id.
+    /// @throws HEXAlgException there is no such option here.
+    const std::string& getInvokeStr(const HATAttrSpec* spec) const;
+    const std::string& getDbId(const HATAttrSpec* spec) const;
+
+private:
+    friend class HATAttrSpec;
+    friend class HATOptGroup;
+    using Index = std::unordered_map<std::string, std::size_t>;
+
+    /// What a spec was registered with.
+    struct Texts {
+        std::string dbId;
+        std::string invokeText;
+    };
+
+    static constexpr std::size_t kNoSlot = static_cast<std::size_t>(-1);
+
+    /// The place of `spec`, or of the option here with its database id; kNoSlot
+    /// when there is none.
+    std::size_t findSlot(const HATAttrSpec* spec) const;
+    std::size_t findSlotForDbId(const std::string& dbId) const;
+    /// As findSlot().
+    /// @throws HEXAlgException there is none, or `spec` is null.
+    std::size_t requireSlot(const HATAttrSpec* spec) const;
+    void indexFrom(std::size_t firstSlot);
+    void reindexNames();
+
+    std::string m_id;
+    std::string m_displayName;
+    std::vector<std::unique_ptr<HATAttrSpec>> m_specs;
+    std::vector<Texts> m_texts;
+    /// Empty while a walk over the few specs is quicker.
+    Index m_slotOfDbId;
+    Index m_slotOfName;
+};
