@@ -1,0 +1,249 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "environment/containers/HSTFwdIter.h"
+#include "environment/observers/HUTDirtyObserver.h"
+#include "environment/options/HATAttrObj.h"
+#include "environment/options/HATOptGroupObserver.h"
+#include "runs/base/xperiment/RunsExport.h"
+
+class ComMsgMgrSrcHandle;
+class HATOptGroup;
+class HAXPExpInfoBase;
+class HAXPExpRunStep;
+class HAXPFlow;
+class HAXPFlowStep;
+class HAXPStat;
+class HAXPStatSpec;
+class HAXPStrategy;
+class HAXRReportStrategy;
+class HDGUIStatus;
+
+/// One pass of a flow over a design, in a run directory of its own.
+///
+/// The base keeps the steps, the private copies of strategy and report strategy,
+/// the statistics and the rules of step selection. A concrete run supplies the
+/// information object and the status and combines the states of the steps into
+/// the run's; by itself the base has none of them: its status reads as 0, its
+/// names read as empty, and what changes something throws HEXAlgException.
+///
+/// A run owns its steps: a step pointer is good until the steps are rebuilt or
+/// dropped. Operations marked (locks) take the run's recursive mutex, which
+/// guards the step list, the directory, mode, activation, latest and last step;
+/// the other pointers belong to one thread at a time. No operation waits or takes
+/// the lock of a statistic while it holds the mutex.
+class RUNS_API HAXPExpRunBase : public HATOptGroupObserver,
+                                public HATAttrObj,
+                                public HUTDirtyObserver {
+public:
+    /// What is known of the results on disk.
+    enum RunMode {
+        kNotLaunched = 0,  ///< no results to track
+        kLaunched = 1,     ///< the run directory holds, or may hold, results
+        kUnknown = 2,      ///< the state on disk could not be established
+    };
+
+    /// The integer in a HDGUIStatus, of a run or a step.
+    enum StatusCode {
+        statusNotStarted = 0,
+        statusQueued = 1,
+        statusRunning = 2,
+        statusDone = 3,
+        statusError = 5,
+    };
+
+    /// A run without its parts; a concrete run calls its own initRun_() next.
+    /// @throws HEXAlgException a null strategy.
+    HAXPExpRunBase(const std::string& name, const HAXPStrategy* strategy,
+                   const HAXRReportStrategy* reportStrategy);
+    /// The same for the default steps of `flow`. @throws HEXAlgException a null flow.
+    HAXPExpRunBase(const std::string& name, const HAXPFlow* flow);
+    /// Makes script objects of the run invalid, then drops statistics, status, steps
+    /// and strategies. The information object stays: the concrete run deletes it. What
+    /// the scripting link throws passes on when all the rest is done.
+    ~HAXPExpRunBase() noexcept(false) override;
+
+    HAXPExpRunBase(const HAXPExpRunBase&) = delete;
+    HAXPExpRunBase& operator=(const HAXPExpRunBase&) = delete;
+
+    // What the run is.
+
+    std::string getName() const;
+    std::string getDescription() const;
+    void setDescription(const std::string& description, bool markDirty);
+    /// Renames the run, its script objects included. Its directory stays where it is.
+    virtual void renameRun(const std::string& newName);
+    HAXPExpInfoBase* getExpInfoBase() const;
+    /// Takes `ownedInfo` in place of the information object before it, which is
+    /// deleted. The concrete run's destructor ends with null.
+    void setExpInfoBase(HAXPExpInfoBase* ownedInfo);
+    /// The run's roll-up status, owned by the run.
+    HDGUIStatus* getStatus() const;
+    /// The run's private copy, owned by the run.
+    HAXPStrategy* getStrategy() const;
+    /// The run's private copy; null when the run has none.
+    HAXRReportStrategy* getReportStrategy() const;
+    void setStrategyName(const std::string& name);
+
+    /// The run directory; empty while none is assigned. (locks)
+    void getRunDir(std::string& dir) const;
+    /// With `update` also updateRun(), behind the lock. (locks)
+    void setRunDir(const std::string& dir, bool update);
+    RunMode getRunMode() const;                ///< (locks)
+    void setRunMode(RunMode mode);             ///< (locks)
+    HAXPExpRunStep* getLatestStep() const;     ///< The step started last, or null. (locks)
+    void setLatestStep(HAXPExpRunStep* step);  ///< (locks)
+    bool isActivated() const;                  ///< Whether the directory is in use. (locks)
+    /// Activates the run exactly if it has a directory, then updateRun(). (locks)
+    void checkToActivateRun();
+    /// Takes the directory out of use, then updateRun(). (locks)
+    void deactivateRun();
+
+    // Statistics.
+
+    int statCount() const;
+    HSTFwdIter<HAXPStat*>* createStatIter() const;
+    /// Clones each statistic of the statistics manager into the run.
+    void createStats();
+    /// The statistic whose spec has the name of `spec`; null if none.
+    HAXPStat* getStat(HAXPStatSpec* spec) const;
+    bool hasErrorStat() const;
+    void updateStats();
+    /// Empties the statistics and closes the messages of the steps.
+    void resetStats();
+    void deleteStats();
+
+    // Messages.
+
+    HSTFwdIter<ComMsgMgrSrcHandle*>* createMsgMgrHandlesIter() const;
+    /// Unloads the messages of every handle, in order, and forgets the handles, which
+    /// belong to the steps. (locks)
+    void closeAllMessageHandles();
+
+    // Steps.
+
+    HSTFwdIter<HAXPExpRunStep*>* createRunStepIter() const;
+    /// The step of `flowStep`; null for null or a stranger. (locks)
+    HAXPExpRunStep* getRunStep(const HAXPFlowStep* flowStep) const;
+    /// Closes the messages and deletes every step; `latestStep` is left. (locks)
+    void nukeSteps();
+    /// Appends a step with an entry in the run's strategy.
+    /// @throws HEXUserException the step filter refuses it and isn't skipped.
+    /// @throws HEXAlgException a null step. The run is as it was after any throw.
+    void addStep(const HAXPFlowStep* flowStep, bool markDirty, bool skipFilter);
+    bool canAddStep(const HAXPFlowStep* flowStep, std::string& reason);
+    bool canAddStep(const HAXPFlowStep* flowStep);
+    bool canResetStep(const HAXPFlowStep* flowStep, std::string& reason);
+    bool canResetStep(const HAXPFlowStep* flowStep);
+    bool canRemoveStep(HAXPExpRunStep* step, std::string& reason);
+    /// Takes over strategy, name and description of `strategy` and rebuilds the steps
+    /// from it; with them go their report configurations and stale reasons.
+    /// @throws HEXAlgException null.
+    void applyStrategy(const HAXPStrategy* strategy);
+    /// The options that the run's strategy holds for `flowStep`, or its defaults, as a
+    /// group of the caller's own.
+    HATOptGroup* createOptionsForStep(const HAXPFlowStep* flowStep) const;
+
+    // Selection. "Usable" is enabled and not virtual.
+
+    /// The number of steps, or of enabled ones. (locks)
+    int effectiveStepCount(bool enabledOnly) const;
+    /// From 0; 0 for a step of another run too. (locks)
+    int getStepIndex(const HAXPExpRunStep* step) const;
+    HAXPExpRunStep* getFirstStep() const;  ///< Whatever its state; null if none. (locks)
+    /// The first usable step; the last step when none is usable, null when there is no
+    /// step at all. (locks)
+    HAXPExpRunStep* getFirstNonVirtualEnabledStep() const;
+    /// The first step with a stale reason, disabled and virtual ones included. (locks)
+    HAXPExpRunStep* getFirstStaleStep() const;
+    /// The last usable step that is done, whatever failed before it. (locks)
+    HAXPExpRunStep* getLastDoneStep() const;
+    /// The last usable step that is running, done or failed. (locks)
+    HAXPExpRunStep* getLastAttemptedStep() const;
+    HAXPExpRunStep* getLastStep() const;  ///< The last enabled one, virtual or not. (locks)
+    /// The step a run goes to when no last step was chosen: getLastStep() here.
+    virtual HAXPExpRunStep* getDefaultLastStep() const;
+    /// The abbreviation of the step to stop at; empty chooses the default. (locks)
+    void setToStepId(const std::string& abbrev);
+    /// Makes `abbrev` the chosen one or that of the default last step, empty without
+    /// one, and returns it. (locks)
+    std::string& getToStepId(std::string& abbrev) const;
+    /// The step of getToStepId(), whatever the case; null if none. (locks)
+    HAXPExpRunStep* getToStep() const;
+    /// The enabled step behind `step`, virtual ones included; null for the last step or a
+    /// stranger. For a null `step` the first one, and the first usable one with
+    /// `skipVirtualAtStart`. (locks)
+    HAXPExpRunStep* getNextStep(const HAXPExpRunStep* step, bool skipVirtualAtStart) const;
+    /// The enabled step before `step`; null if none. (locks)
+    HAXPExpRunStep* getPrevStep(const HAXPExpRunStep* step) const;
+    HAXPExpRunStep* getFirstIncompleteStep() const;  ///< Behind the last done step. (locks)
+    HAXPExpRunStep* getResetFromStep() const;        ///< (locks)
+    HAXPExpRunStep* getEffectiveNextStep() const;    ///< (locks)
+    HAXPExpRunStep* getEffectivePrevStep() const;    ///< The last attempted step. (locks)
+    bool canResetPrevStep() const;
+    /// Whether the next step may be launched. The run must have a last step.
+    bool canLaunchNextStep() const;
+    /// Whether `step` was ever started, as the disk tells.
+    bool isANonInitStep(const HAXPExpRunStep* step) const;
+    /// Whether an enabled step behind `step` was ever started. (locks)
+    bool hasNonInitRunStepAfter(const HAXPExpRunStep* step) const;
+    /// Whether the run stopped short at a real step that is done.
+    bool isPartiallyDone() const;
+    /// Whether a launch has to reset the run first; a partly done run may go on.
+    bool needsReset() const;
+
+    // Status.
+
+    /// Derives the status of the run and its steps anew from the run directory. Called
+    /// before each decision that reads a status. Does nothing here. An override never
+    /// waits for the tool and doesn't call updateRun().
+    virtual void updateStatus();
+    /// Sets the status of `step`, or of the run when it is null. Does nothing here.
+    virtual void setRunStatus(HAXPExpRunStep* step, int status);
+    /// Brings status, reports and statistics up to date with the disk: the one way in
+    /// which they change. A run that isn't launched or has no directory loses them.
+    void updateRun();
+    /// Looks for the reports of the steps that are done or failed and forgets those of
+    /// the others. (locks)
+    void updateReports(const std::string& runDir);
+    void resetReports();  ///< (locks)
+
+protected:
+    /// Sets mode, activation and pointers back to a run without its parts. A concrete
+    /// run's own version also makes information object, status, strategy copies, steps
+    /// and statistics; its constructor calls it, since a constructor of this class
+    /// can't. The arguments aren't read here.
+    virtual void initRun_(const std::string& name, const HAXPStrategy* strategy,
+                          const HAXRReportStrategy* reportStrategy);
+    /// A value of a strategy or report changed: marks the run dirty and no more.
+    void optionsChangedCallback_(HATOptGroup* group) override;
+    /// The run must reach the project file. Does nothing here.
+    void setDirtyCallback_() override;
+
+    /// Takes over the object, for initRun_() of a concrete run; one that it replaces is
+    /// deleted.
+    void setStatus_(HDGUIStatus* ownedStatus);
+    void setStrategy_(HAXPStrategy* ownedStrategy);
+    /// What applyStrategy() hands to HAXPStrategy::copyStrat() as its last argument:
+    /// whether "write_device_image" stands in place of "write_bitstream".
+    void setStrategyCopyFlag_(bool flag);
+    /// Puts `handle`, a member of a step, at the end of the list; null, or one listed
+    /// already, is ignored. Not owned.
+    void addMsgHandle_(ComMsgMgrSrcHandle* handle);
+    bool isActivated_() const;  ///< (locks)
+
+private:
+    template <class Accept> HAXPExpRunStep* lastStep_(Accept accept) const;
+    int statusCode_() const;
+    std::string beginMarker_(const HAXPExpRunStep* step) const;
+    void buildSteps_();
+    void invalidateScriptObjects_();
+    void finish_() noexcept;
+
+    struct Data;
+    std::unique_ptr<Data> m_data;
+};

@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "environment/containers/HSTFwdIter.h"
+#include "environment/containers/HSTFwdKeyIter.h"
+#include "environment/containers/HSTVector.h"
+#include "environment/filemgmt/HADAStaleReason.h"
+#include "runs/base/xperiment/HAXPTypes.h"
+#include "runs/base/xperiment/RunsExport.h"
+
+class ComMsgMgrSrcHandle;
+class HADAStaleReasons;
+class HATOptGroup;
+class HAXPExpInfoBase;
+class HAXPExpRunBase;
+class HAXPFileCheck;
+class HAXPFlowStep;
+class HAXPStrategy;
+class HDGUIStatus;
+class HUTProcessHandle;
+
+/// One step of one run: the live counterpart of a flow step.
+///
+/// It pairs the flow step with the options and attributes that the run's
+/// strategy holds for it, and keeps the step's status, its process, its report
+/// files, its stale reasons and the names of the files that it leaves. The run
+/// owns it; flow step, options, attributes and information object are borrowed
+/// and must outlive it.
+///
+/// It has no lock of its own: it is touched under the run's mutex when reached
+/// through the run's walks.
+class RUNS_API HAXPExpRunStep final {
+public:
+    /// `attrs` may be null: the step is enabled then and has no hooks.
+    HAXPExpRunStep(const HAXPFlowStep* flowStep, HATOptGroup* options, HATOptGroup* attrs,
+                   HAXPExpInfoBase* expInfo);
+    ~HAXPExpRunStep();
+
+    HAXPExpRunStep(const HAXPExpRunStep&) = delete;
+    HAXPExpRunStep& operator=(const HAXPExpRunStep&) = delete;
+
+    const HAXPFlowStep* getFlowStep() const;
+    HATOptGroup* getOptions() const;
+    HATOptGroup* getAttrs() const;
+    /// Owned by the step, as is the process handle; good as long as the step.
+    HDGUIStatus* getStatus() const;
+    HUTProcessHandle* getProcInfo() const;
+
+    bool isVirtual() const;
+    /// What the attribute "EnableStepBool" says; true without it.
+    bool isEnabled() const;
+
+    /// The Tcl file that runs before, or after, the step; empty without one. A file
+    /// that doesn't exist is told in a warning and given all the same.
+    std::string getPreHook() const;
+    std::string getPostHook() const;
+
+    /// Makes the files of `type` that one, or a copy of `files`.
+    void setFile(HAXPTypes::FileType type, const std::string& file);
+    void setFiles(HAXPTypes::FileType type, const HSTVector<std::string>& files);
+    /// The first file of `type`, good until the type is set again; a shared empty
+    /// text for a type that was never set.
+    /// @throws std::out_of_range the type was set to an empty list.
+    const std::string& getFile(HAXPTypes::FileType type) const;
+    /// Makes `files` those of `type` and returns their number; a type that was never
+    /// set leaves `files` as it was and gives its size.
+    int getFiles(HAXPTypes::FileType type, HSTVector<std::string>& files) const;
+    void clearFileHash();
+    /// Over the types that were set, in the table's own order.
+    HSTFwdKeyIter<HAXPTypes::FileType>* createFileTypeIter() const;
+    /// The checkpoint that the step leaves, as the run's file table names it; empty
+    /// for a step that leaves none.
+    std::string getDcpFile() const;
+
+    /// Makes a file check for each report of the flow step, in its order.
+    void createReports(HAXPExpInfoBase* expInfo);
+    int reportCount() const;
+    /// Over the file checks, which the step owns.
+    HSTFwdIter<HAXPFileCheck*>* createReportIter() const;
+    /// Looks for every report in `runDir`; each check takes its own lock.
+    void updateReports(const std::string& runDir);
+    /// Forgets where the reports were; no file is touched.
+    void resetReports();
+    void deleteReports();
+
+    /// The runs that share this step, not owned, each once. Null is ignored.
+    void addRun(HAXPExpRunBase* run);
+    void removeRun(HAXPExpRunBase* run);
+    HSTFwdIter<HAXPExpRunBase*>* createRunIter() const;
+
+    bool isStale() const;
+    /// Adds a copy of the step's reasons to `reasons` and returns isStale().
+    bool getStaleReasons(HADAStaleReasons& reasons) const;
+    void removeStaleReason(HADAStaleReason::StaleSummary summary);
+    void resetStaleReasons();
+    /// Holds the step's options in `current`, the run's strategy, against `snapshot`,
+    /// that of the launch, and rebuilds the reasons that come from options. Whether
+    /// there is one. A step that has not run is compared in its enabled state alone,
+    /// and only with `compareAll`; a disabled one that has run only with
+    /// `compareAll` too. A null strategy changes nothing; strategies of two flows
+    /// mark the run as needing a reset and give no reasons.
+    bool updateStaleReasons(HAXPStrategy* current, HAXPStrategy* snapshot, bool compareAll);
+
+    /// Derives the step's status from the markers in `runDir`. Whether a report
+    /// configuration changed with it. What the reading of a process handle throws
+    /// passes on, and the status is that of before.
+    bool updateStatus(const std::string& runDir);
+    /// Back to not started: the messages of the step are unloaded, its process is
+    /// forgotten. No file is touched.
+    void resetStatus();
+
+    /// The messages of the finished step, loaded from its message file in `runDir` at
+    /// the first call. Owned by the step. Null while the step isn't done or failed,
+    /// or has no message file.
+    ComMsgMgrSrcHandle* getComMsgMgrSrcHandle(const std::string& runDir);
+
+private:
+    std::string hookFile_(const std::string& dbId) const;
+    void rebuildOptionReasons_(HAXPStrategy* current, HAXPStrategy* snapshot, bool compareAll);
+    void unloadMessages_();
+
+    struct Data;
+    std::unique_ptr<Data> m_data;
+};
