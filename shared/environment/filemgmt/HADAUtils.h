@@ -1,0 +1,29 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include "environment/EnvironmentExport.h"
+
+class HADAFileSet;
+
+/// Operations over whole file sets.
+class ENVIRONMENT_API HADAUtils {
+public:
+    HADAUtils() = delete;
+
+    /// Fills `target` from `source`: its sources with kinds, attributes, stamps
+    /// and all that composite files hold, the options of the set, its root
+    /// composite file and its reconfigurable module. The stamps are those that
+    /// `source` has, not read anew. `target` keeps its name, type, manager, data
+    /// folder and file name. Afterwards the two share nothing.
+    ///
+    /// With `keepOwn`, sources of `target` that `source` hasn't are kept;
+    /// otherwise `target` ends with what `source` has, in its order. With
+    /// `withRunNames`, each copy remembers the runs that its source is kept
+    /// for, as sets of hook scripts need it; otherwise it names no run.
+    ///
+    /// A set copied onto itself stays as it is.
+    /// @throws HEXAlgException either is null.
+    static void copyFileSet(const HADAFileSet* source, HADAFileSet* target, bool keepOwn,
+                            bool withRunNames);
+};
