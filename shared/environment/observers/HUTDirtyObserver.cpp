@@ -2,7 +2,7 @@
 // Copyright the Xperiment authors
 #include "environment/observers/HUTDirtyObserver.h"
 
-HUTDirtyObserver::~HUTDirtyObserver() = default;
+HUTDirtyObserver::~HUTDirtyObserver() noexcept(false) = default;
 
 void HUTDirtyObserver::setDirty() {
     setDirtyCallback_();

@@ -7,7 +7,7 @@
 /// Mix-in of an object whose changes must reach a file.
 class ENVIRONMENT_API HUTDirtyObserver {
 public:
-    virtual ~HUTDirtyObserver();
+    virtual ~HUTDirtyObserver() noexcept(false);
 
     /// Says that the object changed. Calls the hook every time, also when the
     /// object was dirty already.

@@ -7,7 +7,7 @@
 /// Base of objects that carry option groups: it gives them a common type.
 class ENVIRONMENT_API HATAttrObj {
 public:
-    virtual ~HATAttrObj();
+    virtual ~HATAttrObj() noexcept(false);
 
 protected:
     HATAttrObj() = default;

@@ -14,7 +14,7 @@ class HATOptGroup;
 /// the destructors detach. A copy of an observer is attached to nothing.
 class ENVIRONMENT_API HATOptGroupObserver {
 public:
-    virtual ~HATOptGroupObserver();
+    virtual ~HATOptGroupObserver() noexcept(false);
 
     /// Says that a value of `group` changed: calls the hook.
     void optionsChangedCallback(HATOptGroup* group);
