@@ -3,7 +3,7 @@
 include(CMakePackageConfigHelpers)
 
 set(xperiment_targets environment runs)
-if(XPERIMENT_BUILD_WORKBENCH)
+if(TARGET workbench)
   list(APPEND xperiment_targets workbench)
 endif()
 install(TARGETS ${xperiment_targets} EXPORT xperimentTargets
