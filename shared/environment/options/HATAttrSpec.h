@@ -120,6 +120,7 @@ public:
     /// @throws HEXAlgException the id or the value is there already.
     void addEnumRange(const std::string& id, const std::string& value,
                       const std::string& description);
+    bool hasEnumRanges() const { return !m_ranges.empty(); }
     /// The range with exactly this id, or null.
     const HATEnumRange* getEnumRangeForId(const std::string& id) const;
     /// The range with exactly this value text, or null.
@@ -133,8 +134,8 @@ private:
     friend class HATOptGroupSpec;
 
     const options::OptionValue& altOrPlain() const;
-    options::OptionValue& altForSetting();
-    void takeText(options::OptionValue& target, const std::string& text, const char* operation);
+    void setAlt(options::OptionValue&& value);
+    options::OptionValue valueOfText(const std::string& text, const char* operation) const;
 
     HATAttrTypes::AttrType m_type;
     SpecType m_specType;

@@ -9,6 +9,7 @@
 
 #include "environment/EnvironmentExport.h"
 #include "environment/containers/HSTSList.h"
+#include "environment/options/HATAttrTypes.h"
 
 class HATAttrSpec;
 class HATEnumRange;
@@ -116,12 +117,23 @@ public:
 private:
     friend class HATOptGroupObserver;
 
-    const options::OptionValue* own(std::size_t slot) const;
-    const options::OptionValue& at(std::size_t slot) const;
+    /// The place of the option that `spec` means here.
+    /// @throws HEXAlgException there is none, or it isn't of `type`.
+    std::size_t slotOf(const HATAttrSpec* spec, HATAttrTypes::AttrType type,
+                       const char* operation) const;
+    std::size_t textSlotOf(const HATAttrSpec* spec, const char* operation) const;
     const HATAttrSpec& specAt(std::size_t slot) const;
-    bool store(std::size_t slot, options::OptionValue&& value);
-    void storeAndTell(std::size_t slot, options::OptionValue&& value, bool notify);
-    bool copyOfSameSpec(const HATOptGroup& source);
+    /// The option's own value, or null; the value that holds.
+    const options::OptionValue* ownAt(std::size_t slot) const;
+    const options::OptionValue& valueAt(std::size_t slot) const;
+
+    /// Stores without telling anybody. True when the value that holds changed.
+    bool store(std::size_t slot, const options::OptionValue& value);
+    bool drop(std::size_t slot);
+    void keep(std::size_t slot, const options::OptionValue& value);
+    void storeAndTell(std::size_t slot, const options::OptionValue& value, bool notify);
+    bool storeText(std::size_t slot, const std::string& text, bool notify);
+    bool copyBySlot(const HATOptGroup& source);
     bool copyByDbId(const HATOptGroup& source);
     bool differsBySlot(const HATOptGroup& other) const;
     bool differsByDbId(const HATOptGroup& other) const;

@@ -76,17 +76,23 @@ private:
     /// when there is none.
     std::size_t findSlot(const HATAttrSpec* spec) const;
     std::size_t findSlotForDbId(const std::string& dbId) const;
+    /// The place here of the option at `slot` of `other`: the same place when it
+    /// has the same database id, else the first with that id, or kNoSlot.
+    std::size_t findCounterpart(const HATOptGroupSpec& other, std::size_t slot) const;
     /// As findSlot().
     /// @throws HEXAlgException there is none, or `spec` is null.
     std::size_t requireSlot(const HATAttrSpec* spec) const;
-    void indexFrom(std::size_t firstSlot);
+    /// Adds the option at `slot`, the last one, to the indices; all of them when
+    /// it is the one that makes them worth their while.
+    void index(std::size_t slot, const std::string& name);
+    /// After a spec got another name.
     void reindexNames();
 
     std::string m_id;
     std::string m_displayName;
     std::vector<std::unique_ptr<HATAttrSpec>> m_specs;
     std::vector<Texts> m_texts;
-    /// Empty while a walk over the few specs is quicker.
+    /// The first slot for each text; empty while there are but a handful.
     Index m_slotOfDbId;
     Index m_slotOfName;
 };
