@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <memory>
 #include <string>
-#include <unordered_set>
 #include <vector>
 
 #include "environment/EnvironmentExport.h"
@@ -53,9 +52,8 @@ public:
 
 private:
     friend class HADAFileSet;
-    std::unique_ptr<HADAFileSet> take(HADAFileSet* fileSet);
     void forget(HADAFileSet* fileSet);
 
     std::vector<std::unique_ptr<HADAFileSet>> m_fileSets;
-    std::unordered_set<HADAFileSet*> m_internal;
+    std::vector<HADAFileSet*> m_internal;
 };

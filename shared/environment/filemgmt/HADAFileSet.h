@@ -17,9 +17,6 @@ class HDDASrcFilter;
 class HDDASrcOptions;
 class HEIOptions;
 template <class T> class HSTFwdIter;
-namespace filemgmt {
-class SrcFileList;
-}
 
 /// A named set of source files of a design.
 ///
@@ -112,16 +109,11 @@ public:
 private:
     friend class HADAFileMgr;
     friend class HADAUtils;
-    friend class HDDACompositeFile;
     struct Data;
 
     HDDASrcFile* insert(std::unique_ptr<HDDASrcFile> owned);
-    const filemgmt::SrcFileList& sources() const;
-    void leaving(const HDDASrcFile& file);
-    void setManager(HADAFileMgr* mgr, bool internal);
+    std::unique_ptr<HDDASrcFile> take(HDDASrcFile* file);
     void copyFrom(const HADAFileSet& source, bool keepOwn, bool withRunNames);
-    void copyFile(const HDDASrcFile& original, bool withRunNames);
-    HDDASrcFile* counterpart(const HDDASrcFile& original) const;
 
     std::unique_ptr<Data> m_data;
 };

@@ -9,6 +9,7 @@
 #include "environment/observers/HUTDirtyObserver.h"
 #include "environment/options/HATAttrObj.h"
 #include "environment/options/HATOptGroupObserver.h"
+#include "environment/tcl/native_cache.h"
 #include "runs/base/xperiment/RunsExport.h"
 
 class ComMsgMgrSrcHandle;
@@ -45,15 +46,6 @@ public:
         kNotLaunched = 0,  ///< no results to track
         kLaunched = 1,     ///< the run directory holds, or may hold, results
         kUnknown = 2,      ///< the state on disk could not be established
-    };
-
-    /// The integer in a HDGUIStatus, of a run or a step.
-    enum StatusCode {
-        statusNotStarted = 0,
-        statusQueued = 1,
-        statusRunning = 2,
-        statusDone = 3,
-        statusError = 5,
     };
 
     /// A run without its parts; a concrete run calls its own initRun_() next.
@@ -237,13 +229,19 @@ protected:
     bool isActivated_() const;  ///< (locks)
 
 private:
-    template <class Accept> HAXPExpRunStep* lastStep_(Accept accept) const;
     int statusCode_() const;
-    std::string beginMarker_(const HAXPExpRunStep* step) const;
+    HAXPExpInfoBase& requireInfo_() const;
+    HAXPStrategy& requireStrategy_() const;
+    HAXPExpRunStep* successor_(const HAXPExpRunStep* step) const;
+    template <class Accept> HAXPExpRunStep* firstStep_(Accept accept) const;
+    template <class Accept> HAXPExpRunStep* lastStep_(Accept accept) const;
+    void appendStep_(const HAXPFlowStep* flowStep);
     void buildSteps_();
-    void invalidateScriptObjects_();
-    void finish_() noexcept;
+    void finish_();
 
     struct Data;
     std::unique_ptr<Data> m_data;
 };
+
+/// The Tcl handles on runs, one table for the whole process.
+extern template class RUNS_API mqi::tcltasks::native_cache<HAXPExpRunBase*>;

@@ -120,7 +120,7 @@ public:
 
 private:
     std::string hookFile_(const std::string& dbId) const;
-    void rebuildOptionReasons_(HAXPStrategy* current, HAXPStrategy* snapshot, bool compareAll);
+    bool rebuildOptionReasons_(HAXPStrategy* current, HAXPStrategy* snapshot, bool compareAll);
     void unloadMessages_();
 
     struct Data;

@@ -55,6 +55,9 @@ public:
 private:
     struct Streams;
 
+    void writeSteps_();
+    Streams& streams_();
+
     HAXPExpRunBase* m_run;
     /// Set between openOstrs() and closeOstrs().
     std::unique_ptr<Streams> m_streams;

@@ -11,11 +11,11 @@ namespace {
 
 int statusOf(const HAXPExpRunBase& run) {
     const HDGUIStatus* status = run.getStatus();
-    return status == nullptr ? HAXPExpRunBase::statusNotStarted : status->getCode();
+    return status == nullptr ? HDGUIStatus::statusNotStarted : status->getCode();
 }
 
 bool isDoneOrFailed(int status) {
-    return status == HAXPExpRunBase::statusDone || status == HAXPExpRunBase::statusError;
+    return status == HDGUIStatus::statusDone || status == HDGUIStatus::statusError;
 }
 
 bool refuse(std::string& reason, const char* text) {
@@ -61,7 +61,7 @@ bool HAXPStepFilter::standardAddFilter_(const HAXPFlowStep* step, HAXPExpRunBase
     const HAXPExpRunBase::RunMode mode = run->getRunMode();
     if (mode == HAXPExpRunBase::kUnknown)
         return refuse(reason, "Can't add step to run while status is unknown");
-    if (mode == HAXPExpRunBase::kLaunched && statusOf(*run) != HAXPExpRunBase::statusDone)
+    if (mode == HAXPExpRunBase::kLaunched && statusOf(*run) != HDGUIStatus::statusDone)
         return refuse(reason,
                       "Can't add step to a run that is initialized, queued, running or failed");
     if (!flowContains(*run, step))
@@ -78,7 +78,7 @@ bool HAXPStepFilter::standardResetFilter_(const HAXPFlowStep* step, HAXPExpRunBa
         return refuse(reason, "Can't reset step from run while status is unknown");
     if (mode == HAXPExpRunBase::kLaunched) {
         const int status = statusOf(*run);
-        if (status != HAXPExpRunBase::statusNotStarted && !isDoneOrFailed(status))
+        if (status != HDGUIStatus::statusNotStarted && !isDoneOrFailed(status))
             return refuse(reason, "Can't reset step from a run that is queued or running");
     }
     if (run->getRunStep(step) == nullptr)

@@ -135,6 +135,8 @@ protected:
 
 private:
     friend struct StepFilterReset;
+    /// A run takes back the entry of a step that it couldn't add.
+    friend class HAXPExpRunBase;
     using Entries = std::vector<std::unique_ptr<HAXPFlowStepOptions>>;
 
     void initStrat_(const HAXPFlow* flow);
@@ -144,6 +146,7 @@ private:
     Entries copyEntries_(const HAXPStrategy& source, bool ignoreFilter,
                          boost::logic::tribool deviceImage);
     void setEntries_(Entries entries);
+    void dropEntriesFrom_(int count);
 
     static HAXPStepFilter* sp_stepFilter;
 

@@ -1,0 +1,131 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+// How the steps of a run come and go.
+
+#include <utility>
+
+#include "environment/errors/HEXAlgException.h"
+#include "environment/errors/HEXUserException.h"
+#include "environment/options/HATOptGroup.h"
+#include "runs/base/xperiment/HAXFBasicStepFilter.h"
+#include "runs/base/xperiment/HAXPExpRunBase.h"
+#include "runs/base/xperiment/HAXPFlow.h"
+#include "runs/base/xperiment/HAXPFlowStep.h"
+#include "runs/base/xperiment/HAXPFlowStepOptions.h"
+#include "runs/base/xperiment/runData.h"
+
+using xperiment::RunLock;
+
+namespace {
+
+/// The filter of the process; without one the rules that hold for every product.
+HAXPStepFilter& stepFilter() {
+    static HAXFBasicStepFilter s_basic;
+    HAXPStepFilter* installed = HAXPStrategy::getStepFilter();
+    return installed == nullptr ? s_basic : *installed;
+}
+
+}  // namespace
+
+void HAXPExpRunBase::nukeSteps() {
+    // The handles are members of the steps.
+    closeAllMessageHandles();
+    const RunLock lock(m_data->mutex);
+    for (const auto& step : m_data->steps)
+        step->removeRun(this);
+    m_data->steps.clear();
+}
+
+void HAXPExpRunBase::addStep(const HAXPFlowStep* flowStep, bool markDirty, bool skipFilter) {
+    if (flowStep == nullptr)
+        throw HEXAlgException("NULL Step");
+    HAXPStrategy& strategy = requireStrategy_();
+    std::string reason;
+    if (!skipFilter && !canAddStep(flowStep, reason))
+        throw HEXUserException("Step '" + flowStep->getFlowStepId() + "' can't be added to run '" +
+                               getName() + "': " + reason);
+    const int stepsBefore = effectiveStepCount(false);
+    const int entriesBefore = strategy.stepCount();
+    try {
+        appendStep_(flowStep);
+        updateStatus();
+    } catch (...) {
+        {
+            const RunLock lock(m_data->mutex);
+            m_data->steps.resize(static_cast<std::size_t>(stepsBefore));
+        }
+        strategy.dropEntriesFrom_(entriesBefore);
+        throw;
+    }
+    if (markDirty)
+        setDirty();
+}
+
+bool HAXPExpRunBase::canAddStep(const HAXPFlowStep* flowStep, std::string& reason) {
+    return stepFilter().canAddStep(flowStep, this, reason);
+}
+
+bool HAXPExpRunBase::canAddStep(const HAXPFlowStep* flowStep) {
+    std::string reason;
+    return canAddStep(flowStep, reason);
+}
+
+bool HAXPExpRunBase::canResetStep(const HAXPFlowStep* flowStep, std::string& reason) {
+    return stepFilter().canResetStep(flowStep, this, reason);
+}
+
+bool HAXPExpRunBase::canResetStep(const HAXPFlowStep* flowStep) {
+    std::string reason;
+    return canResetStep(flowStep, reason);
+}
+
+bool HAXPExpRunBase::canRemoveStep(HAXPExpRunStep* step, std::string& reason) {
+    return stepFilter().canRemoveStep(step, this, reason);
+}
+
+void HAXPExpRunBase::applyStrategy(const HAXPStrategy* strategy) {
+    if (strategy == nullptr)
+        throw HEXAlgException("Can't apply null strategy to run");
+    HAXPExpInfoBase& info = requireInfo_();
+    requireStrategy_().copyStrat(strategy, true, m_data->strategyCopyFlag);
+    setDescription(strategy->getDescription(), false);
+    nukeSteps();
+    buildSteps_();
+    updateStatus();
+    const HAXPExpRunStep* first = getFirstStep();
+    if (first != nullptr && first->getStatus()->getCode() != HDGUIStatus::statusNotStarted)
+        info.updStaleReasons();
+    setDirty();
+}
+
+HATOptGroup* HAXPExpRunBase::createOptionsForStep(const HAXPFlowStep* flowStep) const {
+    auto options = std::make_unique<HATOptGroup>(flowStep->getOptionsSpec());
+    if (const HAXPStrategy* strategy = getStrategy()) {
+        if (const HAXPFlowStepOptions* entry =
+                strategy->getRunStepOptions(flowStep->getFlowStepId()))
+            options->copy(entry->getOptions(), true);
+    }
+    return options.release();
+}
+
+void HAXPExpRunBase::appendStep_(const HAXPFlowStep* flowStep) {
+    const HAXPFlowStepOptions* entry = requireStrategy_().addStep(flowStep, true);
+    auto step = std::make_unique<HAXPExpRunStep>(flowStep, entry->getOptions(), entry->getAttrs(),
+                                                 m_data->expInfo);
+    const RunLock lock(m_data->mutex);
+    m_data->steps.push_back(std::move(step));
+}
+
+void HAXPExpRunBase::buildSteps_() {
+    const RunLock lock(m_data->mutex);
+    const HAXPStrategy& strategy = requireStrategy_();
+    m_data->steps.reserve(static_cast<std::size_t>(strategy.stepCount()));
+    const std::unique_ptr<HSTFwdIter<HAXPFlowStepOptions*>> entries(
+        strategy.createFlowStepOptionsIter());
+    while (entries->hasNext()) {
+        const HAXPFlowStepOptions* entry = entries->next();
+        m_data->steps.push_back(std::make_unique<HAXPExpRunStep>(
+            strategy.getFlow()->getFlowStepForFSId(entry->getOptGrpId()), entry->getOptions(),
+            entry->getAttrs(), m_data->expInfo));
+    }
+}

@@ -1,0 +1,236 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+// The steps of a run: selection, and what the selection says of the run.
+
+#include <algorithm>
+
+#include "environment/containers/heapIter.h"
+#include "environment/files/HUTFile.h"
+#include "environment/strings/HSTStringUtils.h"
+#include "runs/base/xperiment/HAXPExpRunBase.h"
+#include "runs/base/xperiment/HAXPFlowStep.h"
+#include "runs/base/xperiment/runData.h"
+#include "runs/base/xperiment/stepMarkers.h"
+
+using xperiment::RunLock;
+
+namespace {
+
+bool isUsable(const HAXPExpRunStep& step) {
+    return step.isEnabled() && !step.isVirtual();
+}
+
+int codeOf(const HAXPExpRunStep& step) {
+    return step.getStatus()->getCode();
+}
+
+}  // namespace
+
+HSTFwdIter<HAXPExpRunStep*>* HAXPExpRunBase::createRunStepIter() const {
+    const RunLock lock(m_data->mutex);
+    return containers::heapIterOfOwned<HAXPExpRunStep*>(m_data->steps);
+}
+
+HAXPExpRunStep* HAXPExpRunBase::getRunStep(const HAXPFlowStep* flowStep) const {
+    if (flowStep == nullptr)
+        return nullptr;
+    return firstStep_(
+        [flowStep](const HAXPExpRunStep& step) { return step.getFlowStep() == flowStep; });
+}
+
+int HAXPExpRunBase::effectiveStepCount(bool enabledOnly) const {
+    const RunLock lock(m_data->mutex);
+    const auto& steps = m_data->steps;
+    if (!enabledOnly)
+        return static_cast<int>(steps.size());
+    return static_cast<int>(std::count_if(steps.begin(), steps.end(),
+                                          [](const auto& step) { return step->isEnabled(); }));
+}
+
+int HAXPExpRunBase::getStepIndex(const HAXPExpRunStep* step) const {
+    const RunLock lock(m_data->mutex);
+    const auto& steps = m_data->steps;
+    const auto found = std::find_if(steps.begin(), steps.end(),
+                                    [step](const auto& entry) { return entry.get() == step; });
+    return found == steps.end() ? 0 : static_cast<int>(found - steps.begin());
+}
+
+HAXPExpRunStep* HAXPExpRunBase::getFirstStep() const {
+    return firstStep_([](const HAXPExpRunStep&) { return true; });
+}
+
+HAXPExpRunStep* HAXPExpRunBase::getFirstNonVirtualEnabledStep() const {
+    const RunLock lock(m_data->mutex);
+    if (HAXPExpRunStep* usable = firstStep_(isUsable))
+        return usable;
+    return m_data->steps.empty() ? nullptr : m_data->steps.back().get();
+}
+
+HAXPExpRunStep* HAXPExpRunBase::getFirstStaleStep() const {
+    return firstStep_([](const HAXPExpRunStep& step) { return step.isStale(); });
+}
+
+HAXPExpRunStep* HAXPExpRunBase::getLastDoneStep() const {
+    return lastStep_([](const HAXPExpRunStep& step) {
+        return isUsable(step) && codeOf(step) == HDGUIStatus::statusDone;
+    });
+}
+
+HAXPExpRunStep* HAXPExpRunBase::getLastAttemptedStep() const {
+    return lastStep_([](const HAXPExpRunStep& step) {
+        const int code = codeOf(step);
+        return isUsable(step) &&
+               (code == HDGUIStatus::statusRunning || code == HDGUIStatus::statusDone ||
+                code == HDGUIStatus::statusError);
+    });
+}
+
+HAXPExpRunStep* HAXPExpRunBase::getLastStep() const {
+    return lastStep_([](const HAXPExpRunStep& step) { return step.isEnabled(); });
+}
+
+HAXPExpRunStep* HAXPExpRunBase::getDefaultLastStep() const {
+    return getLastStep();
+}
+
+void HAXPExpRunBase::setToStepId(const std::string& abbrev) {
+    const RunLock lock(m_data->mutex);
+    m_data->toStepId = abbrev;
+}
+
+std::string& HAXPExpRunBase::getToStepId(std::string& abbrev) const {
+    const RunLock lock(m_data->mutex);
+    abbrev = m_data->toStepId;
+    if (abbrev.empty()) {
+        if (const HAXPExpRunStep* last = getDefaultLastStep())
+            abbrev = last->getFlowStep()->getAbbrev();
+    }
+    return abbrev;
+}
+
+HAXPExpRunStep* HAXPExpRunBase::getToStep() const {
+    const RunLock lock(m_data->mutex);
+    std::string abbrev;
+    getToStepId(abbrev);
+    return firstStep_([&abbrev](const HAXPExpRunStep& step) {
+        return HSTStringUtils::iequals(step.getFlowStep()->getAbbrev(), abbrev);
+    });
+}
+
+HAXPExpRunStep* HAXPExpRunBase::getNextStep(const HAXPExpRunStep* step,
+                                            bool skipVirtualAtStart) const {
+    const RunLock lock(m_data->mutex);
+    HAXPExpRunStep* next = nullptr;
+    if (step != nullptr)
+        next = successor_(step);
+    else
+        next = skipVirtualAtStart ? getFirstNonVirtualEnabledStep() : getFirstStep();
+    while (next != nullptr && !next->isEnabled())
+        next = successor_(next);
+    return next;
+}
+
+HAXPExpRunStep* HAXPExpRunBase::getPrevStep(const HAXPExpRunStep* step) const {
+    const RunLock lock(m_data->mutex);
+    const auto& steps = m_data->steps;
+    auto at = std::find_if(steps.begin(), steps.end(),
+                           [step](const auto& entry) { return entry.get() == step; });
+    if (at == steps.end())
+        return nullptr;
+    while (at != steps.begin()) {
+        --at;
+        if ((*at)->isEnabled())
+            return at->get();
+    }
+    return nullptr;
+}
+
+HAXPExpRunStep* HAXPExpRunBase::getFirstIncompleteStep() const {
+    return getNextStep(getLastDoneStep(), false);
+}
+
+HAXPExpRunStep* HAXPExpRunBase::getResetFromStep() const {
+    return getNextStep(getLastDoneStep(), true);
+}
+
+HAXPExpRunStep* HAXPExpRunBase::getEffectiveNextStep() const {
+    return getNextStep(getLastDoneStep(), true);
+}
+
+HAXPExpRunStep* HAXPExpRunBase::getEffectivePrevStep() const {
+    return getLastAttemptedStep();
+}
+
+bool HAXPExpRunBase::canResetPrevStep() const {
+    return getEffectivePrevStep() != nullptr;
+}
+
+bool HAXPExpRunBase::canLaunchNextStep() const {
+    const HAXPExpRunStep* last = getLastStep();
+    if (last == nullptr || statusCode_() == HDGUIStatus::statusRunning)
+        return false;
+    const int code = codeOf(*last);
+    return code != HDGUIStatus::statusDone && code != HDGUIStatus::statusError;
+}
+
+bool HAXPExpRunBase::isANonInitStep(const HAXPExpRunStep* step) const {
+    std::string dir;
+    getRunDir(dir);
+    if (dir.empty())
+        return false;
+    const std::string marker =
+        xperiment::stepMarker(step->getFlowStep()->getStatusTrackingStr(), "begin");
+    return HUTFile::exists(xperiment::markerPath(dir, marker));
+}
+
+bool HAXPExpRunBase::hasNonInitRunStepAfter(const HAXPExpRunStep* step) const {
+    const RunLock lock(m_data->mutex);
+    bool behind = false;
+    return firstStep_([this, step, &behind](const HAXPExpRunStep& entry) {
+               const bool counts = behind && entry.isEnabled();
+               behind = behind || &entry == step;
+               return counts && isANonInitStep(&entry);
+           }) != nullptr;
+}
+
+bool HAXPExpRunBase::isPartiallyDone() const {
+    const HAXPExpRunStep* done = getLastDoneStep();
+    if (done == nullptr || done->isVirtual())
+        return false;
+    return done != getDefaultLastStep() && done != getLastStep();
+}
+
+bool HAXPExpRunBase::needsReset() const {
+    const RunMode mode = getRunMode();
+    if (mode == kUnknown)
+        return true;
+    if (m_data->expInfo != nullptr && m_data->expInfo->needsResetForFlowChange())
+        return true;
+    if (isPartiallyDone())
+        return false;
+    return statusCode_() != HDGUIStatus::statusNotStarted || mode == kLaunched;
+}
+
+HAXPExpRunStep* HAXPExpRunBase::successor_(const HAXPExpRunStep* step) const {
+    const RunLock lock(m_data->mutex);
+    const auto& steps = m_data->steps;
+    auto at = std::find_if(steps.begin(), steps.end(),
+                           [step](const auto& entry) { return entry.get() == step; });
+    return at == steps.end() || ++at == steps.end() ? nullptr : at->get();
+}
+
+template <class Accept> HAXPExpRunStep* HAXPExpRunBase::firstStep_(Accept accept) const {
+    const RunLock lock(m_data->mutex);
+    const auto& steps = m_data->steps;
+    const auto found = std::find_if(steps.begin(), steps.end(),
+                                    [&accept](const auto& step) { return accept(*step); });
+    return found == steps.end() ? nullptr : found->get();
+}
+
+template <class Accept> HAXPExpRunStep* HAXPExpRunBase::lastStep_(Accept accept) const {
+    const RunLock lock(m_data->mutex);
+    const auto& steps = m_data->steps;
+    const auto found = std::find_if(steps.rbegin(), steps.rend(),
+                                    [&accept](const auto& step) { return accept(*step); });
+    return found == steps.rend() ? nullptr : found->get();
+}
