@@ -14,7 +14,7 @@
 /// `heapIter<T>(container)` walks a container in place; `heapKeyIter` walks
 /// the keys of a map, `heapKeyValIter` its entries, and `heapIterOfCopy` a
 /// container that the iterator keeps to itself, for lists that may change
-/// while a caller walks them.
+/// while a caller walks them. Elements convert implicitly or not at all.
 namespace containers {
 
 struct TakeElement {
@@ -35,7 +35,7 @@ public:
     T next() override {
         const It here = m_at++;
         this->m_hasNext = m_at != m_last;
-        return T(Take::from(here));
+        return Take::from(here);
     }
 
 private:
@@ -50,7 +50,7 @@ public:
         : HSTFwdIter<T>(!owned.empty()), m_elements(std::move(owned)), m_at(m_elements.begin()) {}
 
     T next() override {
-        T element(*m_at++);
+        T element = *m_at++;
         this->m_hasNext = m_at != m_elements.end();
         return element;
     }

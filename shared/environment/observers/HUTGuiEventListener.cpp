@@ -6,10 +6,11 @@
 
 namespace {
 
-/// Everyone who hears at least one event, in order of registration.
+/// Everyone who hears at least one event, in order of registration. Never
+/// destroyed: a listener may go as late as the process does.
 std::vector<HUTGuiEventListener*>& listeners() {
-    static std::vector<HUTGuiEventListener*> s_listeners;
-    return s_listeners;
+    static auto* const s_listeners = new std::vector<HUTGuiEventListener*>;
+    return *s_listeners;
 }
 
 bool isListening(const HUTGuiEventListener* listener) {
