@@ -35,7 +35,7 @@ public:
     /// The same for a name that must be new: false, with nothing changed, when
     /// anything of that name is there. Of several processes that create one
     /// name at a time exactly one gets true.
-    /// @throws HEXUserException as replaceFile() does; no file is left.
+    /// @throws HEXUserException as replaceFile() does, with no file left.
     static bool createFile(const std::string& path, const std::string& content);
 
     /// Writes a generated file: afterwards `path` is a regular file with

@@ -1,0 +1,89 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "environment/files/copyFile.h"
+
+#include <cstring>
+#include <vector>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "environment/files/diskOps.h"
+#include "environment/files/tempFile.h"
+
+namespace files {
+
+namespace {
+
+constexpr std::size_t kBlock = 65536;
+constexpr mode_t kModeBits = 0777;
+
+bool sameFile(const struct stat& a, const struct stat& b) {
+    return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
+}
+
+/// Compares what is left to read of both.
+bool sameContent(int a, int b) {
+    std::vector<char> left(kBlock);
+    std::vector<char> right(kBlock);
+    for (;;) {
+        const ssize_t gotLeft = readUpTo(a, left.data(), kBlock);
+        const ssize_t gotRight = readUpTo(b, right.data(), kBlock);
+        if (gotLeft < 0 || gotLeft != gotRight)
+            return false;
+        if (std::memcmp(left.data(), right.data(), static_cast<std::size_t>(gotLeft)) != 0)
+            return false;
+        if (gotLeft == 0)
+            return true;
+    }
+}
+
+/// Whether `target`, a file of the status `there`, is a copy already. Leaves
+/// `source` at its beginning.
+bool isCopy(int source, const struct stat& status, const std::string& target,
+            const struct stat& there) {
+    if (!S_ISREG(there.st_mode) || there.st_nlink != 1 || there.st_size != status.st_size ||
+        (there.st_mode & kModeBits) != (status.st_mode & kModeBits))
+        return false;
+    struct stat opened = {};
+    int error = 0;
+    const Descriptor file = openRegular(target, opened, error);
+    const bool same = file && sameFile(opened, there) && sameContent(source, file.get());
+    ::lseek(source, 0, SEEK_SET);
+    return same;
+}
+
+/// Reads `source` to its end into `temp`.
+bool pour(int source, TempFile& temp) {
+    std::vector<char> block(kBlock);
+    ssize_t got = readUpTo(source, block.data(), kBlock);
+    while (got > 0 && temp.write(block.data(), static_cast<std::size_t>(got)) == 0)
+        got = readUpTo(source, block.data(), kBlock);
+    return got == 0;
+}
+
+}  // namespace
+
+bool copyFile(const std::string& source, const std::string& target, bool replace) {
+    struct stat status = {};
+    int error = 0;
+    const Descriptor from = openRegular(source, status, error);
+    if (!from || namesNothing(target))
+        return false;
+    struct stat there = {};
+    const bool isThere = ::lstat(target.c_str(), &there) == 0;
+    if (isThere && (!replace || S_ISDIR(there.st_mode)))
+        return false;
+    if (isThere && (sameFile(status, there) || isCopy(from.get(), status, target, there)))
+        return true;
+
+    TempFile temp(target);
+    if (temp.open(status.st_mode & kModeBits) != 0 || !pour(from.get(), temp) ||
+        temp.setMode(status.st_mode & kModeBits) != 0)
+        return false;
+    if (isThere && temp.sync() != 0)
+        return false;
+    return temp.close() == 0 && (replace ? temp.replaceTarget() : temp.becomeTarget()) == 0;
+}
+
+}  // namespace files

@@ -1,0 +1,178 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <gtest/gtest.h>
+
+#include "environment/files/HUTFile.h"
+#include "tests/support/FaultyDisk.h"
+#include "tests/support/RunDir.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+/// A folder "run" that is removed, beside a folder "outside" that must stay.
+class RemoveTreeTest : public ::testing::Test {
+protected:
+    RemoveTreeTest() {
+        m_dir.folder("run/deep/deeper");
+        m_dir.mark("run/a");
+        m_dir.mark("run/.hidden");
+        m_dir.mark("run/deep/deeper/b");
+        m_dir.folder("outside");
+        m_dir.mark("outside/precious");
+    }
+
+    ~RemoveTreeTest() override { EXPECT_TRUE(m_dir.has("outside/precious")); }
+
+    bool remove(const std::string& name) const { return HUTFile(m_dir.path(name)).rmRecursive(); }
+
+    void link(const std::string& to, const std::string& name) const {
+        ASSERT_EQ(::symlink(to.c_str(), m_dir.path(name).c_str()), 0);
+    }
+
+    test::RunDir m_dir;
+};
+
+TEST_F(RemoveTreeTest, RemovesAFolderWithAllThatIsInIt) {
+    EXPECT_TRUE(remove("run"));
+    EXPECT_FALSE(m_dir.has("run"));
+}
+
+TEST_F(RemoveTreeTest, RemovesAFile) {
+    EXPECT_TRUE(remove("run/a"));
+    EXPECT_FALSE(m_dir.has("run/a"));
+    EXPECT_TRUE(m_dir.has("run/.hidden"));
+}
+
+TEST_F(RemoveTreeTest, IsDoneWhereNothingIs) {
+    EXPECT_TRUE(remove("missing"));
+    EXPECT_TRUE(remove("missing/deep"));
+}
+
+TEST_F(RemoveTreeTest, RemovesNothingWithoutAName) {
+    EXPECT_FALSE(remove("run/"));
+    EXPECT_FALSE(HUTFile("").rmRecursive());
+    EXPECT_TRUE(m_dir.has("run/a"));
+}
+
+TEST_F(RemoveTreeTest, RemovesLinksAndNotWhatTheyLeadTo) {
+    link(m_dir.path("outside"), "run/deep/link");
+    link("../outside/precious", "run/toFile");
+    link("nowhere", "run/broken");
+    EXPECT_TRUE(remove("run"));
+    EXPECT_FALSE(m_dir.has("run"));
+}
+
+TEST_F(RemoveTreeTest, RemovesALinkToAFolderAndNotTheFolder) {
+    link("outside", "link");
+    EXPECT_TRUE(remove("link"));
+    EXPECT_FALSE(m_dir.has("link"));
+    link("outside", "link");
+    EXPECT_FALSE(remove("link/"));
+    EXPECT_TRUE(m_dir.has("link"));
+}
+
+TEST_F(RemoveTreeTest, RefusesToGoUp) {
+    EXPECT_FALSE(remove("run/../outside"));
+    EXPECT_FALSE(remove("run/.."));
+    EXPECT_FALSE(remove("run/."));
+    EXPECT_TRUE(m_dir.has("run/a"));
+}
+
+TEST_F(RemoveTreeTest, RefusesTheRoot) {
+    EXPECT_FALSE(HUTFile("/").rmRecursive());
+    EXPECT_FALSE(HUTFile("//").rmRecursive());
+}
+
+TEST_F(RemoveTreeTest, RemovesHostileNames) {
+    const std::string names[] = {"a b", "-rf", "new\nline", "*", "'\"$(x)`", "\xff\xfe"};
+    for (const std::string& name : names) {
+        m_dir.folder("run/" + name);
+        m_dir.mark("run/" + name + "/" + name);
+    }
+    EXPECT_TRUE(remove("run"));
+    EXPECT_FALSE(m_dir.has("run"));
+}
+
+TEST_F(RemoveTreeTest, RemovesFoldersNestedDeeperThanAPathMayBe) {
+    const std::string name(200, 'n');
+    const fs::path start = fs::current_path();
+    fs::current_path(m_dir.path("run"));
+    for (int level = 0; level < 60; ++level) {
+        fs::create_directory(name);
+        fs::current_path(name);
+    }
+    fs::current_path(start);
+    EXPECT_TRUE(remove("run"));
+    EXPECT_FALSE(m_dir.has("run"));
+}
+
+/// Brings the current folder and HOME back.
+class ProtectedFolderTest : public RemoveTreeTest {
+protected:
+    ~ProtectedFolderTest() override {
+        fs::current_path(m_start);
+        ::setenv("HOME", m_home.c_str(), 1);
+    }
+
+    fs::path m_start = fs::current_path();
+    std::string m_home = std::getenv("HOME") != nullptr ? std::getenv("HOME") : "/";
+};
+
+TEST_F(ProtectedFolderTest, KeepsTheCurrentFolderAndThoseAbove) {
+    fs::current_path(m_dir.path("run/deep/deeper"));
+    EXPECT_FALSE(remove("run"));
+    EXPECT_FALSE(remove("run/deep"));
+    EXPECT_FALSE(remove("run/deep/deeper"));
+    EXPECT_TRUE(m_dir.has("run/deep/deeper/b"));
+}
+
+TEST_F(ProtectedFolderTest, KeepsTheHomeFolderAndThoseAbove) {
+    link("run/deep", "home");
+    ::setenv("HOME", m_dir.path("home").c_str(), 1);
+    EXPECT_FALSE(remove("run"));
+    EXPECT_FALSE(remove("run/deep"));
+    EXPECT_TRUE(m_dir.has("run/deep/deeper/b"));
+    EXPECT_TRUE(remove("run/deep/deeper"));
+}
+
+TEST_F(RemoveTreeTest, TellsThatSomethingStayed) {
+    int failures = 0;
+    for (int number = 1;; ++number) {
+        m_dir.folder("run/deep");
+        m_dir.mark("run/deep/a");
+        m_dir.mark("run/b");
+        test::FaultyDisk disk;
+        disk.failOnce(number, EACCES);
+        const bool gone = remove("run");
+        if (!disk.hasFailed())
+            break;
+        ++failures;
+        EXPECT_EQ(gone, !m_dir.has("run")) << "call " << number;
+    }
+    EXPECT_GE(failures, 5);
+}
+
+TEST_F(RemoveTreeTest, GoesOnBesideWhatStays) {
+    m_dir.mark("run/c");
+    test::FaultyDisk disk;
+    disk.failAll("openAt", EACCES);
+    EXPECT_FALSE(remove("run"));
+    disk.failOnce(0, 0);
+    // The first removal inside the folder fails: open the parent, try as a
+    // file, open the folder, remove.
+    disk.failOnce(4, EBUSY);
+    EXPECT_FALSE(remove("run"));
+    EXPECT_TRUE(disk.hasFailed());
+    EXPECT_EQ(HUTFile(m_dir.path("run")).fileCount(), 1);
+}
+
+}  // namespace
