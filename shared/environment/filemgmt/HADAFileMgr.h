@@ -5,6 +5,7 @@
 #include <cstddef>
 #include <memory>
 #include <string>
+#include <unordered_set>
 #include <vector>
 
 #include "environment/EnvironmentExport.h"
@@ -52,8 +53,9 @@ public:
 
 private:
     friend class HADAFileSet;
+    std::unique_ptr<HADAFileSet> take(HADAFileSet* fileSet);
     void forget(HADAFileSet* fileSet);
 
     std::vector<std::unique_ptr<HADAFileSet>> m_fileSets;
-    std::vector<HADAFileSet*> m_internal;
+    std::unordered_set<HADAFileSet*> m_internal;
 };

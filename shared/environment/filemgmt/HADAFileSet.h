@@ -17,6 +17,9 @@ class HDDASrcFilter;
 class HDDASrcOptions;
 class HEIOptions;
 template <class T> class HSTFwdIter;
+namespace filemgmt {
+class SrcFileList;
+}
 
 /// A named set of source files of a design.
 ///
@@ -109,11 +112,16 @@ public:
 private:
     friend class HADAFileMgr;
     friend class HADAUtils;
+    friend class HDDACompositeFile;
     struct Data;
 
     HDDASrcFile* insert(std::unique_ptr<HDDASrcFile> owned);
-    std::unique_ptr<HDDASrcFile> take(HDDASrcFile* file);
+    const filemgmt::SrcFileList& sources() const;
+    void leaving(const HDDASrcFile& file);
+    void setManager(HADAFileMgr* mgr, bool internal);
     void copyFrom(const HADAFileSet& source, bool keepOwn, bool withRunNames);
+    void copyFile(const HDDASrcFile& original, bool withRunNames);
+    HDDASrcFile* counterpart(const HDDASrcFile& original) const;
 
     std::unique_ptr<Data> m_data;
 };

@@ -60,6 +60,10 @@ public:
     /// to date.
     void addOrUpdateFile(const ChangedFile& file);
 
+    /// The same for many files at once, none of which is there twice. Takes
+    /// time in proportion to their number.
+    void addOrUpdateFiles(std::vector<ChangedFile> files);
+
     /// Adds an option; one of the same group and name takes the new values.
     void addOrUpdateOption(const HADAStaleOption& option);
 

@@ -5,6 +5,7 @@
 #include "environment/EnvironmentExport.h"
 
 class HADAFileSet;
+class HADAFileSetChangeSummary;
 
 /// Operations over whole file sets.
 class ENVIRONMENT_API HADAUtils {
@@ -26,4 +27,16 @@ public:
     /// @throws HEXAlgException either is null.
     static void copyFileSet(const HADAFileSet* source, HADAFileSet* target, bool keepOwn,
                             bool withRunNames);
+
+    /// Notes in `changes` by what the sources of `after` differ from those of
+    /// `before`, inside composite files too, and gives whether they do. Sources
+    /// are matched by path and compared by content, not by time: a touched file
+    /// is no change. Only what the stamps say counts; the disk isn't looked at.
+    ///
+    /// Removed files are those of `before`, all others those of `after`: both
+    /// sets live as long as `changes`. Files excluded from tracking are passed
+    /// over.
+    /// @throws HEXAlgException either is null.
+    static bool compareFileSets(const HADAFileSet* before, const HADAFileSet* after,
+                                HADAFileSetChangeSummary& changes);
 };

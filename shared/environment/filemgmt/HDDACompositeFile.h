@@ -5,7 +5,6 @@
 #include <array>
 #include <memory>
 #include <string>
-#include <vector>
 
 #include "environment/EnvironmentExport.h"
 #include "environment/filemgmt/HDDASrcFile.h"
@@ -14,6 +13,9 @@
 class HDDAGenerationTarget;
 class HDDASrcFilter;
 template <class T> class HSTFwdIter;
+namespace filemgmt {
+class SrcFileList;
+}
 
 /// A source that stands for a generated block: a configured core, or a block
 /// design.
@@ -83,12 +85,12 @@ protected:
 
 private:
     friend class HADAFileSet;
+    friend class filemgmt::SrcFileList;
 
-    void collect(const HDDASrcFilter* filter, bool recursive, std::vector<HDDASrcFile*>& out) const;
     HDDASrcFile* insert(std::unique_ptr<HDDASrcFile> owned);
 
     bool m_registered = true;
     bool m_locked = false;
-    std::vector<std::unique_ptr<HDDASrcFile>> m_files;
+    std::unique_ptr<filemgmt::SrcFileList> m_files;
     std::array<std::unique_ptr<HDDAGenerationTarget>, HDDATypes::GT_LIMIT> m_targets;
 };

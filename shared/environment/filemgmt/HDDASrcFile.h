@@ -27,7 +27,8 @@ public:
     HDDASrcFile(const HDDASrcFile&) = delete;
     HDDASrcFile& operator=(const HDDASrcFile&) = delete;
 
-    /// The path, as it was given.
+    /// The path, as it was given. Give it absolute: a relative one is looked up
+    /// from the current folder.
     const std::string& getName() const { return m_name; }
 
     const HDDASrcFileType* getFileType() const { return m_fileType; }

@@ -36,6 +36,7 @@ public:
         SFT_C = 13,
         SFT_SOFTWARE_IMAGE = 14,
         SFT_DATA = 15,
+        SFT_TOOL_DATABASE = 16,  ///< what a tool keeps for itself
         SFT_JSON_NETLIST = 22,
         SFT_CORE = 25,          ///< a configured, generated block
         SFT_BLOCK_DESIGN = 27,  ///< blocks wired up in a diagram ("BD")

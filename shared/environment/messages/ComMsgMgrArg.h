@@ -15,13 +15,13 @@ class ENVIRONMENT_API ComMsgMgrArg {
 public:
     enum Kind { kText = 's', kNumber = 'd' };
 
-    ComMsgMgrArg(const std::string& text) : m_kind(kText), m_text(text) {}
-    ComMsgMgrArg(const char* text) : m_kind(kText), m_text(text == nullptr ? "" : text) {}
+    explicit ComMsgMgrArg(const std::string& text) : m_kind(kText), m_text(text) {}
+    explicit ComMsgMgrArg(const char* text) : m_kind(kText), m_text(text == nullptr ? "" : text) {}
 
     template <class Number, class = std::enable_if_t<std::is_integral<Number>::value &&
                                                      !std::is_same<Number, bool>::value &&
                                                      !std::is_same<Number, char>::value>>
-    ComMsgMgrArg(Number number) : m_kind(kNumber), m_text(std::to_string(number)) {}
+    explicit ComMsgMgrArg(Number number) : m_kind(kNumber), m_text(std::to_string(number)) {}
 
     Kind getKind() const noexcept { return m_kind; }
 

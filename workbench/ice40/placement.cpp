@@ -1,0 +1,101 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+
+#include "workbench/ice40/placement.h"
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "workbench/ice40/stepFailure.h"
+#include "workbench/ice40/stepFiles.h"
+
+namespace ice40 {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr const char* kFormat = "xperiment-placement";
+constexpr int kVersion = 1;
+
+bool getText(const json& document, const char* key, std::string& value) {
+    const auto found = document.find(key);
+    if (found == document.end() || !found->is_string())
+        return false;
+    value = found->get<std::string>();
+    return true;
+}
+
+bool getTexts(const json& document, const char* key, std::vector<std::string>& values) {
+    const auto found = document.find(key);
+    if (found == document.end() || !found->is_array())
+        return false;
+    for (const json& item : *found) {
+        if (!item.is_string())
+            return false;
+        values.push_back(item.get<std::string>());
+    }
+    return true;
+}
+
+std::string readInput(const std::string& path) {
+    std::string text;
+    std::string reason;
+    if (!readText(path, text, reason))
+        throw StepFailure(fmt::format("'{}' can't be read: {}", path, reason),
+                          "Run the synthesis again, or correct the file's name");
+    return text;
+}
+
+}  // namespace
+
+std::string formatPlacement(const Placement& placement) {
+    const json document = {{"format", kFormat},
+                           {"version", kVersion},
+                           {"top", placement.top},
+                           {"device", placement.device},
+                           {"package", placement.package},
+                           {"netlist", placement.netlist},
+                           {"constraints", placement.constraints},
+                           {"freq_mhz", placement.freqMhz},
+                           {"inputs", placement.inputs},
+                           {"words", placement.words},
+                           {"checksums", placement.checksums}};
+    return document.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
+}
+
+bool parsePlacement(const std::string& text, Placement& placement, std::string& reason) {
+    const json document = json::parse(text, nullptr, false);
+    if (document.is_discarded() || !document.is_object()) {
+        reason = "it is not valid JSON; it may have been cut short";
+        return false;
+    }
+    Placement result;
+    std::string format;
+    if (!getText(document, "format", format) || format != kFormat ||
+        document.value("version", json()) != kVersion) {
+        reason = "it is not a placement record that this program can read";
+        return false;
+    }
+    const auto freq = document.find("freq_mhz");
+    if (!getText(document, "top", result.top) || !getText(document, "device", result.device) ||
+        !getText(document, "package", result.package) ||
+        !getText(document, "netlist", result.netlist) ||
+        !getText(document, "constraints", result.constraints) || freq == document.end() ||
+        !freq->is_number() || !getText(document, "inputs", result.inputs) ||
+        !getTexts(document, "words", result.words) ||
+        !getTexts(document, "checksums", result.checksums) || result.checksums.empty()) {
+        reason = "a value of it is missing or of the wrong kind";
+        return false;
+    }
+    result.freqMhz = freq->get<double>();
+    placement = std::move(result);
+    return true;
+}
+
+std::string fingerprintInputs(const std::string& netlist, const std::string& constraints) {
+    const std::string pins = constraints.empty() ? std::string() : readInput(constraints);
+    return fingerprint(readInput(netlist) + '\0' + pins);
+}
+
+}  // namespace ice40
