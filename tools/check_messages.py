@@ -61,6 +61,9 @@ class Check:
     def run(self):
         self.seen.extend([self.catalogue, *sorted(self.catalogue.iterdir())])
         for top in TOPS:
+            if not (self.root / top).is_dir():
+                continue
+            self.seen.append(self.root / top)
             for path in sorted((self.root / top).rglob("*")):
                 if path.is_dir():
                     self.seen.append(path)
