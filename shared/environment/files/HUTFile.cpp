@@ -101,10 +101,16 @@ bool HUTFile::isFile(const std::string& path) {
 }
 
 bool HUTFile::getFileStamp(const char* path, long& seconds) {
+    long size = 0;
+    return getFileStamp(path, seconds, size);
+}
+
+bool HUTFile::getFileStamp(const char* path, long& seconds, long& size) {
     struct stat status = {};
     if (::stat(path, &status) != 0 || !S_ISREG(status.st_mode))
         return false;
     seconds = status.st_mtim.tv_sec;
+    size = static_cast<long>(status.st_size);
     return true;
 }
 

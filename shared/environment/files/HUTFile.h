@@ -55,6 +55,8 @@ public:
     /// when `path` is a regular file, with `seconds` its modification time;
     /// else `seconds` stays as it was.
     static bool getFileStamp(const char* path, long& seconds);
+    /// The same, with the size of the file from that system call.
+    static bool getFileStamp(const char* path, long& seconds, long& size);
 
     bool isDir() const;
 

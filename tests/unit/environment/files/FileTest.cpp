@@ -125,6 +125,19 @@ TEST_F(FileTest, GivesAStampForFilesOnly) {
     EXPECT_EQ(seconds, 1000000001);
 }
 
+TEST_F(FileTest, GivesTheSizeWithTheStamp) {
+    m_dir.mark("a", "12345");
+    m_dir.touch("a", 1000000001);
+    long seconds = 7;
+    long size = 8;
+    EXPECT_FALSE(HUTFile::getFileStamp(m_dir.path("c").c_str(), seconds, size));
+    EXPECT_EQ(seconds, 7);
+    EXPECT_EQ(size, 8);
+    EXPECT_TRUE(HUTFile::getFileStamp(m_dir.path("a").c_str(), seconds, size));
+    EXPECT_EQ(seconds, 1000000001);
+    EXPECT_EQ(size, 5);
+}
+
 TEST_F(FileTest, MakesAFolder) {
     EXPECT_TRUE(file("a").mkDir());
     EXPECT_TRUE(file("a").isDir());
