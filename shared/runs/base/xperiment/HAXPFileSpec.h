@@ -51,8 +51,9 @@ public:
     /// How many enumerated file types there are; universal ones don't count.
     int fileTypeCount() const { return static_cast<int>(m_fileTypes.size()); }
 
-    /// The enumerated file types, in order of addition. The caller deletes the
-    /// iterator.
+    /// The enumerated file types, in order of addition, and a view of them that is good
+    /// until one is added. The caller deletes the iterator.
+    const HSTVector<HAXPTypes::FileType>& getFileTypes() const { return m_fileTypes; }
     HSTFwdIter<HAXPTypes::FileType>* createFileTypeIter() const;
 
     int fileTypeCountUniversal() const { return static_cast<int>(m_universalFileTypes.size()); }

@@ -28,7 +28,7 @@ public:
     HATOptGroup* getAttrs() const { return m_attrs.get(); }
 
     /// The id of the options group, which is the step's flowStepId.
-    std::string getOptGrpId() const;
+    const std::string& getOptGrpId() const;
 
     const HATOptGroupSpec* getOptionsSpec() const;
     const HATOptGroupSpec* getAttrsSpec() const;

@@ -2,7 +2,11 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <cstddef>
 #include <string>
+#include <string_view>
+
+#include <boost/container/small_vector.hpp>
 
 #include "runs/base/xperiment/RunsExport.h"
 
@@ -10,47 +14,77 @@
 ///
 /// Markers are how a launched run, which may be on another host, tells of its
 /// progress. All of them lie directly in the run directory. `runDir` is a path
-/// without a separator at its end; names are without the directory.
+/// without a separator at its end; an empty one has no markers. Names are without
+/// the directory.
 namespace xperiment {
+
+/// The kinds of the markers of a step, and of a whole process.
+constexpr const char* beginMarker = "begin";
+constexpr const char* endMarker = "end";
+constexpr const char* errorMarker = "error";
+
+/// The program whose process has markers of its own, in the place of T below.
+constexpr const char* tarnelProcess = "tarnel";
 
 /// Asks the helper scripts of a run to stop it; empty.
 constexpr const char* stopMarker = ".stop.rst";
 
-/// `runDir`, the host's separator, `name`.
-RUNS_API std::string markerPath(const std::string& runDir, const std::string& name);
-
-/// ".T.kind.rst", where T is a step's status tracking string, or the program of the
-/// whole process, and `kind` is "begin", "end" or "error".
+/// ".T.kind.rst", where T is a step's status tracking string, or the program of a
+/// whole process.
 RUNS_API std::string stepMarker(const std::string& trackingStr, const std::string& kind);
-
-/// ".T.kind.stp": counts where the form above isn't there.
-RUNS_API std::string alternativeStepMarker(const std::string& trackingStr, const std::string& kind);
 
 /// ".Q.queue.rst", where Q is a flow's queue string, or its name: the run is queued.
 RUNS_API std::string queueMarker(const std::string& queueStr);
 
-/// The program in the name of the process's own markers: "tarnel" when this program
-/// is that one, otherwise "ridgeLine".
-RUNS_API bool runsInTarnel();
-RUNS_API const char* processWord();
+/// The path of the marker `name` in `runDir`.
+RUNS_API std::string markerPath(const std::string& runDir, const std::string& name);
 
-/// Which markers a step was found to have; `end` and `error` aren't looked at
-/// without `begin`, nor `error` with `end`.
-struct StepMarkers {
-    bool begin = false;
-    bool end = false;
-    bool error = false;
+/// Whether this program is the "tarnel" one, to which the markers ".tarnel.*" of a
+/// whole process belong.
+RUNS_API bool isTarnelProgram();
+
+/// Finds the markers of one step: asks the disk once a name, and takes no memory
+/// while paths stay below half a thousand characters.
+class StepMarkerFinder {
+public:
+    StepMarkerFinder(const std::string& runDir, const std::string& trackingStr);
+
+    /// Looks for the marker `kind` that counts for the step: the form ".rst", else the
+    /// form ".stp". For an error also the marker of the whole process, unless the
+    /// step's end marker, as ".rst", is there. What can't be read is absent.
+    bool find(std::string_view kind);
+
+    /// Of the marker that find() found last: path, time of modification (s) and size
+    /// (bytes).
+    const char* path() const { return m_path.data(); }
+    long stamp() const { return m_stamp; }
+    long size() const { return m_size; }
+    /// Whether it is the step's own, as ".rst".
+    bool isPlain() const { return m_isPlain; }
+
+private:
+    void setPath_(std::string_view word, std::string_view kind, std::string_view suffix);
+    bool look_(std::string_view word, std::string_view kind, std::string_view suffix);
+    void append_(std::string_view text);
+
+    boost::container::small_vector<char, 512> m_path;
+    std::size_t m_folderLength = 0;
+    const std::string& m_trackingStr;
+    long m_stamp = 0;
+    long m_size = 0;
+    bool m_isPlain = false;
 };
 
-/// The status code (HDGUIStatus::Code) that they give: end or error without begin is
-/// not started, and end beats error.
-RUNS_API int statusCode(const StepMarkers& found);
+/// What the markers of a step say.
+struct StepState {
+    int code = 0;            ///< a HDGUIStatus::Code
+    long startStamp = 0;     ///< time of the begin marker (s), 0 without one
+    long endStamp = 0;       ///< time of the end or error marker (s), 0 without one
+    bool hasHandle = false;  ///< whether the begin marker, as ".rst", has content
+};
 
-/// The marker `kind` that counts as present for a step, found with one look at each
-/// name. Without one it is false, and `path` and `stamp` stay as they were; either
-/// may be null. The error marker of the process stands in for the step's own unless
-/// the step's end marker, with ".rst", is there. A marker that can't be read is absent.
-RUNS_API bool findMarker(const std::string& runDir, const std::string& trackingStr,
-                         const char* kind, std::string* path, long* stamp);
+/// The one place that goes from markers to a status code. End or error without begin
+/// isn't started, and end beats error; what can't change the code isn't looked at.
+StepState readStepState(const std::string& runDir, const std::string& trackingStr);
 
 }  // namespace xperiment

@@ -1,0 +1,82 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "runs/base/xperiment/HAXPMgr.h"
+
+#include <memory>
+
+#include "environment/containers/heapIter.h"
+#include "environment/errors/HEXDataException.h"
+#include "runs/base/xperiment/HAXPFlow.h"
+#include "runs/base/xperiment/HAXPFlowType.h"
+#include "runs/base/xperiment/HAXPStatMgr.h"
+
+HAXPMgr* HAXPMgr::sp_theGlobal = nullptr;
+
+HAXPMgr::HAXPMgr() = default;
+
+HAXPMgr::~HAXPMgr() = default;
+
+HAXPMgr* HAXPMgr::getGlobal() {
+    if (sp_theGlobal == nullptr)
+        sp_theGlobal = new HAXPMgr;
+    return sp_theGlobal;
+}
+
+HAXPFlow* HAXPMgr::createFlow(const std::string& name, const std::string& version,
+                              const std::string& flowId) {
+    auto flow = std::make_unique<HAXPFlow>(name, version, flowId);
+    m_flows.push_back(flow.get());
+    return flow.release();
+}
+
+HSTFwdIter<HAXPFlow*>* HAXPMgr::createFlowIter() const {
+    return containers::heapIter<HAXPFlow*>(m_flows);
+}
+
+HAXPFlow* HAXPMgr::getFlowById(const std::string& flowId) const {
+    for (HAXPFlow* flow : m_flows)
+        if (flow->getFlowId() == flowId)
+            return flow;
+    return nullptr;
+}
+
+HAXPFlow* HAXPMgr::getDefaultFlow(HAXPTypes::FlowType type) const {
+    return m_defaultFlows[type];
+}
+
+HAXPFlow* HAXPMgr::getDefaultFlow(const HAXPFlowType& type) const {
+    try {
+        const auto at = m_universalDefaultFlows.find(type.getUniversalForm());
+        return at == m_universalDefaultFlows.end() ? nullptr : at->second;
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+void HAXPMgr::setDefaultFlow(HAXPTypes::FlowType type, HAXPFlow* flow) {
+    if (m_defaultFlows[type] != nullptr)
+        throw HEXDataException("Default flow already set for flowType!");
+    m_defaultFlows[type] = flow;
+}
+
+void HAXPMgr::setDefaultFlow(const HAXPFlowType& type, HAXPFlow* flow) {
+    // Callers hear one text, whether the type has no text form or a default already.
+    try {
+        if (!m_universalDefaultFlows.emplace(type.getUniversalForm(), flow).second)
+            throw HEXDataException("Default flow already set for flow type");
+    } catch (...) {
+        throw HEXDataException("Invalid universal flow type");
+    }
+}
+
+bool HAXPMgr::isFlowSupported(const HAXPFlow* flow) const {
+    return flow != nullptr && !flow->isLegacy();
+}
+
+int HAXPMgr::statSpecCount() const {
+    return HAXPStatMgr::getGlobal()->statSpecCount();
+}
+
+HSTFwdIter<HAXPStatSpec*>* HAXPMgr::createStatSpecIter() const {
+    return HAXPStatMgr::getGlobal()->createStatSpecIter();
+}
