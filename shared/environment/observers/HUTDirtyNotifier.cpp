@@ -3,6 +3,7 @@
 #include "environment/observers/HUTDirtyNotifier.h"
 
 #include <algorithm>
+#include <exception>
 
 #include "environment/observers/HUTDirtyObserver.h"
 
@@ -10,10 +11,19 @@ HUTDirtyNotifier::~HUTDirtyNotifier() = default;
 
 void HUTDirtyNotifier::setDirty() {
     const std::vector<HUTDirtyObserver*> toTell = m_observers;
+    std::exception_ptr firstThrown;
     for (HUTDirtyObserver* observer : toTell) {
-        if (std::find(m_observers.begin(), m_observers.end(), observer) != m_observers.end())
+        if (std::find(m_observers.begin(), m_observers.end(), observer) == m_observers.end())
+            continue;
+        try {
             observer->setDirty();
+        } catch (...) {
+            if (!firstThrown)
+                firstThrown = std::current_exception();
+        }
     }
+    if (firstThrown)
+        std::rethrow_exception(firstThrown);
 }
 
 void HUTDirtyNotifier::attachDirtyObserver(HUTDirtyObserver* observer) {

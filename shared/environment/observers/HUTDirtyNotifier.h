@@ -14,7 +14,8 @@ public:
     virtual ~HUTDirtyNotifier();
 
     /// Calls setDirty() of every observer, in order of attachment. An observer
-    /// may attach or detach while it is told.
+    /// may attach or detach while it is told. What the first of them throws
+    /// passes after all were told.
     void setDirty();
 
     /// Tells `observer` from now on. Null, or one attached already, is ignored.
