@@ -164,6 +164,8 @@ void OutputFile::commit() {
                           "Look at the lines above for what the tool says, and at the free space "
                           "of the disk");
     const Descriptor file(::open(m_part.c_str(), O_RDONLY | O_CLOEXEC));
+    if (file.get() >= 0 && isDiskFull(file.get()))
+        failWriting(m_path, ENOSPC);
     if (file.get() < 0 || ::fsync(file.get()) != 0 || ::rename(m_part.c_str(), m_path.c_str()) != 0)
         failWriting(m_path, errno);
     m_committed = true;
