@@ -59,7 +59,7 @@ bool exists(const std::string& path) {
 /// is behind it.
 std::string takePart(std::string& text) {
     const std::size_t dot = text.find('.');
-    const std::string part = text.substr(0, dot);
+    std::string part = text.substr(0, dot);
     text = dot == std::string::npos ? "" : text.substr(dot + 1);
     return part;
 }
@@ -163,8 +163,9 @@ std::string HUTEnv::getMQIAppDataDir() {
 
 std::string HUTEnv::getKPXAppRoot(const std::string& relPath) {
     const Shared installation = holder().get();
+    const std::string tail = "/" + relPath;
     for (const std::string& root : installation->appRoots)
-        if (exists(root + "/" + relPath))
+        if (exists(root + tail))
             return root;
     return installation->appRoots.empty() ? "" : installation->appRoots.front();
 }

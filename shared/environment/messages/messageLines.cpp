@@ -43,7 +43,7 @@ std::string takeId(std::string& line) {
     const std::size_t end = line.find(']');
     if (line.empty() || line.front() != '[' || end == std::string::npos)
         return "";
-    const std::string id = line.substr(1, end - 1);
+    std::string id = line.substr(1, end - 1);
     if (id.empty() || id.find_first_not_of("0123456789-") != std::string::npos)
         return "";
     const std::size_t text = end + 1 < line.size() && line[end + 1] == ' ' ? end + 2 : end + 1;

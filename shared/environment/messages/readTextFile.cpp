@@ -11,7 +11,7 @@
 
 namespace {
 
-constexpr std::size_t kMaxBytes = 16 * 1024 * 1024;
+constexpr std::size_t kMaxBytes = std::size_t{16} * 1024 * 1024;
 
 std::string systemReason() {
     return std::generic_category().message(errno);

@@ -79,12 +79,12 @@ public:
             ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "environment", ComMsgMgr::kWarning,
                                      "@12-13@%s%d", m_path, number);
         for (const paramFile::Line& line : lines)
-            take(line);
+            take_(line);
         return m_values;
     }
 
 private:
-    void take(const paramFile::Line& line) {
+    void take_(const paramFile::Line& line) {
         bool value = false;
         if (!m_mgr.isKnown(line.name))
             ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "environment", ComMsgMgr::kWarning,
@@ -93,10 +93,10 @@ private:
             ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "environment", ComMsgMgr::kWarning,
                                      "@12-11@%s%d%s%s", m_path, line.number, line.value, line.name);
         else
-            keep(line, value);
+            keep_(line, value);
     }
 
-    void keep(const paramFile::Line& line, bool value) {
+    void keep_(const paramFile::Line& line, bool value) {
         const auto known = m_lines.find(line.name);
         if (known != m_lines.end())
             ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "environment", ComMsgMgr::kWarning,

@@ -147,20 +147,21 @@ TEST(SendMessageTest, LetsASinkUnplugItself) {
 }
 
 TEST(SendMessageTest, LosesNoMessageOfManyThreads) {
-    constexpr int kThreads = 4;
-    constexpr int kEach = 200;
+    constexpr std::size_t kThreads = 4;
+    constexpr std::size_t kEach = 200;
     const test::MessageRecorder messages;
     std::vector<std::thread> threads;
-    for (int i = 0; i < kThreads; ++i)
+    threads.reserve(kThreads);
+    for (std::size_t i = 0; i < kThreads; ++i)
         threads.emplace_back([] {
-            for (int k = 0; k < kEach; ++k) {
+            for (std::size_t k = 0; k < kEach; ++k) {
                 const Plugged other(calling([](auto&, auto&) {}));
                 sendInfo("a");
             }
         });
     for (std::thread& thread : threads)
         thread.join();
-    EXPECT_EQ(messages.ids().size(), std::size_t{kThreads * kEach});
+    EXPECT_EQ(messages.ids().size(), kThreads * kEach);
 }
 
 TEST(SendMessageTest, SendsAMessageThatWasMadeBefore) {
@@ -190,12 +191,13 @@ TEST(MessageRecorderTest, FailsTheTestThatSendsWhatTheCatalogueHasNot) {
 
 /// A terminal sink over a stream in memory.
 class TerminalSinkTest : public ::testing::Test {
-protected:
+public:
     ~TerminalSinkTest() override {
         std::fclose(m_stream);
         std::free(m_buffer);
     }
 
+protected:
     /// What a sink writes while `send` runs.
     template <class Send> std::string written(ComMsgMgr::MsgMask leastMask, const Send& send) {
         const Plugged sink(std::make_shared<ComMsgMgrTerminalSink>(leastMask, m_stream));

@@ -28,10 +28,11 @@ const char kDebugVariable[] = "XPERIMENT_PARAM_RUNS_DEBUG";
 
 /// The process's manager without a value from any source, before and after.
 class ParamTest : public ::testing::Test {
-protected:
+public:
     ParamTest() { forgetAll(); }
     ~ParamTest() override { forgetAll(); }
 
+protected:
     void TearDown() override { EXPECT_EQ(m_messages.summaries(), m_expected); }
 
     static void forgetAll() {
