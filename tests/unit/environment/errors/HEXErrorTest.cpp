@@ -29,9 +29,15 @@ ComMsgMgrInstance message() {
 /// Every class that is built from one text or from a message.
 template <class Exception> class HEXErrorClassTest : public ::testing::Test {};
 
+struct ClassNames {
+    template <class Exception> static std::string GetName(int) {
+        return ::testing::internal::GetTypeName<Exception>();
+    }
+};
+
 using Classes = ::testing::Types<HEXAll, HEXError, HEXAlgException, HEXDataException,
                                  HEXFileNotFoundException, HEXUserException, HXMLException>;
-TYPED_TEST_SUITE(HEXErrorClassTest, Classes);
+TYPED_TEST_SUITE(HEXErrorClassTest, Classes, ClassNames);
 
 TYPED_TEST(HEXErrorClassTest, CarriesItsText) {
     const TypeParam error("no such run \"a\" 100%s");
