@@ -8,6 +8,7 @@ if(TARGET workbench)
 endif()
 install(TARGETS ${xperiment_targets} EXPORT xperimentTargets
   FILE_SET HEADERS DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/xperiment
+  FILE_SET generated DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/xperiment
   INCLUDES DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/xperiment)
 set(package_dir ${CMAKE_INSTALL_LIBDIR}/cmake/xperiment)
 install(EXPORT xperimentTargets NAMESPACE xperiment:: DESTINATION ${package_dir})

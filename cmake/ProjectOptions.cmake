@@ -36,9 +36,9 @@ function(xperiment_library target)
   add_library(xperiment::${target} ALIAS ${target})
   generate_export_header(${target} EXPORT_MACRO_NAME ${ARG_API}
     EXPORT_FILE_NAME ${generated}/${ARG_EXPORT_HEADER})
-  target_sources(${target} PUBLIC FILE_SET HEADERS
-    BASE_DIRS ${ARG_ROOT} ${generated}
-    FILES ${generated}/${ARG_EXPORT_HEADER})
+  target_sources(${target} PUBLIC
+    FILE_SET HEADERS BASE_DIRS ${ARG_ROOT}
+    FILE_SET generated TYPE HEADERS BASE_DIRS ${generated} FILES ${generated}/${ARG_EXPORT_HEADER})
   target_link_libraries(${target} PRIVATE $<BUILD_INTERFACE:project_options>)
   set_target_properties(${target} PROPERTIES
     OUTPUT_NAME xperiment_${target}

@@ -1,0 +1,259 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "workbench/HAXPExpRun.h"
+
+#include "environment/containers/HSTFwdIter.h"
+#include "environment/files/HUTFile.h"
+#include "environment/strings/HSTStringUtils.h"
+#include "runs/base/xperiment/HAXPExpRunStep.h"
+#include "runs/base/xperiment/HAXPFlow.h"
+#include "runs/base/xperiment/HAXPFlowStep.h"
+#include "runs/base/xperiment/HAXPStrategy.h"
+#include "runs/base/xperiment/HDGUIStatus.h"
+#include "workbench/DesignInputs.h"
+#include "workbench/OpenRunInfo.h"
+#include "workbench/runGate.h"
+#include "workbench/runLock.h"
+
+using workbench::RunLife;
+
+namespace {
+
+using StepIter = std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>>;
+
+std::string queueMarker(const HAXPExpRunBase& run) {
+    const HAXPStrategy* strategy = run.getStrategy();
+    return "." + strategy->getFlow()->getQueStr() + ".queue.rst";
+}
+
+}  // namespace
+
+/// What one reading of the directory tells.
+struct HAXPExpRun::Poll {
+    const HAXPExpRunStep* failed = nullptr;
+    const HAXPExpRunStep* running = nullptr;
+    /// The first step up to the launch's last one that isn't done.
+    const HAXPExpRunStep* missing = nullptr;
+    HAXPExpRunStep* latest = nullptr;
+    bool anyDone = false;
+    bool changed = false;
+};
+
+/// The run's status, in words for a table: "Running", and the step that it is about.
+struct HAXPExpRun::Verdict {
+    int code;
+    const char* text;
+    const HAXPExpRunStep* at;
+};
+
+struct HAXPExpRun::Extra {
+    HAXPStratDB* owner = nullptr;
+    bool dirty = false;
+    workbench::RunGate gate;
+};
+
+HAXPExpRun::HAXPExpRun(const std::string& name, const HAXPStrategy* strategy, HAXPStratDB* owner)
+    : HAXPExpRunBase(name, strategy, nullptr), m_extra(std::make_unique<Extra>()) {
+    m_extra->owner = owner;
+    try {
+        HAXPExpRun::initRun_(name, strategy, nullptr);
+    } catch (...) {
+        nukeSteps();
+        setExpInfoBase(nullptr);
+        throw;
+    }
+}
+
+HAXPExpRun::~HAXPExpRun() noexcept(false) {
+    setLatestStep(nullptr);
+    nukeSteps();
+    setExpInfoBase(nullptr);
+}
+
+OpenRunInfo& HAXPExpRun::getInfo() const {
+    return static_cast<OpenRunInfo&>(*getExpInfoBase());
+}
+
+bool HAXPExpRun::isDirty() const {
+    return m_extra->dirty;
+}
+
+void HAXPExpRun::clearDirty() {
+    m_extra->dirty = false;
+}
+
+void HAXPExpRun::updateStatus() {
+    std::string dir;
+    getRunDir(dir);
+    if (dir.empty() || getRunMode() != kLaunched) {
+        clearStatus_();
+        return;
+    }
+    if (m_extra->gate.isUnchanged(dir))
+        return;
+    m_extra->gate.open(dir);
+    Poll poll;
+    readSteps_(dir, poll);
+    RunLife life = RunLife::kUnknown;
+    if (poll.failed == nullptr && poll.missing != nullptr) {
+        life = workbench::probeRunLock(dir);
+        // Whoever just ended wrote its marker before it let the lock go.
+        if (life == RunLife::kGone) {
+            const bool changed = poll.changed;
+            poll = Poll();
+            poll.changed = changed;
+            readSteps_(dir, poll);
+        }
+    }
+    const Verdict verdict = decide_(poll, life);
+    publish_(poll, verdict);
+    m_extra->gate.close(verdict.code == HDGUIStatus::statusDone || poll.failed != nullptr);
+}
+
+void HAXPExpRun::setRunStatus(HAXPExpRunStep* step, int status) {
+    (step == nullptr ? getStatus() : step->getStatus())->setCode(status);
+    m_extra->gate.forget();
+}
+
+bool HAXPExpRun::isUpToDate() {
+    updateStatus();
+    if (getStatus()->getCode() != HDGUIStatus::statusDone)
+        return false;
+    const HAXPExpRunStep* last = getToStep();
+    if (last == nullptr || last->getStatus()->getCode() != HDGUIStatus::statusDone)
+        return false;
+    getInfo().updStaleReasons();
+    return !getInfo().isStale();
+}
+
+bool HAXPExpRun::resetFrom(const HAXPExpRunStep* first) {
+    std::string dir;
+    getRunDir(dir);
+    bool ok = true;
+    bool reached = false;
+    const StepIter steps(createRunStepIter());
+    while (steps->hasNext()) {
+        HAXPExpRunStep* step = steps->next();
+        reached = reached || step == first;
+        if (!reached)
+            continue;
+        // Twice, for a marker under both suffixes: one pass removes one of them.
+        for (int pass = 0; pass < 2; ++pass)
+            ok = step->getFlowStep()->resetStep(dir, getExpInfoBase()) && ok;
+        step->resetStatus();
+        step->resetStaleReasons();
+    }
+    HUTFile(pathOf(queueMarker(*this))).rm();
+    getInfo().removeAllStaleReasons();
+    setLatestStep(nullptr);
+    m_extra->gate.forget();
+    updateStatus();
+    return ok;
+}
+
+std::string HAXPExpRun::pathOf(const std::string& name) const {
+    std::string dir;
+    getRunDir(dir);
+    return dir + HUTFile::getDirSeparator() + name;
+}
+
+void HAXPExpRun::initRun_(const std::string& name, const HAXPStrategy* strategy,
+                          const HAXRReportStrategy*) {
+    setExpInfoBase(new OpenRunInfo(this, name));
+    const HAXPFlow* flow = strategy->getFlow();
+    const bool isSynthesis = flow != nullptr && flow->supportsFlowType(HAXPTypes::FLOW_SYNTH);
+    getExpInfoBase()->setFlowType(isSynthesis ? HAXPTypes::FLOW_SYNTH
+                                              : HAXPTypes::FLOW_ENTIRE_DESIGN);
+    setStatus_(new HDGUIStatus("Not started", ""));
+    setStrategy_(new HAXPStrategy);
+    getStrategy()->setInternal(true);
+    getStrategy()->attach(static_cast<HATOptGroupObserver*>(this));
+    applyStrategy(strategy);
+    getStrategy()->attach(m_extra->owner);
+    createStats();
+    clearDirty();
+}
+
+void HAXPExpRun::setDirtyCallback_() {
+    m_extra->dirty = true;
+}
+
+void HAXPExpRun::readSteps_(const std::string& dir, Poll& poll) {
+    const HAXPExpRunStep* last = launchedTo_();
+    bool within = true;
+    const StepIter steps(createRunStepIter());
+    while (steps->hasNext()) {
+        HAXPExpRunStep* step = steps->next();
+        const int before = step->getStatus()->getCode();
+        step->updateStatus(dir);
+        const int code = step->getStatus()->getCode();
+        poll.changed = poll.changed || code != before;
+        const bool counts = step->isEnabled() && !step->isVirtual();
+        if (counts && code != HDGUIStatus::statusNotStarted)
+            poll.latest = step;
+        if (counts && within) {
+            if (code == HDGUIStatus::statusError && poll.failed == nullptr)
+                poll.failed = step;
+            if (code == HDGUIStatus::statusRunning && poll.running == nullptr)
+                poll.running = step;
+            if (code == HDGUIStatus::statusDone)
+                poll.anyDone = true;
+            else if (poll.missing == nullptr)
+                poll.missing = step;
+        }
+        within = within && step != last;
+    }
+}
+
+HAXPExpRun::Verdict HAXPExpRun::decide_(const Poll& poll, RunLife life) const {
+    if (poll.failed != nullptr)
+        return {HDGUIStatus::statusError, "Failed", poll.failed};
+    if (poll.missing == nullptr)
+        return {HDGUIStatus::statusDone, "Done", nullptr};
+    const bool begun = poll.running != nullptr || poll.anyDone;
+    if (!begun && HUTFile::isFile(pathOf(queueMarker(*this))))
+        return {HDGUIStatus::statusQueued, "Queued", nullptr};
+    if (life == RunLife::kUnknown && !begun)
+        return {HDGUIStatus::statusNotStarted, "Not started", nullptr};
+    const HAXPExpRunStep* at = poll.running != nullptr ? poll.running : poll.missing;
+    if (life == RunLife::kGone)
+        return {HDGUIStatus::statusError, poll.running != nullptr ? "Lost in" : "Stopped before",
+                at};
+    return {HDGUIStatus::statusRunning, "Running", at};
+}
+
+void HAXPExpRun::publish_(const Poll& poll, const Verdict& verdict) {
+    HDGUIStatus& status = *getStatus();
+    status.setText(verdict.text);
+    status.setDetailText(verdict.at == nullptr ? std::string()
+                                               : verdict.at->getFlowStep()->getFlowStepId());
+    status.setCode(verdict.code);
+    if (getLatestStep() != poll.latest)
+        setLatestStep(poll.latest);
+    if (poll.changed)
+        getInfo().readMetrics();
+}
+
+void HAXPExpRun::clearStatus_() {
+    const StepIter steps(createRunStepIter());
+    while (steps->hasNext())
+        steps->next()->getStatus()->setCode(HDGUIStatus::statusNotStarted);
+    getStatus()->setText("Not started");
+    getStatus()->setDetailText("");
+    getStatus()->setCode(HDGUIStatus::statusNotStarted);
+    getInfo().clearMetrics();
+    m_extra->gate.forget();
+}
+
+const HAXPExpRunStep* HAXPExpRun::launchedTo_() const {
+    const std::string& abbrev = getInfo().getLaunchedTo();
+    if (abbrev.empty())
+        return getToStep();
+    const StepIter steps(createRunStepIter());
+    while (steps->hasNext()) {
+        const HAXPExpRunStep* step = steps->next();
+        if (HSTStringUtils::iequals(step->getFlowStep()->getAbbrev(), abbrev))
+            return step;
+    }
+    return nullptr;
+}

@@ -1,0 +1,68 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "runs/base/xperiment/HAXPExpRunBase.h"
+#include "workbench/WorkbenchExport.h"
+#include "workbench/runLock.h"
+
+class HAXPStratDB;
+class OpenRunInfo;
+struct DesignInputs;
+
+/// A run of the workbench.
+///
+/// Its status follows from the markers of its steps: failed when one failed, done when
+/// every step up to the last one of its launch is done, queued while its queue marker
+/// stands and nothing has begun, running while a step or the time between two steps
+/// is. A run whose processes are gone without an end is failed, and its text says that
+/// it was lost.
+class WORKBENCH_API HAXPExpRun final : public HAXPExpRunBase {
+public:
+    /// `owner` hears of changes of the run's strategy; it isn't owned and outlives the
+    /// run, or is null. `strategy` is copied. @throws HEXAlgException a null strategy.
+    HAXPExpRun(const std::string& name, const HAXPStrategy* strategy, HAXPStratDB* owner);
+    ~HAXPExpRun() noexcept(false) override;
+
+    OpenRunInfo& getInfo() const;
+
+    /// Whether setDirty() was called since the last clearDirty().
+    bool isDirty() const;
+    void clearDirty();
+
+    /// One call of stat() when nothing in the run directory changed.
+    void updateStatus() override;
+    void setRunStatus(HAXPExpRunStep* step, int status) override;
+
+    /// Whether the last step of the launch, or of the run, is done and the run isn't
+    /// stale. Brings status and stale reasons up to date first.
+    bool isUpToDate();
+
+    /// Takes back every step from `first` on, so that a launch begins there: markers,
+    /// status and stale reasons go, outputs stay until they are written anew. False
+    /// when a marker can't be removed.
+    bool resetFrom(const HAXPExpRunStep* first);
+
+    /// The path of `name` in the run directory.
+    std::string pathOf(const std::string& name) const;
+
+protected:
+    void initRun_(const std::string& name, const HAXPStrategy* strategy,
+                  const HAXRReportStrategy* reportStrategy) override;
+    void setDirtyCallback_() override;
+
+private:
+    struct Poll;
+    struct Verdict;
+    void readSteps_(const std::string& dir, Poll& poll);
+    Verdict decide_(const Poll& poll, workbench::RunLife life) const;
+    void publish_(const Poll& poll, const Verdict& verdict);
+    void clearStatus_();
+    const HAXPExpRunStep* launchedTo_() const;
+
+    struct Extra;
+    std::unique_ptr<Extra> m_extra;
+};

@@ -1,0 +1,106 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "workbench/OpenDataMgr.h"
+
+#include <memory>
+
+#include "environment/containers/HSTFwdIter.h"
+#include "runs/base/xperiment/HAXPExpRunBase.h"
+#include "runs/base/xperiment/HAXPExpRunStep.h"
+#include "runs/base/xperiment/HAXPFlow.h"
+#include "runs/base/xperiment/HAXPFlowStep.h"
+#include "runs/base/xperiment/HAXPStrategy.h"
+#include "runs/base/xperiment/HAXPUtilsBase.h"
+#include "runs/base/xperiment/HDGUIStatus.h"
+#include "workbench/runLock.h"
+
+namespace {
+
+/// Tells the wrapper which steps to pass over.
+const char kSkipVariable[] = "XPERIMENT_SKIP_STEPS";
+
+constexpr char kCleanPaths[] = R"(# An empty element of a search path means the current folder.
+xp_clean() {
+  xp_path=$1
+  while :; do
+    case $xp_path in
+      :*) xp_path=${xp_path#:} ;;
+      *:) xp_path=${xp_path%:} ;;
+      *::*) xp_path=${xp_path%%::*}:${xp_path#*::} ;;
+      *) break ;;
+    esac
+  done
+}
+xp_clean "$PATH"
+PATH=$xp_path
+export PATH
+xp_clean "$LD_LIBRARY_PATH"
+LD_LIBRARY_PATH=$xp_path
+if [ -n "$LD_LIBRARY_PATH" ]; then
+  export LD_LIBRARY_PATH
+else
+  unset LD_LIBRARY_PATH
+fi
+)";
+
+constexpr char kTakeLock[] = R"(
+# Held until the last process of this run is gone.
+exec 9>>@LOCK@
+if command -v flock > /dev/null 2>&1; then
+  flock -w 10 9 || { echo "another launch of this run is at work" >> "$MQ_LOG"; exit 1; }
+fi
+)";
+
+/// The tracking names of the disabled steps of `run`, blanks between them.
+std::string disabledSteps(const HAXPExpRunBase& run) {
+    std::string names;
+    const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
+    while (steps->hasNext()) {
+        const HAXPExpRunStep* step = steps->next();
+        if (!step->isEnabled())
+            HAXPUtilsBase::addStr(names, step->getFlowStep()->getStatusTrackingStr());
+    }
+    return names;
+}
+
+std::string takeLock() {
+    std::string text = kTakeLock;
+    const std::string mark = "@LOCK@";
+    text.replace(text.find(mark), mark.size(), workbench::kRunLockName);
+    return text;
+}
+
+}  // namespace
+
+OpenDataMgr::OpenDataMgr() = default;
+
+OpenDataMgr::~OpenDataMgr() = default;
+
+const std::string& OpenDataMgr::getLastLine() {
+    static const std::string s_line = "# end of the run script";
+    return s_line;
+}
+
+void OpenDataMgr::scriptPreCmds_(HAXPExpRunBase* run, std::string& jsCmds, std::string& shCmds,
+                                 std::string& htrCmds) {
+    const std::string skip = disabledSteps(*run);
+    const std::string queueMarker =
+        ".'" + run->getStrategy()->getFlow()->getQueStr() + "'.queue.rst";
+    shCmds = kCleanPaths + takeLock() + "rm -f " + queueMarker + "\n" + kSkipVariable + "='" +
+             skip + "'\nexport " + kSkipVariable;
+    jsCmds = std::string("ProcEnv(\"") + kSkipVariable + "\") = \"" + skip + "\";";
+    htrCmds.clear();
+    if (!skip.empty())
+        htrCmds = "# disabled steps, to be left out: " + skip + "\n";
+}
+
+void OpenDataMgr::scriptPostCmds_(HAXPExpRunBase*, std::string& jsCmds, std::string& shCmds) {
+    jsCmds.clear();
+    shCmds = getLastLine();
+}
+
+void OpenDataMgr::exportData_(HAXPExpRunBase*, HAXPLaunchOptions*, HDGUIStatus& status) {
+    status.setCode(HDGUIStatus::statusError);
+    status.setText("Not exported");
+    status.setDetailText("A run of the workbench keeps its results in its run directory");
+}

@@ -1,0 +1,120 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "workbench/OpenFlowStep.h"
+
+#include <memory>
+
+#include "environment/options/HATAttrSpec.h"
+#include "environment/options/HATOptGroupSpec.h"
+#include "environment/strings/HUTConvert.h"
+#include "runs/base/xperiment/HAXPExpRunBase.h"
+#include "runs/base/xperiment/HAXPFileSpec.h"
+#include "runs/base/xperiment/HAXPUtilsBase.h"
+#include "workbench/DesignInputs.h"
+#include "workbench/OpenRunInfo.h"
+#include "workbench/stepTables.h"
+
+namespace {
+
+std::unique_ptr<HATAttrSpec> makeSpec(const workbench::OptionTable& option) {
+    auto spec = std::make_unique<HATAttrSpec>(option.type, HATAttrSpec::kOption);
+    spec->setName(option.name);
+    spec->setDescription(option.description);
+    for (const char* value : option.values)
+        spec->addEnumRange(value, value, value);
+    if (option.type == HATAttrTypes::kEnum) {
+        spec->setEnumDefault(option.defaultText);
+    } else if (option.type == HATAttrTypes::kInt) {
+        int value = 0;
+        HUTConvert::stringToInteger(option.defaultText, value);
+        spec->setIntDefault(value);
+    }
+    return spec;
+}
+
+/// A command line under construction: each name is quoted when it holds a blank.
+class Words {
+public:
+    explicit Words(const HAXPFlowStep& step) : m_step(step) {}
+
+    Words& add(const std::string& word) {
+        HAXPUtilsBase::addStr(m_text, m_step.quote_if(word));
+        return *this;
+    }
+    Words& addIfSet(const std::string& name, const std::string& value) {
+        return value.empty() ? *this : add(name).add(value);
+    }
+    const std::string& text() const { return m_text; }
+
+private:
+    const HAXPFlowStep& m_step;
+    std::string m_text;
+};
+
+void addSynthesis(const OpenRunInfo& info, Words& pre, Words& post) {
+    const DesignInputs& inputs = info.getInputs();
+    pre.add("--top").add(inputs.top).add("--device").add(inputs.device);
+    pre.add("--json").add(info.getFile(HAXPTypes::FILE_KDS_DCP));
+    for (const std::string& define : inputs.defines)
+        pre.add("--define").add(define);
+    for (const std::string& dir : inputs.includeDirs)
+        pre.add("--include").add(dir);
+    for (const std::string& source : inputs.sources)
+        post.add(source);
+}
+
+void addDesign(const DesignInputs& inputs, Words& pre) {
+    pre.add("--netlist").add(inputs.netlist).addIfSet("--top", inputs.top);
+    pre.addIfSet("--pcf", inputs.constraints);
+    pre.add("--device").add(inputs.device).add("--package").add(inputs.package);
+}
+
+}  // namespace
+
+OpenFlowStep::OpenFlowStep(const workbench::StepTable& table)
+    : HAXPFlowStep(table.name, table.abbrev, table.program, table.id, ""), m_table(table) {
+    isVisible(true);
+    canDisable(table.canDisable);
+}
+
+OpenFlowStep::~OpenFlowStep() = default;
+
+void OpenFlowStep::configOptions_(HATOptGroupSpec* optionsSpec) {
+    for (const workbench::OptionTable& option : m_table.options)
+        optionsSpec->registerAttrSpec(makeSpec(option).release(),
+                                      std::string(m_table.id) + "." + option.name,
+                                      option.switchText);
+}
+
+void OpenFlowStep::configReports_() {
+    for (const workbench::ReportTable& report : m_table.reports) {
+        auto spec = std::make_unique<HAXPFileSpec>(report.name);
+        spec->addFileType(report.type);
+        addReportSpec(spec.release());
+    }
+}
+
+void OpenFlowStep::writePrePostOpts_(std::string& pre, std::string& post, HATOptGroup*,
+                                     HAXPExpRunBase* run) const {
+    const auto* info = dynamic_cast<const OpenRunInfo*>(run->getExpInfoBase());
+    if (info == nullptr)
+        return;
+    Words before(*this);
+    Words behind(*this);
+    const std::string& id = getFlowStepId();
+    if (id == "synth_design") {
+        addSynthesis(*info, before, behind);
+    } else if (id == "init_design") {
+        addDesign(info->getInputs(), before);
+    } else if (id == "place_design") {
+        addDesign(info->getInputs(), before);
+        before.add("--freq").add(info->getInputs().frequencyMhz);
+    } else if (id == "route_design") {
+        before.add("--asc").add(info->getFile(HAXPTypes::FILE_ROUTE_DCP));
+    } else if (id == "write_bitstream") {
+        before.add("--asc").add(info->getFile(HAXPTypes::FILE_ROUTE_DCP));
+        before.add("--bin").add(info->getFile(HAXPTypes::FILE_BG_BIN));
+    }
+    pre = before.text();
+    post = behind.text();
+}

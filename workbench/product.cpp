@@ -1,0 +1,58 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "workbench/product.h"
+
+#include <cstdlib>
+
+#include "environment/installation/HUTEnv.h"
+#include "environment/installation/Installation.h"
+#include "environment/params/HPAParamMgr.h"
+#include "runs/base/xperiment/HAXFBasicStepFilter.h"
+#include "runs/base/xperiment/HAXPStrategy.h"
+#include "workbench/OpenStats.h"
+#include "workbench/openFlows.h"
+
+namespace workbench {
+
+namespace {
+
+std::string& binDirOfProcess() {
+    static std::string s_binDir;
+    return s_binDir;
+}
+
+void declareInstallation() {
+    Installation installation = Installation::getDefault();
+    installation.productName = "tarnel";
+    installation.version = "2026.1";
+    installation.copyright = "Copyright the Xperiment authors. Apache-2.0 licence.";
+    installation.isTarnel = true;
+    HUTEnv::setInstallation(installation);
+}
+
+/// The generated scripts put these folders in front of the search path. Both are set,
+/// since an empty one would mean the current folder.
+void exportSearchPath(const std::string& dir) {
+    setenv("KPX_BINROOT", dir.c_str(), 1);
+    setenv("KPX_PREPEND_PATH", dir.c_str(), 0);
+}
+
+}  // namespace
+
+void installProduct(const std::string& dir) {
+    if (!binDirOfProcess().empty())
+        return;
+    binDirOfProcess() = dir;
+    declareInstallation();
+    exportSearchPath(dir);
+    if (HAXPStrategy::getStepFilter() == nullptr)
+        HAXPStrategy::installFilter(new HAXFBasicStepFilter);
+    OpenFlows::build();
+    OpenStats::registerAll();
+}
+
+const std::string& binDir() {
+    return binDirOfProcess();
+}
+
+}  // namespace workbench

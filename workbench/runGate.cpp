@@ -1,0 +1,62 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "workbench/runGate.h"
+
+#include <utility>
+
+#include <sys/stat.h>
+
+namespace workbench {
+
+namespace {
+
+/// No file system in use has a coarser clock.
+constexpr long kCoarsestClockSec = 2;
+
+timespec systemTime() {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    return now;
+}
+
+bool sameTime(const timespec& a, const timespec& b) {
+    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
+}
+
+}  // namespace
+
+RunGate::RunGate() : RunGate(systemTime) {}
+
+RunGate::RunGate(Clock clock) : m_clock(std::move(clock)) {}
+
+bool RunGate::isUnchanged(const std::string& runDir) const {
+    return m_trusted && runDir == m_runDir && same(stampOf(runDir), m_stamp);
+}
+
+void RunGate::open(const std::string& runDir) {
+    m_trusted = false;
+    m_runDir = runDir;
+    m_stamp = stampOf(runDir);
+    // A time ahead of the clock, by another host's, is never old enough.
+    const timespec now = m_clock();
+    m_fresh = m_stamp.inode == 0 || m_stamp.modified.tv_sec + kCoarsestClockSec >= now.tv_sec ||
+              m_stamp.changed.tv_sec + kCoarsestClockSec >= now.tv_sec;
+}
+
+void RunGate::close(bool settled) {
+    m_trusted = settled && !m_fresh;
+}
+
+RunGate::Stamp RunGate::stampOf(const std::string& runDir) {
+    struct stat info {};
+    if (stat(runDir.c_str(), &info) != 0)
+        return {};
+    return {info.st_dev, info.st_ino, info.st_mtim, info.st_ctim};
+}
+
+bool RunGate::same(const Stamp& a, const Stamp& b) {
+    return a.inode == b.inode && a.device == b.device && sameTime(a.modified, b.modified) &&
+           sameTime(a.changed, b.changed);
+}
+
+}  // namespace workbench
