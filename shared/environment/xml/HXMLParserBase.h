@@ -40,8 +40,8 @@ public:
     /// The path given to parse(), while it runs and afterwards.
     const std::string& getFileName() const;
 
-    /// The line of the current event, from 1: for an element that of the end of
-    /// its tag. After parse() the last line that was looked at.
+    /// The line of the current event, from 1: for an element the one on which
+    /// its tag begins. After parse() that of the last event.
     int getLine() const;
 
     /// The root's "Version" and "Minor" as read; 0 before the root was seen or
@@ -49,9 +49,10 @@ public:
     int getFileMajor() const;
     int getFileMinor() const;
 
-    /// Whether an option of the file was dropped: its group doesn't know it, or
-    /// can't hold its value. Saving what was read would lose it.
-    bool hasDroppedOptions() const;
+    /// Whether something of the file was dropped: an option that its group
+    /// doesn't know or whose value it can't hold, or an element that nobody took.
+    /// Saving what was read would lose it.
+    bool hasDropped() const;
 
 protected:
     HXMLParserBase();
@@ -62,14 +63,15 @@ protected:
     /// Hook, called before startElem_() of the root when a version check is
     /// set. Refuses another root element, a root without a number as
     /// "Version", and another major version than expected; a later minor version
-    /// is read with the message "@12-301@%s%s%s". An override may take more.
+    /// is read with the message "@12-60@%s%s%s". An override may take more.
     /// @throws HXMLReadException the file is refused.
     virtual void validateVersion_();
 
     /// From now on the children of the current element are options of `group`,
-    /// as HXMLWriterBase::wrOptGroup() writes them, until doneOptGroup().
-    /// `attributes` are those of the element; its attributes group is the
-    /// caller's to read. Without a group the children are passed over.
+    /// as HXMLWriterBase::wrOptGroup() writes them, until doneOptGroup() or the
+    /// end of the element. `attributes` are those of the element; those that
+    /// came from an attributes group are the caller's to read. With a null
+    /// group the children are passed over.
     ///
     /// An option keeps its value when the file doesn't have it. One that the
     /// group doesn't know, or with a value that it can't hold, is dropped with a
@@ -80,8 +82,9 @@ protected:
     /// Ends the reading of a group; does nothing without one.
     void doneOptGroup();
 
-    /// Reads the options of a group while one is being read. An override calls
-    /// it for every element that it doesn't know itself.
+    /// Reads the options of a group while one is being read, and notes any other
+    /// element as dropped. An override calls it for every element that it
+    /// doesn't know itself.
     void startElem_(const std::string& name, const CSL::XML::CAttributeList& attributes) override;
 
     /// The name of the root element, while and after parse() read it.
@@ -94,6 +97,8 @@ protected:
 private:
     struct Data;
     class Events;
+
+    void read();
 
     std::unique_ptr<Data> m_data;
 };

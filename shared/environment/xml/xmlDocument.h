@@ -31,7 +31,7 @@ public:
     /// The element's own text, pieces between children joined; blanks and line
     /// ends that only lay out the children are left out.
     const std::string& text() const { return m_text; }
-    /// The line on which its start tag ends, from 1.
+    /// The line on which its start tag begins, from 1.
     int line() const { return m_line; }
 
 private:
@@ -63,6 +63,7 @@ public:
 
 private:
     Document() = default;
+    static Document build(std::string content, const std::string& fileName);
 
     std::string m_fileName;
     Element m_root;

@@ -1,0 +1,196 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "environment/xml/xmlReader.h"
+
+#include <cstdlib>
+#include <cstring>
+#include <exception>
+#include <memory>
+#include <utility>
+#include <vector>
+
+#include <fmt/format.h>
+#include <libxml/parser.h>
+#include <libxml/parserInternals.h>
+
+#include "environment/xml/HXMLReadException.h"
+#include "environment/xml/xmlSource.h"
+#include "environment/xml/xmlText.h"
+
+namespace xml {
+
+namespace {
+
+using CSL::XML::CAttributeList;
+
+// Entities are put in place of their references: without a DOCTYPE these are
+// the five of XML itself. The source is UTF-8 whatever it says.
+constexpr int kOptions = XML_PARSE_NONET | XML_PARSE_NOENT | XML_PARSE_IGNORE_ENC;
+
+struct FreeContext {
+    void operator()(xmlParserCtxtPtr context) const { xmlFreeParserCtxt(context); }
+};
+
+std::string textOf(const xmlChar* text) {
+    return reinterpret_cast<const char*>(text);
+}
+
+std::string qualifiedName(const xmlChar* local, const xmlChar* prefix) {
+    return prefix == nullptr ? textOf(local) : textOf(prefix) + ":" + textOf(local);
+}
+
+/// One document on its way from the parser's callbacks to the events.
+class Reading {
+public:
+    Reading(const Source& source, const std::string& fileName, Events& events)
+        : m_source(source), m_fileName(fileName), m_events(events) {
+        xmlInitParser();
+        m_context.reset(
+            xmlCreateMemoryParserCtxt(source.text.data(), static_cast<int>(source.text.size())));
+        if (m_context == nullptr)
+            refuse(0, "the file can't be read: out of memory");
+        *m_context->sax = handlers();
+        m_context->userData = this;
+        xmlCtxtUseOptions(m_context.get(), kOptions);
+    }
+
+    void run() {
+        const int status = xmlParseDocument(m_context.get());
+        if (m_thrown)
+            std::rethrow_exception(m_thrown);
+        if (!m_reason.empty())
+            refuse(m_reasonLine, m_reason);
+        if (status != 0 || m_context->wellFormed == 0)
+            refuse(line(), "the document isn't well-formed");
+    }
+
+private:
+    static xmlSAXHandler handlers();
+
+    static Reading& from(void* self) { return *static_cast<Reading*>(self); }
+
+    static void onStart(void* self, const xmlChar* local, const xmlChar* prefix, const xmlChar*,
+                        int, const xmlChar**, int attributeCount, int, const xmlChar** attributes) {
+        from(self).guarded(
+            [&] { from(self).start(qualifiedName(local, prefix), attributeCount, attributes); });
+    }
+
+    static void onEnd(void* self, const xmlChar* local, const xmlChar* prefix, const xmlChar*) {
+        from(self).guarded([&] { from(self).end(qualifiedName(local, prefix)); });
+    }
+
+    static void onText(void* self, const xmlChar* text, int length) {
+        from(self).guarded([&] {
+            from(self).m_text.append(reinterpret_cast<const char*>(text),
+                                     static_cast<std::size_t>(length));
+        });
+    }
+
+    // The parser may not be stopped here; it gives no more events by itself.
+    static void onError(void* self, xmlErrorPtr error) noexcept {
+        if (error->level >= XML_ERR_ERROR && from(self).m_reason.empty())
+            from(self).keepReason(*error);
+    }
+
+    template <class Event> void guarded(Event event) noexcept {
+        if (m_thrown || !m_reason.empty())
+            return;
+        try {
+            event();
+        } catch (...) {
+            m_thrown = std::current_exception();
+            xmlStopParser(m_context.get());
+        }
+    }
+
+    void start(const std::string& name, int attributeCount, const xmlChar** attributes);
+    void end(const std::string& name);
+    void flushText(bool besideElement);
+    void keepReason(const xmlError& error) noexcept;
+
+    int line() const { return m_context->input == nullptr ? 0 : m_context->input->line; }
+
+    [[noreturn]] void refuse(int line, const std::string& reason) const {
+        throw HXMLReadException(m_fileName, line, reason);
+    }
+
+    const Source& m_source;
+    const std::string& m_fileName;
+    Events& m_events;
+    std::unique_ptr<xmlParserCtxt, FreeContext> m_context;
+    std::exception_ptr m_thrown;
+
+    /// The first error that the parser told.
+    std::string m_reason;
+    int m_reasonLine = 0;
+
+    std::size_t m_elements = 0;
+    /// Of each open element, whether it has a child.
+    std::vector<bool> m_hasChild;
+    std::string m_text;
+};
+
+xmlSAXHandler Reading::handlers() {
+    xmlSAXHandler sax;
+    std::memset(&sax, 0, sizeof sax);
+    sax.initialized = XML_SAX2_MAGIC;
+    sax.startElementNs = onStart;
+    sax.endElementNs = onEnd;
+    sax.characters = onText;
+    sax.ignorableWhitespace = onText;
+    sax.cdataBlock = onText;
+    sax.serror = onError;
+    return sax;
+}
+
+void Reading::start(const std::string& name, int attributeCount, const xmlChar** attributes) {
+    flushText(true);
+    if (!m_hasChild.empty())
+        m_hasChild.back() = true;
+    m_hasChild.push_back(false);
+    const int begin =
+        m_elements < m_source.elementLines.size() ? m_source.elementLines[m_elements++] : line();
+    if (m_hasChild.size() > kMaxDepth)
+        refuse(begin, fmt::format("elements nested deeper than {}", kMaxDepth));
+    CAttributeList list;
+    for (int i = 0; i < attributeCount; ++i, attributes += 5) {
+        const auto length = static_cast<std::size_t>(attributes[4] - attributes[3]);
+        const std::string attribute = qualifiedName(attributes[0], attributes[1]);
+        if (length > kMaxAttributeBytes)
+            refuse(begin, fmt::format("the attribute \"{}\" is longer than {} bytes", attribute,
+                                      kMaxAttributeBytes));
+        list.addAttribute(attribute, {reinterpret_cast<const char*>(attributes[3]), length});
+    }
+    m_events.startElement(name, list, begin);
+}
+
+void Reading::end(const std::string& name) {
+    flushText(m_hasChild.back());
+    m_hasChild.pop_back();
+    m_events.endElement(name, line());
+}
+
+void Reading::flushText(bool besideElement) {
+    if (m_text.empty())
+        return;
+    const std::string text = std::exchange(m_text, {});
+    if (!m_hasChild.empty())
+        m_events.text(text, besideElement && isLayout(text), line());
+}
+
+void Reading::keepReason(const xmlError& error) noexcept {
+    m_reason = error.message == nullptr ? "the document isn't well-formed" : error.message;
+    m_reason.erase(m_reason.find_last_not_of(" \n") + 1);
+    m_reasonLine = error.line;
+}
+
+}  // namespace
+
+Events::~Events() = default;
+
+void parse(std::string content, const std::string& fileName, Events& events) {
+    const Source source = checkSource(std::move(content), fileName);
+    Reading(source, fileName, events).run();
+}
+
+}  // namespace xml

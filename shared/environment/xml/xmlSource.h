@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+/// What a document must keep before the parser sees it. The bounds make the
+/// cost of any file linear in its size, and its memory a small multiple.
+namespace xml {
+
+constexpr std::size_t kMaxFileBytes = std::size_t{16} << 20;
+constexpr std::size_t kMaxAttributeBytes = std::size_t{1} << 20;
+constexpr std::size_t kMaxDepth = 64;
+constexpr std::size_t kMaxElements = 150000;
+constexpr std::size_t kMaxAttributes = 300000;
+/// The parser compares each attribute of an element with each other.
+constexpr std::size_t kMaxAttributesOfElement = 1024;
+
+/// The whole content of the regular file `path`.
+/// @throws HXMLReadException it can't be read, or is too large.
+std::string readFile(const std::string& path);
+
+/// A document in UTF-8, within the bounds on its size, elements and attributes,
+/// without a DOCTYPE and without characters that XML can't hold.
+struct Source {
+    std::string text;
+    /// The line on which each element's tag begins, in document order.
+    std::vector<int> elementLines;
+};
+
+/// Takes the bytes of a document apart far enough to know the bounds.
+/// `fileName` stands for it in errors.
+/// @throws HXMLReadException it is no such document.
+Source checkSource(std::string content, const std::string& fileName);
+
+}  // namespace xml
