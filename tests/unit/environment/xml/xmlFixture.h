@@ -3,6 +3,7 @@
 #pragma once
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -29,6 +30,8 @@ public:
 
     std::vector<std::string> events;
     Action onStart;
+    /// Elements that the parser takes itself; the others it leaves to the base.
+    std::set<std::string> taken = {"Strategy", "Step"};
 
 protected:
     void startDoc_() override { events.emplace_back("document"); }
@@ -41,7 +44,8 @@ protected:
         events.push_back(event + ">");
         if (onStart)
             onStart(name, attributes);
-        HXMLParserBase::startElem_(name, attributes);
+        if (taken.count(name) == 0)
+            HXMLParserBase::startElem_(name, attributes);
     }
 
     void endElem_(const std::string& name) override { events.push_back("</" + name + ">"); }
