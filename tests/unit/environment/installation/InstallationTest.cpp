@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdlib>
+#include <filesystem>
 #include <ostream>
 #include <string>
 #include <thread>
@@ -223,6 +224,7 @@ TEST_F(DefaultInstallationTest, FindsItsFilesFromThePlaceOfTheLibrary) {
     EXPECT_EQ(root.front(), '/');
     EXPECT_EQ(root.substr(root.size() - 15), "share/xperiment");
     EXPECT_EQ(installation.installRoot, root);
+    EXPECT_TRUE(std::filesystem::exists(root + "/messages/runs.msg")) << root;
 }
 
 TEST_F(DefaultInstallationTest, OffersTheUsualPlaceForUsersData) {
