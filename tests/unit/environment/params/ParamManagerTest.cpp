@@ -3,6 +3,7 @@
 #include "environment/params/HPAParamMgr.h"
 
 #include <algorithm>
+#include <fstream>
 #include <ostream>
 #include <set>
 #include <string>
@@ -283,6 +284,19 @@ TEST(ParamTableTest, GivesEachParameterAVariableOfItsOwn) {
 TEST(ParamTableTest, TellsInASentenceWhatEachDoes) {
     for (const paramTable::Row& row : paramTable::kRows)
         EXPECT_EQ(std::string(row.description).back(), '.') << row.name;
+}
+
+TEST(ParamTableTest, IsWhatTheParameterPageTells) {
+    std::ifstream page(PARAMETER_PAGE);
+    Texts told;
+    for (std::string line; std::getline(page, line);)
+        if (line.compare(0, 3, "| `") == 0)
+            told.push_back(line);
+    Texts rows;
+    for (const paramTable::Row& row : paramTable::kRows)
+        rows.push_back(std::string("| `") + row.name + "` | " + row.whenAbsent + " | " +
+                       row.description + " |");
+    EXPECT_EQ(told, rows);
 }
 
 /// A word, and whether it is a bool and which.
