@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
-
 #include "workbench/ice40/process.h"
 
 #include <array>
