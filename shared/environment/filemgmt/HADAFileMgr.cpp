@@ -12,9 +12,9 @@ HADAFileMgr::HADAFileMgr() = default;
 
 HADAFileMgr::~HADAFileMgr() {
     for (const auto& fileSet : m_fileSets)
-        fileSet->setManager(nullptr, false);
+        fileSet->setManager_(nullptr, false);
     for (HADAFileSet* fileSet : m_internal)
-        fileSet->setManager(nullptr, true);
+        fileSet->setManager_(nullptr, true);
 }
 
 HADAFileSet* HADAFileMgr::createFileSet(const std::string& name, HDDATypes::FileSetType type) {
@@ -24,7 +24,7 @@ HADAFileSet* HADAFileMgr::createFileSet(const std::string& name, HDDATypes::File
         throw HEXUserException("There is a file set \"" + name +
                                "\" already. Choose another name, or use that one.");
     m_fileSets.push_back(std::make_unique<HADAFileSet>(name, type));
-    m_fileSets.back()->setManager(this, false);
+    m_fileSets.back()->setManager_(this, false);
     return m_fileSets.back().get();
 }
 
@@ -32,14 +32,14 @@ HADAFileSet* HADAFileMgr::createInternalFileSet(const std::string& name,
                                                 HDDATypes::FileSetType type) {
     auto fileSet = std::make_unique<HADAFileSet>(name, type);
     m_internal.insert(fileSet.get());
-    fileSet->setManager(this, true);
+    fileSet->setManager_(this, true);
     return fileSet.release();
 }
 
 bool HADAFileMgr::removeFileSet(HADAFileSet* fileSet) {
-    const std::unique_ptr<HADAFileSet> removed = take(fileSet);
+    const std::unique_ptr<HADAFileSet> removed = take_(fileSet);
     if (removed != nullptr)
-        removed->setManager(nullptr, false);
+        removed->setManager_(nullptr, false);
     return removed != nullptr;
 }
 
@@ -53,7 +53,7 @@ HSTFwdIter<HADAFileSet*>* HADAFileMgr::createFileSetIter() const {
     return containers::heapIterOfOwned<HADAFileSet*>(m_fileSets);
 }
 
-std::unique_ptr<HADAFileSet> HADAFileMgr::take(HADAFileSet* fileSet) {
+std::unique_ptr<HADAFileSet> HADAFileMgr::take_(HADAFileSet* fileSet) {
     const auto found = std::find_if(m_fileSets.begin(), m_fileSets.end(),
                                     [&](const auto& set) { return set.get() == fileSet; });
     if (found == m_fileSets.end())
@@ -63,8 +63,8 @@ std::unique_ptr<HADAFileSet> HADAFileMgr::take(HADAFileSet* fileSet) {
     return taken;
 }
 
-void HADAFileMgr::forget(HADAFileSet* fileSet) {
+void HADAFileMgr::forget_(HADAFileSet* fileSet) {
     m_internal.erase(fileSet);
     // It is on its way out, so nobody is to delete it again.
-    static_cast<void>(take(fileSet).release());
+    static_cast<void>(take_(fileSet).release());
 }

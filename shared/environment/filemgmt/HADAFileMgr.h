@@ -53,8 +53,8 @@ public:
 
 private:
     friend class HADAFileSet;
-    std::unique_ptr<HADAFileSet> take(HADAFileSet* fileSet);
-    void forget(HADAFileSet* fileSet);
+    std::unique_ptr<HADAFileSet> take_(HADAFileSet* fileSet);
+    void forget_(HADAFileSet* fileSet);
 
     std::vector<std::unique_ptr<HADAFileSet>> m_fileSets;
     std::unordered_set<HADAFileSet*> m_internal;

@@ -65,7 +65,7 @@ HADAFileSet::HADAFileSet(const std::string& name, HDDATypes::FileSetType type)
 
 HADAFileSet::~HADAFileSet() {
     if (m_data->mgr != nullptr)
-        m_data->mgr->forget(this);
+        m_data->mgr->forget_(this);
 }
 
 const std::string& HADAFileSet::getName() const {
@@ -90,16 +90,16 @@ HDDASrcFile* HADAFileSet::addSrcFile(const std::string& path) {
 
 HDDASrcFile* HADAFileSet::addSrcFile(const std::string& path, HDDATypes::SFTId type) {
     m_data->files.checkNew(path, m_data->name);
-    return insert(std::unique_ptr<HDDASrcFile>(new HDDASrcFile(path, type)));
+    return insert_(std::unique_ptr<HDDASrcFile>(new HDDASrcFile(path, type)));
 }
 
 HDDACompositeFile* HADAFileSet::addCompositeFile(const std::string& path, HDDATypes::SFTId type) {
     m_data->files.checkNew(path, m_data->name);
-    return insert(std::unique_ptr<HDDASrcFile>(new HDDACompositeFile(path, type)))
+    return insert_(std::unique_ptr<HDDASrcFile>(new HDDACompositeFile(path, type)))
         ->getCompositeFile();
 }
 
-HDDASrcFile* HADAFileSet::insert(std::unique_ptr<HDDASrcFile> owned) {
+HDDASrcFile* HADAFileSet::insert_(std::unique_ptr<HDDASrcFile> owned) {
     owned->updateStamp();
     owned->setPlace_(this, nullptr);
     return m_data->files.add(std::move(owned));
@@ -112,7 +112,7 @@ bool HADAFileSet::removeSrcFile(HDDASrcFile* file) {
 HDDASrcFile* HADAFileSet::takeSrcFile(HDDASrcFile* file) {
     if (file == nullptr || file->getFileSet() != this || file->getParentComposite() != nullptr)
         return nullptr;
-    leaving(*file);
+    leaving_(*file);
     std::unique_ptr<HDDASrcFile> taken = m_data->files.take(file);
     taken->setPlace_(nullptr, nullptr);
     return taken.release();
@@ -123,7 +123,7 @@ void HADAFileSet::removeAllSrcFiles() {
     m_data->files.clear();
 }
 
-void HADAFileSet::leaving(const HDDASrcFile& file) {
+void HADAFileSet::leaving_(const HDDASrcFile& file) {
     const HDDASrcFile* at = m_data->oocRoot;
     while (at != nullptr && at != &file)
         at = at->getParentComposite();
@@ -215,28 +215,28 @@ void HADAFileSet::setReconfigModule(const std::string& name) {
     m_data->reconfigModule = name;
 }
 
-const filemgmt::SrcFileList& HADAFileSet::sources() const {
+const filemgmt::SrcFileList& HADAFileSet::sources_() const {
     return m_data->files;
 }
 
-void HADAFileSet::setManager(HADAFileMgr* mgr, bool internal) {
+void HADAFileSet::setManager_(HADAFileMgr* mgr, bool internal) {
     m_data->mgr = mgr;
     m_data->internal = internal;
 }
 
-void HADAFileSet::copyFrom(const HADAFileSet& source, bool keepOwn, bool withRunNames) {
+void HADAFileSet::copyFrom_(const HADAFileSet& source, bool keepOwn, bool withRunNames) {
     if (!keepOwn)
         removeAllSrcFiles();
     for (const auto& original : source.m_data->files.files())
-        copyFile(*original, withRunNames);
+        copyFile_(*original, withRunNames);
     if (source.m_data->oocRoot != nullptr)
-        m_data->oocRoot = counterpart(*source.m_data->oocRoot)->getCompositeFile();
+        m_data->oocRoot = counterpart_(*source.m_data->oocRoot)->getCompositeFile();
     m_data->srcOptions = source.m_data->srcOptions;
     m_data->edifOptions = source.m_data->edifOptions;
     m_data->reconfigModule = source.m_data->reconfigModule;
 }
 
-void HADAFileSet::copyFile(const HDDASrcFile& original, bool withRunNames) {
+void HADAFileSet::copyFile_(const HDDASrcFile& original, bool withRunNames) {
     std::unique_ptr<HDDASrcFile> copy = original.clone_();
     if (!withRunNames)
         forgetRuns(*copy);
@@ -246,13 +246,13 @@ void HADAFileSet::copyFile(const HDDASrcFile& original, bool withRunNames) {
         m_data->files.add(std::move(copy));
         return;
     }
-    leaving(*own);
+    leaving_(*own);
     m_data->files.replace(std::move(copy));
 }
 
-HDDASrcFile* HADAFileSet::counterpart(const HDDASrcFile& original) const {
+HDDASrcFile* HADAFileSet::counterpart_(const HDDASrcFile& original) const {
     const HDDACompositeFile* const parent = original.getParentComposite();
     if (parent == nullptr)
         return findSrcFile(original.getName());
-    return counterpart(*parent)->getCompositeFile()->findSrcFile(original.getName());
+    return counterpart_(*parent)->getCompositeFile()->findSrcFile(original.getName());
 }

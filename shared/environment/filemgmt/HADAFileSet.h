@@ -115,13 +115,13 @@ private:
     friend class HDDACompositeFile;
     struct Data;
 
-    HDDASrcFile* insert(std::unique_ptr<HDDASrcFile> owned);
-    const filemgmt::SrcFileList& sources() const;
-    void leaving(const HDDASrcFile& file);
-    void setManager(HADAFileMgr* mgr, bool internal);
-    void copyFrom(const HADAFileSet& source, bool keepOwn, bool withRunNames);
-    void copyFile(const HDDASrcFile& original, bool withRunNames);
-    HDDASrcFile* counterpart(const HDDASrcFile& original) const;
+    HDDASrcFile* insert_(std::unique_ptr<HDDASrcFile> owned);
+    const filemgmt::SrcFileList& sources_() const;
+    void leaving_(const HDDASrcFile& file);
+    void setManager_(HADAFileMgr* mgr, bool internal);
+    void copyFrom_(const HADAFileSet& source, bool keepOwn, bool withRunNames);
+    void copyFile_(const HDDASrcFile& original, bool withRunNames);
+    HDDASrcFile* counterpart_(const HDDASrcFile& original) const;
 
     std::unique_ptr<Data> m_data;
 };

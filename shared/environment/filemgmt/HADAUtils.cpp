@@ -11,12 +11,12 @@ void HADAUtils::copyFileSet(const HADAFileSet* source, HADAFileSet* target, bool
     if (source == nullptr || target == nullptr)
         throw HEXAlgException("Copying a file set needs a source and a target");
     if (source != target)
-        target->copyFrom(*source, keepOwn, withRunNames);
+        target->copyFrom_(*source, keepOwn, withRunNames);
 }
 
 bool HADAUtils::compareFileSets(const HADAFileSet* before, const HADAFileSet* after,
                                 HADAFileSetChangeSummary& changes) {
     if (before == nullptr || after == nullptr)
         throw HEXAlgException("Comparing file sets needs two of them");
-    return filemgmt::diffSources(before->sources(), after->sources(), changes);
+    return filemgmt::diffSources(before->sources_(), after->sources_(), changes);
 }

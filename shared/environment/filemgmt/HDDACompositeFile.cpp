@@ -46,17 +46,17 @@ HDDASrcFile* HDDACompositeFile::addSrcFile(const std::string& path) {
 
 HDDASrcFile* HDDACompositeFile::addSrcFile(const std::string& path, HDDATypes::SFTId type) {
     m_files->checkNew(path, getName());
-    return insert(std::unique_ptr<HDDASrcFile>(new HDDASrcFile(path, type)));
+    return insert_(std::unique_ptr<HDDASrcFile>(new HDDASrcFile(path, type)));
 }
 
 HDDACompositeFile* HDDACompositeFile::addCompositeFile(const std::string& path,
                                                        HDDATypes::SFTId type) {
     m_files->checkNew(path, getName());
-    return insert(std::unique_ptr<HDDASrcFile>(new HDDACompositeFile(path, type)))
+    return insert_(std::unique_ptr<HDDASrcFile>(new HDDACompositeFile(path, type)))
         ->getCompositeFile();
 }
 
-HDDASrcFile* HDDACompositeFile::insert(std::unique_ptr<HDDASrcFile> owned) {
+HDDASrcFile* HDDACompositeFile::insert_(std::unique_ptr<HDDASrcFile> owned) {
     owned->updateStamp();
     owned->setPlace_(getFileSet(), this);
     return m_files->add(std::move(owned));
@@ -66,7 +66,7 @@ bool HDDACompositeFile::removeSrcFile(HDDASrcFile* file) {
     if (file == nullptr || file->getParentComposite() != this)
         return false;
     if (getFileSet() != nullptr)
-        getFileSet()->leaving(*file);
+        getFileSet()->leaving_(*file);
     return m_files->take(file) != nullptr;
 }
 

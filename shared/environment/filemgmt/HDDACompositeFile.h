@@ -87,7 +87,7 @@ private:
     friend class HADAFileSet;
     friend class filemgmt::SrcFileList;
 
-    HDDASrcFile* insert(std::unique_ptr<HDDASrcFile> owned);
+    HDDASrcFile* insert_(std::unique_ptr<HDDASrcFile> owned);
 
     bool m_registered = true;
     bool m_locked = false;

@@ -54,7 +54,7 @@ void HDDASrcFilter::clearSFTypes() {
 }
 
 bool HDDASrcFilter::filterSF(const HDDASrcFile* file) const {
-    if (file == nullptr || !passesKind(*file))
+    if (file == nullptr || !passesKind_(*file))
         return false;
     const HDDASrcAttrs& attrs = file->getAttrs();
     return (!m_excludeDisabled || attrs.isEnabled()) &&
@@ -63,7 +63,7 @@ bool HDDASrcFilter::filterSF(const HDDASrcFile* file) const {
            m_simulation.passes(attrs.isUsedInSimulation());
 }
 
-bool HDDASrcFilter::passesKind(const HDDASrcFile& file) const {
+bool HDDASrcFilter::passesKind_(const HDDASrcFile& file) const {
     if (m_types == 0 && !m_compositeType)
         return true;
     return hasSFType(file.getFileType()->getId()) ||

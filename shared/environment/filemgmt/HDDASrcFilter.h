@@ -68,7 +68,7 @@ private:
         bool passes(bool used) const { return !on || used != inverted; }
     };
 
-    bool passesKind(const HDDASrcFile& file) const;
+    bool passesKind_(const HDDASrcFile& file) const;
 
     std::uint64_t m_types = 0;
     bool m_compositeType = false;
