@@ -21,7 +21,7 @@ template <class T> class HSTFwdIter;
 class ENVIRONMENT_API HADAFileSetChangeSummary {
 public:
     /// What happened to the files of a collection.
-    enum enumFSCSFileCollection {
+    enum enumFSCSFileCollection : int {
         FSCS_ENABLED = 0,
         FSCS_DISABLED = 1,
         FSCS_ADDED = 2,

@@ -17,7 +17,7 @@
 class ENVIRONMENT_API HADAStaleReason {
 public:
     /// What changed.
-    enum StaleSummary {
+    enum StaleSummary : int {
         SS_NONE = 0,
         SS_DESIGN_SRCS_CHANGED = 1,
         SS_CONSTRS_CHANGED = 2,
@@ -28,7 +28,7 @@ public:
     };
 
     /// The kind of run that is stale.
-    enum RunType { RT_SYNTH = 0, RT_IMPL = 1 };
+    enum RunType : int { RT_SYNTH = 0, RT_IMPL = 1 };
 
     /// A changed file, as it stood when the change was told.
     struct ChangedFile {

@@ -8,7 +8,7 @@ public:
     HDDATypes() = delete;
 
     /// What the sources of a file set are for.
-    enum FileSetType {
+    enum FileSetType : int {
         FST_DESIGN_SRCS = 0,  ///< the design
         FST_CONSTRS = 1,      ///< timing and placement constraints
         FST_SIM_SRCS = 2,     ///< test benches and models
@@ -19,7 +19,7 @@ public:
     };
 
     /// The kind of a source file. Numbers lie in [0, SFT_LIMIT).
-    enum SFTId {
+    enum SFTId : int {
         SFT_VERILOG = 0,
         SFT_VHDL = 1,
         SFT_VERILOG_HEADER = 2,
@@ -48,7 +48,7 @@ public:
     };
 
     /// One kind of output of a composite file.
-    enum GenerationTarget {
+    enum GenerationTarget : int {
         GT_SYNTHESIS = 0,
         GT_IMPLEMENTATION = 1,
         GT_SIMULATION = 2,
@@ -59,7 +59,7 @@ public:
     };
 
     /// How an output of a composite file stands.
-    enum GenerationState {
+    enum GenerationState : int {
         GS_NOT_GENERATED = 0,
         GS_GENERATED = 1,      ///< made from what the block is now
         GS_OUT_OF_DATE = 2,    ///< made from an earlier state of the block
