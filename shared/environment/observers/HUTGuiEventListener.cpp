@@ -9,8 +9,8 @@ namespace {
 /// Everyone who hears at least one event, in order of registration. Never
 /// destroyed: a listener may go as late as the process does.
 std::vector<HUTGuiEventListener*>& listeners() {
-    static auto* const s_listeners = new std::vector<HUTGuiEventListener*>;
-    return *s_listeners;
+    static auto* const everyone = new std::vector<HUTGuiEventListener*>;
+    return *everyone;
 }
 
 bool isListening(const HUTGuiEventListener* listener) {

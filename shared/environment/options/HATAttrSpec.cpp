@@ -27,7 +27,7 @@ HATAttrSpec::~HATAttrSpec() = default;
 void HATAttrSpec::setName(const std::string& name) {
     m_name = name;
     if (m_owner != nullptr)
-        m_owner->reindexNames();
+        m_owner->reindexNames_();
 }
 
 void HATAttrSpec::setBoolDefault(bool value) {
@@ -61,7 +61,7 @@ long HATAttrSpec::getLongDefault() const {
 }
 
 void HATAttrSpec::setStringDefault(const std::string& value) {
-    *m_default = valueOfText(value, "setStringDefault");
+    *m_default = valueOfText_(value, "setStringDefault");
 }
 
 const std::string& HATAttrSpec::getStringDefault() const {
@@ -81,7 +81,7 @@ const HSTSList<std::string>& HATAttrSpec::getStringListDefault() const {
 
 void HATAttrSpec::setEnumDefault(const std::string& value) {
     requireKind(*this, HATAttrTypes::kEnum, "setEnumDefault");
-    *m_default = valueOfText(value, "setEnumDefault");
+    *m_default = valueOfText_(value, "setEnumDefault");
 }
 
 const HATEnumRange* HATAttrSpec::getEnumDefault() const {
@@ -105,71 +105,71 @@ void HATAttrSpec::clearAltDefault() {
 
 void HATAttrSpec::setBoolAltDefault(bool value) {
     requireKind(*this, HATAttrTypes::kBool, "setBoolAltDefault");
-    setAlt(options::fromBool(value));
+    setAlt_(options::fromBool(value));
 }
 
 bool HATAttrSpec::getBoolAltDefault() const {
     requireKind(*this, HATAttrTypes::kBool, "getBoolAltDefault");
-    return altOrPlain().number != 0;
+    return altOrPlain_().number != 0;
 }
 
 void HATAttrSpec::setIntAltDefault(int value) {
     requireKind(*this, HATAttrTypes::kInt, "setIntAltDefault");
-    setAlt(options::fromInt(value));
+    setAlt_(options::fromInt(value));
 }
 
 int HATAttrSpec::getIntAltDefault() const {
     requireKind(*this, HATAttrTypes::kInt, "getIntAltDefault");
-    return static_cast<int>(altOrPlain().number);
+    return static_cast<int>(altOrPlain_().number);
 }
 
 void HATAttrSpec::setLongAltDefault(long value) {
     requireKind(*this, HATAttrTypes::kLong, "setLongAltDefault");
-    setAlt(options::fromLong(value));
+    setAlt_(options::fromLong(value));
 }
 
 long HATAttrSpec::getLongAltDefault() const {
     requireKind(*this, HATAttrTypes::kLong, "getLongAltDefault");
-    return altOrPlain().number;
+    return altOrPlain_().number;
 }
 
 void HATAttrSpec::setStringAltDefault(const std::string& value) {
-    setAlt(valueOfText(value, "setStringAltDefault"));
+    setAlt_(valueOfText_(value, "setStringAltDefault"));
 }
 
 const std::string& HATAttrSpec::getStringAltDefault() const {
     requireText(*this, "getStringAltDefault");
-    return altOrPlain().text;
+    return altOrPlain_().text;
 }
 
 void HATAttrSpec::setStringListAltDefault(const HSTSList<std::string>& value) {
     requireKind(*this, HATAttrTypes::kStringList, "setStringListAltDefault");
-    setAlt(options::fromElements(value));
+    setAlt_(options::fromElements(value));
 }
 
 const HSTSList<std::string>& HATAttrSpec::getStringListAltDefault() const {
     requireKind(*this, HATAttrTypes::kStringList, "getStringListAltDefault");
-    return altOrPlain().elements;
+    return altOrPlain_().elements;
 }
 
 void HATAttrSpec::setEnumAltDefault(const std::string& value) {
     requireKind(*this, HATAttrTypes::kEnum, "setEnumAltDefault");
-    setAlt(valueOfText(value, "setEnumAltDefault"));
+    setAlt_(valueOfText_(value, "setEnumAltDefault"));
 }
 
 const HATEnumRange* HATAttrSpec::getEnumAltDefault() const {
     requireKind(*this, HATAttrTypes::kEnum, "getEnumAltDefault");
-    return getEnumRangeForVal(altOrPlain().text);
+    return getEnumRangeForVal(altOrPlain_().text);
 }
 
 void HATAttrSpec::setFileAltDefault(const std::string& path) {
     requireKind(*this, HATAttrTypes::kFile, "setFileAltDefault");
-    setAlt(options::fromText(path));
+    setAlt_(options::fromText(path));
 }
 
 const std::string& HATAttrSpec::getFileAltDefault() const {
     requireKind(*this, HATAttrTypes::kFile, "getFileAltDefault");
-    return altOrPlain().text;
+    return altOrPlain_().text;
 }
 
 void HATAttrSpec::addFileExtRange(const std::string& ext) {
@@ -209,18 +209,18 @@ HSTFwdIter<const HATEnumRange*>* HATAttrSpec::createEnumRangeIter() const {
     return containers::heapIterOfOwned<const HATEnumRange*>(m_ranges);
 }
 
-const options::OptionValue& HATAttrSpec::altOrPlain() const {
+const options::OptionValue& HATAttrSpec::altOrPlain_() const {
     return m_altDefault != nullptr ? *m_altDefault : *m_default;
 }
 
-void HATAttrSpec::setAlt(options::OptionValue&& value) {
+void HATAttrSpec::setAlt_(options::OptionValue&& value) {
     if (m_altDefault == nullptr)
         m_altDefault = std::make_unique<options::OptionValue>();
     *m_altDefault = std::move(value);
 }
 
-options::OptionValue HATAttrSpec::valueOfText(const std::string& text,
-                                              const char* operation) const {
+options::OptionValue HATAttrSpec::valueOfText_(const std::string& text,
+                                               const char* operation) const {
     requireText(*this, operation);
     options::OptionValue value;
     const bool isEnum = m_type == HATAttrTypes::kEnum;

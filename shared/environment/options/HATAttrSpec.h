@@ -133,9 +133,9 @@ private:
     friend class HATOptGroup;
     friend class HATOptGroupSpec;
 
-    const options::OptionValue& altOrPlain() const;
-    void setAlt(options::OptionValue&& value);
-    options::OptionValue valueOfText(const std::string& text, const char* operation) const;
+    const options::OptionValue& altOrPlain_() const;
+    void setAlt_(options::OptionValue&& value);
+    options::OptionValue valueOfText_(const std::string& text, const char* operation) const;
 
     HATAttrTypes::AttrType m_type;
     SpecType m_specType;

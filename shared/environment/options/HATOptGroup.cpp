@@ -53,81 +53,81 @@ HATAttrSpec* HATOptGroup::getAttrSpecByName(const std::string& name) const {
 }
 
 bool HATOptGroup::getBoolVal(const HATAttrSpec* spec) const {
-    return valueAt(slotOf(spec, HATAttrTypes::kBool, "getBoolVal")).number != 0;
+    return valueAt_(slotOf_(spec, HATAttrTypes::kBool, "getBoolVal")).number != 0;
 }
 
 int HATOptGroup::getIntVal(const HATAttrSpec* spec) const {
-    return static_cast<int>(valueAt(slotOf(spec, HATAttrTypes::kInt, "getIntVal")).number);
+    return static_cast<int>(valueAt_(slotOf_(spec, HATAttrTypes::kInt, "getIntVal")).number);
 }
 
 long HATOptGroup::getLongVal(const HATAttrSpec* spec) const {
-    return valueAt(slotOf(spec, HATAttrTypes::kLong, "getLongVal")).number;
+    return valueAt_(slotOf_(spec, HATAttrTypes::kLong, "getLongVal")).number;
 }
 
 const std::string& HATOptGroup::getStrVal(const HATAttrSpec* spec) const {
-    return valueAt(textSlotOf(spec, "getStrVal")).text;
+    return valueAt_(textSlotOf_(spec, "getStrVal")).text;
 }
 
 const std::string& HATOptGroup::getFileVal(const HATAttrSpec* spec) const {
-    return valueAt(slotOf(spec, HATAttrTypes::kFile, "getFileVal")).text;
+    return valueAt_(slotOf_(spec, HATAttrTypes::kFile, "getFileVal")).text;
 }
 
 const HSTSList<std::string>& HATOptGroup::getStrListVal(const HATAttrSpec* spec) const {
-    return valueAt(slotOf(spec, HATAttrTypes::kStringList, "getStrListVal")).elements;
+    return valueAt_(slotOf_(spec, HATAttrTypes::kStringList, "getStrListVal")).elements;
 }
 
 const HATEnumRange* HATOptGroup::getEnumVal(const HATAttrSpec* spec) const {
-    const std::size_t slot = slotOf(spec, HATAttrTypes::kEnum, "getEnumVal");
-    return specAt(slot).getEnumRangeForVal(valueAt(slot).text);
+    const std::size_t slot = slotOf_(spec, HATAttrTypes::kEnum, "getEnumVal");
+    return specAt_(slot).getEnumRangeForVal(valueAt_(slot).text);
 }
 
 void HATOptGroup::setBoolVal(const HATAttrSpec* spec, bool value, bool notify) {
-    const std::size_t slot = slotOf(spec, HATAttrTypes::kBool, "setBoolVal");
-    storeAndTell(slot, options::fromBool(value), notify);
+    const std::size_t slot = slotOf_(spec, HATAttrTypes::kBool, "setBoolVal");
+    storeAndTell_(slot, options::fromBool(value), notify);
 }
 
 void HATOptGroup::setIntVal(const HATAttrSpec* spec, int value, bool notify) {
-    const std::size_t slot = slotOf(spec, HATAttrTypes::kInt, "setIntVal");
-    storeAndTell(slot, options::fromInt(value), notify);
+    const std::size_t slot = slotOf_(spec, HATAttrTypes::kInt, "setIntVal");
+    storeAndTell_(slot, options::fromInt(value), notify);
 }
 
 void HATOptGroup::setLongVal(const HATAttrSpec* spec, long value, bool notify) {
-    const std::size_t slot = slotOf(spec, HATAttrTypes::kLong, "setLongVal");
-    storeAndTell(slot, options::fromLong(value), notify);
+    const std::size_t slot = slotOf_(spec, HATAttrTypes::kLong, "setLongVal");
+    storeAndTell_(slot, options::fromLong(value), notify);
 }
 
 void HATOptGroup::setFileVal(const HATAttrSpec* spec, const std::string& path, bool notify) {
-    const std::size_t slot = slotOf(spec, HATAttrTypes::kFile, "setFileVal");
-    storeAndTell(slot, options::fromText(path), notify);
+    const std::size_t slot = slotOf_(spec, HATAttrTypes::kFile, "setFileVal");
+    storeAndTell_(slot, options::fromText(path), notify);
 }
 
 void HATOptGroup::setStrListVal(const HATAttrSpec* spec, const HSTSList<std::string>& value,
                                 bool notify) {
-    const std::size_t slot = slotOf(spec, HATAttrTypes::kStringList, "setStrListVal");
-    storeAndTell(slot, options::fromElements(value), notify);
+    const std::size_t slot = slotOf_(spec, HATAttrTypes::kStringList, "setStrListVal");
+    storeAndTell_(slot, options::fromElements(value), notify);
 }
 
 bool HATOptGroup::setStrVal(const HATAttrSpec* spec, const std::string& value, bool notify) {
-    return storeText(textSlotOf(spec, "setStrVal"), value, notify);
+    return storeText_(textSlotOf_(spec, "setStrVal"), value, notify);
 }
 
 bool HATOptGroup::setEnumVal(const HATAttrSpec* spec, const std::string& value, bool notify) {
-    return storeText(slotOf(spec, HATAttrTypes::kEnum, "setEnumVal"), value, notify);
+    return storeText_(slotOf_(spec, HATAttrTypes::kEnum, "setEnumVal"), value, notify);
 }
 
 bool HATOptGroup::isSet(const HATAttrSpec* spec) const {
-    return ownAt(m_spec->requireSlot(spec)) != nullptr;
+    return ownAt_(m_spec->requireSlot_(spec)) != nullptr;
 }
 
 void HATOptGroup::unset(const HATAttrSpec* spec, bool notify) {
-    if (drop(m_spec->requireSlot(spec)) && notify)
-        tellObservers();
+    if (drop_(m_spec->requireSlot_(spec)) && notify)
+        tellObservers_();
 }
 
 bool HATOptGroup::isDefault(const HATAttrSpec* spec) const {
-    const std::size_t slot = m_spec->requireSlot(spec);
-    const OptionValue* own = ownAt(slot);
-    return own == nullptr || *own == *specAt(slot).m_default;
+    const std::size_t slot = m_spec->requireSlot_(spec);
+    const OptionValue* own = ownAt_(slot);
+    return own == nullptr || *own == *specAt_(slot).m_default;
 }
 
 void HATOptGroup::copy(const HATOptGroup* source, bool notify) {
@@ -135,13 +135,13 @@ void HATOptGroup::copy(const HATOptGroup* source, bool notify) {
         throw HEXAlgException("option group \"" + getOptGrpId() + "\" copied from NULL");
     if (source == this)
         return;
-    const bool changed = source->m_spec == m_spec ? copyBySlot(*source) : copyByDbId(*source);
+    const bool changed = source->m_spec == m_spec ? copyBySlot_(*source) : copyByDbId_(*source);
     if (changed && notify)
-        tellObservers();
+        tellObservers_();
 }
 
 bool HATOptGroup::operator!=(const HATOptGroup& other) const {
-    return other.m_spec == m_spec ? differsBySlot(other) : differsByDbId(other);
+    return other.m_spec == m_spec ? differsBySlot_(other) : differsByDbId_(other);
 }
 
 void HATOptGroup::attach(HATOptGroupObserver* observer) {
@@ -162,130 +162,130 @@ void HATOptGroup::detach(HATOptGroupObserver* observer) {
     groups.erase(std::find(groups.begin(), groups.end(), this));
 }
 
-std::size_t HATOptGroup::slotOf(const HATAttrSpec* spec, HATAttrTypes::AttrType type,
-                                const char* operation) const {
-    const std::size_t slot = m_spec->requireSlot(spec);
-    options::requireKind(specAt(slot), type, operation);
+std::size_t HATOptGroup::slotOf_(const HATAttrSpec* spec, HATAttrTypes::AttrType type,
+                                 const char* operation) const {
+    const std::size_t slot = m_spec->requireSlot_(spec);
+    options::requireKind(specAt_(slot), type, operation);
     return slot;
 }
 
-std::size_t HATOptGroup::textSlotOf(const HATAttrSpec* spec, const char* operation) const {
-    const std::size_t slot = m_spec->requireSlot(spec);
-    options::requireText(specAt(slot), operation);
+std::size_t HATOptGroup::textSlotOf_(const HATAttrSpec* spec, const char* operation) const {
+    const std::size_t slot = m_spec->requireSlot_(spec);
+    options::requireText(specAt_(slot), operation);
     return slot;
 }
 
-const HATAttrSpec& HATOptGroup::specAt(std::size_t slot) const {
+const HATAttrSpec& HATOptGroup::specAt_(std::size_t slot) const {
     return *m_spec->m_specs[slot];
 }
 
-const OptionValue* HATOptGroup::ownAt(std::size_t slot) const {
+const OptionValue* HATOptGroup::ownAt_(std::size_t slot) const {
     return slot < m_values.size() ? m_values[slot].get() : nullptr;
 }
 
-const OptionValue& HATOptGroup::valueAt(std::size_t slot) const {
-    const OptionValue* own = ownAt(slot);
-    return own != nullptr ? *own : *specAt(slot).m_default;
+const OptionValue& HATOptGroup::valueAt_(std::size_t slot) const {
+    const OptionValue* own = ownAt_(slot);
+    return own != nullptr ? *own : *specAt_(slot).m_default;
 }
 
-bool HATOptGroup::store(std::size_t slot, const OptionValue& value) {
-    if (value == *specAt(slot).m_default)
-        return drop(slot);
-    if (value == valueAt(slot))
+bool HATOptGroup::store_(std::size_t slot, const OptionValue& value) {
+    if (value == *specAt_(slot).m_default)
+        return drop_(slot);
+    if (value == valueAt_(slot))
         return false;
-    keep(slot, value);
+    keep_(slot, value);
     return true;
 }
 
-bool HATOptGroup::drop(std::size_t slot) {
-    if (ownAt(slot) == nullptr)
+bool HATOptGroup::drop_(std::size_t slot) {
+    if (ownAt_(slot) == nullptr)
         return false;
     const std::unique_ptr<OptionValue> before = std::move(m_values[slot]);
-    return !(*before == *specAt(slot).m_default);
+    return !(*before == *specAt_(slot).m_default);
 }
 
-void HATOptGroup::keep(std::size_t slot, const OptionValue& value) {
+void HATOptGroup::keep_(std::size_t slot, const OptionValue& value) {
     std::unique_ptr<OptionValue> kept = std::make_unique<OptionValue>(value);
     if (slot >= m_values.size())
         m_values.resize(slot + 1);
     m_values[slot] = std::move(kept);
 }
 
-void HATOptGroup::storeAndTell(std::size_t slot, const OptionValue& value, bool notify) {
-    if (store(slot, value) && notify)
-        tellObservers();
+void HATOptGroup::storeAndTell_(std::size_t slot, const OptionValue& value, bool notify) {
+    if (store_(slot, value) && notify)
+        tellObservers_();
 }
 
-bool HATOptGroup::storeText(std::size_t slot, const std::string& text, bool notify) {
-    const HATAttrSpec& spec = specAt(slot);
+bool HATOptGroup::storeText_(std::size_t slot, const std::string& text, bool notify) {
+    const HATAttrSpec& spec = specAt_(slot);
     OptionValue value;
     if (spec.getAttrType() == HATAttrTypes::kEnum && !options::isAllowedEnum(spec, text))
         return false;
     if (!options::parseText(spec.getAttrType(), text, value))
         return false;
-    storeAndTell(slot, value, notify);
+    storeAndTell_(slot, value, notify);
     return true;
 }
 
-bool HATOptGroup::copyBySlot(const HATOptGroup& source) {
+bool HATOptGroup::copyBySlot_(const HATOptGroup& source) {
     bool changed = false;
     const std::size_t count = std::max(m_values.size(), source.m_values.size());
     for (std::size_t slot = 0; slot < count; ++slot) {
-        const OptionValue* theirs = source.ownAt(slot);
+        const OptionValue* theirs = source.ownAt_(slot);
         if (theirs == nullptr) {
-            changed = drop(slot) || changed;
-        } else if (ownAt(slot) == nullptr || !(*ownAt(slot) == *theirs)) {
-            changed = !(valueAt(slot) == *theirs) || changed;
-            keep(slot, *theirs);
+            changed = drop_(slot) || changed;
+        } else if (ownAt_(slot) == nullptr || !(*ownAt_(slot) == *theirs)) {
+            changed = !(valueAt_(slot) == *theirs) || changed;
+            keep_(slot, *theirs);
         }
     }
     return changed;
 }
 
-bool HATOptGroup::copyByDbId(const HATOptGroup& source) {
+bool HATOptGroup::copyByDbId_(const HATOptGroup& source) {
     bool changed = false;
     for (std::size_t slot = 0; slot < m_spec->attrSpecCount(); ++slot) {
-        const std::size_t theirs = source.m_spec->findCounterpart(*m_spec, slot);
-        const HATAttrSpec& spec = specAt(slot);
+        const std::size_t theirs = source.m_spec->findCounterpart_(*m_spec, slot);
+        const HATAttrSpec& spec = specAt_(slot);
         if (theirs == HATOptGroupSpec::kNoSlot ||
-            source.specAt(theirs).getAttrType() != spec.getAttrType())
+            source.specAt_(theirs).getAttrType() != spec.getAttrType())
             continue;
-        const OptionValue& value = source.valueAt(theirs);
+        const OptionValue& value = source.valueAt_(theirs);
         if (spec.getAttrType() == HATAttrTypes::kEnum && !value.text.empty() &&
             !options::isAllowedEnum(spec, value.text))
             continue;
-        changed = store(slot, value) || changed;
+        changed = store_(slot, value) || changed;
     }
     return changed;
 }
 
-bool HATOptGroup::differsBySlot(const HATOptGroup& other) const {
+bool HATOptGroup::differsBySlot_(const HATOptGroup& other) const {
     const std::size_t count = std::max(m_values.size(), other.m_values.size());
     for (std::size_t slot = 0; slot < count; ++slot) {
-        const OptionValue* mine = ownAt(slot);
-        const OptionValue* theirs = other.ownAt(slot);
-        if (mine != theirs && !(valueAt(slot) == other.valueAt(slot)))
+        const OptionValue* mine = ownAt_(slot);
+        const OptionValue* theirs = other.ownAt_(slot);
+        if (mine != theirs && !(valueAt_(slot) == other.valueAt_(slot)))
             return true;
     }
     return false;
 }
 
-bool HATOptGroup::differsByDbId(const HATOptGroup& other) const {
+bool HATOptGroup::differsByDbId_(const HATOptGroup& other) const {
     for (std::size_t slot = 0; slot < m_spec->attrSpecCount(); ++slot) {
-        const std::size_t theirs = other.m_spec->findCounterpart(*m_spec, slot);
+        const std::size_t theirs = other.m_spec->findCounterpart_(*m_spec, slot);
         if (theirs == HATOptGroupSpec::kNoSlot ||
-            other.specAt(theirs).getAttrType() != specAt(slot).getAttrType() ||
-            !(valueAt(slot) == other.valueAt(theirs)))
+            other.specAt_(theirs).getAttrType() != specAt_(slot).getAttrType() ||
+            !(valueAt_(slot) == other.valueAt_(theirs)))
             return true;
     }
     for (std::size_t slot = 0; slot < other.m_spec->attrSpecCount(); ++slot) {
-        if (m_spec->findCounterpart(*other.m_spec, slot) == HATOptGroupSpec::kNoSlot)
+        if (m_spec->findCounterpart_(*other.m_spec, slot) == HATOptGroupSpec::kNoSlot)
             return true;
     }
     return false;
 }
 
-void HATOptGroup::tellObservers() {
+void HATOptGroup::tellObservers_() {
     const std::vector<HATOptGroupObserver*> toTell = m_observers;
     std::exception_ptr firstThrown;
     for (HATOptGroupObserver* observer : toTell) {

@@ -119,25 +119,25 @@ private:
 
     /// The place of the option that `spec` means here.
     /// @throws HEXAlgException there is none, or it isn't of `type`.
-    std::size_t slotOf(const HATAttrSpec* spec, HATAttrTypes::AttrType type,
-                       const char* operation) const;
-    std::size_t textSlotOf(const HATAttrSpec* spec, const char* operation) const;
-    const HATAttrSpec& specAt(std::size_t slot) const;
+    std::size_t slotOf_(const HATAttrSpec* spec, HATAttrTypes::AttrType type,
+                        const char* operation) const;
+    std::size_t textSlotOf_(const HATAttrSpec* spec, const char* operation) const;
+    const HATAttrSpec& specAt_(std::size_t slot) const;
     /// The option's own value, or null; the value that holds.
-    const options::OptionValue* ownAt(std::size_t slot) const;
-    const options::OptionValue& valueAt(std::size_t slot) const;
+    const options::OptionValue* ownAt_(std::size_t slot) const;
+    const options::OptionValue& valueAt_(std::size_t slot) const;
 
     /// Stores without telling anybody. True when the value that holds changed.
-    bool store(std::size_t slot, const options::OptionValue& value);
-    bool drop(std::size_t slot);
-    void keep(std::size_t slot, const options::OptionValue& value);
-    void storeAndTell(std::size_t slot, const options::OptionValue& value, bool notify);
-    bool storeText(std::size_t slot, const std::string& text, bool notify);
-    bool copyBySlot(const HATOptGroup& source);
-    bool copyByDbId(const HATOptGroup& source);
-    bool differsBySlot(const HATOptGroup& other) const;
-    bool differsByDbId(const HATOptGroup& other) const;
-    void tellObservers();
+    bool store_(std::size_t slot, const options::OptionValue& value);
+    bool drop_(std::size_t slot);
+    void keep_(std::size_t slot, const options::OptionValue& value);
+    void storeAndTell_(std::size_t slot, const options::OptionValue& value, bool notify);
+    bool storeText_(std::size_t slot, const std::string& text, bool notify);
+    bool copyBySlot_(const HATOptGroup& source);
+    bool copyByDbId_(const HATOptGroup& source);
+    bool differsBySlot_(const HATOptGroup& other) const;
+    bool differsByDbId_(const HATOptGroup& other) const;
+    void tellObservers_();
 
     std::unique_ptr<const HATOptGroupSpec> m_ownedSpec;
     const HATOptGroupSpec* m_spec;

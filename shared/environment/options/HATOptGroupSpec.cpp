@@ -35,7 +35,7 @@ void HATOptGroupSpec::registerAttrSpec(HATAttrSpec* ownedSpec, const std::string
     m_specs.emplace_back();
     try {
         m_texts.push_back({dbId, invokeText});
-        index(slot, ownedSpec->getName());
+        index_(slot, ownedSpec->getName());
     } catch (...) {
         dropSlot(m_slotOfDbId, slot);
         dropSlot(m_slotOfName, slot);
@@ -49,7 +49,7 @@ void HATOptGroupSpec::registerAttrSpec(HATAttrSpec* ownedSpec, const std::string
 }
 
 HATAttrSpec* HATOptGroupSpec::getAttrSpecForDbId(const std::string& dbId) const {
-    const std::size_t slot = findSlotForDbId(dbId);
+    const std::size_t slot = findSlotForDbId_(dbId);
     return slot == kNoSlot ? nullptr : m_specs[slot].get();
 }
 
@@ -70,20 +70,20 @@ HSTFwdIter<HATAttrSpec*>* HATOptGroupSpec::createAttrSpecIter() const {
 }
 
 const std::string& HATOptGroupSpec::getInvokeStr(const HATAttrSpec* spec) const {
-    return m_texts[requireSlot(spec)].invokeText;
+    return m_texts[requireSlot_(spec)].invokeText;
 }
 
 const std::string& HATOptGroupSpec::getDbId(const HATAttrSpec* spec) const {
-    return m_texts[requireSlot(spec)].dbId;
+    return m_texts[requireSlot_(spec)].dbId;
 }
 
-std::size_t HATOptGroupSpec::findSlot(const HATAttrSpec* spec) const {
+std::size_t HATOptGroupSpec::findSlot_(const HATAttrSpec* spec) const {
     if (spec == nullptr || spec->m_owner == nullptr)
         return kNoSlot;
-    return spec->m_owner == this ? spec->m_slot : findCounterpart(*spec->m_owner, spec->m_slot);
+    return spec->m_owner == this ? spec->m_slot : findCounterpart_(*spec->m_owner, spec->m_slot);
 }
 
-std::size_t HATOptGroupSpec::findSlotForDbId(const std::string& dbId) const {
+std::size_t HATOptGroupSpec::findSlotForDbId_(const std::string& dbId) const {
     if (m_texts.size() > kHandful) {
         const Index::const_iterator found = m_slotOfDbId.find(dbId);
         return found == m_slotOfDbId.end() ? kNoSlot : found->second;
@@ -95,22 +95,23 @@ std::size_t HATOptGroupSpec::findSlotForDbId(const std::string& dbId) const {
     return kNoSlot;
 }
 
-std::size_t HATOptGroupSpec::findCounterpart(const HATOptGroupSpec& other, std::size_t slot) const {
+std::size_t HATOptGroupSpec::findCounterpart_(const HATOptGroupSpec& other,
+                                              std::size_t slot) const {
     const std::string& dbId = other.m_texts[slot].dbId;
     if (slot < m_texts.size() && m_texts[slot].dbId == dbId)
         return slot;
-    return findSlotForDbId(dbId);
+    return findSlotForDbId_(dbId);
 }
 
-std::size_t HATOptGroupSpec::requireSlot(const HATAttrSpec* spec) const {
-    const std::size_t slot = findSlot(spec);
+std::size_t HATOptGroupSpec::requireSlot_(const HATAttrSpec* spec) const {
+    const std::size_t slot = findSlot_(spec);
     if (slot == kNoSlot)
         throw HEXAlgException("option group \"" + m_id + "\" has no option " +
                               (spec == nullptr ? "NULL" : "\"" + spec->getName() + "\""));
     return slot;
 }
 
-void HATOptGroupSpec::index(std::size_t slot, const std::string& name) {
+void HATOptGroupSpec::index_(std::size_t slot, const std::string& name) {
     if (slot < kHandful)
         return;
     for (std::size_t at = slot == kHandful ? 0 : slot; at <= slot; ++at) {
@@ -119,7 +120,7 @@ void HATOptGroupSpec::index(std::size_t slot, const std::string& name) {
     }
 }
 
-void HATOptGroupSpec::reindexNames() {
+void HATOptGroupSpec::reindexNames_() {
     if (m_specs.size() <= kHandful)
         return;
     Index slotOfName;

@@ -74,19 +74,19 @@ private:
 
     /// The place of `spec`, or of the option here with its database id; kNoSlot
     /// when there is none.
-    std::size_t findSlot(const HATAttrSpec* spec) const;
-    std::size_t findSlotForDbId(const std::string& dbId) const;
+    std::size_t findSlot_(const HATAttrSpec* spec) const;
+    std::size_t findSlotForDbId_(const std::string& dbId) const;
     /// The place here of the option at `slot` of `other`: the same place when it
     /// has the same database id, else the first with that id, or kNoSlot.
-    std::size_t findCounterpart(const HATOptGroupSpec& other, std::size_t slot) const;
-    /// As findSlot().
+    std::size_t findCounterpart_(const HATOptGroupSpec& other, std::size_t slot) const;
+    /// As findSlot_().
     /// @throws HEXAlgException there is none, or `spec` is null.
-    std::size_t requireSlot(const HATAttrSpec* spec) const;
+    std::size_t requireSlot_(const HATAttrSpec* spec) const;
     /// Adds the option at `slot`, the last one, to the indices; all of them when
     /// it is the one that makes them worth their while.
-    void index(std::size_t slot, const std::string& name);
+    void index_(std::size_t slot, const std::string& name);
     /// After a spec got another name.
-    void reindexNames();
+    void reindexNames_();
 
     std::string m_id;
     std::string m_displayName;

@@ -50,5 +50,6 @@ HCTLock::HCTLock(HCTMutex& mutex) XP_NO_THREAD_SAFETY_ANALYSIS : m_mutex(mutex) 
 }
 
 HCTLock::~HCTLock() XP_NO_THREAD_SAFETY_ANALYSIS {
-    m_mutex.unlock();
+    // Fails only when someone gave the mutex back already: nothing is left to do.
+    pthread_mutex_unlock(&m_mutex.m_mutex);
 }

@@ -31,6 +31,8 @@ public:
     void unlock() XP_RELEASE();
 
 private:
+    friend class HCTLock;
+
     pthread_mutex_t m_mutex;
 };
 

@@ -245,13 +245,13 @@ TEST(HATOptGroupObserverHookTest, DoesNothingUnlessOverridden) {
 }
 
 TEST(HATAttrObjTest, LetsWhatDerivesFromItGoThroughIt) {
-    static bool s_gone = false;
+    static bool gone = false;
     class Derived : public HATAttrObj {
     public:
-        ~Derived() override { s_gone = true; }
+        ~Derived() override { gone = true; }
     };
     std::unique_ptr<HATAttrObj>(new Derived).reset();
-    EXPECT_TRUE(s_gone);
+    EXPECT_TRUE(gone);
 }
 
 }  // namespace

@@ -117,6 +117,15 @@ TEST(HCTLockTest, ReleasesTheMutexWhenAnExceptionPasses) {
     EXPECT_TRUE(isFree(mutex));
 }
 
+TEST(HCTLockTest, GoesQuietlyWhenTheMutexWasGivenBackAlready) XP_NO_THREAD_SAFETY_ANALYSIS {
+    HCTMutex mutex;
+    {
+        const HCTLock lock(mutex);
+        mutex.unlock();
+    }
+    EXPECT_TRUE(isFree(mutex));
+}
+
 TEST(HCTLockTest, RefusesAMutexThatThisThreadHolds) XP_NO_THREAD_SAFETY_ANALYSIS {
     HCTMutex mutex;
     const HCTLock lock(mutex);
