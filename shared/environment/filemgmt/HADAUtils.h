@@ -18,10 +18,11 @@ public:
     /// `source` has, not read anew. `target` keeps its name, type, manager, data
     /// folder and file name. Afterwards the two share nothing.
     ///
-    /// With `keepOwn`, sources of `target` that `source` hasn't are kept;
-    /// otherwise `target` ends with what `source` has, in its order. With
-    /// `withRunNames`, each copy remembers the runs that its source is kept
-    /// for, as sets of hook scripts need it; otherwise it names no run.
+    /// With `keepOwn`, sources of `target` that `source` hasn't are kept, and so
+    /// is its root while `source` has none; otherwise `target` ends with what
+    /// `source` has, in its order. With `withRunNames`, each copy remembers the
+    /// runs that its source is kept for, as sets of hook scripts need it;
+    /// otherwise it names no run.
     ///
     /// A set copied onto itself stays as it is.
     /// @throws HEXAlgException either is null.

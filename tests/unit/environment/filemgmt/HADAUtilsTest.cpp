@@ -164,6 +164,13 @@ TEST_F(FileSetCopyTest, KeepsWhatOnlyTheTargetHadWhenAskedTo) {
               HDDATypes::SFT_VERILOG);
 }
 
+TEST_F(FileSetCopyTest, KeepsTheTargetsRootWithItsOwnSources) {
+    HDDACompositeFile* const own = m_folder.addCore(*m_snapshot, "own.core");
+    m_snapshot->setOOCRootCompositeFile(own);
+    copy(true);
+    EXPECT_EQ(m_snapshot->getOOCRootCompositeFile(true), own);
+}
+
 TEST_F(FileSetCopyTest, ReplacesACompositeFileThatWasTheRoot) {
     m_snapshot->setOOCRootCompositeFile(
         m_snapshot->addCompositeFile(m_core->getName(), HDDATypes::SFT_CORE));
