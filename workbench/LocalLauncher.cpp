@@ -1,0 +1,175 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "workbench/LocalLauncher.h"
+
+#include <memory>
+
+#include <sys/statvfs.h>
+
+#include "environment/errors/HEXError.h"
+#include "environment/errors/HEXUserException.h"
+#include "environment/files/HUTFile.h"
+#include "environment/files/HUTFileUtils.h"
+#include "environment/messages/ComMsgMgr.h"
+#include "environment/messages/ComMsgMgrInstance.h"
+#include "environment/process/HUTFork.h"
+#include "runs/base/xperiment/HAXPDataMgr.h"
+#include "runs/base/xperiment/HAXPExpRunStep.h"
+#include "runs/base/xperiment/HAXPFlow.h"
+#include "runs/base/xperiment/HAXPScriptWriter.h"
+#include "runs/base/xperiment/HAXPStrategy.h"
+#include "runs/base/xperiment/HDGUIStatus.h"
+#include "workbench/DesignInputs.h"
+#include "workbench/HAXPExpRun.h"
+#include "workbench/OpenDataMgr.h"
+#include "workbench/OpenRunInfo.h"
+#include "workbench/Project.h"
+#include "workbench/entryRules.h"
+
+namespace {
+
+/// A script of a run is a few kilobytes.
+constexpr std::size_t kLargestScript = 4U << 20U;
+
+template <class... Args> [[noreturn]] void fail(const char* format, const Args&... args) {
+    throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, format, args...));
+}
+
+std::string dirOf(const HAXPExpRun& run) {
+    std::string dir;
+    run.getRunDir(dir);
+    return dir;
+}
+
+bool endsWith(const std::string& text, const std::string& tail) {
+    return text.size() >= tail.size() &&
+           text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
+}
+
+/// Whether "runme.sh" was written to its last line.
+bool isWhole(const HAXPExpRun& run) {
+    std::string script;
+    return HUTFileUtils::readFile(run.pathOf("runme.sh"), kLargestScript, script) &&
+           endsWith(script, OpenDataMgr::getLastLine() + "\n\n\n");
+}
+
+bool parses(const HAXPExpRun& run) {
+    HUTFork shell;
+    shell.addArg("sh");
+    shell.addArg("-n");
+    shell.addArg(run.pathOf("runme.sh"));
+    return shell.launch(true, false, true, true) == 0;
+}
+
+/// What may have kept the scripts from being whole, and what to do.
+std::string adviceFor(const std::string& dir) {
+    struct statvfs info {};
+    if (statvfs(dir.c_str(), &info) == 0 && (info.f_bavail == 0 || info.f_favail == 0))
+        return "The disk of " + dir + " is full; make room and launch again.";
+    return "Check that you may write to " + dir + " and that it has room, then launch again.";
+}
+
+/// The present time on the clock of the run directory, from a file made there.
+long timeIn(const HAXPExpRun& run) {
+    const std::string path = run.pathOf(".launch");
+    long seconds = 0;
+    HUTFile(path).rm();
+    if (!HUTFileUtils::createFile(path, "") || !HUTFile::getFileStamp(path.c_str(), seconds))
+        fail("@60-43@%s%s", run.getName(), adviceFor(dirOf(run)));
+    HUTFile(path).rm();
+    return seconds;
+}
+
+std::string queueMarker(const HAXPExpRun& run) {
+    return run.pathOf("." + run.getStrategy()->getFlow()->getQueStr() + ".queue.rst");
+}
+
+}  // namespace
+
+LocalLauncher::LocalLauncher(Project& project) : m_project(project) {}
+
+void LocalLauncher::launch(HAXPExpRun& run) {
+    run.updateStatus();
+    const int code = run.getStatus()->getCode();
+    if (code == HDGUIStatus::statusRunning || code == HDGUIStatus::statusQueued)
+        fail("@60-40@%s%s", run.getName(),
+             code == HDGUIStatus::statusRunning ? "running" : "queued");
+    checkInputs_(run);
+    prepareDirectory_(run);
+    takeBackSteps_(run);
+    writeScripts_(run);
+    recordLaunch_(run);
+    start_(run);
+}
+
+void LocalLauncher::checkInputs_(const HAXPExpRun& run) const {
+    const DesignInputs& inputs = run.getInfo().getInputs();
+    const HAXPExpRun* synthesis = m_project.getSynthesisOf(run);
+    if (synthesis != nullptr && synthesis->getStatus()->getCode() != HDGUIStatus::statusDone)
+        fail("@60-45@%s%s", run.getName(), synthesis->getName());
+    if (synthesis == nullptr && inputs.sources.empty())
+        fail("@60-47@");
+    for (const std::string& source : inputs.sources) {
+        if (!HUTFile::isFile(source))
+            fail("@60-41@%s%s", run.getName(), source);
+    }
+}
+
+void LocalLauncher::prepareDirectory_(HAXPExpRun& run) {
+    if (dirOf(run).empty())
+        HAXPDataMgr::assignRunDir(&run, m_project.getRunsDir());
+    const std::string dir = dirOf(run);
+    workbench::requireScriptPath(dir);
+    if (!HUTFile(dir).isDir() && !HUTFile(dir).mkDirRecursive())
+        throw HEXUserException(ComMsgMgrInstance("runs", ComMsgMgr::kError, "@36-66@%s", dir));
+    // An implementation finds the netlist by the directory of its synthesis.
+    m_project.setInputs(m_project.getInputs());
+}
+
+void LocalLauncher::takeBackSteps_(HAXPExpRun& run) {
+    run.updateStatus();
+    run.getInfo().updStaleReasons();
+    const HAXPExpRunStep* first = run.getFirstIncompleteStep();
+    if (const HAXPExpRunStep* stale = run.getFirstStaleStep()) {
+        if (first == nullptr || run.getStepIndex(stale) < run.getStepIndex(first))
+            first = stale;
+    }
+    if (run.getInfo().isCompleteRunResetRequired() || run.getRunMode() != HAXPExpRun::kLaunched)
+        first = run.getFirstStep();
+    if (first != nullptr && !run.resetFrom(first))
+        fail("@60-42@%s%s", run.getName(), dirOf(run));
+}
+
+void LocalLauncher::writeScripts_(HAXPExpRun& run) {
+    HAXPScriptWriter(&run).writeScript();
+    const bool hasWrapper = HUTFile(run.pathOf("ZUMWrap.sh")).size() > 0;
+    if (!hasWrapper || !isWhole(run) || !parses(run))
+        fail("@60-43@%s%s", run.getName(), adviceFor(dirOf(run)));
+}
+
+void LocalLauncher::recordLaunch_(HAXPExpRun& run) {
+    auto snapshot = std::make_unique<HAXPStrategy>();
+    snapshot->copyStrat(run.getStrategy(), true, boost::logic::indeterminate);
+    delete run.getInfo().getRunSnapshotStrategy();
+    run.getInfo().setRunSnapshotStrategy(snapshot.release());
+    std::string toStep;
+    run.getInfo().setLaunch(timeIn(run), run.getToStepId(toStep));
+    run.setRunMode(HAXPExpRun::kLaunched);
+    m_project.save();
+}
+
+void LocalLauncher::start_(HAXPExpRun& run) {
+    const std::string marker = queueMarker(run);
+    HUTFileUtils::createFile(marker, "");
+    HUTFork script;
+    script.addArg(run.pathOf("runme.sh"));
+    script.setWorkingDir(dirOf(run));
+    if (script.launch(false, true, false, true) < 1) {
+        HUTFile(marker).rm();
+        run.setRunMode(HAXPExpRun::kNotLaunched);
+        run.getInfo().setLaunch(0, "");
+        m_project.save();
+        fail("@60-44@%s%s", run.getName(), script.getError());
+    }
+    run.updateStatus();
+}

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <string>
+
+#include "workbench/WorkbenchExport.h"
+
+class HAXPExpRun;
+class Project;
+
+/// Launches runs on this host, one process a run, which goes on when the caller ends.
+class WORKBENCH_API LocalLauncher {
+public:
+    /// The project isn't owned and is open for changes.
+    explicit LocalLauncher(Project& project);
+
+    /// Starts `run` from its first step that isn't done or is stale, in a run directory
+    /// that is made if it has none, and saves the project. Returns as soon as the run's
+    /// script is started.
+    /// @throws HEXUserException it is at work, an input or the synthesis is missing, or
+    /// its directory or scripts can't be written; the run is as it was, but that steps
+    /// that were to run anew may be reset.
+    void launch(HAXPExpRun& run);
+
+private:
+    void checkInputs_(const HAXPExpRun& run) const;
+    void prepareDirectory_(HAXPExpRun& run);
+    void takeBackSteps_(HAXPExpRun& run);
+    void writeScripts_(HAXPExpRun& run);
+    void recordLaunch_(HAXPExpRun& run);
+    void start_(HAXPExpRun& run);
+
+    Project& m_project;
+};

@@ -1,0 +1,354 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "workbench/Project.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include "environment/containers/HSTFwdIter.h"
+#include "environment/errors/HEXAlgException.h"
+#include "environment/errors/HEXError.h"
+#include "environment/errors/HEXUserException.h"
+#include "environment/files/HUTFile.h"
+#include "environment/files/HUTFileUtils.h"
+#include "environment/installation/HUTEnv.h"
+#include "environment/messages/ComMsgMgr.h"
+#include "environment/messages/ComMsgMgrInstance.h"
+#include "environment/options/HATAttrSpec.h"
+#include "environment/options/HATOptGroup.h"
+#include "environment/options/HATOptGroupSpec.h"
+#include "environment/strings/HSTStringUtils.h"
+#include "runs/base/xperiment/HAXPExpRunStep.h"
+#include "runs/base/xperiment/HAXPFlow.h"
+#include "runs/base/xperiment/HAXPFlowStep.h"
+#include "runs/base/xperiment/HAXPFlowStepOptions.h"
+#include "runs/base/xperiment/HAXPStrategy.h"
+#include "workbench/OpenRunInfo.h"
+#include "workbench/entryRules.h"
+#include "workbench/openFlows.h"
+#include "workbench/optionText.h"
+#include "workbench/projectEntry.h"
+#include "workbench/projectFile.h"
+#include "workbench/shippedStrategies.h"
+
+namespace {
+
+const char kLockName[] = ".project.lock";
+
+template <class... Args> [[noreturn]] void fail(const char* format, const Args&... args) {
+    throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, format, args...));
+}
+
+std::string joined(const std::vector<std::string>& texts) {
+    std::string all;
+    for (const std::string& text : texts)
+        all += (all.empty() ? "" : ", ") + text;
+    return all.empty() ? "none" : all;
+}
+
+bool isSynthesis(const HAXPFlow& flow) {
+    return flow.supportsFlowType(HAXPTypes::FLOW_SYNTH);
+}
+
+std::string absolute(const std::string& path) {
+    std::string full = path;
+    HUTFileUtils::makeAbsolutePath(full);
+    while (full.size() > 1 && full.back() == '/')
+        full.pop_back();
+    return full;
+}
+
+std::string lastName(const std::string& path) {
+    return path.substr(path.rfind('/') + 1);
+}
+
+/// The project's folder: `dir` or the nearest one above it with a project file.
+std::string findProjectDir(const std::string& dir) {
+    for (std::string at = absolute(dir); !at.empty(); at.erase(at.rfind('/'))) {
+        if (HUTFile::exists(at + "/" + Project::kFileName))
+            return at;
+    }
+    fail("@60-10@%s", absolute(dir));
+}
+
+std::unique_ptr<HAXPStrategy> strategyFor(const HAXPFlow& flow, const std::string& name) {
+    if (name.empty())
+        return std::make_unique<HAXPStrategy>(&flow);
+    std::unique_ptr<HAXPStrategy> strategy = workbench::makeShippedStrategy(flow, name);
+    if (strategy == nullptr)
+        fail("@60-22@%s%s", name, joined(workbench::shippedStrategyNames(flow)));
+    return strategy;
+}
+
+/// A group and an option of it that a name means.
+struct Choice {
+    HATOptGroup* group;
+    const HATAttrSpec* spec;
+};
+
+using EntryIter = std::unique_ptr<HSTFwdIter<HAXPFlowStepOptions*>>;
+
+/// Every option of a strategy that a user may set.
+std::vector<Choice> choicesOf(const HAXPStrategy& strategy) {
+    std::vector<Choice> choices;
+    const EntryIter entries(strategy.createFlowStepOptionsIter());
+    while (entries->hasNext()) {
+        const HAXPFlowStepOptions* entry = entries->next();
+        for (HATOptGroup* group : {entry->getOptions(), entry->getAttrs()}) {
+            for (const auto& spec : group->getOptionsSpec()->getAttrSpecs()) {
+                if (!spec->isReadOnly())
+                    choices.push_back({group, spec.get()});
+            }
+        }
+    }
+    return choices;
+}
+
+std::string fullName(const Choice& choice) {
+    return choice.group->getOptGrpId() + "." + choice.spec->getName();
+}
+
+Choice findChoice(const HAXPStrategy& strategy, const std::string& name) {
+    std::vector<Choice> found;
+    std::vector<std::string> known;
+    for (const Choice& choice : choicesOf(strategy)) {
+        known.push_back(fullName(choice));
+        if (name == known.back() || name == choice.spec->getName())
+            found.push_back(choice);
+    }
+    if (found.size() != 1)
+        fail("@60-24@%s%s", name, joined(known));
+    return found.front();
+}
+
+}  // namespace
+
+const char Project::kFileName[] = "project.xml";
+
+/// The lock of a project that is open for changes; its file says who holds it.
+struct Project::Lock {
+    int fd = -1;
+
+    Lock() = default;
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+    ~Lock() {
+        if (fd >= 0)
+            close(fd);
+    }
+};
+
+std::unique_ptr<Project> Project::create(const std::string& dir, const DesignInputs& inputs) {
+    const std::string folder = absolute(dir);
+    workbench::requireScriptPath(folder);
+    if (HUTFile::exists(folder + "/" + kFileName))
+        fail("@60-11@%s", folder);
+    if (!HUTFile(folder).mkDirRecursive())
+        fail("@60-16@%s%s", folder, std::strerror(errno));
+    std::unique_ptr<Project> project(new Project(folder, kChange));
+    project->m_name = lastName(folder);
+    project->takeLock_();
+    project->setInputs(inputs);
+    project->save();
+    return project;
+}
+
+std::unique_ptr<Project> Project::open(const std::string& dir, Access access) {
+    std::unique_ptr<Project> project(new Project(findProjectDir(dir), access));
+    if (access == kChange)
+        project->takeLock_();
+    ProjectFile(*project).read();
+    for (const auto& entry : project->m_entries)
+        project->giveInputs_(*entry);
+    project->updateRuns();
+    return project;
+}
+
+Project::~Project() = default;
+
+std::string Project::getRunsDir() const {
+    return m_dir + "/runs";
+}
+
+void Project::setInputs(const DesignInputs& inputs) {
+    DesignInputs taken = inputs;
+    taken.netlist.clear();
+    for (std::vector<std::string>* paths : {&taken.sources, &taken.includeDirs}) {
+        for (std::string& path : *paths) {
+            path = absolute(path);
+            workbench::requireScriptPath(path);
+        }
+    }
+    if (!taken.constraints.empty())
+        taken.constraints = absolute(taken.constraints);
+    workbench::requireScriptPath(taken.constraints);
+    for (const std::string& define : taken.defines)
+        workbench::requireOptionText("define", define);
+    workbench::requireOptionText("top", taken.top);
+    workbench::requireOptionText("device", taken.device);
+    workbench::requireOptionText("package", taken.package);
+    workbench::requireOptionText("frequency", taken.frequencyMhz);
+    m_inputs = taken;
+    for (const auto& entry : m_entries)
+        giveInputs_(*entry);
+}
+
+std::vector<HAXPExpRun*> Project::getRuns() const {
+    std::vector<HAXPExpRun*> runs;
+    runs.reserve(m_entries.size());
+    for (const auto& entry : m_entries)
+        runs.push_back(entry->run.get());
+    return runs;
+}
+
+HAXPExpRun* Project::findRun(const std::string& name) const {
+    const auto found = std::find_if(m_entries.begin(), m_entries.end(), [&name](const auto& entry) {
+        return entry->run->getName() == name;
+    });
+    return found == m_entries.end() ? nullptr : (*found)->run.get();
+}
+
+HAXPExpRun& Project::getRun(const std::string& name) const {
+    if (HAXPExpRun* run = findRun(name))
+        return *run;
+    std::vector<std::string> names;
+    for (const auto& entry : m_entries)
+        names.push_back(entry->run->getName());
+    fail("@60-21@%s%s", name, joined(names));
+}
+
+HAXPExpRun& Project::createRun(const std::string& name, const HAXPFlow& flow,
+                               const std::string& strategyName, const std::string& synthesis) {
+    std::string from = synthesis;
+    if (!isSynthesis(flow) && from.empty()) {
+        const auto first = std::find_if(m_entries.begin(), m_entries.end(), [](const auto& entry) {
+            return isSynthesis(*entry->flow);
+        });
+        if (first == m_entries.end())
+            fail("@60-27@");
+        from = (*first)->run->getName();
+    }
+    Entry& entry = addEntry_(name, flow, strategyName, from);
+    giveInputs_(entry);
+    return *entry.run;
+}
+
+HAXPExpRun* Project::getSynthesisOf(const HAXPExpRun& run) const {
+    const Entry& entry = entryOf_(run);
+    return entry.synthesis.empty() ? nullptr : findRun(entry.synthesis);
+}
+
+void Project::applyStrategy(HAXPExpRun& run, const std::string& name) {
+    const std::unique_ptr<HAXPStrategy> strategy = strategyFor(*entryOf_(run).flow, name);
+    run.setLatestStep(nullptr);
+    run.applyStrategy(strategy.get());
+}
+
+void Project::setToStep(HAXPExpRun& run, const std::string& abbrev) {
+    const std::string before = entryOf_(run).toStep;
+    run.setToStepId(abbrev);
+    if (!abbrev.empty() && run.getToStep() == nullptr) {
+        run.setToStepId(before);
+        fail("@60-25@%s%s", run.getName(), abbrev);
+    }
+    entryOf_(run).toStep = abbrev;
+}
+
+void Project::setOption(HAXPExpRun& run, const std::string& name, const std::string& value) {
+    const Choice choice = findChoice(*run.getStrategy(), name);
+    workbench::requireOptionText(name, value);
+    std::string reason;
+    if (!workbench::setOptionText(*choice.group, *choice.spec, value, reason))
+        fail("@60-23@%s%s", fullName(choice), reason);
+}
+
+void Project::updateRuns() {
+    for (const auto& entry : m_entries)
+        entry->run->updateRun();
+}
+
+void Project::save() {
+    if (m_access != kChange)
+        throw HEXAlgException("the project is open for reading");
+    try {
+        ProjectFile(*this).write();
+    } catch (const HEXError& error) {
+        fail("@60-15@%s%s", m_dir, error.what());
+    }
+    for (const auto& entry : m_entries)
+        entry->run->clearDirty();
+}
+
+void Project::strategyModifiedCallback_(HAXPStrategy*) {}
+
+Project::Project(const std::string& dir, Access access) : m_dir(dir), m_access(access) {}
+
+void Project::takeLock_() {
+    const std::string path = m_dir + "/" + kLockName;
+    m_lock = std::make_unique<Lock>();
+    m_lock->fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0644);
+    if (m_lock->fd < 0)
+        fail("@60-16@%s%s", m_dir, std::strerror(errno));
+    if (flock(m_lock->fd, LOCK_EX | LOCK_NB) != 0) {
+        std::string holder;
+        if (!HUTFileUtils::readFile(path, 4096, holder) || holder.empty())
+            holder = "by whom isn't known";
+        fail("@60-14@%s%s", m_dir, holder);
+    }
+    const std::string self = "process " + std::to_string(getpid()) + " on " + HUTEnv::getHostName();
+    // Only for the message of the next one who comes; the lock itself is the kernel's.
+    if (ftruncate(m_lock->fd, 0) != 0 || pwrite(m_lock->fd, self.data(), self.size(), 0) < 0)
+        errno = 0;
+}
+
+Project::Entry& Project::addEntry_(const std::string& name, const HAXPFlow& flow,
+                                   const std::string& strategyName, const std::string& synthesis) {
+    workbench::requireRunName(name);
+    const auto sameName = [&name](const auto& entry) {
+        return HSTStringUtils::iequals(entry->run->getName(), name);
+    };
+    if (std::any_of(m_entries.begin(), m_entries.end(), sameName))
+        fail("@60-20@%s", name);
+    auto entry = std::make_unique<Entry>();
+    entry->flow = &flow;
+    if (!isSynthesis(flow)) {
+        const HAXPExpRun* from = findRun(synthesis);
+        if (from == nullptr || !isSynthesis(*entryOf_(*from).flow))
+            fail("@60-26@%s", synthesis);
+        entry->synthesis = synthesis;
+    }
+    const std::unique_ptr<HAXPStrategy> strategy = strategyFor(flow, strategyName);
+    entry->run = std::make_unique<HAXPExpRun>(name, strategy.get(), this);
+    m_entries.push_back(std::move(entry));
+    return *m_entries.back();
+}
+
+void Project::giveInputs_(const Entry& entry) const {
+    DesignInputs inputs = m_inputs;
+    if (!entry.synthesis.empty())
+        inputs.netlist = netlistOf_(entry.synthesis);
+    entry.run->getInfo().setInputs(inputs);
+}
+
+Project::Entry& Project::entryOf_(const HAXPExpRun& run) const {
+    const auto found = std::find_if(m_entries.begin(), m_entries.end(),
+                                    [&run](const auto& entry) { return entry->run.get() == &run; });
+    if (found == m_entries.end())
+        throw HEXAlgException("the run isn't the project's");
+    return **found;
+}
+
+std::string Project::netlistOf_(const std::string& synthesis) const {
+    const HAXPExpRun* run = findRun(synthesis);
+    std::string dir;
+    if (run != nullptr)
+        run->getRunDir(dir);
+    if (dir.empty())
+        dir = getRunsDir() + "/" + synthesis;
+    return dir + "/" + m_inputs.top + ".json";
+}

@@ -1,0 +1,114 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "runs/base/xperiment/HAXPStratDB.h"
+#include "workbench/DesignInputs.h"
+#include "workbench/WorkbenchExport.h"
+
+class HAXPExpRun;
+class HAXPFlow;
+class HAXPStrategy;
+
+/// A design, its runs and where they lie: a folder with a project file.
+///
+/// The file holds what the user chose and what was launched, never a status: that
+/// comes from the run directories each time. Paths inside the folder are kept
+/// relative to it, so that the folder can move. A save leaves the old file or the
+/// new one, whole.
+///
+/// A project that is open for changes holds a lock on its folder; any number of
+/// others may read it meanwhile. It belongs to one thread. What a user can cause is
+/// a HEXUserException with the whole message.
+class WORKBENCH_API Project final : public HAXPStratDB {
+public:
+    enum Access { kRead, kChange };
+
+    /// The project file in a project's folder.
+    static const char kFileName[];
+
+    /// Makes a project in `dir`, which is made if it isn't there, open for changes and
+    /// saved. @throws HEXUserException there is one already, or it can't be made.
+    static std::unique_ptr<Project> create(const std::string& dir, const DesignInputs& inputs);
+
+    /// Opens the project in `dir` or the next folder above that holds one, and brings
+    /// its runs up to date with their directories. @throws HEXUserException there is
+    /// none, it is damaged or of a newer version, or with kChange it is open for changes
+    /// elsewhere.
+    static std::unique_ptr<Project> open(const std::string& dir, Access access);
+
+    /// Unsaved changes are lost.
+    ~Project() override;
+
+    const std::string& getName() const { return m_name; }
+    /// Absolute, without a separator at its end.
+    const std::string& getDir() const { return m_dir; }
+    std::string getRunsDir() const;
+
+    /// The inputs of the design, without a netlist; all paths absolute.
+    const DesignInputs& getInputs() const { return m_inputs; }
+    /// Takes `inputs` and hands them to every run. @throws HEXUserException a path can't
+    /// enter a script.
+    void setInputs(const DesignInputs& inputs);
+
+    /// The runs in order of creation; the project owns them.
+    std::vector<HAXPExpRun*> getRuns() const;
+    HAXPExpRun* findRun(const std::string& name) const;
+    /// findRun(), or @throws HEXUserException that lists the names.
+    HAXPExpRun& getRun(const std::string& name) const;
+
+    /// Makes a run over `flow` with a copy of the shipped strategy `strategyName`. An
+    /// implementation starts from the netlist of the synthesis run `synthesis`; empty
+    /// takes the project's first one.
+    /// @throws HEXUserException a bad or known name, no such strategy or synthesis.
+    HAXPExpRun& createRun(const std::string& name, const HAXPFlow& flow,
+                          const std::string& strategyName, const std::string& synthesis);
+
+    /// The synthesis that an implementation starts from; null for a synthesis.
+    HAXPExpRun* getSynthesisOf(const HAXPExpRun& run) const;
+
+    /// Gives `run` a copy of the shipped strategy `name`; its options are lost.
+    void applyStrategy(HAXPExpRun& run, const std::string& name);
+
+    /// Makes `run` end at the step with the short name `abbrev`; empty: at its last one.
+    /// @throws HEXUserException it has no such step.
+    void setToStep(HAXPExpRun& run, const std::string& abbrev);
+
+    /// Sets the option `name`, "step.option" or an option's name alone where one step has
+    /// it, from a text. @throws HEXUserException no such option, or a bad value.
+    void setOption(HAXPExpRun& run, const std::string& name, const std::string& value);
+
+    /// Brings status, reports and numbers of every run up to date.
+    void updateRuns();
+
+    /// @throws HEXUserException the file can't be written, or the project is open for
+    /// reading only; the old file is intact.
+    void save();
+
+protected:
+    void strategyModifiedCallback_(HAXPStrategy* strategy) override;
+
+private:
+    friend class ProjectFile;
+    struct Entry;
+    struct Lock;
+
+    Project(const std::string& dir, Access access);
+    void takeLock_();
+    Entry& addEntry_(const std::string& name, const HAXPFlow& flow, const std::string& strategyName,
+                     const std::string& synthesis);
+    void giveInputs_(const Entry& entry) const;
+    Entry& entryOf_(const HAXPExpRun& run) const;
+    std::string netlistOf_(const std::string& synthesis) const;
+
+    std::string m_dir;
+    std::string m_name;
+    Access m_access;
+    DesignInputs m_inputs;
+    std::unique_ptr<Lock> m_lock;
+    std::vector<std::unique_ptr<Entry>> m_entries;
+};

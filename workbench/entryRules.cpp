@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "workbench/entryRules.h"
+
+#include <algorithm>
+
+#include "environment/errors/HEXUserException.h"
+#include "environment/messages/ComMsgMgr.h"
+#include "environment/messages/ComMsgMgrInstance.h"
+
+namespace workbench {
+
+namespace {
+
+constexpr std::size_t kLongestRunName = 100;
+
+bool isAlnum(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
+}
+
+bool isRunNameChar(char c) {
+    return isAlnum(c) || c == '.' || c == '_' || c == '+' || c == '-';
+}
+
+bool isControl(char c) {
+    return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
+
+/// The first character of `text` that is a control character or one of `refused`, in
+/// words; empty when there is none.
+std::string findRefused(const std::string& text, const std::string& refused) {
+    for (const char c : text) {
+        if (isControl(c))
+            return "a control character";
+        if (refused.find(c) != std::string::npos)
+            return std::string("the character ") + c;
+    }
+    return {};
+}
+
+}  // namespace
+
+void requireRunName(const std::string& name) {
+    const bool good = !name.empty() && name.size() <= kLongestRunName && isAlnum(name.front()) &&
+                      std::all_of(name.begin(), name.end(), isRunNameChar);
+    if (!good)
+        throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-1@%s", name));
+}
+
+void requireScriptPath(const std::string& path) {
+    const std::string found = findRefused(path, "'\"\\$`*?[");
+    if (!found.empty())
+        throw HEXUserException(
+            ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-2@%s%s", path, found));
+}
+
+void requireOptionText(const std::string& name, const std::string& value) {
+    const std::string found = findRefused(value, "'\"\\$`*?[]{}()<>|&;#~!^%");
+    if (!found.empty())
+        throw HEXUserException(
+            ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-3@%s%s%s", name, value, found));
+}
+
+}  // namespace workbench

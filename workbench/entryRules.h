@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <string>
+
+#include "workbench/WorkbenchExport.h"
+
+/// What may enter a generated script: names, paths and option values go into it as
+/// they stand, so they are checked on the way in.
+namespace workbench {
+
+/// @throws HEXUserException `name` isn't made of up to 100 letters, digits and . _ + -,
+/// beginning with a letter or digit.
+WORKBENCH_API void requireRunName(const std::string& name);
+
+/// @throws HEXUserException `path` holds a quote, backslash, dollar sign, backtick,
+/// control character or one of * ? [.
+WORKBENCH_API void requireScriptPath(const std::string& path);
+
+/// @throws HEXUserException the value of the option `name` holds a character that a shell
+/// takes as its own.
+WORKBENCH_API void requireOptionText(const std::string& name, const std::string& value);
+
+}  // namespace workbench

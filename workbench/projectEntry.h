@@ -1,0 +1,19 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <memory>
+#include <string>
+
+#include "workbench/HAXPExpRun.h"
+#include "workbench/Project.h"
+
+/// A run of a project, and what only the project knows of it.
+struct Project::Entry {
+    std::unique_ptr<HAXPExpRun> run;
+    const HAXPFlow* flow = nullptr;
+    /// The name of the synthesis run that it starts from; empty for a synthesis.
+    std::string synthesis;
+    /// The short name of the step to end at; empty for the last one.
+    std::string toStep;
+};

@@ -1,0 +1,299 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "workbench/projectFile.h"
+
+#include <memory>
+
+#include "environment/containers/HSTFwdIter.h"
+#include "environment/errors/HEXError.h"
+#include "environment/errors/HEXUserException.h"
+#include "environment/errors/HXMLException.h"
+#include "environment/files/HUTFile.h"
+#include "environment/messages/ComMsgMgr.h"
+#include "environment/messages/ComMsgMgrInstance.h"
+#include "environment/options/HATAttrSpec.h"
+#include "environment/options/HATOptGroup.h"
+#include "environment/options/HATOptGroupSpec.h"
+#include "environment/strings/HUTConvert.h"
+#include "environment/xml/HXMLWriterBase.h"
+#include "environment/xml/xmlDocument.h"
+#include "runs/base/xperiment/HAXPFlow.h"
+#include "runs/base/xperiment/HAXPFlowStepOptions.h"
+#include "runs/base/xperiment/HAXPMgr.h"
+#include "runs/base/xperiment/HAXPStrategy.h"
+#include "workbench/OpenRunInfo.h"
+#include "workbench/optionText.h"
+#include "workbench/projectEntry.h"
+
+namespace {
+
+constexpr int kVersion = 1;
+constexpr int kMinor = 0;
+
+/// Elements and attributes of the format, for reader and writer.
+namespace name {
+const char kProject[] = "Project";
+const char kVersion[] = "Version";
+const char kMinor[] = "Minor";
+const char kName[] = "Name";
+const char kTop[] = "Top";
+const char kDevice[] = "Device";
+const char kPackage[] = "Package";
+const char kFrequency[] = "FrequencyMhz";
+const char kSource[] = "Source";
+const char kConstraints[] = "Constraints";
+const char kInclude[] = "IncludeDir";
+const char kDefine[] = "Define";
+const char kPath[] = "Path";
+const char kText[] = "Text";
+const char kRun[] = "Run";
+const char kFlow[] = "Flow";
+const char kSynthesis[] = "Synthesis";
+const char kStrategy[] = "Strategy";
+const char kDescription[] = "Description";
+const char kDir[] = "Dir";
+const char kToStep[] = "ToStep";
+const char kOption[] = "Option";
+const char kId[] = "Id";
+const char kValue[] = "Value";
+const char kLaunch[] = "Launch";
+const char kTime[] = "Time";
+}  // namespace name
+
+using EntryIter = std::unique_ptr<HSTFwdIter<HAXPFlowStepOptions*>>;
+
+/// The groups of a strategy whose values stand in the file: options, and the attributes
+/// that a user may set.
+std::vector<HATOptGroup*> groupsOf(const HAXPStrategy& strategy) {
+    std::vector<HATOptGroup*> groups;
+    const EntryIter entries(strategy.createFlowStepOptionsIter());
+    while (entries->hasNext()) {
+        const HAXPFlowStepOptions* entry = entries->next();
+        groups.push_back(entry->getOptions());
+        groups.push_back(entry->getAttrs());
+    }
+    return groups;
+}
+
+/// In the file an option is called by its step and its database id.
+std::string fileId(const HATOptGroup& group, const HATAttrSpec& spec) {
+    return group.getOptGrpId() + "/" + group.getOptionsSpec()->getDbId(&spec);
+}
+
+void writeOptions(HXMLWriterBase& out, const HAXPStrategy& strategy) {
+    for (const HATOptGroup* group : groupsOf(strategy)) {
+        for (const auto& spec : group->getOptionsSpec()->getAttrSpecs()) {
+            if (spec->isReadOnly() || !group->isSet(spec.get()))
+                continue;
+            out.addAttr(name::kId, fileId(*group, *spec));
+            out.addAttr(name::kValue, workbench::optionText(*group, *spec));
+            out.wrEmptyTag(name::kOption);
+        }
+    }
+}
+
+void readOption(const xml::Document& document, const xml::Element& element,
+                const HAXPStrategy& strategy) {
+    const std::string& id = element.attribute(name::kId);
+    for (HATOptGroup* group : groupsOf(strategy)) {
+        for (const auto& spec : group->getOptionsSpec()->getAttrSpecs()) {
+            if (fileId(*group, *spec) != id)
+                continue;
+            std::string reason;
+            if (!workbench::setOptionText(*group, *spec, element.attribute(name::kValue), reason))
+                document.refuse(element, "option " + id + ": " + reason);
+            return;
+        }
+    }
+    document.refuse(element, "there is no option " + id);
+}
+
+void readOptions(const xml::Document& document, const xml::Element& parent,
+                 const HAXPStrategy& strategy) {
+    for (const xml::Element& child : parent.children()) {
+        if (child.name() == name::kOption)
+            readOption(document, child, strategy);
+    }
+}
+
+long readTime(const xml::Document& document, const xml::Element& element) {
+    const std::string& text = element.attribute(name::kTime);
+    long seconds = 0;
+    try {
+        std::size_t used = 0;
+        seconds = std::stol(text, &used);
+        if (used != text.size() || seconds <= 0)
+            seconds = 0;
+    } catch (const std::exception&) {
+        seconds = 0;
+    }
+    if (seconds == 0)
+        document.refuse(element, "\"" + text + "\" is no launch time");
+    return seconds;
+}
+
+void writePath(HXMLWriterBase& out, const char* element, const std::string& path) {
+    out.addAttr(name::kPath, path);
+    out.wrEmptyTag(element);
+}
+
+void addIfSet(HXMLWriterBase& out, const char* attribute, const std::string& value) {
+    if (!value.empty())
+        out.addAttr(attribute, value);
+}
+
+}  // namespace
+
+ProjectFile::ProjectFile(Project& project) : m_project(project) {}
+
+void ProjectFile::read() {
+    try {
+        const xml::Document document = xml::Document::fromFile(path_());
+        checkVersion_(document);
+        readDocument_(document);
+    } catch (const HXMLException& error) {
+        throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-12@%s%s",
+                                                 path_(), error.what()));
+    }
+}
+
+void ProjectFile::write() const {
+    HXMLWriterBase out(path_());
+    const DesignInputs& inputs = m_project.m_inputs;
+    out.addAttr(name::kVersion, std::to_string(kVersion));
+    out.addAttr(name::kMinor, std::to_string(kMinor));
+    out.addAttr(name::kName, m_project.m_name);
+    out.addAttr(name::kTop, inputs.top);
+    out.addAttr(name::kDevice, inputs.device);
+    out.addAttr(name::kPackage, inputs.package);
+    out.addAttr(name::kFrequency, inputs.frequencyMhz);
+    out.wrStartTag(name::kProject);
+    for (const std::string& source : inputs.sources)
+        writePath(out, name::kSource, relative_(source));
+    if (!inputs.constraints.empty())
+        writePath(out, name::kConstraints, relative_(inputs.constraints));
+    for (const std::string& dir : inputs.includeDirs)
+        writePath(out, name::kInclude, relative_(dir));
+    for (const std::string& define : inputs.defines) {
+        out.addAttr(name::kText, define);
+        out.wrEmptyTag(name::kDefine);
+    }
+    for (const auto& entry : m_project.m_entries)
+        writeRun_(out, *entry);
+    out.wrEndTag(name::kProject);
+    out.closeDoc();
+}
+
+void ProjectFile::readDocument_(const xml::Document& document) {
+    const xml::Element& root = document.root();
+    readDesign_(root);
+    for (const xml::Element& child : root.children()) {
+        if (child.name() == name::kRun)
+            readRun_(document, child);
+    }
+}
+
+void ProjectFile::checkVersion_(const xml::Document& document) const {
+    const xml::Element& root = document.root();
+    if (root.name() != name::kProject)
+        document.refuse(root, "the root element is no " + std::string(name::kProject));
+    int version = 0;
+    if (!HUTConvert::stringToInteger(root.attribute(name::kVersion), version) || version < 1)
+        document.refuse(root, "there is no version");
+    if (version > kVersion)
+        throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-13@%s%s%s",
+                                                 path_(), std::to_string(version),
+                                                 std::to_string(kVersion)));
+}
+
+void ProjectFile::readDesign_(const xml::Element& root) {
+    DesignInputs inputs;
+    m_project.m_name = root.attribute(name::kName);
+    inputs.top = root.attribute(name::kTop);
+    inputs.device = root.attribute(name::kDevice);
+    inputs.package = root.attribute(name::kPackage);
+    inputs.frequencyMhz = root.attribute(name::kFrequency);
+    for (const xml::Element& child : root.children()) {
+        const std::string path = absolute_(child.attribute(name::kPath));
+        if (child.name() == name::kSource)
+            inputs.sources.push_back(path);
+        else if (child.name() == name::kConstraints)
+            inputs.constraints = path;
+        else if (child.name() == name::kInclude)
+            inputs.includeDirs.push_back(path);
+        else if (child.name() == name::kDefine)
+            inputs.defines.push_back(child.attribute(name::kText));
+    }
+    m_project.m_inputs = inputs;
+}
+
+void ProjectFile::readRun_(const xml::Document& document, const xml::Element& element) {
+    const HAXPFlow* flow = HAXPMgr::getGlobal()->getFlowById(element.attribute(name::kFlow));
+    if (flow == nullptr)
+        document.refuse(element, "there is no flow " + element.attribute(name::kFlow));
+    Project::Entry* entry = nullptr;
+    try {
+        entry = &m_project.addEntry_(element.attribute(name::kName), *flow, "",
+                                     element.attribute(name::kSynthesis));
+    } catch (const HEXUserException& error) {
+        document.refuse(element, error.what());
+    }
+    HAXPExpRun& run = *entry->run;
+    readOptions(document, element, *run.getStrategy());
+    run.setStrategyName(element.attribute(name::kStrategy));
+    run.setDescription(element.attribute(name::kDescription), false);
+    entry->toStep = element.attribute(name::kToStep);
+    run.setToStepId(entry->toStep);
+    const std::string& dir = element.attribute(name::kDir);
+    if (!dir.empty())
+        run.setRunDir(absolute_(dir), false);
+    if (const xml::Element* launch = element.child(name::kLaunch)) {
+        run.getInfo().setLaunch(readTime(document, *launch), launch->attribute(name::kToStep));
+        auto snapshot = std::make_unique<HAXPStrategy>(flow);
+        readOptions(document, *launch, *snapshot);
+        delete run.getInfo().getRunSnapshotStrategy();
+        run.getInfo().setRunSnapshotStrategy(snapshot.release());
+        run.setRunMode(HAXPExpRunBase::kLaunched);
+    }
+    run.clearDirty();
+}
+
+void ProjectFile::writeRun_(HXMLWriterBase& out, const Project::Entry& entry) const {
+    const HAXPExpRun& run = *entry.run;
+    const OpenRunInfo& info = run.getInfo();
+    std::string dir;
+    run.getRunDir(dir);
+    out.addAttr(name::kName, run.getName());
+    out.addAttr(name::kFlow, entry.flow->getFlowId());
+    addIfSet(out, name::kSynthesis, entry.synthesis);
+    out.addAttr(name::kStrategy, run.getStrategy()->getName());
+    addIfSet(out, name::kDescription, run.getDescription());
+    addIfSet(out, name::kDir, dir.empty() ? dir : relative_(dir));
+    addIfSet(out, name::kToStep, entry.toStep);
+    out.wrStartTag(name::kRun);
+    writeOptions(out, *run.getStrategy());
+    if (info.getLaunchTime() != 0) {
+        out.addAttr(name::kTime, std::to_string(info.getLaunchTime()));
+        addIfSet(out, name::kToStep, info.getLaunchedTo());
+        out.wrStartTag(name::kLaunch);
+        if (info.getRunSnapshotStrategy() != nullptr)
+            writeOptions(out, *info.getRunSnapshotStrategy());
+        out.wrEndTag(name::kLaunch);
+    }
+    out.wrEndTag(name::kRun);
+}
+
+std::string ProjectFile::absolute_(const std::string& path) const {
+    if (path.empty() || path.front() == '/')
+        return path;
+    return path == "." ? m_project.m_dir : m_project.m_dir + "/" + path;
+}
+
+std::string ProjectFile::relative_(const std::string& path) const {
+    const std::string folder = m_project.m_dir + "/";
+    return path.compare(0, folder.size(), folder) == 0 ? path.substr(folder.size()) : path;
+}
+
+std::string ProjectFile::path_() const {
+    return m_project.m_dir + "/" + Project::kFileName;
+}
