@@ -12,6 +12,8 @@
 namespace mqi {
 namespace tcltasks {
 
+// NOLINTBEGIN(readability-identifier-naming): the names of this layer have underscores.
+
 /// The handles by which scripts hold native objects of one pointer type T.
 ///
 /// A native object has as many handles as were made for it, as a rule one. Its
@@ -82,24 +84,24 @@ private:
 };
 
 template <class T> bool native_cache<T>::observers() {
-    static std::atomic<bool> s_active{true};
-    if (s_active.load(std::memory_order_relaxed) && tcl_exiting())
-        s_active.store(false, std::memory_order_relaxed);
-    return s_active.load(std::memory_order_relaxed);
+    static std::atomic<bool> active{true};
+    if (active.load(std::memory_order_relaxed) && tcl_exiting())
+        active.store(false, std::memory_order_relaxed);
+    return active.load(std::memory_order_relaxed);
 }
 
 // Both tables stay until the process ends: a native object may be a static one
 // and outlive them otherwise.
 template <class T> typename native_cache<T>::n2t_cache& native_cache<T>::get_n2t_cache() {
-    static_assert(sizeof(std::remove_pointer_t<T>) > 0, "include the header of the class");
-    static n2t_cache* const s_cache = new n2t_cache;
-    return *s_cache;
+    static_assert(alignof(std::remove_pointer_t<T>) > 0, "include the header of the class");
+    static n2t_cache* const cache = new n2t_cache;
+    return *cache;
 }
 
 template <class T> typename native_cache<T>::t2n_cache& native_cache<T>::get_t2n_cache() {
-    static_assert(sizeof(std::remove_pointer_t<T>) > 0, "include the header of the class");
-    static t2n_cache* const s_cache = (watch_exit(&native_cache::release_all), new t2n_cache);
-    return *s_cache;
+    static_assert(alignof(std::remove_pointer_t<T>) > 0, "include the header of the class");
+    static t2n_cache* const cache = (watch_exit(&native_cache::release_all), new t2n_cache);
+    return *cache;
 }
 
 template <class T> Tcl_Obj* native_cache<T>::get_obj(T native, const std::string& name) {
@@ -164,6 +166,8 @@ template <class T> bool native_cache<T>::release_handle(Tcl_Obj* obj) {
     decr_refcount(obj);
     return true;
 }
+
+// NOLINTEND(readability-identifier-naming)
 
 }  // namespace tcltasks
 }  // namespace mqi

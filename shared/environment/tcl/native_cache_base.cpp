@@ -54,8 +54,8 @@ struct ExitWatch {
 };
 
 ExitWatch& exitWatch() {
-    static ExitWatch* const s_watch = new ExitWatch;
-    return *s_watch;
+    static ExitWatch* const watch = new ExitWatch;
+    return *watch;
 }
 
 void onTclExit(ClientData) {
@@ -137,11 +137,11 @@ void* native_cache_base::native_of(const Tcl_Obj* obj, const void* cache) {
     return ours ? obj->internalRep.twoPtrValue.ptr1 : nullptr;
 }
 
-void native_cache_base::watch_exit(void (*release_all)()) {
+void native_cache_base::watch_exit(void (*releaseAll)()) {
     const std::lock_guard<std::mutex> lock(exitWatch().mutex);
     if (exitWatch().releases.empty())
         Tcl_CreateExitHandler(onTclExit, nullptr);
-    exitWatch().releases.push_back(release_all);
+    exitWatch().releases.push_back(releaseAll);
 }
 
 }  // namespace tcltasks

@@ -11,6 +11,8 @@ struct Tcl_Obj;
 namespace mqi {
 namespace tcltasks {
 
+// NOLINTBEGIN(readability-identifier-naming): the names of this layer have underscores.
+
 /// What every `native_cache<T>` shares: how a handle, a Tcl value that stands
 /// for a native object, is made, renamed and made invalid.
 ///
@@ -73,10 +75,12 @@ protected:
     /// one, or was converted to something else since.
     static void* native_of(const Tcl_Obj* obj, const void* cache);
 
-    /// Has `release_all` called when Tcl is finalised, while handles are still
+    /// Has `releaseAll` called when Tcl is finalised, while handles are still
     /// good. Once for each cache.
-    static void watch_exit(void (*release_all)());
+    static void watch_exit(void (*releaseAll)());
 };
+
+// NOLINTEND(readability-identifier-naming)
 
 }  // namespace tcltasks
 }  // namespace mqi

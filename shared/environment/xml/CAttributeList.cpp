@@ -12,9 +12,9 @@ void CAttributeList::addAttribute(const std::string& name, const std::string& va
 }
 
 const std::string& CAttributeList::getValue(const std::string& name) const {
-    static const std::string s_none;
+    static const std::string none;
     const std::string* const value = find(name);
-    return value == nullptr ? s_none : *value;
+    return value == nullptr ? none : *value;
 }
 
 const std::string* CAttributeList::find(const std::string& name) const {

@@ -75,12 +75,12 @@ void CXMLWriter::addAttr(const std::string& name, const std::string& value) {
 }
 
 void CXMLWriter::wrStartTag(const std::string& name) {
-    beginElement(name);
+    beginElement_(name);
     m_data->open.push_back(name);
 }
 
 void CXMLWriter::wrEmptyTag(const std::string& name) {
-    beginElement(name);
+    beginElement_(name);
     if (xmlTextWriterEndElement(m_data->writer.get()) < 0)
         refuse_("out of memory");
 }
@@ -126,7 +126,7 @@ void CXMLWriter::refuse_(const std::string& reason) const {
     throw HXMLException(m_documentName + ": can't be written: " + reason);
 }
 
-void CXMLWriter::beginElement(const std::string& name) {
+void CXMLWriter::beginElement_(const std::string& name) {
     if (m_data->finished || (m_data->open.empty() && m_data->hasRoot))
         throw HEXAlgException("CXMLWriter: the document has ended before \"" + name + "\"");
     if (!xml::isName(name))

@@ -54,7 +54,7 @@ protected:
 private:
     struct Data;
 
-    void beginElement(const std::string& name);
+    void beginElement_(const std::string& name);
 
     std::string m_documentName;
     std::unique_ptr<Data> m_data;

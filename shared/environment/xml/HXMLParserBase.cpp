@@ -109,7 +109,7 @@ public:
                       int line) override {
         m_data.line = line;
         if (++m_data.depth == 1)
-            root(name, attributes);
+            root_(name, attributes);
         if (m_data.group != nullptr && m_data.depth == m_data.groupDepth + 1)
             m_data.endOption();
         m_parser.startElem_(name, attributes);
@@ -132,7 +132,7 @@ public:
     }
 
 private:
-    void root(const std::string& name, const CAttributeList& attributes) {
+    void root_(const std::string& name, const CAttributeList& attributes) {
         m_data.root = name;
         m_data.rootAttributes = attributes;
         HUTConvert::stringToInteger(attributes.getValue("Version"), m_data.found.major);
@@ -152,7 +152,7 @@ HXMLParserBase::~HXMLParserBase() = default;
 bool HXMLParserBase::parse(const std::string& path, bool sendErrors) {
     m_data->begin(path);
     try {
-        read();
+        read_();
         return true;
     } catch (bool result) {
         return result;
@@ -164,7 +164,7 @@ bool HXMLParserBase::parse(const std::string& path, bool sendErrors) {
     }
 }
 
-void HXMLParserBase::read() {
+void HXMLParserBase::read_() {
     /// A group isn't kept beyond the parse, however that ends.
     struct LeaveGroup {
         Data& data;

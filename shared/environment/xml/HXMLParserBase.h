@@ -98,7 +98,7 @@ private:
     struct Data;
     class Events;
 
-    void read();
+    void read_();
 
     std::unique_ptr<Data> m_data;
 };

@@ -86,13 +86,14 @@ void HXMLWriterBase::wrOptGroup(const std::string& tag, const HATOptGroup* group
 }
 
 void HXMLWriterBase::closeDoc() {
-    if (m_closed)
+    if (m_saved)
         return;
-    const std::string document = finish_();
+    if (m_document.empty())
+        m_document = finish_();
     try {
-        HUTFileUtils::replaceFile(getDocumentName(), document);
+        HUTFileUtils::replaceFile(getDocumentName(), m_document);
     } catch (const HEXUserException& error) {
         throw HXMLException(error.what());
     }
-    m_closed = true;
+    m_saved = true;
 }

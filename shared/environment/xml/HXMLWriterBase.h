@@ -44,11 +44,14 @@ public:
                     const HATOptGroup* attrs);
 
     /// Ends the document and saves it in the place of the old file. The file is
-    /// the whole old or the whole new one, whatever happens. A second call does
-    /// nothing.
-    /// @throws HXMLException the file can't be saved; the old one is intact.
+    /// the whole old or the whole new one, whatever happens. Once it is saved,
+    /// another call does nothing.
+    /// @throws HXMLException the file can't be saved; the old one is intact, and
+    /// another call tries again.
     void closeDoc();
 
 private:
-    bool m_closed = false;
+    /// The whole document, once it is ended.
+    std::string m_document;
+    bool m_saved = false;
 };

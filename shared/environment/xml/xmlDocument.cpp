@@ -46,14 +46,14 @@ const Element* Element::child(const std::string& childName) const {
 }
 
 Document Document::fromFile(const std::string& path) {
-    return build(readFile(path), path);
+    return build_(readFile(path), path);
 }
 
 Document Document::fromText(const std::string& content, const std::string& fileName) {
-    return build(content, fileName);
+    return build_(content, fileName);
 }
 
-Document Document::build(std::string content, const std::string& fileName) {
+Document Document::build_(std::string content, const std::string& fileName) {
     Document document;
     document.m_fileName = fileName;
     DocumentBuilder builder(document.m_root);

@@ -63,7 +63,7 @@ public:
 
 private:
     Document() = default;
-    static Document build(std::string content, const std::string& fileName);
+    static Document build_(std::string content, const std::string& fileName);
 
     std::string m_fileName;
     Element m_root;

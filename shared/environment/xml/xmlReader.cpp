@@ -48,8 +48,8 @@ public:
         m_context.reset(
             xmlCreateMemoryParserCtxt(source.text.data(), static_cast<int>(source.text.size())));
         if (m_context == nullptr)
-            refuse(0, "the file can't be read: out of memory");
-        *m_context->sax = handlers();
+            refuse_(0, "the file can't be read: out of memory");
+        *m_context->sax = handlers_();
         m_context->userData = this;
         xmlCtxtUseOptions(m_context.get(), kOptions);
     }
@@ -59,40 +59,41 @@ public:
         if (m_thrown)
             std::rethrow_exception(m_thrown);
         if (!m_reason.empty())
-            refuse(m_reasonLine, m_reason);
+            refuse_(m_reasonLine, m_reason);
         if (status != 0 || m_context->wellFormed == 0)
-            refuse(line(), "the document isn't well-formed");
+            refuse_(line_(), "the document isn't well-formed");
     }
 
 private:
-    static xmlSAXHandler handlers();
+    static xmlSAXHandler handlers_();
 
-    static Reading& from(void* self) { return *static_cast<Reading*>(self); }
+    static Reading& from_(void* self) { return *static_cast<Reading*>(self); }
 
-    static void onStart(void* self, const xmlChar* local, const xmlChar* prefix, const xmlChar*,
-                        int, const xmlChar**, int attributeCount, int, const xmlChar** attributes) {
-        from(self).guarded(
-            [&] { from(self).start(qualifiedName(local, prefix), attributeCount, attributes); });
+    static void onStart_(void* self, const xmlChar* local, const xmlChar* prefix, const xmlChar*,
+                         int, const xmlChar**, int attributeCount, int,
+                         const xmlChar** attributes) {
+        from_(self).guarded_(
+            [&] { from_(self).start_(qualifiedName(local, prefix), attributeCount, attributes); });
     }
 
-    static void onEnd(void* self, const xmlChar* local, const xmlChar* prefix, const xmlChar*) {
-        from(self).guarded([&] { from(self).end(qualifiedName(local, prefix)); });
+    static void onEnd_(void* self, const xmlChar* local, const xmlChar* prefix, const xmlChar*) {
+        from_(self).guarded_([&] { from_(self).end_(qualifiedName(local, prefix)); });
     }
 
-    static void onText(void* self, const xmlChar* text, int length) {
-        from(self).guarded([&] {
-            from(self).m_text.append(reinterpret_cast<const char*>(text),
-                                     static_cast<std::size_t>(length));
+    static void onText_(void* self, const xmlChar* text, int length) {
+        from_(self).guarded_([&] {
+            from_(self).m_text.append(reinterpret_cast<const char*>(text),
+                                      static_cast<std::size_t>(length));
         });
     }
 
     // The parser may not be stopped here; it gives no more events by itself.
-    static void onError(void* self, xmlErrorPtr error) noexcept {
-        if (error->level >= XML_ERR_ERROR && from(self).m_reason.empty())
-            from(self).keepReason(*error);
+    static void onError_(void* self, xmlErrorPtr error) noexcept {
+        if (error->level >= XML_ERR_ERROR && from_(self).m_reason.empty())
+            from_(self).keepReason_(*error);
     }
 
-    template <class Event> void guarded(Event event) noexcept {
+    template <class Event> void guarded_(Event event) noexcept {
         if (m_thrown || !m_reason.empty())
             return;
         try {
@@ -103,14 +104,14 @@ private:
         }
     }
 
-    void start(const std::string& name, int attributeCount, const xmlChar** attributes);
-    void end(const std::string& name);
-    void flushText(bool besideElement);
-    void keepReason(const xmlError& error) noexcept;
+    void start_(const std::string& name, int attributeCount, const xmlChar** attributes);
+    void end_(const std::string& name);
+    void flushText_(bool besideElement);
+    void keepReason_(const xmlError& error) noexcept;
 
-    int line() const { return m_context->input == nullptr ? 0 : m_context->input->line; }
+    int line_() const { return m_context->input == nullptr ? 0 : m_context->input->line; }
 
-    [[noreturn]] void refuse(int line, const std::string& reason) const {
+    [[noreturn]] void refuse_(int line, const std::string& reason) const {
         throw HXMLReadException(m_fileName, line, reason);
     }
 
@@ -130,55 +131,55 @@ private:
     std::string m_text;
 };
 
-xmlSAXHandler Reading::handlers() {
+xmlSAXHandler Reading::handlers_() {
     xmlSAXHandler sax;
     std::memset(&sax, 0, sizeof sax);
     sax.initialized = XML_SAX2_MAGIC;
-    sax.startElementNs = onStart;
-    sax.endElementNs = onEnd;
-    sax.characters = onText;
-    sax.ignorableWhitespace = onText;
-    sax.cdataBlock = onText;
-    sax.serror = onError;
+    sax.startElementNs = onStart_;
+    sax.endElementNs = onEnd_;
+    sax.characters = onText_;
+    sax.ignorableWhitespace = onText_;
+    sax.cdataBlock = onText_;
+    sax.serror = onError_;
     return sax;
 }
 
-void Reading::start(const std::string& name, int attributeCount, const xmlChar** attributes) {
-    flushText(true);
+void Reading::start_(const std::string& name, int attributeCount, const xmlChar** attributes) {
+    flushText_(true);
     if (!m_hasChild.empty())
         m_hasChild.back() = true;
     m_hasChild.push_back(false);
     const int begin =
-        m_elements < m_source.elementLines.size() ? m_source.elementLines[m_elements++] : line();
+        m_elements < m_source.elementLines.size() ? m_source.elementLines[m_elements++] : line_();
     if (m_hasChild.size() > kMaxDepth)
-        refuse(begin, fmt::format("elements nested deeper than {}", kMaxDepth));
+        refuse_(begin, fmt::format("elements nested deeper than {}", kMaxDepth));
     CAttributeList list;
     for (int i = 0; i < attributeCount; ++i, attributes += 5) {
         const auto length = static_cast<std::size_t>(attributes[4] - attributes[3]);
         const std::string attribute = qualifiedName(attributes[0], attributes[1]);
         if (length > kMaxAttributeBytes)
-            refuse(begin, fmt::format("the attribute \"{}\" is longer than {} bytes", attribute,
-                                      kMaxAttributeBytes));
+            refuse_(begin, fmt::format("the attribute \"{}\" is longer than {} bytes", attribute,
+                                       kMaxAttributeBytes));
         list.addAttribute(attribute, {reinterpret_cast<const char*>(attributes[3]), length});
     }
     m_events.startElement(name, list, begin);
 }
 
-void Reading::end(const std::string& name) {
-    flushText(m_hasChild.back());
+void Reading::end_(const std::string& name) {
+    flushText_(m_hasChild.back());
     m_hasChild.pop_back();
-    m_events.endElement(name, line());
+    m_events.endElement(name, line_());
 }
 
-void Reading::flushText(bool besideElement) {
+void Reading::flushText_(bool besideElement) {
     if (m_text.empty())
         return;
     const std::string text = std::exchange(m_text, {});
     if (!m_hasChild.empty())
-        m_events.text(text, besideElement && isLayout(text), line());
+        m_events.text(text, besideElement && isLayout(text), line_());
 }
 
-void Reading::keepReason(const xmlError& error) noexcept {
+void Reading::keepReason_(const xmlError& error) noexcept {
     m_reason = error.message == nullptr ? "the document isn't well-formed" : error.message;
     m_reason.erase(m_reason.find_last_not_of(" \n") + 1);
     m_reasonLine = error.line;

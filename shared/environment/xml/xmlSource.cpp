@@ -3,13 +3,13 @@
 #include "environment/xml/xmlSource.h"
 
 #include <algorithm>
+#include <string_view>
 #include <utility>
 
 #include <fmt/format.h>
 
 #include "environment/files/HUTFileUtils.h"
 #include "environment/strings/HI18N.h"
-#include "environment/strings/HSTStringUtils.h"
 #include "environment/xml/HXMLReadException.h"
 #include "environment/xml/xmlText.h"
 
@@ -120,6 +120,13 @@ std::string toUtf8(std::string content, const std::string& fileName) {
 
 // Bounds ------------------------------------------------------------------
 
+std::size_t countOf(std::string_view word, std::string_view text) {
+    std::size_t count = 0;
+    for (std::size_t at = text.find(word); at != npos; at = text.find(word, at + word.size()))
+        ++count;
+    return count;
+}
+
 /// Walks over the markup of a document, from '<' to '<'. It reads just enough
 /// to tell tags from comments and texts; whether the document is well-formed is
 /// the parser's to say. But the parser goes on behind an error, so whatever
@@ -131,63 +138,67 @@ public:
 
     void run() {
         while ((m_at = m_text.find('<', m_at)) != npos)
-            markup();
+            markup_();
     }
 
 private:
-    bool is(const char* prefix) const { return startsWith(m_text, prefix, m_at); }
+    bool is_(const char* prefix) const { return startsWith(m_text, prefix, m_at); }
 
-    void markup() {
-        if (is("<!--"))
-            skipTo("-->", "a comment has no end");
-        else if (is("<![CDATA["))
-            skipTo("]]>", "a CDATA section has no end");
-        else if (is("<!DOCTYPE"))
-            refuse(line(), "a DOCTYPE isn't allowed in this file");
-        else if (is("<?"))
-            instruction();
-        else if (is("</"))
+    void markup_() {
+        if (is_("<!--"))
+            skipTo_("-->", "a comment has no end");
+        else if (is_("<![CDATA["))
+            skipTo_("]]>", "a CDATA section has no end");
+        else if (is_("<!DOCTYPE"))
+            refuse_(line_(), "a DOCTYPE isn't allowed in this file");
+        else if (is_("<?"))
+            instruction_();
+        else if (is_("</"))
             m_at += 2;
         else
-            startTag();
+            startTag_();
     }
 
-    void skipTo(const char* end, const char* complaint) {
+    void skipTo_(const char* end, const char* complaint) {
         const std::size_t found = m_text.find(end, m_at);
         if (found == npos)
-            refuse(line(), complaint);
+            refuse_(line_(), complaint);
         m_at = found;
     }
 
-    void instruction() {
+    void instruction_() {
         const std::size_t begin = m_at;
-        skipTo("?>", "a processing instruction has no end");
+        skipTo_("?>", "a processing instruction has no end");
         if (m_text.find('<', begin + 1) < m_at)
-            refuse(line(), "a processing instruction holds '<'");
+            refuse_(line_(), "a processing instruction holds '<'");
     }
 
-    void startTag() {
-        const int begin = line();
+    void startTag_() {
+        const int begin = line_();
+        const std::size_t tag = m_at;
         m_lines.push_back(begin);
-        const std::size_t attributes = skipTag(begin);
+        const std::size_t attributes = skipTag_(begin);
         m_attributes += attributes;
+        m_namespaces += countOf("xmlns", std::string_view(m_text).substr(tag, m_at - tag));
         if (m_lines.size() > kMaxElements)
-            refuse(begin, fmt::format("more than {} elements", kMaxElements));
+            refuse_(begin, fmt::format("more than {} elements", kMaxElements));
         if (attributes > kMaxAttributesOfElement)
-            refuse(begin,
-                   fmt::format("more than {} attributes in one element", kMaxAttributesOfElement));
+            refuse_(begin,
+                    fmt::format("more than {} attributes in one element", kMaxAttributesOfElement));
         if (m_attributes > kMaxAttributes)
-            refuse(begin, fmt::format("more than {} attributes", kMaxAttributes));
+            refuse_(begin, fmt::format("more than {} attributes", kMaxAttributes));
+        if (m_namespaces > kMaxNamespaces)
+            refuse_(begin, fmt::format("more than {} namespaces", kMaxNamespaces));
     }
 
     /// Moves behind the tag; gives how many attributes it has.
-    std::size_t skipTag(int begin) {
+    std::size_t skipTag_(int begin) {
         std::size_t attributes = 0;
         char quote = 0;
         for (++m_at; m_at < m_text.size(); ++m_at) {
             const char c = m_text[m_at];
             if (c == '<')
-                refuse(begin, "'<' inside a tag");
+                refuse_(begin, "'<' inside a tag");
             if (quote != 0)
                 quote = c == quote ? '\0' : quote;
             else if (c == '"' || c == '\'')
@@ -197,18 +208,18 @@ private:
             else if (c == '=')
                 ++attributes;
         }
-        refuse(begin, "a tag has no end");
+        refuse_(begin, "a tag has no end");
     }
 
     /// The line of m_at; calls come in rising order.
-    int line() {
+    int line_() {
         const char* const text = m_text.data();
         m_line += static_cast<int>(std::count(text + m_counted, text + m_at, '\n'));
         m_counted = m_at;
         return m_line;
     }
 
-    [[noreturn]] void refuse(int line, const std::string& reason) const {
+    [[noreturn]] void refuse_(int line, const std::string& reason) const {
         throw HXMLReadException(m_fileName, line, reason);
     }
 
@@ -219,6 +230,7 @@ private:
     std::size_t m_counted = 0;
     int m_line = 1;
     std::size_t m_attributes = 0;
+    std::size_t m_namespaces = 0;
 };
 
 void checkCharacters(const std::string& text, const std::string& fileName) {

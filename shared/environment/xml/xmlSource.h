@@ -15,8 +15,10 @@ constexpr std::size_t kMaxAttributeBytes = std::size_t{1} << 20;
 constexpr std::size_t kMaxDepth = 64;
 constexpr std::size_t kMaxElements = 150000;
 constexpr std::size_t kMaxAttributes = 300000;
-/// The parser compares each attribute of an element with each other.
+/// The parser compares each attribute of an element with each other, and looks
+/// for a prefix among all namespaces that were declared around it.
 constexpr std::size_t kMaxAttributesOfElement = 1024;
+constexpr std::size_t kMaxNamespaces = 64;
 
 /// The whole content of the regular file `path`.
 /// @throws HXMLReadException it can't be read, or is too large.

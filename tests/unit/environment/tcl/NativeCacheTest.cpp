@@ -56,7 +56,8 @@ protected:
         command("delete", m_delete);
         Tcl_SetVar2Ex(m_interp.get(), "r", nullptr, m_run->handle(), TCL_GLOBAL_ONLY);
     }
-    ~NativeCacheTest() override {
+
+    void TearDown() override {
         m_run.reset();
         m_interp.reset();
         EXPECT_TRUE(Cache::get_n2t_cache().empty());
@@ -176,9 +177,10 @@ TEST_F(NativeCacheTest, TellsAScriptThatTheNativeWasDeleted) {
 }
 
 TEST_F(NativeCacheTest, QuotesTheNameInTheErrorCode) {
-    Tcl_SetVar2Ex(m_interp.get(), "s", nullptr, std::make_unique<TracedRun>("a run")->handle(),
-                  TCL_GLOBAL_ONLY);
-    SUCCEED() << "the temporary run is gone, its handle stays in a variable";
+    {
+        TracedRun run("a run");
+        Tcl_SetVar2Ex(m_interp.get(), "s", nullptr, run.handle(), TCL_GLOBAL_ONLY);
+    }
     EXPECT_EQ(eval("catch {name $s}; lindex $::errorCode 3"), "a run");
 }
 
@@ -342,9 +344,9 @@ TEST(NativeCacheExitTest, TouchesNothingOnceTclIsFinalised) {
 
 /// Ends the process by the script's own "exit", with a run that outlives Tcl.
 [[noreturn]] void exitByScript() {
-    static TracedRun s_run("impl_2");
+    static TracedRun run("impl_2");
     Tcl_Interp* const interp = Tcl_CreateInterp();
-    Tcl_SetVar2Ex(interp, "r", nullptr, s_run.handle(), TCL_GLOBAL_ONLY);
+    Tcl_SetVar2Ex(interp, "r", nullptr, run.handle(), TCL_GLOBAL_ONLY);
     Tcl_Eval(interp, "exit 7");
     std::_Exit(1);
 }

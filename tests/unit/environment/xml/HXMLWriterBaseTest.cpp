@@ -72,6 +72,15 @@ TEST_F(HXMLWriterBaseTest, NamesTheFileThatCannotBeSaved) {
                 HasSubstr(m_dir.path("missing")));
 }
 
+TEST_F(HXMLWriterBaseTest, SavesWhenAskedAgainAfterAFailure) {
+    HXMLWriterBase writer(m_dir.path("later/doc.xml"));
+    writer.wrEmptyTag("Root");
+    EXPECT_THROW(writer.closeDoc(), HXMLException);
+    m_dir.folder("later");
+    writer.closeDoc();
+    EXPECT_EQ(m_dir.read("later/doc.xml"), std::string(kHead) + "<Root/>\n");
+}
+
 TEST_F(HXMLWriterBaseTest, LeavesTheOldFileWhenAnyDiskCallFails) {
     write("old");
     for (int failing = 1;; ++failing) {

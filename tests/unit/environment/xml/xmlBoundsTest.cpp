@@ -61,6 +61,15 @@ TEST_F(XmlBoundsTest, AllowManyAttributesInAFile) {
     EXPECT_EQ(errorOf("<a>" + times(301, thousand) + "</a>"), ":1: more than 300000 attributes");
 }
 
+TEST_F(XmlBoundsTest, AllowAFewNamespaces) {
+    std::string tag = "<a";
+    for (int i = 0; i < 64; ++i)
+        tag += " xmlns:n" + std::to_string(i) + "=\"http://example.org/" + std::to_string(i) + "\"";
+    EXPECT_EQ(errorOf(tag + "><n7:b/></a>"), "");
+    EXPECT_EQ(errorOf(tag + ">\n<b xmlns=\"http://example.org/b\"/></a>"),
+              ":2: more than 64 namespaces");
+}
+
 TEST_F(XmlBoundsTest, RefuseAFileOfMoreThanSixteenMegabytes) {
     write("<a/>");
     ASSERT_EQ(truncate(path().c_str(), (16 << 20) + 1), 0);

@@ -135,13 +135,11 @@ TEST_F(XmlDocumentTest, JoinsManyPiecesOfTextAtLinearCost) {
     std::string text = "<a>";
     std::string expected;
     for (int i = 0; i < 100000; ++i) {
-        text += "&lt;";
-        expected += "<";
+        text += "x&lt;";
+        expected += "x<";
         if (i % 1000 == 0)
             text += "<!-- -->";
     }
-    text.resize(512 * 1024 - 4, 'x');
-    expected.resize(text.size() - 3 - 3 * 100000 - 8 * 100, 'x');
     text += "</a>";
     const std::size_t before = s_allocated;
     const Document document = read(text);
