@@ -70,8 +70,9 @@ public:
     const std::string& getError() const { return m_error; }
 
     /// Whether the process that launch() started without waiting has ended.
-    /// Then `status` is what a waiting launch() would have given, and from now
-    /// on its pid may belong to another process. Never waits.
+    /// Then `status` is what a waiting launch() would have given, -1 when the
+    /// host doesn't tell, and from now on its pid may belong to another
+    /// process. Never waits.
     bool hasEnded(int& status);
 
     /// findInPath() without the result.

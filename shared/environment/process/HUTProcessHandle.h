@@ -18,7 +18,9 @@ class ENVIRONMENT_API HUTProcessHandle {
 public:
     /// What can be said of the process from here.
     enum class Life {
-        kUnknown,  ///< the record says too little, or another host's process
+        kUnknown,  ///< the record says too little, or belongs to another host
+        kEarlier,  ///< from before this host last started, unless two hosts
+                   ///< have one name
         kGone,     ///< ended, or its pid is another process's by now
         kAlive,
     };
@@ -30,6 +32,9 @@ public:
 
     /// Forgets the record and keeps attempts and stamps.
     void clearRecord();
+
+    /// Takes the record of another handle over, and keeps attempts and stamps.
+    void takeRecord(const HUTProcessHandle& other);
 
     /// Whether the whole record was read. Says nothing about whether the
     /// process has ended.
@@ -58,6 +63,10 @@ public:
     void getCommand(std::string& command) const { command = m_command; }
     void setCommand(const std::string& command) { m_command = command; }
 
+    /// The number of the user; -1 when unknown.
+    long getUid() const { return m_uid; }
+    void setUid(long uid) { m_uid = uid; }
+
     /// 0 when unknown, as are group, start ticks and start time.
     long getPid() const { return m_pid; }
     void setPid(long pid) { m_pid = pid; }
@@ -73,7 +82,7 @@ public:
     void setStartTime(long seconds) { m_startTime = seconds; }
 
     /// What tells one start of a host, and one pid namespace, from another;
-    /// empty when unknown, and then not compared.
+    /// empty when unknown.
     void getBootId(std::string& id) const { id = m_bootId; }
     void setBootId(const std::string& id) { m_bootId = id; }
     void getPidNamespace(std::string& id) const { id = m_pidNamespace; }
@@ -94,10 +103,11 @@ public:
     ///
     /// True when that worked, and when all of it was gone already. False, with
     /// `message` saying why and no signal sent, for an empty record, one of
-    /// another host, start of the host or pid namespace, one that doesn't say
-    /// when the process started, and a process that started at another time:
-    /// its pid was given to someone else. False too when something survives;
-    /// `message` then names the survivors.
+    /// another host, start of the host or pid namespace, one without start
+    /// ticks or boot id, and a process of other start ticks, user or group: its
+    /// pid was given to someone else. False too when something survives, and
+    /// when the process is gone but its group holds others that can't be told
+    /// to be the run's; `message` then names them.
     bool killProcess(std::string& message, bool wait) const;
 
     /// The same on the host of the record, through the remote command; waits.
@@ -117,6 +127,7 @@ private:
     std::string m_bootId;
     std::string m_pidNamespace;
     std::string m_folder;
+    long m_uid = -1;
     long m_pid = 0;
     long m_group = 0;
     unsigned long long m_startTicks = 0;
