@@ -176,6 +176,31 @@ TEST_F(HATOptGroupCopyTest, TellsNobodyWhenOnlyTheDefaultTookOver) {
     EXPECT_FALSE(m_group.isSet(m_options.seed));
 }
 
+TEST_F(HATOptGroupCopyTest, TellsNobodyWhenTheSourceHoldsTheDefaultAsAValue) {
+    test::CountingObserver observer;
+    m_other.setIntVal(m_options.seed, 8, false);
+    m_options.seed->setIntDefault(8);
+    m_group.attach(&observer);
+    m_group.copy(&m_other, true);
+    EXPECT_EQ(observer.calls(), 0);
+    EXPECT_TRUE(m_group.isSet(m_options.seed));
+}
+
+TEST_F(HATOptGroupOtherSpecTest, PairsOptionsOfOneDatabaseIdByTheirPlace) {
+    HATOptGroupSpec specs[2];
+    HATAttrSpec* seconds[2] = {};
+    for (int i = 0; i < 2; ++i) {
+        addOption(specs[i], HATAttrTypes::kInt, "same");
+        seconds[i] = addOption(specs[i], HATAttrTypes::kInt, "same");
+    }
+    HATOptGroup source(&specs[0]);
+    HATOptGroup target(&specs[1]);
+    source.setIntVal(seconds[0], 4, false);
+    target.copy(&source, false);
+    EXPECT_EQ(target.getIntVal(seconds[1]), 4);
+    EXPECT_FALSE(target.isSet(target.getAttrSpecForDbId("same")));
+}
+
 TEST_F(HATOptGroupOtherSpecTest, IsCopiedByDatabaseId) {
     m_group.setStrVal(m_options.top, "cpu", false);
     m_group.setEnumVal(m_options.mode, "Speed", false);
@@ -262,6 +287,12 @@ TEST_F(HATOptGroupOtherSpecTest, DiffersByTheKindOfAnOption) {
 TEST_F(HATOptGroupCompareTest, FindsNewGroupsEqual) {
     EXPECT_FALSE(m_group != m_other);
     EXPECT_TRUE(m_group == m_other);
+}
+
+TEST_F(HATOptGroupCompareTest, SeesAValueThatOnlyOneSideSet) {
+    m_other.setFileVal(m_options.hook, "/x.tcl", false);
+    EXPECT_TRUE(m_group != m_other);
+    EXPECT_TRUE(m_other != m_group);
 }
 
 TEST_F(HATOptGroupCompareTest, FindsEqualValuesEqual) {
