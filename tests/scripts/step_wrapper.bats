@@ -281,8 +281,10 @@ load stepWrapper
   for name in mv sync sleep rm setsid; do
     program "$name" <<<'touch wrong; exit 1'
   done
+  mkdir own
+  /bin/mv "$bin_dir"/* own
   program tool <<<'exit 0'
-  LD_LIBRARY_PATH=:$bin_dir wrap tool
+  PATH=$run_dir/own:$PATH LD_LIBRARY_PATH=:$run_dir/own wrap tool
   [ ! -e wrong ]
   [ -e .tool.end.rst ]
 }
