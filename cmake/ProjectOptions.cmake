@@ -48,7 +48,8 @@ function(xperiment_library target)
 endfunction()
 
 # xperiment_test(<name> SOURCES ... [LIBRARIES ...] [LABELS ...])
-# A GoogleTest program; every test of it becomes a CTest test.
+# A GoogleTest program; every test of it becomes a CTest test. The label "threads" marks
+# tests that use more than one thread: the target threaded_tests builds them alone.
 function(xperiment_test name)
   cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
   if(NOT ARG_LABELS)
@@ -61,6 +62,12 @@ function(xperiment_test name)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/shared)
   target_link_libraries(${name} PRIVATE
     ${ARG_LIBRARIES} project_options GTest::gmock GTest::gtest_main)
+  if("threads" IN_LIST ARG_LABELS)
+    if(NOT TARGET threaded_tests)
+      add_custom_target(threaded_tests)
+    endif()
+    add_dependencies(threaded_tests ${name})
+  endif()
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
     PROPERTIES LABELS "${ARG_LABELS}" TIMEOUT ${ARG_TIMEOUT})
 endfunction()
