@@ -1,5 +1,5 @@
 #!/bin/sh
-# shellcheck over every shell script that is shipped, generated or used here.
+# Runs shellcheck over every shell script that is shipped, generated or used here.
 set -eu
 cd "$(dirname "$0")/.."
 git ls-files -- '*.sh' .ci/run | grep -v '^tests/golden/' | tr '\n' '\0' | xargs -0 -r shellcheck
