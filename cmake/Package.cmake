@@ -32,3 +32,12 @@ foreach(target IN LISTS xperiment_targets)
   install(FILES ${PROJECT_BINARY_DIR}/xperiment-${target}.pc
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
 endforeach()
+
+set(CPACK_GENERATOR DEB)
+set(CPACK_PACKAGE_VENDOR "Xperiment")
+set(CPACK_PACKAGE_CONTACT "The Xperiment authors")
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "${PROJECT_DESCRIPTION}")
+set(CPACK_RESOURCE_FILE_LICENSE ${PROJECT_SOURCE_DIR}/LICENSE)
+set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS ON)
+set(CPACK_DEBIAN_PACKAGE_DEPENDS "yosys, nextpnr-ice40, fpga-icestorm, fpga-icestorm-chipdb")
+include(CPack)
