@@ -67,7 +67,6 @@ void declare(CLI::App& app, RouteOptions& options) {
     app.add_option("--timing", options.timing, "Timing report of icetime to write")
         ->capture_default_str();
     app.add_option("--metrics", options.metrics, "Metrics to write")->capture_default_str();
-    app.add_option("--svg", options.picture, "Picture of the routing to write");
     app.add_option("--router", options.router, "Routing algorithm")
         ->check(CLI::IsMember({"router1", "router2"}))
         ->capture_default_str();
@@ -116,11 +115,6 @@ void runRoute(const RouteOptions& options) {
     const std::vector<std::string> routing = routingWords(options);
     words.insert(words.end(), routing.begin(), routing.end());
     words.insert(words.end(), {"--asc", asc.partPath()});
-    std::optional<OutputFile> picture;
-    if (!options.picture.empty()) {
-        picture.emplace(options.picture);
-        words.insert(words.end(), {"--routed-svg", picture->partPath()});
-    }
     const PnrLog log = runPnr(words);
     if (!isSamePlacement(placement.checksums, log.checksums()))
         throw StepFailure(fmt::format("the design was placed otherwise than '{}' records; nextpnr "
@@ -140,8 +134,6 @@ void runRoute(const RouteOptions& options) {
         requireTarget(metrics);
     metrics.seconds = clock.seconds();
     metricsFile.write(formatMetrics(metrics));
-    if (picture)
-        picture->commit();
     asc.commit();
     report.commit();
     if (!options.skipIcetime)

@@ -16,7 +16,6 @@ struct RouteOptions {
     std::string report = "route_design.report.json";
     std::string timing = "route_design.timing.rpt";
     std::string metrics = "route_design.metrics.json";
-    std::string picture;  ///< SVG; empty for none
     std::string router = "router1";
     bool timingRipup = false;
     bool detailedTiming = false;

@@ -22,7 +22,7 @@ namespace {
 
 constexpr const char* kAway =
     "Check that the outputs of the top module depend on the design, and leave out options that "
-    "lose initial values, such as --retime";
+    "lose initial values, such as --retime; or accept it with --allow-empty";
 
 bool isOn(const SynthOptions& options, const std::string& name) {
     return std::find(options.switches.begin(), options.switches.end(), name) !=
@@ -138,9 +138,13 @@ void runYosys(const ToolCommand& command) {
     errors.require(command.words.front(), end);
 }
 
-void checkResult(const CellCounts& before, const CellCounts& after, const Netlist& netlist) {
-    if (const std::optional<std::string> away = findOptimisedAway(before, after, netlist))
+void checkResult(const SynthOptions& options, const CellCounts& before, const CellCounts& after,
+                 const Netlist& netlist) {
+    const std::optional<std::string> away = findOptimisedAway(before, after, netlist);
+    if (away && !options.allowEmpty)
         throw StepFailure(*away, kAway);
+    if (away)
+        warn(*away);
     const std::vector<std::string> constant = constantOutputs(netlist);
     if (!constant.empty())
         warn(fmt::format("{} of the outputs of '{}' never change: {}", constant.size(), netlist.top,
@@ -168,6 +172,8 @@ void declare(CLI::App& app, SynthOptions& options) {
                    "Least flip-flops that share an enable for it to be used; 0 is yosys' choice")
         ->check(CLI::Range(0, 100000))
         ->capture_default_str();
+    app.add_flag("--allow-empty", options.allowEmpty,
+                 "Accept a design of which no register or no changing output is left");
     for (const SynthSwitch& one : synthSwitches()) {
         const std::string name = one.name;
         app.add_flag_callback(
@@ -250,7 +256,7 @@ void runSynthesis(const SynthOptions& options) {
     runYosys(command);
 
     const CellCounts after = countsOf(stat);
-    checkResult(countsOf(before), after, netlistOf(json, options.top));
+    checkResult(options, countsOf(before), after, netlistOf(json, options.top));
     StepMetrics metrics;
     metrics.step = "synth_design";
     metrics.tool = after.creator;

@@ -23,6 +23,7 @@ struct SynthOptions {
     std::vector<std::string> includes;
     std::string deviceFamily = "auto";  ///< timing model of abc9: auto, hx, lp or u
     int dffeMinCeUse = 0;               ///< 0 leaves it to yosys
+    bool allowEmpty = false;            ///< an optimised-away design is only a warning
     std::vector<std::string> switches;  ///< of synth_ice40, without the hyphen
 };
 
