@@ -1,0 +1,58 @@
+#!/usr/bin/env python3
+"""Runs benchmark programs and prints each measure beside its floor and its aim.
+
+usage: bench_report.py PROGRAM...      exit 0 always: a loaded machine is no failure
+"""
+import json
+import subprocess
+import sys
+
+# measure, floor (both of one program), what it is, aim as a ratio
+RATIOS = [
+    ("pollOfSteps/state:0", "floorOfPoll/state:0", "poll of finished steps / bare fstatat", 1.4),
+    ("pollOfSteps/state:1", "floorOfPoll/state:1", "poll of running steps / bare fstatat", None),
+    ("pollOfSteps/state:2", "floorOfPoll/state:2", "poll of steps not begun / bare fstatat", None),
+    ("pollOfRuns", "pollOfRunsAnew", "second poll of unchanged runs / full poll", 0.08),
+    ("freshScripts", "floorOfFresh", "fresh scripts / bare writes", 1.5),
+    ("rewrittenScripts", "floorOfFresh", "scripts over the same ones / bare writes", 1.5),
+    ("changedScripts", "floorOfFresh", "scripts over other ones / bare writes", 1.5),
+    ("buildRun", "floorOfBuilding", "building a run of 1,000 steps / its groups and steps", None),
+    ("walkRun", "floorOfWalking", "walking it / walking an array", None),
+    ("listOptions", "floorOfListing", "listing 20 x 60 options / making the list", None),
+]
+# measure, counter, what it is, aim
+COUNTERS = [
+    ("compareGroups", "ns_per_option", "comparing two groups, ns an option", 25e-9),
+    ("compareEqual", "ns_per_option", "finding what differs, ns an option", 25e-9),
+]
+
+
+def run(program):
+    command = [program, "--benchmark_format=json", "--benchmark_repetitions=3",
+               "--benchmark_report_aggregates_only=true"]
+    text = subprocess.run(command, check=True, stdout=subprocess.PIPE).stdout
+    found = {}
+    for row in json.loads(text)["benchmarks"]:
+        if row["aggregate_name"] == "median":
+            name = row["run_name"].split("/iterations")[0]
+            found[name] = row
+    return found
+
+
+def main():
+    results = {}
+    for program in sys.argv[1:]:
+        print("running", program.rsplit("/", 1)[-1], file=sys.stderr)
+        results.update(run(program))
+    print(f"{'measure':58} {'found':>9} {'aim':>7}")
+    for measure, floor, text, aim in RATIOS:
+        ratio = results[measure]["real_time"] / results[floor]["real_time"]
+        mark = "" if aim is None or ratio <= aim else "  missed"
+        print(f"{text:58} {ratio:9.3f} {'' if aim is None else aim:>7}{mark}")
+    for measure, counter, text, aim in COUNTERS:
+        value = results[measure][counter]
+        mark = "" if value <= aim else "  missed"
+        print(f"{text:58} {value * 1e9:9.2f} {aim * 1e9:7.0f}{mark}")
+
+
+main()
