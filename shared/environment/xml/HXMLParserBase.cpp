@@ -240,11 +240,15 @@ void HXMLParserBase::startElem_(const std::string& name, const CAttributeList& a
     else if (below == 2 && name == xml::kItemElem && data.list != nullptr)
         data.items.push_back(attributes.getValue(xml::kValueAttr));
     else
-        data.dropped = true;
+        noteDropped_();
 }
 
 const std::string& HXMLParserBase::getRootElement() const {
     return m_data->root;
+}
+
+void HXMLParserBase::noteDropped_() {
+    m_data->dropped = true;
 }
 
 void HXMLParserBase::refuse_(const std::string& reason) const {

@@ -44,8 +44,8 @@ public:
     /// its tag begins. After parse() that of the last event.
     int getLine() const;
 
-    /// The root's "Version" and "Minor" as read; 0 before the root was seen or
-    /// without a version check.
+    /// The root's "Version" and "Minor"; 0 before the root was seen, and where
+    /// it has no such number.
     int getFileMajor() const;
     int getFileMinor() const;
 
@@ -54,18 +54,8 @@ public:
     /// Saving what was read would lose it.
     bool hasDropped() const;
 
-protected:
-    HXMLParserBase();
-
     /// Makes parse() ask validateVersion_() when the root begins.
     void setVersionCheck(const std::string& rootElement, int major, int minor);
-
-    /// Hook, called before startElem_() of the root when a version check is
-    /// set. Refuses another root element, a root without a number as
-    /// "Version", and another major version than expected; a later minor version
-    /// is read with the message "@12-60@%s%s%s". An override may take more.
-    /// @throws HXMLReadException the file is refused.
-    virtual void validateVersion_();
 
     /// From now on the children of the current element are options of `group`,
     /// as HXMLWriterBase::wrOptGroup() writes them, until doneOptGroup() or the
@@ -82,6 +72,16 @@ protected:
     /// Ends the reading of a group; does nothing without one.
     void doneOptGroup();
 
+protected:
+    HXMLParserBase();
+
+    /// Hook, called before startElem_() of the root when a version check is
+    /// set. Refuses another root element, a root without a number as
+    /// "Version", and another major version than expected; a later minor version
+    /// is read with the message "@12-60@%s%s%s". An override may take more.
+    /// @throws HXMLReadException the file is refused.
+    virtual void validateVersion_();
+
     /// Reads the options of a group while one is being read, and notes any other
     /// element as dropped. An override calls it for every element that it
     /// doesn't know itself.
@@ -89,6 +89,9 @@ protected:
 
     /// The name of the root element, while and after parse() read it.
     const std::string& getRootElement() const;
+
+    /// Makes hasDropped() true. For handlers that drop something.
+    void noteDropped_();
 
     /// @throws HXMLReadException always, with the file, the current line and
     /// `reason`. For handlers.

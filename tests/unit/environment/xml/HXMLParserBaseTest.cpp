@@ -66,6 +66,17 @@ TEST_F(HXMLParserBaseTest, KeepsFileAndLine) {
     EXPECT_EQ(m_parser.getFileName(), path());
 }
 
+TEST_F(HXMLParserBaseTest, KnowsWhenSomethingWasDropped) {
+    m_parser.taken = {"a", "b"};
+    EXPECT_TRUE(parse("<a><b/></a>"));
+    EXPECT_FALSE(m_parser.hasDropped());
+    EXPECT_TRUE(parse("<a><b/><c/></a>"));
+    EXPECT_TRUE(m_parser.hasDropped());
+    m_parser.onStart = [this](const auto&, const auto&) { m_parser.noteDropped_(); };
+    EXPECT_TRUE(parse("<a/>"));
+    EXPECT_TRUE(m_parser.hasDropped());
+}
+
 TEST_F(HXMLParserBaseTest, StartsAnewWithEachFile) {
     m_parser.setVersionCheck("a", 1, 0);
     m_parser.taken = {"a"};

@@ -20,11 +20,9 @@ namespace test {
 /// each start of an element.
 class EventLog : public HXMLParserBase {
 public:
-    using HXMLParserBase::doneOptGroup;
     using HXMLParserBase::getRootElement;
+    using HXMLParserBase::noteDropped_;
     using HXMLParserBase::refuse_;
-    using HXMLParserBase::reOptGroup;
-    using HXMLParserBase::setVersionCheck;
 
     using Action = std::function<void(const std::string& name, const CSL::XML::CAttributeList&)>;
 
