@@ -44,6 +44,7 @@ const Device& findDevice(const std::string& name) {
     if (found != all.end())
         return *found;
     std::vector<std::string> names;
+    names.reserve(all.size());
     for (const Device& device : all)
         names.push_back(device.name);
     throw StepFailure(fmt::format("device '{}' is not known", name),

@@ -57,29 +57,29 @@ public:
         if (words.empty())
             return;
         if (words[0] == "set_io")
-            readPin(words);
+            readPin_(words);
         else if (words[0] == "set_frequency")
-            readClock(words);
+            readClock_(words);
         else
-            complain(fmt::format("unknown command '{}'. Use 'set_io port pin' or 'set_frequency "
-                                 "net MHz'.",
-                                 words[0]));
+            complain_(fmt::format("unknown command '{}'. Use 'set_io port pin' or 'set_frequency "
+                                  "net MHz'.",
+                                  words[0]));
     }
 
     Constraints take() { return std::move(m_result); }
 
 private:
-    void complain(const std::string& text) { m_problems.push_back({m_line, text}); }
+    void complain_(const std::string& text) { m_problems.push_back({m_line, text}); }
 
     /// Skips the options at `at`; false when one of them is wrong.
-    bool readOptions(const Words& words, std::size_t& at, PinConstraint& constraint) {
+    bool readOptions_(const Words& words, std::size_t& at, PinConstraint& constraint) {
         for (; at < words.size() && words[at][0] == '-'; ++at) {
             const std::string& option = words[at];
             const Words* values = valuesOf(option);
             if (values == nullptr) {
-                complain(fmt::format("unknown option '{}' of set_io. Use -nowarn, -pullup or "
-                                     "-pullup_resistor.",
-                                     option));
+                complain_(fmt::format("unknown option '{}' of set_io. Use -nowarn, -pullup or "
+                                      "-pullup_resistor.",
+                                      option));
                 return false;
             }
             constraint.mayBeUnused |= option == "-nowarn";
@@ -87,22 +87,22 @@ private:
                 continue;
             if (++at >= words.size() ||
                 std::find(values->begin(), values->end(), words[at]) == values->end()) {
-                complain(fmt::format("option '{}' needs one of {}. Correct its value.", option,
-                                     fmt::join(*values, ", ")));
+                complain_(fmt::format("option '{}' needs one of {}. Correct its value.", option,
+                                      fmt::join(*values, ", ")));
                 return false;
             }
         }
         return true;
     }
 
-    void readPin(const Words& words) {
+    void readPin_(const Words& words) {
         PinConstraint constraint;
         constraint.line = m_line;
         std::size_t at = 1;
-        if (!readOptions(words, at, constraint))
+        if (!readOptions_(words, at, constraint))
             return;
         if (words.size() != at + 2) {
-            complain("set_io needs a port and a pin. Write 'set_io port pin'.");
+            complain_("set_io needs a port and a pin. Write 'set_io port pin'.");
             return;
         }
         constraint.port = words[at];
@@ -110,15 +110,15 @@ private:
         m_result.pins.push_back(constraint);
     }
 
-    void readClock(const Words& words) {
+    void readClock_(const Words& words) {
         ClockConstraint constraint;
         constraint.line = m_line;
         std::istringstream number(words.size() == 3 ? words[2] : "");
         number.imbue(std::locale::classic());
         if (words.size() != 3 || !(number >> constraint.mhz) || !number.eof() ||
             !(constraint.mhz > 0)) {
-            complain("set_frequency needs a net and a frequency above 0 in MHz. Write "
-                     "'set_frequency net MHz'.");
+            complain_("set_frequency needs a net and a frequency above 0 in MHz. Write "
+                      "'set_frequency net MHz'.");
             return;
         }
         constraint.net = words[1];
@@ -139,19 +139,21 @@ public:
 
     void check(const PinConstraint& constraint) {
         m_line = constraint.line;
-        if (!checkPort(constraint) && constraint.mayBeUnused)
+        if (!checkPort_(constraint) && constraint.mayBeUnused)
             return;
         if (m_pins.count(constraint.pin) == 0) {
-            complain(fmt::format("package {} has no pin '{}'. Use one of its pins, for example {}.",
-                                 m_package, constraint.pin, m_pins.empty() ? "" : *m_pins.begin()));
+            complain_(
+                fmt::format("package {} has no pin '{}'. Use one of its pins, for example {}.",
+                            m_package, constraint.pin, m_pins.empty() ? "" : *m_pins.begin()));
             return;
         }
         const auto first = m_usedPins.emplace(constraint.pin, constraint);
         if (!first.second && first.first->second.port != constraint.port)
-            complain(fmt::format("pin '{}' is given to '{}' already in line {}. Give '{}' a pin of "
-                                 "its own.",
-                                 constraint.pin, first.first->second.port, first.first->second.line,
-                                 constraint.port));
+            complain_(
+                fmt::format("pin '{}' is given to '{}' already in line {}. Give '{}' a pin of "
+                            "its own.",
+                            constraint.pin, first.first->second.port, first.first->second.line,
+                            constraint.port));
     }
 
     void checkEveryPortHasPin() {
@@ -161,7 +163,7 @@ public:
             if (m_usedPorts.count(bit.name) == 0)
                 bare.push_back(bit.name);
         if (!bare.empty())
-            complain(
+            complain_(
                 fmt::format("{} of {} port bits have no pin: {}. Add a 'set_io' line for each, "
                             "or allow unconstrained ports.",
                             bare.size(), m_ports.size(), listed(bare)));
@@ -170,25 +172,25 @@ public:
     std::vector<PcfProblem> take() { return std::move(m_problems); }
 
 private:
-    void complain(const std::string& text) { m_problems.push_back({m_line, text}); }
+    void complain_(const std::string& text) { m_problems.push_back({m_line, text}); }
 
     /// Whether the design has the port.
-    bool checkPort(const PinConstraint& constraint) {
+    bool checkPort_(const PinConstraint& constraint) {
         const auto isNamed = [&](const PortBit& bit) { return bit.name == constraint.port; };
         if (std::none_of(m_ports.begin(), m_ports.end(), isNamed)) {
             if (!constraint.mayBeUnused)
-                complain(unknownPort(constraint.port));
+                complain_(unknownPort_(constraint.port));
             return false;
         }
         const auto first = m_usedPorts.emplace(constraint.port, constraint.line);
         if (!first.second)
-            complain(fmt::format("port '{}' has a pin already from line {}. Remove one of the two "
-                                 "lines.",
-                                 constraint.port, first.first->second));
+            complain_(fmt::format("port '{}' has a pin already from line {}. Remove one of the two "
+                                  "lines.",
+                                  constraint.port, first.first->second));
         return true;
     }
 
-    std::string unknownPort(const std::string& port) const {
+    std::string unknownPort_(const std::string& port) const {
         Words bits;
         Words all;
         for (const PortBit& bit : m_ports) {

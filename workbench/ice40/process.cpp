@@ -118,25 +118,25 @@ public:
         for (std::size_t i = 0; i < count; ++i) {
             const char c = bytes[i];
             if (c == '\n')
-                emit();
+                emit_();
             else if (c == '\r')
                 m_return = true;
             else
-                add(c);
+                add_(c);
         }
     }
     void finish() {
         if (!m_line.empty())
-            emit();
+            emit_();
     }
 
 private:
-    void add(char c) {
+    void add_(char c) {
         if (m_return || m_line.size() >= kLongestLine)
-            emit();
+            emit_();
         m_line += c;
     }
-    void emit() {
+    void emit_() {
         m_return = false;
         m_sink(m_line);
         m_line.clear();
@@ -301,7 +301,7 @@ std::string findInPath(const std::string& program) {
         const std::size_t colon = rest.find(':');
         const std::string folder = rest.substr(0, colon);
         rest = colon == std::string::npos ? "" : rest.substr(colon + 1);
-        const std::string candidate = (folder.empty() ? "." : folder) + "/" + program;
+        std::string candidate = (folder.empty() ? "." : folder) + "/" + program;
         struct stat info {};
         if (::stat(candidate.c_str(), &info) == 0 && S_ISREG(info.st_mode) &&
             ::access(candidate.c_str(), X_OK) == 0)

@@ -147,12 +147,12 @@ void PnrLog::readLine(const std::string& line) {
     if (line.rfind(kChecksum, 0) == 0)
         m_checksums.push_back(line.substr(kChecksum.size()));
     else if (clock != std::string::npos)
-        readClock(line, clock + kClock.size());
+        readClock_(line, clock + kClock.size());
     else if (line.find(" LCs used as ") != std::string::npos)
-        readPacking(line);
+        readPacking_(line);
 }
 
-void PnrLog::readClock(const std::string& line, std::size_t at) {
+void PnrLog::readClock_(const std::string& line, std::size_t at) {
     const std::size_t open = line.find('\'', at);
     const std::size_t close = line.rfind("': ");
     if (open == std::string::npos || close == std::string::npos || close <= open)
@@ -174,7 +174,7 @@ void PnrLog::readClock(const std::string& line, std::size_t at) {
         *known = clock;
 }
 
-void PnrLog::readPacking(const std::string& line) {
+void PnrLog::readPacking_(const std::string& line) {
     std::istringstream words(line);
     std::string info;
     long count = 0;

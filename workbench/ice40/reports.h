@@ -49,8 +49,8 @@ public:
     void addCounts(StepMetrics& metrics) const;
 
 private:
-    void readClock(const std::string& line, std::size_t at);
-    void readPacking(const std::string& line);
+    void readClock_(const std::string& line, std::size_t at);
+    void readPacking_(const std::string& line);
 
     std::vector<std::string> m_checksums;
     std::vector<ClockTiming> m_clocks;
