@@ -1,0 +1,39 @@
+# SPDX-License-Identifier: Apache-2.0
+# Copyright the Xperiment authors
+#
+# The Windows Script Host under Wine. One prefix serves a file of tests.
+#
+# Wine's Script Host can't sleep, hands out no exit status of a started program and
+# can't set the environment; a script that fails ends with 0. Unix programs aren't
+# waited for: what is run has to be a batch file or a Windows program.
+
+wine_is_missing() {
+  ! command -v wine >/dev/null || ! command -v wineboot >/dev/null
+}
+
+wine_environment() {
+  export WINEPREFIX="$BATS_FILE_TMPDIR/prefix" WINEARCH=win64 WINEDEBUG=-all
+  export WINEDLLOVERRIDES='mscoree=;mshtml=;winemenubuilder.exe='
+  unset DISPLAY
+}
+
+start_wine() {
+  wine_environment
+  mkdir -p "$WINEPREFIX"
+  timeout -k 5 180 wine wineboot -i >/dev/null 2>&1 3>&-
+}
+
+stop_wine() {
+  wine_environment
+  timeout 20 wineserver -k >/dev/null 2>&1 || :
+  timeout 20 wineserver -w >/dev/null 2>&1 || :
+}
+
+windows_path() {
+  printf 'Z:%s' "${1//\//\\}"
+}
+
+# Runs the script $1 of the current folder; programs are searched in $bin_dir.
+script_host() {
+  WINEPATH=$(windows_path "$bin_dir") timeout -k 5 90 wine cscript.exe /nologo "$@" 2>/dev/null 3>&-
+}
