@@ -14,6 +14,7 @@
 
 #include "environment/errors/HEXUserException.h"
 #include "environment/files/diskOps.h"
+#include "environment/files/removeTree.h"
 #include "environment/files/tempFile.h"
 
 namespace {
@@ -217,6 +218,10 @@ bool HUTFileUtils::rewriteFile(const std::string& path, const std::string& conte
     const bool done = (sameSize && holds(opened.file.get(), content)) ||
                       overwrite(opened.file.get(), content, oldSize);
     return opened.file.close() == 0 && done;
+}
+
+bool HUTFileUtils::removeBelow(const std::string& folder, const std::string& name) {
+    return files::removeBelow(folder, name);
 }
 
 bool HUTFileUtils::readFile(const std::string& path, std::size_t maxBytes, std::string& content,

@@ -47,6 +47,12 @@ public:
     /// of the old content nothing is left once writing has begun.
     static bool rewriteFile(const std::string& path, const std::string& content, bool executable);
 
+    /// Removes what `name`, a path relative to `folder`, names in it, as
+    /// HUTFile::rmRecursive() does; but follows no link below `folder` and
+    /// refuses names that go up, so that nothing outside of it is reached,
+    /// whatever `name` says. True when nothing of that name is left.
+    static bool removeBelow(const std::string& folder, const std::string& name);
+
     /// Reads a regular file of at most `maxBytes` bytes whole into `content`.
     /// Never waits: a pipe or device of that name is refused. False, with
     /// `content` as it was, when there is no such file, it is no regular file,

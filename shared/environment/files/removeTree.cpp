@@ -212,23 +212,42 @@ bool mayRemove(int parent, int fd) {
            !isMountPoint(fd) && !isProtected(folder);
 }
 
+/// Removes `name` from the folder behind `parent`.
+bool removeFrom(int parent, const std::string& name) {
+    const Removal removal = removeEntry(parent, name.c_str());
+    if (removal != Removal::kIsFolder)
+        return removal == Removal::kDone;
+    Descriptor folder = openFolder(parent, name.c_str());
+    if (!folder || !mayRemove(parent, folder.get()))
+        return false;
+    return Emptier(std::move(folder)).run() && removeEmptyFolder(parent, name.c_str());
+}
+
+/// Opens a folder to reach what is in it.
+Descriptor reachFolder(int parent, const std::string& path, int flags) {
+    return Descriptor(disk().openAt(parent, path.c_str(), O_PATH | O_DIRECTORY | flags, 0));
+}
+
 }  // namespace
 
 bool removeTree(const std::string& path) {
     if (!isPlainPath(path))
         return false;
-    const Descriptor parent(
-        disk().openAt(AT_FDCWD, folderOf(path).c_str(), O_PATH | O_DIRECTORY, 0));
+    const Descriptor parent = reachFolder(AT_FDCWD, folderOf(path), 0);
     if (!parent)
         return errno == ENOENT || errno == ENOTDIR;
-    const std::string name = nameOf(path);
-    const Removal removal = removeEntry(parent.get(), name.c_str());
-    if (removal != Removal::kIsFolder)
-        return removal == Removal::kDone;
-    Descriptor folder = openFolder(parent.get(), name.c_str());
-    if (!folder || !mayRemove(parent.get(), folder.get()))
+    return removeFrom(parent.get(), nameOf(path));
+}
+
+bool removeBelow(const std::string& folder, const std::string& name) {
+    if (!isPlainPath(name) || name.front() == '/')
         return false;
-    return Emptier(std::move(folder)).run() && removeEmptyFolder(parent.get(), name.c_str());
+    Descriptor at = reachFolder(AT_FDCWD, folder, 0);
+    for (const boost::filesystem::path& part : boost::filesystem::path(name).parent_path()) {
+        if (at)
+            at = reachFolder(at.get(), part.string(), O_NOFOLLOW);
+    }
+    return at ? removeFrom(at.get(), nameOf(name)) : errno == ENOENT;
 }
 
 }  // namespace files

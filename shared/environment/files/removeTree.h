@@ -9,4 +9,7 @@ namespace files {
 /// HUTFile::rmRecursive() of a path.
 bool removeTree(const std::string& path);
 
+/// HUTFileUtils::removeBelow().
+bool removeBelow(const std::string& folder, const std::string& name);
+
 }  // namespace files

@@ -6,10 +6,6 @@
 #include "environment/process/HUTProcessHandle.h"
 #include "environment/process/handleReader.h"
 
-HUTProcHandleXMLParser::HUTProcHandleXMLParser() = default;
-
-HUTProcHandleXMLParser::~HUTProcHandleXMLParser() = default;
-
 bool HUTProcHandleXMLParser::parsePH(const std::string& path, HUTProcessHandle* handle) {
     constexpr std::size_t kMostBytes = 65536;
     handle->countParseAttempt();

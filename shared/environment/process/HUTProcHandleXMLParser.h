@@ -11,12 +11,6 @@ class HUTProcessHandle;
 /// Reads the record that a run's wrapper script leaves of its process.
 class ENVIRONMENT_API HUTProcHandleXMLParser {
 public:
-    HUTProcHandleXMLParser();
-    ~HUTProcHandleXMLParser();
-
-    HUTProcHandleXMLParser(const HUTProcHandleXMLParser&) = delete;
-    HUTProcHandleXMLParser& operator=(const HUTProcHandleXMLParser&) = delete;
-
     /// Fills `handle` from the file `path` and counts the attempt in it. True
     /// when the record was read whole; the handle is complete then. A file
     /// that is missing, torn, empty, larger than 64 KB or not a record never

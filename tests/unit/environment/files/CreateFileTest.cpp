@@ -61,7 +61,9 @@ TEST_F(CreateFileTest, WorksWhereRenamesAlwaysReplace) {
 TEST_F(CreateFileTest, IsWonByOneOfMany) {
     std::atomic<int> winners{0};
     std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i)
+    constexpr int kThreads = 8;
+    threads.reserve(kThreads);
+    for (int i = 0; i < kThreads; ++i)
         threads.emplace_back([this, &winners] { winners += create() ? 1 : 0; });
     for (std::thread& thread : threads)
         thread.join();

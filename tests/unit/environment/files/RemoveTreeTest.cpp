@@ -11,6 +11,7 @@
 #include <gtest/gtest.h>
 
 #include "environment/files/HUTFile.h"
+#include "environment/files/HUTFileUtils.h"
 #include "tests/support/FaultyDisk.h"
 #include "tests/support/RunDir.h"
 
@@ -30,7 +31,7 @@ protected:
         m_dir.mark("outside/precious");
     }
 
-    ~RemoveTreeTest() override { EXPECT_TRUE(m_dir.has("outside/precious")); }
+    void TearDown() override { EXPECT_TRUE(m_dir.has("outside/precious")); }
 
     bool remove(const std::string& name) const { return HUTFile(m_dir.path(name)).rmRecursive(); }
 
@@ -95,8 +96,9 @@ TEST_F(RemoveTreeTest, RefusesTheRoot) {
 TEST_F(RemoveTreeTest, RemovesHostileNames) {
     const std::string names[] = {"a b", "-rf", "new\nline", "*", "'\"$(x)`", "\xff\xfe"};
     for (const std::string& name : names) {
-        m_dir.folder("run/" + name);
-        m_dir.mark("run/" + name + "/" + name);
+        const fs::path folder = fs::path("run") / name;
+        m_dir.folder(folder.string());
+        m_dir.mark((folder / name).string());
     }
     EXPECT_TRUE(remove("run"));
     EXPECT_FALSE(m_dir.has("run"));
@@ -115,12 +117,52 @@ TEST_F(RemoveTreeTest, RemovesFoldersNestedDeeperThanAPathMayBe) {
     EXPECT_FALSE(m_dir.has("run"));
 }
 
+/// Names below "run" are removed.
+class RemoveBelowTest : public RemoveTreeTest {
+protected:
+    bool removeBelow(const std::string& name) const {
+        return HUTFileUtils::removeBelow(m_dir.path("run"), name);
+    }
+};
+
+TEST_F(RemoveBelowTest, RemovesFilesAndFolders) {
+    EXPECT_TRUE(removeBelow("a"));
+    EXPECT_TRUE(removeBelow("deep/deeper/b"));
+    EXPECT_FALSE(m_dir.has("run/a"));
+    EXPECT_FALSE(m_dir.has("run/deep/deeper/b"));
+    EXPECT_TRUE(removeBelow("deep"));
+    EXPECT_FALSE(m_dir.has("run/deep"));
+    EXPECT_TRUE(m_dir.has("run/.hidden"));
+}
+
+TEST_F(RemoveBelowTest, IsDoneWhereNothingIs) {
+    EXPECT_TRUE(removeBelow("missing"));
+    EXPECT_TRUE(removeBelow("missing/deep"));
+    EXPECT_TRUE(HUTFileUtils::removeBelow(m_dir.path("missing"), "a"));
+}
+
+TEST_F(RemoveBelowTest, FollowsNoLinkOnItsWay) {
+    link(m_dir.path("outside"), "run/link");
+    EXPECT_FALSE(removeBelow("link/precious"));
+    EXPECT_TRUE(removeBelow("link"));
+    EXPECT_FALSE(m_dir.has("run/link"));
+}
+
+TEST_F(RemoveBelowTest, StaysBelow) {
+    const std::string outside[] = {
+        "", ".", "..", "../outside", "deep/../../outside", "a/", m_dir.path("outside")};
+    for (const std::string& name : outside)
+        EXPECT_FALSE(removeBelow(name)) << name;
+    EXPECT_TRUE(m_dir.has("run/a"));
+}
+
 /// Brings the current folder and HOME back.
 class ProtectedFolderTest : public RemoveTreeTest {
 protected:
-    ~ProtectedFolderTest() override {
+    void TearDown() override {
         fs::current_path(m_start);
         ::setenv("HOME", m_home.c_str(), 1);
+        RemoveTreeTest::TearDown();
     }
 
     fs::path m_start = fs::current_path();

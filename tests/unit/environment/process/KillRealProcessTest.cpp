@@ -20,7 +20,7 @@ namespace {
 /// A script in a process group of its own, and the record of it.
 class KillRealProcessTest : public ::testing::Test {
 protected:
-    ~KillRealProcessTest() override {
+    void TearDown() override {
         if (m_pid > 1)
             ::kill(-m_pid, SIGKILL);
     }

@@ -26,7 +26,7 @@ protected:
         HUTProcessHandle::setRemoteCommand(m_dir.path("remote"));
     }
 
-    ~KillRemoteProcessTest() override {
+    void TearDown() override {
         HUTProcessHandle::setRemoteCommand(m_command);
         if (m_pid > 1)
             ::kill(-m_pid, SIGKILL);
