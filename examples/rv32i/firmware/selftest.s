@@ -244,6 +244,11 @@ start:  li      sp, 4096
         bne     t0, t1, fail
         lw      t0, -4(a0)
         bnez    t0, fail
+        li      t0, IO                  # four bytes below the outputs ends the memory
+        sw      s0, -4(t0)
+        li      t2, 4092
+        lw      t1, 0(t2)
+        bne     t1, s0, fail
         li      gp, 16                  # a load into the register of its address
         la      a0, word
         lw      a0, 0(a0)
@@ -310,6 +315,9 @@ loop:   addi    t1, t1, 3
         bgtz    t0, loop
         li      t2, 30
         bne     t1, t2, fail0
+where:  auipc   t0, 0                   # and where that has led
+        la      t1, where
+        bne     t0, t1, fail0
         li      gp, 22                  # the cycle counter goes on
         li      t0, IO
         lw      t1, 8(t0)
