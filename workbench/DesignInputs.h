@@ -20,4 +20,6 @@ struct DesignInputs {
     std::string frequencyMhz = "12";
     /// The netlist that an implementation starts from, absolute; empty for synthesis.
     std::string netlist;
+    /// When the synthesis that made the netlist was launched; 0 for synthesis.
+    long netlistLaunch = 0;
 };

@@ -2,6 +2,8 @@
 // Copyright the Xperiment authors
 #include "workbench/HAXPExpRun.h"
 
+#include <ctime>
+
 #include "environment/containers/HSTFwdIter.h"
 #include "environment/files/HUTFile.h"
 #include "environment/strings/HSTStringUtils.h"
@@ -19,6 +21,9 @@ using workbench::RunLife;
 
 namespace {
 
+/// The script of a run waits at most ten seconds for the run's lock.
+constexpr long kLongestStartSec = 30;
+
 using StepIter = std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>>;
 
 std::string queueMarker(const HAXPExpRunBase& run) {
@@ -30,6 +35,7 @@ std::string queueMarker(const HAXPExpRunBase& run) {
 
 /// What one reading of the directory tells.
 struct HAXPExpRun::Poll {
+    bool queued = false;
     const HAXPExpRunStep* failed = nullptr;
     const HAXPExpRunStep* running = nullptr;
     /// The first step up to the launch's last one that isn't done.
@@ -45,6 +51,9 @@ struct HAXPExpRun::Verdict {
     const char* text;
     const HAXPExpRunStep* at;
 };
+
+const char HAXPExpRun::kLostText[] = "Lost in";
+const char HAXPExpRun::kStoppedText[] = "Stopped before";
 
 struct HAXPExpRun::Extra {
     HAXPStratDB* owner = nullptr;
@@ -93,7 +102,11 @@ void HAXPExpRun::updateStatus() {
         return;
     m_extra->gate.open(dir);
     Poll poll;
+    // Looked for before the lock: the script takes the lock before this marker goes, so
+    // that one of the two is seen of a run that is about to begin.
+    const bool queued = isQueued_();
     readSteps_(dir, poll);
+    poll.queued = queued;
     RunLife life = RunLife::kUnknown;
     if (poll.failed == nullptr && poll.missing != nullptr) {
         life = workbench::probeRunLock(dir);
@@ -101,6 +114,7 @@ void HAXPExpRun::updateStatus() {
         if (life == RunLife::kGone) {
             const bool changed = poll.changed;
             poll = Poll();
+            poll.queued = queued;
             poll.changed = changed;
             readSteps_(dir, poll);
         }
@@ -148,6 +162,7 @@ bool HAXPExpRun::resetFrom(const HAXPExpRunStep* first) {
     setLatestStep(nullptr);
     m_extra->gate.forget();
     updateStatus();
+    getInfo().readMetrics();
     return ok;
 }
 
@@ -205,20 +220,26 @@ void HAXPExpRun::readSteps_(const std::string& dir, Poll& poll) {
     }
 }
 
+bool HAXPExpRun::isQueued_() const {
+    long made = 0;
+    // Older than any start takes: whoever made it went away before the script began.
+    return HUTFile::getFileStamp(pathOf(queueMarker(*this)).c_str(), made) &&
+           std::time(nullptr) - made <= kLongestStartSec;
+}
+
 HAXPExpRun::Verdict HAXPExpRun::decide_(const Poll& poll, RunLife life) const {
     if (poll.failed != nullptr)
         return {HDGUIStatus::statusError, "Failed", poll.failed};
     if (poll.missing == nullptr)
         return {HDGUIStatus::statusDone, "Done", nullptr};
     const bool begun = poll.running != nullptr || poll.anyDone;
-    if (!begun && HUTFile::isFile(pathOf(queueMarker(*this))))
+    if (!begun && poll.queued)
         return {HDGUIStatus::statusQueued, "Queued", nullptr};
     if (life == RunLife::kUnknown && !begun)
         return {HDGUIStatus::statusNotStarted, "Not started", nullptr};
     const HAXPExpRunStep* at = poll.running != nullptr ? poll.running : poll.missing;
     if (life == RunLife::kGone)
-        return {HDGUIStatus::statusError, poll.running != nullptr ? "Lost in" : "Stopped before",
-                at};
+        return {HDGUIStatus::statusError, poll.running != nullptr ? kLostText : kStoppedText, at};
     return {HDGUIStatus::statusRunning, "Running", at};
 }
 

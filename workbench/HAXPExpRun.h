@@ -22,6 +22,11 @@ struct DesignInputs;
 /// it was lost.
 class WORKBENCH_API HAXPExpRun final : public HAXPExpRunBase {
 public:
+    /// The texts of the status of a failed run whose processes went away in the middle
+    /// of a step, and between two steps.
+    static const char kLostText[];
+    static const char kStoppedText[];
+
     /// `owner` hears of changes of the run's strategy; it isn't owned and outlives the
     /// run, or is null. `strategy` is copied. @throws HEXAlgException a null strategy.
     HAXPExpRun(const std::string& name, const HAXPStrategy* strategy, HAXPStratDB* owner);
@@ -58,6 +63,7 @@ private:
     struct Poll;
     struct Verdict;
     void readSteps_(const std::string& dir, Poll& poll);
+    bool isQueued_() const;
     Verdict decide_(const Poll& poll, workbench::RunLife life) const;
     void publish_(const Poll& poll, const Verdict& verdict);
     void clearStatus_();

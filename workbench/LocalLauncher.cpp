@@ -138,6 +138,9 @@ void LocalLauncher::takeBackSteps_(HAXPExpRun& run) {
         first = run.getFirstStep();
     if (first != nullptr && !run.resetFrom(first))
         fail("@60-42@%s%s", run.getName(), dirOf(run));
+    // A run that begins anew has a log of its own; one that goes on adds to it.
+    if (first == run.getFirstStep())
+        HUTFile(run.pathOf("runme.log")).rm();
 }
 
 void LocalLauncher::writeScripts_(HAXPExpRun& run) {
@@ -154,8 +157,11 @@ void LocalLauncher::recordLaunch_(HAXPExpRun& run) {
     run.getInfo().setRunSnapshotStrategy(snapshot.release());
     std::string toStep;
     run.getInfo().setLaunch(timeIn(run), run.getToStepId(toStep));
+    run.getInfo().setLaunchedInputs(run.getInfo().recordInputs());
     run.setRunMode(HAXPExpRun::kLaunched);
     m_project.save();
+    // The runs that start from this one hear of its directory and launch.
+    m_project.setInputs(m_project.getInputs());
 }
 
 void LocalLauncher::start_(HAXPExpRun& run) {

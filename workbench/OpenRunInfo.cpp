@@ -2,7 +2,7 @@
 // Copyright the Xperiment authors
 #include "workbench/OpenRunInfo.h"
 
-#include <algorithm>
+#include <set>
 
 #include "environment/containers/HSTFwdIter.h"
 #include "environment/filemgmt/HADAStaleReasons.h"
@@ -13,6 +13,7 @@
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "workbench/DesignInputs.h"
 #include "workbench/ice40/metrics.h"
+#include "workbench/sourceReferences.h"
 
 namespace {
 
@@ -29,9 +30,15 @@ void merge(const ice40::StepMetrics& later, ice40::StepMetrics& all) {
     all.tool = later.tool;
 }
 
-bool isNewer(const std::string& path, long time) {
+/// Notes `path` in the run's reason `summary` when it is newer than `launch`.
+void noteIfNewer(const std::string& path, long launch, HADAStaleReason::StaleSummary summary,
+                 HADAStaleReason::RunType type, HADAStaleReasons& reasons) {
     long stamp = 0;
-    return !path.empty() && HUTFile::getFileStamp(path.c_str(), stamp) && stamp > time;
+    if (path.empty() || !HUTFile::getFileStamp(path.c_str(), stamp) || stamp <= launch)
+        return;
+    HADAStaleReason* reason = reasons.addOrUpdate(summary);
+    reason->setRunType(type);
+    reason->addOrUpdateFile({path, "", HADAFileSetChangeSummary::FSCS_MODIFIED, stamp});
 }
 
 }  // namespace
@@ -39,6 +46,7 @@ bool isNewer(const std::string& path, long time) {
 struct OpenRunInfo::Extra {
     DesignInputs inputs;
     std::string launchedTo;
+    workbench::InputRecord launchedInputs;
     ice40::StepMetrics metrics;
 };
 
@@ -79,6 +87,18 @@ const std::string& OpenRunInfo::getLaunchedTo() const {
     return m_extra->launchedTo;
 }
 
+const workbench::InputRecord& OpenRunInfo::getLaunchedInputs() const {
+    return m_extra->launchedInputs;
+}
+
+void OpenRunInfo::setLaunchedInputs(const workbench::InputRecord& record) {
+    m_extra->launchedInputs = record;
+}
+
+workbench::InputRecord OpenRunInfo::recordInputs() const {
+    return workbench::recordInputs(m_extra->inputs, isSynthFlow());
+}
+
 const ice40::StepMetrics& OpenRunInfo::getMetrics() const {
     return m_extra->metrics;
 }
@@ -109,17 +129,47 @@ void OpenRunInfo::updStaleReasons() {
     if (getLaunchTime() == 0)
         return;
     updStaleOptionReasons();
-    if (hasNewerInput_())
-        staleReasons_()
-            .addOrUpdate(HADAStaleReason::SS_DESIGN_SRCS_CHANGED)
-            ->setRunType(isImplFlow() ? HADAStaleReason::RT_IMPL : HADAStaleReason::RT_SYNTH);
+    addNewerFiles_();
+    addOtherInputs_();
 }
 
-bool OpenRunInfo::hasNewerInput_() const {
+void OpenRunInfo::addNewerFiles_() {
     const DesignInputs& inputs = m_extra->inputs;
-    const long launched = getLaunchTime();
-    const auto newer = [launched](const std::string& path) { return isNewer(path, launched); };
-    if (isSynthFlow())
-        return std::any_of(inputs.sources.begin(), inputs.sources.end(), newer);
-    return newer(inputs.netlist) || newer(inputs.constraints);
+    const long launch = getLaunchTime();
+    if (isSynthFlow()) {
+        for (const auto& files :
+             {inputs.sources, workbench::referencedFiles(inputs.sources, inputs.includeDirs)}) {
+            for (const std::string& path : files)
+                noteIfNewer(path, launch, HADAStaleReason::SS_DESIGN_SRCS_CHANGED,
+                            HADAStaleReason::RT_SYNTH, staleReasons_());
+        }
+        return;
+    }
+    noteIfNewer(inputs.netlist, launch, HADAStaleReason::SS_DESIGN_SRCS_CHANGED,
+                HADAStaleReason::RT_IMPL, staleReasons_());
+    noteIfNewer(inputs.constraints, launch, HADAStaleReason::SS_CONSTRS_CHANGED,
+                HADAStaleReason::RT_IMPL, staleReasons_());
+}
+
+void OpenRunInfo::addOtherInputs_() {
+    const workbench::InputRecord& before = m_extra->launchedInputs;
+    const workbench::InputRecord now = recordInputs();
+    if (before.empty() || before == now)
+        return;
+    std::set<std::string> names;
+    for (const workbench::InputRecord* record : {&before, &now}) {
+        for (const auto& entry : *record)
+            names.insert(entry.first);
+    }
+    for (const std::string& name : names) {
+        const std::string was = workbench::recordText(before, name);
+        const std::string is = workbench::recordText(now, name);
+        if (was == is)
+            continue;
+        HADAStaleOption option;
+        option.setStaleOptionDetails("design", name, was, is);
+        staleReasons_()
+            .addOrUpdate(HADAStaleReason::SS_DESIGN_SRCS_CHANGED, &option)
+            ->setRunType(isImplFlow() ? HADAStaleReason::RT_IMPL : HADAStaleReason::RT_SYNTH);
+    }
 }

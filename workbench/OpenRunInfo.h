@@ -7,8 +7,8 @@
 
 #include "runs/base/xperiment/HAXPExpInfoBase.h"
 #include "workbench/WorkbenchExport.h"
+#include "workbench/inputRecord.h"
 
-struct DesignInputs;
 namespace ice40 {
 struct StepMetrics;
 }
@@ -29,6 +29,12 @@ public:
     void setLaunch(long launchTime, const std::string& toStep);
     const std::string& getLaunchedTo() const;
 
+    /// What the last launch took from the inputs; empty when that isn't known.
+    const workbench::InputRecord& getLaunchedInputs() const;
+    void setLaunchedInputs(const workbench::InputRecord& record);
+    /// The same of the inputs as they are now.
+    workbench::InputRecord recordInputs() const;
+
     /// The numbers of the steps that are done, the later ones over the earlier. Read
     /// from the run directory by readMetrics().
     const ice40::StepMetrics& getMetrics() const;
@@ -37,12 +43,14 @@ public:
     void readMetrics();
     void clearMetrics();
 
-    /// Rebuilds the reasons from options, and the run's reason from inputs that are
-    /// newer than the launch. A run that isn't launched has none.
+    /// Rebuilds the reasons from options, and the run's reasons from inputs that are
+    /// newer than the launch or not those of the launch. A run that isn't launched has
+    /// none.
     void updStaleReasons() override;
 
 private:
-    bool hasNewerInput_() const;
+    void addNewerFiles_();
+    void addOtherInputs_();
 
     struct Extra;
     std::unique_ptr<Extra> m_extra;

@@ -330,8 +330,10 @@ Project::Entry& Project::addEntry_(const std::string& name, const HAXPFlow& flow
 
 void Project::giveInputs_(const Entry& entry) const {
     DesignInputs inputs = m_inputs;
-    if (!entry.synthesis.empty())
+    if (!entry.synthesis.empty()) {
         inputs.netlist = netlistOf_(entry.synthesis);
+        inputs.netlistLaunch = findRun(entry.synthesis)->getInfo().getLaunchTime();
+    }
     entry.run->getInfo().setInputs(inputs);
 }
 

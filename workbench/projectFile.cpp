@@ -58,6 +58,7 @@ const char kId[] = "Id";
 const char kValue[] = "Value";
 const char kLaunch[] = "Launch";
 const char kTime[] = "Time";
+const char kInput[] = "Input";
 }  // namespace name
 
 using EntryIter = std::unique_ptr<HSTFwdIter<HAXPFlowStepOptions*>>;
@@ -249,6 +250,7 @@ void ProjectFile::readRun_(const xml::Document& document, const xml::Element& el
         run.setRunDir(absolute_(dir), false);
     if (const xml::Element* launch = element.child(name::kLaunch)) {
         run.getInfo().setLaunch(readTime(document, *launch), launch->attribute(name::kToStep));
+        run.getInfo().setLaunchedInputs(readInputs_(*launch));
         auto snapshot = std::make_unique<HAXPStrategy>(flow);
         readOptions(document, *launch, *snapshot);
         delete run.getInfo().getRunSnapshotStrategy();
@@ -276,11 +278,35 @@ void ProjectFile::writeRun_(HXMLWriterBase& out, const Project::Entry& entry) co
         out.addAttr(name::kTime, std::to_string(info.getLaunchTime()));
         addIfSet(out, name::kToStep, info.getLaunchedTo());
         out.wrStartTag(name::kLaunch);
+        writeInputs_(out, info.getLaunchedInputs());
         if (info.getRunSnapshotStrategy() != nullptr)
             writeOptions(out, *info.getRunSnapshotStrategy());
         out.wrEndTag(name::kLaunch);
     }
     out.wrEndTag(name::kRun);
+}
+
+void ProjectFile::writeInputs_(HXMLWriterBase& out, const workbench::InputRecord& record) const {
+    for (const auto& entry : record) {
+        for (const std::string& value : entry.second) {
+            out.addAttr(name::kName, entry.first);
+            out.addAttr(name::kValue,
+                        workbench::isPathInput(entry.first) ? relative_(value) : value);
+            out.wrEmptyTag(name::kInput);
+        }
+    }
+}
+
+workbench::InputRecord ProjectFile::readInputs_(const xml::Element& launch) const {
+    workbench::InputRecord record;
+    for (const xml::Element& child : launch.children()) {
+        if (child.name() != name::kInput)
+            continue;
+        const std::string& entry = child.attribute(name::kName);
+        const std::string& value = child.attribute(name::kValue);
+        record[entry].push_back(workbench::isPathInput(entry) ? absolute_(value) : value);
+    }
+    return record;
 }
 
 std::string ProjectFile::absolute_(const std::string& path) const {

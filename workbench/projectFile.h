@@ -5,6 +5,7 @@
 #include <string>
 
 #include "workbench/Project.h"
+#include "workbench/inputRecord.h"
 
 namespace xml {
 class Document;
@@ -28,6 +29,8 @@ private:
     void readDesign_(const xml::Element& root);
     void readRun_(const xml::Document& document, const xml::Element& element);
     void writeRun_(HXMLWriterBase& out, const Project::Entry& entry) const;
+    void writeInputs_(HXMLWriterBase& out, const workbench::InputRecord& record) const;
+    workbench::InputRecord readInputs_(const xml::Element& launch) const;
     std::string absolute_(const std::string& path) const;
     std::string relative_(const std::string& path) const;
     std::string path_() const;
