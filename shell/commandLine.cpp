@@ -1,0 +1,185 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "shell/commandLine.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <exception>
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <fmt/format.h>
+
+#include "environment/errors/HEXAll.h"
+#include "environment/installation/HUTEnv.h"
+#include "shell/exitStatus.h"
+#include "shell/suggestion.h"
+#include "shell/verb.h"
+
+namespace shell {
+
+namespace {
+
+const char kUsage[] = "usage: xp [-C DIR] VERB [ARGUMENTS]";
+
+void tellError(const std::string& text) {
+    fmt::print(stderr, "xp: error: {}\n", text);
+}
+
+/// The command line taken apart: what stands before the verb, and the rest.
+struct Words {
+    std::string projectDir = ".";
+    bool wantsHelp = false;
+    bool wantsVersion = false;
+    std::string verb;
+    std::vector<std::string> rest;
+};
+
+/// @throws CommandError an option before the verb isn't known or lacks its value.
+Words readWords(const std::vector<std::string>& words) {
+    Words read;
+    std::size_t i = 0;
+    for (; i < words.size() && !words[i].empty() && words[i].front() == '-'; ++i) {
+        const std::string& word = words[i];
+        if (word == "-h" || word == "--help")
+            read.wantsHelp = true;
+        else if (word == "--version")
+            read.wantsVersion = true;
+        else if (word == "-C" && i + 1 < words.size())
+            read.projectDir = words[++i];
+        else if (word == "-C")
+            throw CommandError(kExitUsage, fmt::format("-C needs a folder. {}", kUsage));
+        else
+            throw CommandError(kExitUsage, fmt::format("There is no option {}. {}", word, kUsage));
+    }
+    if (i < words.size())
+        read.verb = words[i++];
+    read.rest.assign(words.begin() + static_cast<std::ptrdiff_t>(i), words.end());
+    return read;
+}
+
+std::string verbList() {
+    std::string text;
+    for (const VerbEntry& verb : verbs())
+        text += fmt::format("  {:<12}{}\n", verb.name, verb.summary);
+    return text + fmt::format("  {:<12}{}\n", "help", "show this list, or the help of a verb");
+}
+
+void printHelp() {
+    fmt::print("{}\n\n"
+               "Takes a Verilog design through runs to a bitstream for iCE40 devices.\n\n"
+               "Verbs:\n{}\n"
+               "Options before the verb:\n"
+               "  -C DIR      work on the project in DIR instead of the one here\n"
+               "  -h, --help  show this help\n"
+               "  --version   show the version\n\n"
+               "Exit status: 0 done, 1 a run failed, 2 wrong usage, 5 a tool is missing,\n"
+               "6 refused, 130 interrupted.\n\n"
+               "\"xp help VERB\" tells more, with examples.\n",
+               kUsage, verbList());
+}
+
+/// Fills `command` for `verb` with the options of `object`.
+void declare(const VerbEntry& verb, Verb& object, CLI::App& command) {
+    std::string examples = verb.example;
+    for (std::size_t at = examples.find('\n'); at != std::string::npos;
+         at = examples.find('\n', at + 3))
+        examples.insert(at + 1, "  ");
+    command.footer("Examples:\n  " + examples + "\n");
+    object.declare(command);
+}
+
+/// The verb called `name`. @throws CommandError there is none; it names a near one.
+const VerbEntry& requireVerb(const std::string& name) {
+    if (const VerbEntry* verb = findVerb(name))
+        return *verb;
+    std::vector<std::string> known{"help"};
+    for (const VerbEntry& verb : verbs())
+        known.emplace_back(verb.name);
+    const std::string meant = suggestionFor(name, known);
+    throw CommandError(kExitUsage,
+                       meant.empty()
+                           ? fmt::format("There is no verb '{}'. \"xp help\" lists them.", name)
+                           : fmt::format("There is no verb '{}'. Did you mean '{}'?", name, meant));
+}
+
+int printHelpOf(const std::string& name) {
+    if (name == "help") {
+        printHelp();
+        return kExitDone;
+    }
+    const VerbEntry& verb = requireVerb(name);
+    const std::unique_ptr<Verb> object = verb.make();
+    CLI::App command(fmt::format("xp {}: {}", verb.name, verb.summary),
+                     fmt::format("xp {}", verb.name));
+    declare(verb, *object, command);
+    fmt::print("{}", command.help());
+    return kExitDone;
+}
+
+int runVerb(const Words& words) {
+    const VerbEntry& verb = requireVerb(words.verb);
+    const std::unique_ptr<Verb> object = verb.make();
+    CLI::App command(verb.summary, fmt::format("xp {}", verb.name));
+    declare(verb, *object, command);
+    Session session;
+    session.projectDir = words.projectDir;
+    command.add_option("-C", session.projectDir, "The project's folder");
+    std::vector<std::string> rest(words.rest.rbegin(), words.rest.rend());
+    try {
+        command.parse(rest);
+    } catch (const CLI::CallForHelp&) {
+        return printHelpOf(verb.name);
+    } catch (const CLI::ParseError& error) {
+        throw CommandError(kExitUsage, fmt::format("{}: {}. \"xp help {}\" tells its arguments.",
+                                                   verb.name, error.what(), verb.name));
+    }
+    return object->run(session);
+}
+
+int dispatch(const std::vector<std::string>& all) {
+    const Words words = readWords(all);
+    if (words.wantsVersion) {
+        fmt::print("xp {}\n", HUTEnv::getProductMajorMinorVersion());
+        return kExitDone;
+    }
+    if (words.wantsHelp || (words.verb == "help" && words.rest.empty())) {
+        printHelp();
+        return kExitDone;
+    }
+    if (words.verb == "help")
+        return printHelpOf(words.rest.front());
+    if (words.verb.empty())
+        throw CommandError(kExitUsage,
+                           fmt::format("Say what to do. {}\n\nVerbs:\n{}", kUsage, verbList()));
+    return runVerb(words);
+}
+
+/// @throws CommandError what went to standard output was lost.
+void requireWritten() {
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+        throw CommandError(kExitRefused, "Standard output can't be written. Make room where it "
+                                         "goes, or send it somewhere else.");
+}
+
+}  // namespace
+
+int runCommandLine(const std::vector<std::string>& words) {
+    try {
+        const int status = dispatch(words);
+        requireWritten();
+        return status;
+    } catch (const CommandError& error) {
+        tellError(error.what());
+        return error.status();
+    } catch (const HEXAll& error) {
+        tellError(error.what());
+        return kExitRefused;
+    } catch (const std::exception& error) {
+        tellError(fmt::format("{}. This should not happen; please report it.", error.what()));
+        return kExitRefused;
+    }
+}
+
+}  // namespace shell

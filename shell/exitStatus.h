@@ -1,0 +1,32 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+namespace shell {
+
+/// How xp ends; scripts rely on it. 3 and 4 are kept for verbs to come.
+enum ExitStatus {
+    kExitDone = 0,
+    kExitRunFailed = 1,    ///< a run that was asked for failed
+    kExitUsage = 2,        ///< the command line is wrong
+    kExitToolMissing = 5,  ///< a tool that a run needs isn't installed
+    kExitRefused = 6,      ///< the project, an input or the disk doesn't allow it
+    kExitInterrupted = 130
+};
+
+/// Ends a verb with a status; the text is the whole message for the user.
+class CommandError : public std::runtime_error {
+public:
+    CommandError(ExitStatus status, const std::string& text);
+    ~CommandError() override;
+
+    ExitStatus status() const { return m_status; }
+
+private:
+    ExitStatus m_status;
+};
+
+}  // namespace shell

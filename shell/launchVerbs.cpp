@@ -1,0 +1,215 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include <algorithm>
+#include <cstdio>
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "environment/errors/HEXUserException.h"
+#include "environment/messages/ComMsgMgr.h"
+#include "environment/messages/ComMsgMgrInstance.h"
+#include "shell/exitStatus.h"
+#include "shell/interrupt.h"
+#include "shell/progressLine.h"
+#include "shell/runPlan.h"
+#include "shell/runView.h"
+#include "shell/runWatch.h"
+#include "shell/tools.h"
+#include "shell/verb.h"
+#include "workbench/HAXPExpRun.h"
+#include "workbench/LocalLauncher.h"
+#include "workbench/Project.h"
+
+namespace shell {
+
+namespace {
+
+using Runs = std::vector<HAXPExpRun*>;
+
+std::string namesOf(const Runs& runs) {
+    std::vector<std::string> names;
+    for (const HAXPExpRun* run : runs)
+        names.push_back(run->getName());
+    return fmt::format("{}", fmt::join(names, ", "));
+}
+
+void tellError(const std::string& text) {
+    fmt::print(stderr, "xp: error: {}\n", text);
+}
+
+/// The table, and where bitstreams and logs lie.
+void printResults(const Project& project, const Runs& runs) {
+    std::fflush(stderr);
+    fmt::print("{}", statusTable(project, runs));
+    for (const HAXPExpRun* run : runs) {
+        const std::string bitstream = bitstreamPath(*run);
+        if (!bitstream.empty())
+            fmt::print("Bitstream of {}: {}\n", run->getName(), bitstream);
+    }
+    for (const HAXPExpRun* run : runs) {
+        if (!logPath(*run).empty())
+            fmt::print("Log of {}: {}\n", run->getName(), logPath(*run));
+    }
+}
+
+int tellInterrupted(const Runs& working, const Runs& left) {
+    fmt::print(stderr,
+               "Interrupted, but {} {} on. Wait with \"xp wait\", look with \"xp status\".\n",
+               namesOf(working), working.size() == 1 ? "goes" : "go");
+    if (!left.empty())
+        fmt::print(stderr, "Not launched: {}\n", namesOf(left));
+    return kExitInterrupted;
+}
+
+class LaunchVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("runs", m_names, "Names of runs; all of the project if unsaid");
+        command.add_flag("--no-wait", m_noWait,
+                         "Come back when the runs are started, not when they have ended");
+    }
+
+    int run(const Session& session) override {
+        const auto project = Project::open(session.projectDir, Project::kChange);
+        const Runs chosen = chosenRuns(*project, m_names);
+        if (chosen.empty())
+            throw CommandError(kExitRefused, "The project has no runs. Make one first: xp create "
+                                             "synth_1 --flow synth");
+        const RunPlan plan = makePlan(*project, chosen);
+        refuseBusy_(plan);
+        requireTools(plan.launches);
+        return m_noWait ? start_(*project, plan) : launchAll_(*project, plan);
+    }
+
+private:
+    /// Before anything is touched: a run that is at work isn't launched again.
+    static void refuseBusy_(const RunPlan& plan) {
+        for (const HAXPExpRun* run : plan.runs) {
+            if (isAtWork(*run))
+                throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError,
+                                                         "@60-40@%s%s", run->getName(),
+                                                         statusWord(*run)));
+        }
+    }
+
+    static void tellUpToDate_(const RunPlan& plan) {
+        for (const HAXPExpRun* run : plan.runs) {
+            if (!plan.launchesRun(*run))
+                fmt::print(stderr, "{}: up to date\n", run->getName());
+        }
+    }
+
+    static int start_(Project& project, const RunPlan& plan) {
+        tellUpToDate_(plan);
+        int status = kExitDone;
+        for (HAXPExpRun* run : plan.launches) {
+            try {
+                LocalLauncher(project).launch(*run);
+                fmt::print(stderr, "{}: started\n", run->getName());
+            } catch (const HEXUserException& error) {
+                tellError(error.what());
+                status = kExitRefused;
+            }
+        }
+        return status;
+    }
+
+    static int launchAll_(Project& project, const RunPlan& plan) {
+        tellUpToDate_(plan);
+        const Interrupt interrupt;
+        ProgressLine line;
+        RunWatch watch(line);
+        int status = kExitDone;
+        for (std::size_t i = 0; i < plan.launches.size(); ++i) {
+            HAXPExpRun* run = plan.launches[i];
+            const HAXPExpRun* synthesis = project.getSynthesisOf(*run);
+            if (synthesis != nullptr && hasFailed(*synthesis)) {
+                line.say(fmt::format("{}: not launched, its synthesis {} failed", run->getName(),
+                                     synthesis->getName()));
+                continue;
+            }
+            watch.setCount(fmt::format("[{}/{}]", i + 1, plan.launches.size()));
+            LocalLauncher(project).launch(*run);
+            if (watch.watch({run}, interrupt) == RunWatch::kInterrupted)
+                return tellInterrupted({run},
+                                       Runs(plan.launches.begin() + i + 1, plan.launches.end()));
+            if (!isDone(*run)) {
+                tellError(failureText(*run));
+                status = kExitRunFailed;
+            }
+        }
+        line.clear();
+        printResults(project, plan.runs);
+        return status;
+    }
+
+    std::vector<std::string> m_names;
+    bool m_noWait = false;
+};
+
+class WaitVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("runs", m_names, "Names of runs; all that are at work if unsaid");
+    }
+
+    int run(const Session& session) override {
+        const auto project = Project::open(session.projectDir, Project::kRead);
+        Runs runs = chosenRuns(*project, m_names);
+        if (m_names.empty())
+            runs.erase(std::remove_if(runs.begin(), runs.end(),
+                                      [](const auto* run) { return !isAtWork(*run); }),
+                       runs.end());
+        if (runs.empty()) {
+            fmt::print(stderr, "No run is at work\n");
+            return kExitDone;
+        }
+        for (const HAXPExpRun* run : runs) {
+            if (statusWord(*run) == "not started")
+                throw CommandError(kExitRefused,
+                                   fmt::format("Run {} isn't launched. Launch it with: xp launch "
+                                               "{}",
+                                               run->getName(), run->getName()));
+        }
+        return waitFor_(*project, runs);
+    }
+
+private:
+    static int waitFor_(const Project& project, const Runs& runs) {
+        const Interrupt interrupt;
+        ProgressLine line;
+        if (RunWatch(line).watch(runs, interrupt) == RunWatch::kInterrupted) {
+            Runs working;
+            std::copy_if(runs.begin(), runs.end(), std::back_inserter(working),
+                         [](const auto* run) { return isAtWork(*run); });
+            return tellInterrupted(working, {});
+        }
+        int status = kExitDone;
+        for (const HAXPExpRun* run : runs) {
+            if (!isDone(*run)) {
+                tellError(failureText(*run));
+                status = kExitRunFailed;
+            }
+        }
+        printResults(project, runs);
+        return status;
+    }
+
+    std::vector<std::string> m_names;
+};
+
+}  // namespace
+
+std::unique_ptr<Verb> makeLaunchVerb() {
+    return std::make_unique<LaunchVerb>();
+}
+
+std::unique_ptr<Verb> makeWaitVerb() {
+    return std::make_unique<WaitVerb>();
+}
+
+}  // namespace shell

@@ -1,0 +1,25 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <vector>
+
+namespace shell {
+
+/// The last `count` lines of the text file `path`, without line ends; all of them for
+/// a `count` of 0. Reads no more of the file than that takes, at most its last 64 MB.
+/// A file that can't be read gives none, and `reason` says why.
+std::vector<std::string> lastLines(const std::string& path, std::size_t count, std::string& reason);
+
+/// The last of `lines` that tells a reader something: neither empty nor a ruler, nor
+/// the frame of a table. Without blanks around it and without the tool's "Info: ".
+/// Empty when there is none.
+std::string lastTellingLine(const std::vector<std::string>& lines);
+
+/// What a failed step left in its log for the reader: the last `count` lines without
+/// those of the wrapper, from the first error on when one is among them.
+std::vector<std::string> failureLines(const std::vector<std::string>& lines, std::size_t count);
+
+}  // namespace shell

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <chrono>
+#include <string>
+
+namespace shell {
+
+/// `text` as one line of at most `width` columns: control characters become blanks,
+/// and what doesn't fit is cut. Counts a character of UTF-8 as one column.
+std::string fitLine(const std::string& text, int width);
+
+/// What is told on standard error while runs are at work.
+///
+/// On a terminal one line at the bottom is drawn anew, at most five times a second;
+/// elsewhere, and on a dumb terminal, only lasting lines are written, and no escape
+/// byte ever.
+class ProgressLine {
+public:
+    ProgressLine();
+    /// Removes the line that changes.
+    ~ProgressLine();
+
+    ProgressLine(const ProgressLine&) = delete;
+    ProgressLine& operator=(const ProgressLine&) = delete;
+
+    /// Whether draw() shows anything.
+    bool isLive() const { return m_live; }
+
+    /// Puts `text` in the place of the line before.
+    void draw(const std::string& text);
+
+    /// Writes a line that stays.
+    void say(const std::string& text);
+
+    void clear();
+
+private:
+    const bool m_live;
+    bool m_drawn = false;
+    std::chrono::steady_clock::time_point m_last;
+};
+
+}  // namespace shell

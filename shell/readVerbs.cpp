@@ -1,0 +1,174 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include <cstdio>
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "runs/base/xperiment/HAXPFlow.h"
+#include "runs/base/xperiment/HAXPStrategy.h"
+#include "shell/exitStatus.h"
+#include "shell/logTail.h"
+#include "shell/runDetails.h"
+#include "shell/runPlan.h"
+#include "shell/runView.h"
+#include "shell/textTable.h"
+#include "shell/verb.h"
+#include "workbench/HAXPExpRun.h"
+#include "workbench/Project.h"
+#include "workbench/shippedStrategies.h"
+
+namespace shell {
+
+namespace {
+
+/// JSON for a script: names and paths that aren't UTF-8 don't stop it.
+void printJson(const nlohmann::json& json) {
+    fmt::print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+}
+
+void addJsonFlag(CLI::App& command, bool& json) {
+    command.add_flag("--json", json, "For scripts: JSON");
+}
+
+class StatusVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("runs", m_names, "Names of runs; all of the project if unsaid");
+        addJsonFlag(command, m_json);
+    }
+
+    int run(const Session& session) override {
+        const auto project = Project::open(session.projectDir, Project::kRead);
+        const std::vector<HAXPExpRun*> runs = chosenRuns(*project, m_names);
+        if (m_json)
+            printJson(statusJson(*project, runs));
+        else if (runs.empty())
+            fmt::print(stderr, "The project has no runs. Make one: xp create synth_1 --flow "
+                               "synth\n");
+        else
+            fmt::print("{}", statusTable(*project, runs));
+        return kExitDone;
+    }
+
+private:
+    std::vector<std::string> m_names;
+    bool m_json = false;
+};
+
+class LogVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("run", m_name, "Name of the run")->required();
+        command.add_option("--lines", m_lines, "Only the last N lines")
+            ->check(CLI::Range(1, 1000000000));
+    }
+
+    int run(const Session& session) override {
+        const auto project = Project::open(session.projectDir, Project::kRead);
+        const HAXPExpRun& run = project->getRun(m_name);
+        const std::string path = logPath(run);
+        if (path.empty())
+            throw CommandError(kExitRefused,
+                               fmt::format("Run {} has no log, since it isn't launched. Launch it "
+                                           "with: xp launch {}",
+                                           m_name, m_name));
+        std::string reason;
+        const std::vector<std::string> lines = lastLines(path, m_lines, reason);
+        if (!reason.empty())
+            throw CommandError(kExitRefused,
+                               fmt::format("The log {} can't be read: {}. Launch the run to make "
+                                           "it.",
+                                           path, reason));
+        for (const std::string& line : lines)
+            fmt::print("{}\n", line);
+        return kExitDone;
+    }
+
+private:
+    std::string m_name;
+    std::size_t m_lines = 0;
+};
+
+class ShowVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("run", m_name, "Name of a run; the project if unsaid");
+        addJsonFlag(command, m_json);
+    }
+
+    int run(const Session& session) override {
+        const auto project = Project::open(session.projectDir, Project::kRead);
+        if (m_json)
+            printJson(m_name.empty() ? projectJson(*project)
+                                     : runJson(*project, project->getRun(m_name)));
+        else
+            fmt::print("{}", m_name.empty() ? projectText(*project)
+                                            : runText(*project, project->getRun(m_name)));
+        return kExitDone;
+    }
+
+private:
+    std::string m_name;
+    bool m_json = false;
+};
+
+class StrategiesVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("--flow", m_flow, "synth or impl; both if unsaid");
+        addJsonFlag(command, m_json);
+    }
+
+    int run(const Session&) override {
+        nlohmann::json all = nlohmann::json::array();
+        TextTable table({{"Flow"}, {"Strategy"}, {"Options"}, {"What it does"}});
+        for (const std::string flow : {"synth", "impl"}) {
+            if (!m_flow.empty() && &flowOf(m_flow) != &flowOf(flow))
+                continue;
+            for (const std::string& name : workbench::shippedStrategyNames(flowOf(flow))) {
+                const auto strategy = workbench::makeShippedStrategy(flowOf(flow), name);
+                std::string options;
+                for (const OptionChoice& option : changedOptions(*strategy))
+                    options += (options.empty() ? "" : " ") + option.name + "=" + option.value;
+                table.addRow({flow, name, options, strategy->getDescription()});
+                all.push_back({{"flow", flow},
+                               {"name", name},
+                               {"description", strategy->getDescription()},
+                               {"options", optionsJson(*strategy)}});
+            }
+        }
+        if (m_json)
+            printJson(all);
+        else
+            fmt::print("{}", table.text());
+        return kExitDone;
+    }
+
+private:
+    std::string m_flow;
+    bool m_json = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Verb> makeStatusVerb() {
+    return std::make_unique<StatusVerb>();
+}
+
+std::unique_ptr<Verb> makeLogVerb() {
+    return std::make_unique<LogVerb>();
+}
+
+std::unique_ptr<Verb> makeShowVerb() {
+    return std::make_unique<ShowVerb>();
+}
+
+std::unique_ptr<Verb> makeStrategiesVerb() {
+    return std::make_unique<StrategiesVerb>();
+}
+
+}  // namespace shell

@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "shell/runPlan.h"
+
+#include <algorithm>
+
+#include "workbench/HAXPExpRun.h"
+#include "workbench/Project.h"
+
+namespace shell {
+
+namespace {
+
+bool contains(const std::vector<HAXPExpRun*>& runs, const HAXPExpRun* run) {
+    return std::find(runs.begin(), runs.end(), run) != runs.end();
+}
+
+void addToPlan(HAXPExpRun& run, bool mustLaunch, RunPlan& plan) {
+    if (contains(plan.runs, &run))
+        return;
+    plan.runs.push_back(&run);
+    if (mustLaunch)
+        plan.launches.push_back(&run);
+}
+
+}  // namespace
+
+bool RunPlan::launchesRun(const HAXPExpRun& run) const {
+    return contains(launches, &run);
+}
+
+std::vector<HAXPExpRun*> chosenRuns(const Project& project, const std::vector<std::string>& names) {
+    if (names.empty())
+        return project.getRuns();
+    std::vector<HAXPExpRun*> runs;
+    for (const std::string& name : names) {
+        HAXPExpRun* run = &project.getRun(name);
+        if (!contains(runs, run))
+            runs.push_back(run);
+    }
+    return runs;
+}
+
+RunPlan makePlan(const Project& project, const std::vector<HAXPExpRun*>& chosen) {
+    RunPlan plan;
+    for (HAXPExpRun* run : chosen) {
+        HAXPExpRun* synthesis = project.getSynthesisOf(*run);
+        const bool anew = synthesis != nullptr && !synthesis->isUpToDate();
+        if (anew || (synthesis != nullptr && contains(chosen, synthesis)))
+            addToPlan(*synthesis, anew, plan);
+        addToPlan(*run, anew || !run->isUpToDate(), plan);
+    }
+    return plan;
+}
+
+}  // namespace shell

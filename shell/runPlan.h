@@ -1,0 +1,31 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <string>
+#include <vector>
+
+class HAXPExpRun;
+class Project;
+
+namespace shell {
+
+/// The runs called `names`, each once, or all of the project.
+/// @throws HEXUserException one isn't there.
+std::vector<HAXPExpRun*> chosenRuns(const Project& project, const std::vector<std::string>& names);
+
+/// What a launch has to do.
+struct RunPlan {
+    /// What was asked for, synthesis before what starts from it.
+    std::vector<HAXPExpRun*> runs;
+    /// Those of them that have to be launched. The rest is up to date.
+    std::vector<HAXPExpRun*> launches;
+
+    bool launchesRun(const HAXPExpRun& run) const;
+};
+
+/// The plan for `chosen`: a synthesis that isn't up to date is launched before the
+/// implementations that start from it, asked for or not.
+RunPlan makePlan(const Project& project, const std::vector<HAXPExpRun*>& chosen);
+
+}  // namespace shell

@@ -1,0 +1,110 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include <cstdio>
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <fmt/format.h>
+
+#include "runs/base/xperiment/HAXPStrategy.h"
+#include "shell/exitStatus.h"
+#include "shell/runView.h"
+#include "shell/verb.h"
+#include "workbench/HAXPExpRun.h"
+#include "workbench/Project.h"
+
+namespace shell {
+
+namespace {
+
+void setOptions(Project& project, HAXPExpRun& run, const std::vector<std::string>& settings) {
+    for (const std::string& setting : settings) {
+        const std::size_t sign = setting.find('=');
+        if (sign == std::string::npos || sign == 0)
+            throw CommandError(
+                kExitUsage,
+                fmt::format("'{}' sets nothing. Say option=value, for example seed=7.", setting));
+        project.setOption(run, setting.substr(0, sign), setting.substr(sign + 1));
+    }
+}
+
+class CreateVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("name", m_name, "Name of the run")->required();
+        command.add_option("--flow", m_flow, "synth or impl")->required();
+        command.add_option("--strategy", m_strategy, "Strategy to start from")
+            ->capture_default_str();
+        command.add_option("--synth", m_synthesis,
+                           "Synthesis that an implementation starts from; the first one if unsaid");
+        command.add_option("--to", m_toStep, "Short name of the step to end at");
+        command.add_option("--set", m_settings, "option=value; may be repeated")
+            ->allow_extra_args(false);
+    }
+
+    int run(const Session& session) override {
+        const auto project = Project::open(session.projectDir, Project::kChange);
+        HAXPExpRun& run = project->createRun(m_name, flowOf(m_flow), m_strategy, m_synthesis);
+        if (!m_toStep.empty())
+            project->setToStep(run, m_toStep);
+        setOptions(*project, run, m_settings);
+        project->save();
+        fmt::print(stderr, "Run {} is made. Next: xp launch {}\n", m_name, m_name);
+        return kExitDone;
+    }
+
+private:
+    std::string m_name;
+    std::string m_flow;
+    std::string m_strategy = "Default";
+    std::string m_synthesis;
+    std::string m_toStep;
+    std::vector<std::string> m_settings;
+};
+
+class SetVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("run", m_name, "Name of the run")->required();
+        command.add_option("settings", m_settings, "option=value, or step.option=value");
+        command.add_option("--strategy", m_strategy,
+                           "Strategy to take over first; options set before are lost");
+        m_to = command.add_option("--to", m_toStep,
+                                  "Short name of the step to end at; '' for the last one");
+    }
+
+    int run(const Session& session) override {
+        if (m_settings.empty() && m_strategy.empty() && m_to->count() == 0)
+            throw CommandError(kExitUsage, "There is nothing to set. Say option=value, --strategy "
+                                           "or --to.");
+        const auto project = Project::open(session.projectDir, Project::kChange);
+        HAXPExpRun& run = project->getRun(m_name);
+        if (!m_strategy.empty())
+            project->applyStrategy(run, m_strategy);
+        if (m_to->count() > 0)
+            project->setToStep(run, m_toStep);
+        setOptions(*project, run, m_settings);
+        project->save();
+        return kExitDone;
+    }
+
+private:
+    std::string m_name;
+    std::vector<std::string> m_settings;
+    std::string m_strategy;
+    std::string m_toStep;
+    CLI::Option* m_to = nullptr;
+};
+
+}  // namespace
+
+std::unique_ptr<Verb> makeCreateVerb() {
+    return std::make_unique<CreateVerb>();
+}
+
+std::unique_ptr<Verb> makeSetVerb() {
+    return std::make_unique<SetVerb>();
+}
+
+}  // namespace shell

@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "shell/runView.h"
+
+#include <memory>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "environment/containers/HSTFwdIter.h"
+#include "environment/filemgmt/HADAStaleReason.h"
+#include "environment/filemgmt/HADAStaleReasons.h"
+#include "environment/files/HUTFile.h"
+#include "runs/base/xperiment/HAXPExpRunStep.h"
+#include "runs/base/xperiment/HAXPFlow.h"
+#include "runs/base/xperiment/HAXPFlowStep.h"
+#include "runs/base/xperiment/HAXPStrategy.h"
+#include "runs/base/xperiment/HDGUIStatus.h"
+#include "shell/exitStatus.h"
+#include "shell/textTable.h"
+#include "workbench/HAXPExpRun.h"
+#include "workbench/OpenRunInfo.h"
+#include "workbench/OpenStats.h"
+#include "workbench/Project.h"
+#include "workbench/ice40/metrics.h"
+#include "workbench/openFlows.h"
+
+namespace shell {
+
+namespace {
+
+int codeOf(const HAXPExpRun& run) {
+    return run.getStatus()->getCode();
+}
+
+/// A statistic in the tables and in JSON.
+struct StatColumn {
+    const char* name;
+    const char* title;
+    const char* key;
+};
+
+const std::vector<StatColumn>& tableStats() {
+    static const std::vector<StatColumn> s_stats{
+        {OpenStats::kLuts, "LUTs", "luts"},
+        {OpenStats::kFmaxMhz, "Fmax MHz", "fmax_mhz"},
+        {OpenStats::kWorstSlackNs, "Slack ns", "worst_slack_ns"},
+        {OpenStats::kRunTime, "Seconds", "seconds"}};
+    return s_stats;
+}
+
+const std::vector<StatColumn>& otherStats() {
+    static const std::vector<StatColumn> s_stats{
+        {OpenStats::kFlipFlops, "Flip-flops", "flip_flops"},
+        {OpenStats::kBlockRams, "Block RAMs", "block_rams"}};
+    return s_stats;
+}
+
+nlohmann::json statJson(const HAXPExpRun& run, const char* name) {
+    double value = 0;
+    return OpenStats::valueOf(run, name, value) ? nlohmann::json(value) : nlohmann::json();
+}
+
+nlohmann::json textOrNull(const std::string& text) {
+    return text.empty() ? nlohmann::json() : nlohmann::json(text);
+}
+
+std::string dirOf(const HAXPExpRun& run) {
+    std::string dir;
+    run.getRunDir(dir);
+    return dir;
+}
+
+}  // namespace
+
+std::string flowWord(const HAXPExpRun& run) {
+    return run.getInfo().isSynthFlow() ? "synth" : "impl";
+}
+
+const HAXPFlow& flowOf(const std::string& word) {
+    if (word == "synth")
+        return *OpenFlows::getSynthesis();
+    if (word == "impl")
+        return *OpenFlows::getImplementation();
+    throw CommandError(kExitUsage, fmt::format("There is no flow '{}'. Say synth or impl.", word));
+}
+
+std::string statusWord(const HAXPExpRun& run) {
+    switch (codeOf(run)) {
+    case HDGUIStatus::statusQueued:
+        return "queued";
+    case HDGUIStatus::statusRunning:
+        return "running";
+    case HDGUIStatus::statusDone:
+        return "done";
+    case HDGUIStatus::statusError:
+        break;
+    default:
+        return "not started";
+    }
+    const std::string& text = run.getStatus()->getText();
+    if (text == HAXPExpRun::kLostText)
+        return "lost";
+    return text == HAXPExpRun::kStoppedText ? "stopped" : "failed";
+}
+
+bool isAtWork(const HAXPExpRun& run) {
+    return codeOf(run) == HDGUIStatus::statusQueued || codeOf(run) == HDGUIStatus::statusRunning;
+}
+
+bool isDone(const HAXPExpRun& run) {
+    return codeOf(run) == HDGUIStatus::statusDone;
+}
+
+bool hasFailed(const HAXPExpRun& run) {
+    return codeOf(run) == HDGUIStatus::statusError;
+}
+
+std::string stepWord(const HAXPExpRun& run) {
+    const std::string& about = run.getStatus()->getDetailText();
+    if (!about.empty())
+        return about;
+    const HAXPExpRunStep* latest = run.getLatestStep();
+    return latest == nullptr ? std::string() : latest->getFlowStep()->getFlowStepId();
+}
+
+std::vector<const HAXPExpRunStep*> stepsOf(const HAXPExpRun& run) {
+    std::vector<const HAXPExpRunStep*> all;
+    const HAXPExpRunStep* last = run.getToStep();
+    const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
+    while (steps->hasNext()) {
+        const HAXPExpRunStep* step = steps->next();
+        if (step->isEnabled() && !step->isVirtual())
+            all.push_back(step);
+        if (step == last)
+            break;
+    }
+    return all;
+}
+
+std::string logPath(const HAXPExpRun& run) {
+    return dirOf(run).empty() ? std::string() : run.pathOf("runme.log");
+}
+
+std::string bitstreamPath(const HAXPExpRun& run) {
+    const std::string& name = run.getInfo().getFile(HAXPTypes::FILE_BG_BIN);
+    if (name.empty() || dirOf(run).empty() || run.getInfo().getMetrics().step != "write_bitstream")
+        return {};
+    return HUTFile::isFile(run.pathOf(name)) ? run.pathOf(name) : std::string();
+}
+
+std::vector<std::string> staleTexts(const Project& project, HAXPExpRun& run) {
+    if (run.getInfo().getLaunchTime() == 0)
+        return {};
+    run.getInfo().updStaleReasons();
+    HADAStaleReasons reasons;
+    run.getInfo().getStaleReasons(reasons);
+    std::vector<std::string> texts;
+    const std::unique_ptr<HSTFwdIter<const HADAStaleReason*>> all(reasons.createReasonIter());
+    while (all->hasNext())
+        texts.push_back(all->next()->getText());
+    HAXPExpRun* synthesis = project.getSynthesisOf(run);
+    if (synthesis != nullptr && !staleTexts(project, *synthesis).empty())
+        texts.push_back("Its synthesis " + synthesis->getName() + " is out of date.");
+    return texts;
+}
+
+std::string statusTable(const Project& project, const std::vector<HAXPExpRun*>& runs) {
+    std::vector<TextTable::Column> columns{{"Run"}, {"Flow"}, {"Strategy"}, {"Status"}, {"Step"}};
+    for (const StatColumn& stat : tableStats())
+        columns.push_back({stat.title, true});
+    columns.push_back({"Stale"});
+    TextTable table(columns);
+    for (HAXPExpRun* run : runs) {
+        std::vector<std::string> row{run->getName(), flowWord(*run), run->getStrategy()->getName(),
+                                     statusWord(*run), stepWord(*run)};
+        for (const StatColumn& stat : tableStats())
+            row.push_back(OpenStats::textOf(*run, stat.name));
+        row.push_back(staleTexts(project, *run).empty() ? "" : "yes");
+        table.addRow(row);
+    }
+    return table.text();
+}
+
+nlohmann::json statusJson(const Project& project, const std::vector<HAXPExpRun*>& runs) {
+    nlohmann::json all = nlohmann::json::array();
+    for (HAXPExpRun* run : runs) {
+        nlohmann::json one{{"name", run->getName()},
+                           {"flow", flowWord(*run)},
+                           {"strategy", run->getStrategy()->getName()},
+                           {"status", statusWord(*run)},
+                           {"step", textOrNull(stepWord(*run))},
+                           {"stale", !staleTexts(project, *run).empty()},
+                           {"directory", textOrNull(dirOf(*run))},
+                           {"log", textOrNull(logPath(*run))},
+                           {"bitstream", textOrNull(bitstreamPath(*run))}};
+        for (const auto* stats : {&tableStats(), &otherStats()}) {
+            for (const StatColumn& stat : *stats)
+                one["results"][stat.key] = statJson(*run, stat.name);
+        }
+        all.push_back(one);
+    }
+    return {{"project", project.getName()}, {"directory", project.getDir()}, {"runs", all}};
+}
+
+}  // namespace shell

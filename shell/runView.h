@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include <nlohmann/json_fwd.hpp>
+
+class HAXPExpRun;
+class HAXPExpRunStep;
+class HAXPFlow;
+class Project;
+
+/// What xp shows of a run, for people and for scripts.
+namespace shell {
+
+/// "synth" or "impl".
+std::string flowWord(const HAXPExpRun& run);
+
+/// The flow called so. @throws CommandError there is none.
+const HAXPFlow& flowOf(const std::string& word);
+
+/// One of "not started", "queued", "running", "done", "failed", "lost" and "stopped".
+/// A lost run's processes went away in the middle of a step, a stopped one's between
+/// two steps.
+std::string statusWord(const HAXPExpRun& run);
+
+/// Whether it is queued or running.
+bool isAtWork(const HAXPExpRun& run);
+bool isDone(const HAXPExpRun& run);
+/// Whether it failed, was lost or stopped.
+bool hasFailed(const HAXPExpRun& run);
+
+/// The id of the step that the status is about: the running or failed one, else the
+/// last that began; empty when none did.
+std::string stepWord(const HAXPExpRun& run);
+
+/// The steps of `run` that a launch runs, in order.
+std::vector<const HAXPExpRunStep*> stepsOf(const HAXPExpRun& run);
+
+std::string logPath(const HAXPExpRun& run);
+/// The bitstream of an implementation that has written it; else empty.
+std::string bitstreamPath(const HAXPExpRun& run);
+
+/// Why the results of `run` are out of date, one text a reason; none for a run that
+/// isn't launched. Brings the reasons up to date.
+std::vector<std::string> staleTexts(const Project& project, HAXPExpRun& run);
+
+/// The table of `runs`, and the same as JSON.
+std::string statusTable(const Project& project, const std::vector<HAXPExpRun*>& runs);
+nlohmann::json statusJson(const Project& project, const std::vector<HAXPExpRun*>& runs);
+
+}  // namespace shell

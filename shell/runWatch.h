@@ -1,0 +1,46 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+class HAXPExpRun;
+
+namespace shell {
+
+class Interrupt;
+class ProgressLine;
+
+/// Follows runs at work, and tells on standard error how far they are.
+class RunWatch {
+public:
+    /// How watching ended.
+    enum End { kAllEnded, kInterrupted };
+
+    explicit RunWatch(ProgressLine& line) : m_line(line) {}
+
+    /// What stands in front of the line that changes, such as "[2/3]".
+    void setCount(const std::string& count) { m_count = count; }
+
+    /// Polls `runs` until none of them is at work, or Ctrl-C is pressed. Each that ends
+    /// is told at once.
+    End watch(const std::vector<HAXPExpRun*>& runs, const Interrupt& interrupt);
+
+private:
+    void tellSteps_(const HAXPExpRun& run);
+    void tellEnd_(const HAXPExpRun& run);
+    std::string lineFor_(const HAXPExpRun& run, std::size_t others) const;
+
+    ProgressLine& m_line;
+    std::string m_count;
+    /// How many steps of a run were told to have begun.
+    std::map<const HAXPExpRun*, std::size_t> m_told;
+};
+
+/// The message for a run that failed: the step, where the log lies and what to do,
+/// and at last what the tool said.
+std::string failureText(const HAXPExpRun& run);
+
+}  // namespace shell

@@ -1,0 +1,45 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "shell/verb.h"
+
+#include <algorithm>
+
+namespace shell {
+
+Verb::~Verb() = default;
+
+const std::vector<VerbEntry>& verbs() {
+    static const std::vector<VerbEntry> s_verbs{
+        {"new", "make a project from Verilog sources and pin constraints",
+         "xp new blinky --top blinky --source blinky.v --constraints blinky.pcf", makeNewVerb},
+        {"add", "add Verilog sources, or a .pcf file as the constraints",
+         "xp add uart.v fifo.v\nxp add board.pcf", makeAddVerb},
+        {"create", "make a run, without launching it",
+         "xp create synth_1 --flow synth\n"
+         "xp create impl_1 --flow impl --strategy Performance --set place_design.seed=7",
+         makeCreateVerb},
+        {"set", "change the options, the strategy or the last step of a run",
+         "xp set impl_1 seed=7 router=router2\nxp set impl_1 --strategy Explore --to route",
+         makeSetVerb},
+        {"launch", "launch runs, and wait for them with live progress",
+         "xp launch\nxp launch impl_1\nxp launch synth_1 --no-wait", makeLaunchVerb},
+        {"wait", "wait for runs that were launched", "xp wait\nxp wait impl_1", makeWaitVerb},
+        {"status", "show every run: how far it is, and its results",
+         "xp status\nxp status impl_1 --json", makeStatusVerb},
+        {"log", "show what the tools of a run printed", "xp log impl_1\nxp log impl_1 --lines 50",
+         makeLogVerb},
+        {"show", "show the project, or a run: its options, files and stale reasons",
+         "xp show\nxp show impl_1\nxp show impl_1 --json", makeShowVerb},
+        {"strategies", "list the strategies that come with xp",
+         "xp strategies\nxp strategies --flow impl --json", makeStrategiesVerb},
+    };
+    return s_verbs;
+}
+
+const VerbEntry* findVerb(const std::string& name) {
+    const auto found = std::find_if(verbs().begin(), verbs().end(),
+                                    [&name](const VerbEntry& verb) { return name == verb.name; });
+    return found == verbs().end() ? nullptr : &*found;
+}
+
+}  // namespace shell

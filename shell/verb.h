@@ -1,0 +1,67 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace CLI {
+class App;
+}
+
+namespace shell {
+
+/// What holds for every verb.
+struct Session {
+    /// Where the project is looked for: here or in a folder above.
+    std::string projectDir = ".";
+};
+
+/// One verb of xp: its options, and what it does.
+class Verb {
+public:
+    Verb() = default;
+    virtual ~Verb();
+
+    Verb(const Verb&) = delete;
+    Verb& operator=(const Verb&) = delete;
+
+    /// Hook: adds options and arguments to `command`, with this object's members as
+    /// their places. Called once, before run().
+    virtual void declare(CLI::App& command) = 0;
+
+    /// Hook: does the work and gives the exit status. Data goes to standard output,
+    /// messages to standard error. Throws CommandError or an exception of the library;
+    /// the caller words it.
+    virtual int run(const Session& session) = 0;
+};
+
+/// A verb as it is listed.
+struct VerbEntry {
+    const char* name;
+    /// What it does, as one line of the list.
+    const char* summary;
+    /// Command lines that show its use, one a line.
+    const char* example;
+    std::unique_ptr<Verb> (*make)();
+};
+
+/// Every verb in the order of the help, "help" excepted.
+const std::vector<VerbEntry>& verbs();
+
+/// The verb called `name`, or null.
+const VerbEntry* findVerb(const std::string& name);
+
+std::unique_ptr<Verb> makeNewVerb();
+std::unique_ptr<Verb> makeAddVerb();
+std::unique_ptr<Verb> makeCreateVerb();
+std::unique_ptr<Verb> makeSetVerb();
+std::unique_ptr<Verb> makeLaunchVerb();
+std::unique_ptr<Verb> makeWaitVerb();
+std::unique_ptr<Verb> makeStatusVerb();
+std::unique_ptr<Verb> makeLogVerb();
+std::unique_ptr<Verb> makeShowVerb();
+std::unique_ptr<Verb> makeStrategiesVerb();
+
+}  // namespace shell
