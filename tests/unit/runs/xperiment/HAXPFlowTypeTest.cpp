@@ -73,6 +73,7 @@ TEST(FlowTypeTest, DrawsRandomUuidsOfVersionFour) {
 TEST(FlowTypeTest, DrawsDifferentUuidsOnAllThreads) {
     std::vector<std::vector<std::string>> drawn(4);
     std::vector<std::thread> threads;
+    threads.reserve(drawn.size());
     for (auto& texts : drawn)
         threads.emplace_back([&texts] {
             for (int i = 0; i < 100; ++i)
@@ -88,10 +89,9 @@ TEST(FlowTypeTest, DrawsDifferentUuidsOnAllThreads) {
 
 TEST(FlowTypeTest, CopiesUuidAndName) {
     const HAXPFlowType type(kUuid, "Synthesis");
-    const HAXPFlowType copy(type);
     HAXPFlowType assigned;
     assigned = type;
-    for (const HAXPFlowType& each : {copy, assigned}) {
+    for (const HAXPFlowType& each : {HAXPFlowType(type), assigned}) {
         EXPECT_EQ(each.getUniversalForm(), kUuid);
         EXPECT_EQ(each.getName(), "Synthesis");
     }

@@ -221,6 +221,33 @@ TEST_F(StepStatusTest, CountsAProcessByTheInstallationToo) {
 /// Reading the process from the begin marker.
 using StepHandleTest = StepStatusTest;
 
+/// What a wrapper writes into its begin marker.
+constexpr const char* kRecord =
+    "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+    "<ProcessHandle Version=\"1\" Minor=\"0\">\n"
+    "  <Process Host=\"node7\" Owner=\"jane\" Uid=\"1000\" Pid=\"4242\" Pgid=\"4243\" "
+    "StartTicks=\"918273\" BootId=\"6d1f0a52-88c4-4b0e-9d1e-0f6c2b7a4e11\"/>\n"
+    "  <Command>/bin/synth</Command>\n"
+    "</ProcessHandle>\n";
+
+TEST_F(StepHandleTest, IsReadOnceFromAWholeRecord) {
+    m_dir.mark(kBegin, kRecord);
+    m_dir.touch(kBegin, 5000);
+    EXPECT_EQ(attemptsIn(5), 1);
+    EXPECT_TRUE(m_handle.isComplete());
+    EXPECT_EQ(m_handle.getPid(), 4242);
+    EXPECT_EQ(m_handle.getStartStamp(), 5000);
+}
+
+TEST_F(StepHandleTest, IsCompletedByALaterPoll) {
+    m_dir.mark(kBegin, std::string(kRecord).substr(0, 120));
+    EXPECT_EQ(attemptsIn(2), 2);
+    EXPECT_FALSE(m_handle.isComplete());
+    m_dir.mark(kBegin, kRecord);
+    EXPECT_EQ(attemptsIn(2), 3);
+    EXPECT_TRUE(m_handle.isComplete());
+}
+
 TEST_F(StepHandleTest, IsReadAtEachPollTenTimesAtMost) {
     m_dir.mark(kBegin, "torn record");
     EXPECT_EQ(attemptsIn(3), 3);
