@@ -69,6 +69,7 @@ void runBitstream(const BitstreamOptions& options) {
     ToolCommand command;
     command.words = bitstreamWords(options, bin.partPath());
     runLoggedTool(command);
+    bin.requireSpace();
 
     StepMetrics metrics;
     metrics.step = "write_bitstream";

@@ -110,6 +110,7 @@ void runPlace(const PlaceOptions& options) {
         words.insert(words.end(), {"--placed-svg", picture->partPath()});
     }
     const PnrLog log = runPnr(words);
+    record.requireSpace();
     if (log.checksums().empty())
         throw StepFailure("nextpnr-ice40 told no checksum of its placement",
                           "Install nextpnr-ice40 0.4 or newer");

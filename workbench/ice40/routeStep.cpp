@@ -116,6 +116,7 @@ void runRoute(const RouteOptions& options) {
     words.insert(words.end(), routing.begin(), routing.end());
     words.insert(words.end(), {"--asc", asc.partPath()});
     const PnrLog log = runPnr(words);
+    asc.requireSpace();
     if (!isSamePlacement(placement.checksums, log.checksums()))
         throw StepFailure(fmt::format("the design was placed otherwise than '{}' records; nextpnr "
                                       "may have been updated",

@@ -90,11 +90,9 @@ std::string writingAdvice(int error) {
                       writingAdvice(error));
 }
 
-/// Tools don't look at the result of their writes: on a full disk they leave a
-/// file that is cut short, and end well.
-bool isDiskFull(int fd) {
+bool isDiskFull(const std::string& path) {
     struct statvfs disk {};
-    if (::fstatvfs(fd, &disk) != 0 || disk.f_blocks == 0)
+    if (::statvfs(path.c_str(), &disk) != 0 || disk.f_blocks == 0)
         return false;
     return (::geteuid() == 0 ? disk.f_bfree : disk.f_bavail) == 0;
 }
@@ -154,17 +152,21 @@ void OutputFile::write(const std::string& text) const {
         failWriting(m_path, errno);
 }
 
+void OutputFile::requireSpace() const {
+    if (isDiskFull(m_part))
+        failWriting(m_path, ENOSPC);
+}
+
 void OutputFile::commit() {
     if (m_committed)
         return;
     throwIfStopped();
+    requireSpace();
     if (!hasContent())
         throw StepFailure(fmt::format("'{}' came out empty", m_path),
                           "Look at the lines above for what the tool says, and at the free space "
                           "of the disk");
     const Descriptor file(::open(m_part.c_str(), O_RDONLY | O_CLOEXEC));
-    if (file.get() >= 0 && isDiskFull(file.get()))
-        failWriting(m_path, ENOSPC);
     if (file.get() < 0 || ::fsync(file.get()) != 0 || ::rename(m_part.c_str(), m_path.c_str()) != 0)
         failWriting(m_path, errno);
     m_committed = true;

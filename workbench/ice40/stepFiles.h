@@ -41,6 +41,11 @@ public:
     /// @throws StepFailure with the system's words, e.g. when the disk is full.
     void write(const std::string& text) const;
 
+    /// Tools don't look at the result of their writes: on a full disk they leave
+    /// a file that is cut short, and end well. Call it when one has ended.
+    /// @throws StepFailure the part's disk has no room left.
+    void requireSpace() const;
+
     /// Syncs the part and renames it. Does it once; later calls do nothing.
     /// @throws StepFailure the file is empty, may be cut short by a full disk, or
     ///         can't be renamed.

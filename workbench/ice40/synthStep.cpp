@@ -254,6 +254,7 @@ void runSynthesis(const SynthOptions& options) {
     OutputFile metricsFile(options.metrics);
     command.files = {json.partPath(), before.partPath(), stat.partPath()};
     runYosys(command);
+    json.requireSpace();
 
     const CellCounts after = countsOf(stat);
     checkResult(options, countsOf(before), after, netlistOf(json, options.top));

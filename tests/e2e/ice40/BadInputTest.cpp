@@ -214,6 +214,28 @@ TEST_F(BadInputTest, AsksForThePlacementAndTheRouting) {
                            "valid JSON; it may have been cut short. Run the placement again.");
 }
 
+TEST_F(BadDesignTest, TellsThatTheDiskIsFull) {
+    const ToolCommand tryMount{{"unshare", "-rm", "mount", "-t", "tmpfs", "none", m_dir.path()},
+                               {}};
+    const LineSink ignore = [](const std::string&) {};
+    if (findInPath("unshare").empty() || !runTool(tryMount, ignore, ignore).good())
+        GTEST_SKIP() << "no small disk can be mounted here: this test did not run";
+    const std::string script = "mount -t tmpfs -o size=200k none \"$1\" && cd \"$1\" || exit 99\n"
+                               "\"$2\" --top blinky --json blinky.json \"$3\"\n"
+                               "status=$?; echo \"left: $(ls -A)\"; exit $status";
+    test::StepResult result;
+    const ToolCommand command{{"unshare", "-rm", "/bin/sh", "-c", script, "sh", m_dir.path(),
+                               std::string(ICE40_BIN_DIR) + "/ice40_synth",
+                               example("blinky/blinky.v")},
+                              {}};
+    result.end = runTool(
+        command, [&](const std::string& line) { result.output.push_back(line); },
+        [&](const std::string& line) { result.errors.push_back(line); });
+    expectRefusal(result, "ice40_synth: 'blinky.json' can't be written: No space left on device. "
+                          "Free space on that disk, then run the step again.");
+    EXPECT_EQ(result.output.back(), "left: ");
+}
+
 TEST_F(BadDesignTest, TellsThatADesignDoesNotFit) {
     ASSERT_TRUE(
         synthesiseText("module t(input clk, input [5:0] a, input [7:0] d, output reg [7:0] q);\n"
