@@ -37,3 +37,14 @@ windows_path() {
 script_host() {
   WINEPATH=$(windows_path "$bin_dir") timeout -k 5 90 wine cscript.exe /nologo "$@" 2>/dev/null 3>&-
 }
+
+# Whether a program runs in the current folder whose command line holds $1.
+windows_program_runs() {
+  local process
+  for process in /proc/[0-9]*; do
+    if [ "$process/cwd" -ef . ] && [[ "$(tr '\0' ' ' <"$process/cmdline")" == *"$1"* ]]; then
+      return 0
+    fi
+  done
+  return 1
+}
