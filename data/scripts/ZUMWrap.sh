@@ -247,15 +247,16 @@ pass_on() {
 }
 
 # Takes the signal $1, number $2: the command has to go. What comes before it has
-# started is passed on once it has.
+# started is passed on once it has. Another may come in the midst of this one: only
+# the first changes who watches.
 # shellcheck disable=SC2317 # called by a trap
 on_signal() {
   z_signal=$1
   z_number=$2
   z_limit=17
-  if [ -n "$z_pid" ]; then
+  if [ -n "$z_running" ]; then
     pass_on "$1"
-    if [ -n "$z_watcher" ]; then
+    if [ -z "$z_busy" ]; then
       end_watch
       start_watch
     fi
@@ -264,7 +265,7 @@ on_signal() {
 
 # shellcheck disable=SC2317 # called by a trap
 on_message() {
-  [ -z "$z_pid" ] || send "$1"
+  [ -z "$z_running" ] || send "$1"
 }
 
 # --- the one that watches ----------------------------------------------------
@@ -333,6 +334,7 @@ watch() {
 # A signal that came while it started has set a limit that the watching one
 # doesn't know.
 start_watch() {
+  z_busy=1
   z_started=$z_limit
   watch &
   z_watcher=$!
@@ -341,16 +343,17 @@ start_watch() {
     watch &
     z_watcher=$!
   fi
+  z_busy=''
 }
 
 # Sets `z_stopped` if the watching one has ended the command. It is told to end by
 # a signal that this shell doesn't trap: one that it does is lost on a process that
 # has only just been forked.
 end_watch() {
+  z_busy=1
   kill -ALRM "$z_watcher" 2>/dev/null
   await "$z_watcher"
   [ "$z_result" != 3 ] || z_stopped=1
-  z_watcher=''
 }
 
 # --- the step ----------------------------------------------------------------
@@ -403,16 +406,17 @@ judge() {
 run_command() {
   launch "$@" </dev/null &
   z_pid=$!
+  z_running=1
   [ -z "$z_signal" ] || pass_on "$z_signal"
   start_watch
   await "$z_pid"
+  z_running=''
   z_status=$z_result
   end_watch
   judge
   if [ -n "$z_reason" ] && [ -z "$z_stopped" ] && group_lives; then
     end_group
   fi
-  z_pid=''
 }
 
 run_step() {
@@ -422,7 +426,7 @@ run_step() {
   if [ -n "$z_reason" ]; then
     return
   fi
-  if ! sync_outputs; then
+  if ! sync_outputs && [ -z "$z_signal" ]; then
     z_reason='what it wrote could not be brought to disk'
     z_status=1
     return
@@ -469,7 +473,7 @@ main() {
   z_name=${1##*/}
   z_begin=.$z_name.begin.rst z_begin_new=.$z_name.begin.new
   z_end=.$z_name.end.rst z_error=.$z_name.error.rst z_final=.$z_name.final.new
-  z_pid='' z_watcher='' z_stopped='' z_signal='' z_number=0 z_limit=-1
+  z_running='' z_busy=1 z_stopped='' z_signal='' z_number=0 z_limit=-1
 
   enter_folder
   [ -e /proc/self/fd/1 ] || exec >>"$z_log"
