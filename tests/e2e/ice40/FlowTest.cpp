@@ -141,6 +141,18 @@ TEST_F(Ice40FlowTest, FailsOnAMissedFrequencyWhereThatIsAskedFor) {
     EXPECT_FALSE(m_dir.has("blinky.asc"));
 }
 
+TEST_F(Ice40FlowTest, KnowsMacrosAndFoldersOfIncludedFiles) {
+    m_dir.folder("inc");
+    m_dir.mark("inc/width.vh", "`define TOP 3\n");
+    m_dir.mark("t.v", "`include \"width.vh\"\nmodule t(input clk, output reg [`TOP:0] q);\n"
+                      "  initial q = 0;\n  always @(posedge clk) q <= q + `STEP;\nendmodule\n");
+    const test::StepResult result =
+        run("ice40_synth",
+            {"--top", "t", "--json", "t.json", "--define", "STEP=1", "--include", "inc", "t.v"});
+    EXPECT_TRUE(result.end.good()) << result.errorText();
+    EXPECT_EQ(metricsOf("synth_design").count(counts::kFlipFlops), 4);
+}
+
 TEST_F(Ice40FlowTest, WorksWithBlanksAndSemicolonsInFileNames) {
     m_dir.folder("a b");
     m_dir.mark("a b/my;blinky.v",

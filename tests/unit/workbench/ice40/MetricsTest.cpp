@@ -77,6 +77,14 @@ TEST(MetricsTest, RefuseAFileThatIsCutAnywhere) {
     }
 }
 
+TEST(MetricsTest, RefuseAVeryDeepFileWithoutHarm) {
+    const std::size_t depth = 1000000;
+    StepMetrics read;
+    std::string reason;
+    EXPECT_FALSE(parseMetrics(std::string(depth, '[') + std::string(depth, ']'), read, reason));
+    EXPECT_EQ(reason, "it is not valid JSON; it may have been cut short");
+}
+
 struct BadMetrics {
     const char* name;
     const char* text;
