@@ -139,8 +139,11 @@ void* native_cache_base::native_of(const Tcl_Obj* obj, const void* cache) {
 
 void native_cache_base::watch_exit(void (*releaseAll)()) {
     const std::lock_guard<std::mutex> lock(exitWatch().mutex);
-    if (exitWatch().releases.empty())
+    if (exitWatch().releases.empty()) {
+        // A program may make handles before its first interpreter.
+        Tcl_FindExecutable(nullptr);
         Tcl_CreateExitHandler(onTclExit, nullptr);
+    }
     exitWatch().releases.push_back(releaseAll);
 }
 
