@@ -3,7 +3,7 @@
 #include "environment/files/copyFile.h"
 
 #include <cstring>
-#include <vector>
+#include <memory>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -16,6 +16,7 @@ namespace files {
 namespace {
 
 constexpr std::size_t kBlock = 65536;
+using Block = std::unique_ptr<char[]>;  // its content is read before it is used
 constexpr mode_t kModeBits = 0777;
 
 bool sameFile(const struct stat& a, const struct stat& b) {
@@ -24,14 +25,14 @@ bool sameFile(const struct stat& a, const struct stat& b) {
 
 /// Compares what is left to read of both.
 bool sameContent(int a, int b) {
-    std::vector<char> left(kBlock);
-    std::vector<char> right(kBlock);
+    const Block left(new char[kBlock]);
+    const Block right(new char[kBlock]);
     for (;;) {
-        const ssize_t gotLeft = readUpTo(a, left.data(), kBlock);
-        const ssize_t gotRight = readUpTo(b, right.data(), kBlock);
+        const ssize_t gotLeft = readUpTo(a, left.get(), kBlock);
+        const ssize_t gotRight = readUpTo(b, right.get(), kBlock);
         if (gotLeft < 0 || gotLeft != gotRight)
             return false;
-        if (std::memcmp(left.data(), right.data(), static_cast<std::size_t>(gotLeft)) != 0)
+        if (std::memcmp(left.get(), right.get(), static_cast<std::size_t>(gotLeft)) != 0)
             return false;
         if (gotLeft == 0)
             return true;
@@ -55,10 +56,10 @@ bool isCopy(int source, const struct stat& status, const std::string& target,
 
 /// Reads `source` to its end into `temp`.
 bool pour(int source, TempFile& temp) {
-    std::vector<char> block(kBlock);
-    ssize_t got = readUpTo(source, block.data(), kBlock);
-    while (got > 0 && temp.write(block.data(), static_cast<std::size_t>(got)) == 0)
-        got = readUpTo(source, block.data(), kBlock);
+    const Block block(new char[kBlock]);
+    ssize_t got = readUpTo(source, block.get(), kBlock);
+    while (got > 0 && temp.write(block.get(), static_cast<std::size_t>(got)) == 0)
+        got = readUpTo(source, block.get(), kBlock);
     return got == 0;
 }
 

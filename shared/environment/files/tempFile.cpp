@@ -2,8 +2,9 @@
 // Copyright the Xperiment authors
 #include "environment/files/tempFile.h"
 
+#include <atomic>
 #include <cerrno>
-#include <random>
+#include <chrono>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -12,12 +13,18 @@ namespace files {
 
 namespace {
 
-/// Six characters that another process is unlikely to pick as well.
-std::string randomTail() {
+/// Characters that nobody else is likely to pick at the same time; who does
+/// notices it when the file is made. The host's random numbers cost more than
+/// writing a small file.
+std::string uniqueTail() {
+    static std::atomic<unsigned long long> count{0};
+    const auto now = std::chrono::system_clock::now().time_since_epoch().count();
+    constexpr unsigned long long kSpread = 0x9E3779B97F4A7C15ULL;
+    unsigned long long value = static_cast<unsigned long long>(now) + count++;
+    value = (value ^ (static_cast<unsigned long long>(::getpid()) << 40U)) * kSpread;
     static const char kLetters[] = "abcdefghijklmnopqrstuvwxyz234567";
-    std::random_device bits;
     std::string tail;
-    for (unsigned value = bits(); tail.size() < 6; value >>= 5U)
+    for (value >>= 14U; tail.size() < 10; value >>= 5U)
         tail += kLetters[value & 31U];
     return tail;
 }
@@ -25,7 +32,7 @@ std::string randomTail() {
 /// Long names are cut, so that the tail fits into what file systems allow.
 std::string hiddenNameBeside(const std::string& target) {
     constexpr std::string::size_type kMostOfName = 200;
-    return folderOf(target) + "/." + nameOf(target).substr(0, kMostOfName) + "." + randomTail();
+    return folderOf(target) + "/." + nameOf(target).substr(0, kMostOfName) + "." + uniqueTail();
 }
 
 }  // namespace
@@ -56,7 +63,12 @@ int TempFile::write(const char* data, std::size_t size) {
 }
 
 int TempFile::setMode(mode_t mode) {
-    return disk().setMode(m_file.get(), mode) == 0 ? 0 : errno;
+    constexpr mode_t kModeBits = 07777;
+    struct stat own = {};
+    if (::fstat(m_file.get(), &own) != 0)
+        return errno;
+    const bool same = (own.st_mode & kModeBits) == (mode & kModeBits);
+    return same || disk().setMode(m_file.get(), mode & kModeBits) == 0 ? 0 : errno;
 }
 
 int TempFile::takeAttributes(const struct stat& other) {
@@ -66,9 +78,7 @@ int TempFile::takeAttributes(const struct stat& other) {
     if (own.st_uid != other.st_uid || own.st_gid != other.st_gid)
         // Only root gives files away; for anyone else the saver owns the file.
         (void)disk().setOwner(m_file.get(), other.st_uid, other.st_gid);
-    constexpr mode_t kModeBits = 07777;
-    const bool same = (own.st_mode & kModeBits) == (other.st_mode & kModeBits);
-    return same ? 0 : setMode(other.st_mode & kModeBits);
+    return setMode(other.st_mode);
 }
 
 int TempFile::sync() {
