@@ -233,7 +233,8 @@ HAXPExpRun::Verdict HAXPExpRun::decide_(const Poll& poll, RunLife life) const {
     if (poll.missing == nullptr)
         return {HDGUIStatus::statusDone, "Done", nullptr};
     const bool begun = poll.running != nullptr || poll.anyDone;
-    if (!begun && poll.queued)
+    // Steps of an earlier launch may be done while this one has yet to begin.
+    if (poll.queued && poll.running == nullptr)
         return {HDGUIStatus::statusQueued, "Queued", nullptr};
     if (life == RunLife::kUnknown && !begun)
         return {HDGUIStatus::statusNotStarted, "Not started", nullptr};

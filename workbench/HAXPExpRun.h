@@ -17,7 +17,7 @@ struct DesignInputs;
 ///
 /// Its status follows from the markers of its steps: failed when one failed, done when
 /// every step up to the last one of its launch is done, queued while its queue marker
-/// stands and nothing has begun, running while a step or the time between two steps
+/// stands and no step is at work, running while a step or the time between two steps
 /// is. A run whose processes are gone without an end is failed, and its text says that
 /// it was lost.
 class WORKBENCH_API HAXPExpRun final : public HAXPExpRunBase {
