@@ -16,34 +16,32 @@ if [ $# -lt 1 ] || [ $# -gt 2 ]; then
   exit 2
 fi
 source_dir=$(cd "$(dirname "$0")/.." && pwd)
-xp=$(cd "$1" && pwd)/bin/xp
+program=$(cd "$1" && pwd)/bin/xp
 project=${2:-$source_dir/demo}
 design=$source_dir/examples/rv32i
 
-if [ ! -x "$xp" ]; then
-  echo "demo.sh: there is no $xp; build it first, or call make demo" >&2
+if [ ! -x "$program" ]; then
+  echo "demo.sh: there is no $program; build it first, or call make demo" >&2
   exit 1
 fi
 
-step() {
-  printf '\n> %s\n' "$*" >&2
-  "$@"
-}
-
-has_run() {
-  "$xp" -C "$project" show "$1" >/dev/null 2>&1
+# Runs xp in the project, and shows the call.
+xp() {
+  printf '\n> xp %s\n' "$*" >&2
+  "$program" "$@"
 }
 
 create_run() {
-  has_run "$1" || step "$xp" -C "$project" create "$@"
+  if ! "$program" -C "$project" show "$1" >/dev/null 2>&1; then
+    xp -C "$project" create "$@"
+  fi
 }
 
 if [ ! -e "$project/project.xml" ]; then
-  step "$xp" new "$project" --top rv32i_soc \
-    --source "$design/rv32i_core.v" "$design/rv32i_soc.v" \
+  xp new "$project" --top rv32i_soc --source "$design/rv32i_core.v" "$design/rv32i_soc.v" \
     --constraints "$design/rv32i.pcf" --device hx8k --package ct256 --freq 40
 fi
 create_run synth_1 --flow synth
 create_run impl_default --flow impl --synth synth_1
 create_run impl_performance --flow impl --synth synth_1 --strategy Performance
-step "$xp" -C "$project" launch
+xp -C "$project" launch

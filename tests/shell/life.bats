@@ -1,0 +1,195 @@
+#!/usr/bin/env bats
+# SPDX-License-Identifier: Apache-2.0
+# Copyright the Xperiment authors
+#
+# A run lives on without xp, and what xp says of it is the truth.
+
+load xp.bash
+
+# What a launched run has until its script begins.
+queue_marker=.iCE40_Synthesis.queue.rst
+
+setup_file() {
+  local tool
+  for tool in yosys nextpnr-ice40 icepack icetime; do
+    command -v $tool >/dev/null || skip "$tool is missing"
+  done
+}
+
+# Starts xp in the background; sets xp_pid.
+xp_in_background() {
+  "$xp" -C proj "$@" >xp.out 2>xp.err 7>&- 8>&- &
+  xp_pid=$!
+}
+
+run_is() {
+  [ "$(status_of "$1" status)" = "$2" ]
+}
+
+# The processes that have the file $1 open.
+holders_of() {
+  local fd
+  for fd in /proc/[0-9]*/fd/*; do
+    if [ "$(readlink "$fd")" = "$1" ]; then
+      fd=${fd#/proc/}
+      echo "${fd%%/*}"
+    fi
+  done 2>/dev/null | sort -u
+}
+
+@test "a killed xp doesn't hurt the run, and the next status shows it" {
+  new_project_with_runs
+  hold_tool yosys
+  xp_in_background launch synth_1
+  tool_started
+  kill -KILL "$xp_pid"
+  wait "$xp_pid" || :
+  run_is synth_1 running
+  release_tool
+  run -0 "$xp" -C proj wait synth_1
+  run_is synth_1 done
+  run -0 "$xp" -C proj launch
+  [[ $output == *'synth_1: up to date'* ]]
+}
+
+@test "Ctrl-C ends the waiting and not the run" {
+  new_project_with_runs
+  hold_tool yosys
+  # Monitor mode: a background job of a shell without it ignores Ctrl-C.
+  set -m
+  xp_in_background launch
+  set +m
+  tool_started
+  wait_until grep -q 'synth_1: synth_design' xp.err
+  kill -INT "$xp_pid"
+  status=0
+  wait "$xp_pid" || status=$?
+  [ "$status" = 130 ]
+  grep -F 'Interrupted, but synth_1 goes on. Wait with "xp wait", look with "xp status".' xp.err
+  grep -F 'Not launched: impl_1' xp.err
+  run_is synth_1 running
+  release_tool
+  run -0 "$xp" -C proj wait synth_1
+  run_is synth_1 done
+}
+
+@test "Ctrl-C ends xp wait too" {
+  new_project_with_runs
+  hold_tool yosys
+  "$xp" -C proj launch synth_1 --no-wait
+  tool_started
+  set -m
+  xp_in_background wait
+  set +m
+  wait_until grep -q 'synth_1: synth_design' xp.err
+  kill -INT "$xp_pid"
+  status=0
+  wait "$xp_pid" || status=$?
+  [ "$status" = 130 ]
+  run_is synth_1 running
+}
+
+@test "while one xp waits for its run, another may look but not change" {
+  new_project_with_runs
+  hold_tool yosys
+  xp_in_background launch synth_1
+  tool_started
+  run -6 "$xp" -C proj set synth_1 abc9=true
+  assert_one_error "is open in another process: process $xp_pid on"
+  run -6 "$xp" -C proj launch
+  assert_one_error 'is open in another process'
+  run_is synth_1 running
+  run -0 "$xp" -C proj log synth_1 --lines 1
+  release_tool
+  wait "$xp_pid"
+  run_is synth_1 done
+}
+
+@test "a run that is at work isn't launched twice" {
+  new_project_with_runs
+  hold_tool yosys
+  "$xp" -C proj launch synth_1 --no-wait
+  tool_started
+  cp proj/project.xml kept.xml
+  cp proj/runs/synth_1/runme.sh kept.sh
+  for words in 'launch synth_1' 'launch' 'launch impl_1' 'launch synth_1 --no-wait'; do
+    # shellcheck disable=SC2086
+    run -6 "$xp" -C proj $words
+    assert_one_error "Run synth_1 isn't launched: it is running already" 'xp wait'
+  done
+  cmp proj/project.xml kept.xml
+  cmp proj/runs/synth_1/runme.sh kept.sh
+  release_tool
+  run -0 "$xp" -C proj wait
+}
+
+@test "a second start of the script itself is refused by the run's lock" {
+  new_project_with_runs
+  hold_tool yosys
+  "$xp" -C proj launch synth_1 --no-wait
+  tool_started
+  run flock -n proj/runs/synth_1/.run.lock true
+  [ "$status" != 0 ]
+  release_tool
+  run -0 "$xp" -C proj wait
+  run -0 flock -n proj/runs/synth_1/.run.lock true
+}
+
+@test "a run whose processes were all killed is lost, and can be launched again" {
+  new_project_with_runs
+  hold_tool yosys
+  "$xp" -C proj launch synth_1 --no-wait
+  tool_started
+  # The script and its wrapper first, so that nobody is left to write a marker.
+  local pids
+  mapfile -t pids < <(holders_of "$project/runs/synth_1/.run.lock")
+  [ "${#pids[@]}" -ge 3 ]
+  kill -KILL "${pids[@]}"
+  wait_until run_is synth_1 lost
+  run -1 "$xp" -C proj wait synth_1
+  assert_one_error 'Run synth_1 was lost in step synth_design'
+  rm "$tool_dir/yosys"
+  run -0 "$xp" -C proj launch synth_1
+  run_is synth_1 done
+}
+
+@test "a tool that is killed makes its run fail" {
+  new_project_with_runs
+  hold_tool yosys
+  xp_in_background launch
+  tool_started
+  kill -KILL "$tool_pid"
+  status=0
+  wait "$xp_pid" || status=$?
+  [ "$status" = 1 ]
+  grep -F 'Run synth_1 failed in step synth_design.' xp.err
+  run_is synth_1 failed
+}
+
+@test "a stop file ends a run" {
+  new_project_with_runs
+  hold_tool yosys
+  xp_in_background launch synth_1
+  tool_started
+  touch proj/runs/synth_1/.stop.rst
+  status=0
+  wait "$xp_pid" || status=$?
+  [ "$status" = 1 ]
+  run_is synth_1 failed
+  rm "$tool_dir/yosys"
+  run -0 "$xp" -C proj launch synth_1
+}
+
+@test "a run that nobody took up doesn't stay queued" {
+  new_project_with_runs
+  "$xp" -C proj launch synth_1
+  # As an xp leaves it that is killed right before it starts the script.
+  rm proj/runs/synth_1/.ice40_synth.*.rst
+  touch "proj/runs/synth_1/$queue_marker"
+  run_is synth_1 queued
+  touch -d '2 minutes ago' "proj/runs/synth_1/$queue_marker"
+  run_is synth_1 stopped
+  run -0 "$xp" -C proj launch synth_1
+  run_is synth_1 done
+  [ ! -e "proj/runs/synth_1/$queue_marker" ]
+}

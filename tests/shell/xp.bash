@@ -1,0 +1,108 @@
+# SPDX-License-Identifier: Apache-2.0
+# Copyright the Xperiment authors
+#
+# A folder with a small design for each test, and words for what tests do with xp.
+
+bats_require_minimum_version 1.5.0
+
+source_dir=$(cd "$BATS_TEST_DIRNAME/../.." && pwd)
+build_dir=${XPERIMENT_BUILD_DIR:-$source_dir/build/dev}
+xp=$build_dir/bin/xp
+
+setup() {
+  unset XPERIMENT_ROOT XPERIMENT_APP_DATA_DIR KPX_PREPEND_PATH KPX_BINROOT \
+    KPX_PREPEND_LD_LIBRARY_PATH COLUMNS
+  export TERM=xterm LC_ALL=C
+  cd "$BATS_TEST_TMPDIR"
+  cp "$source_dir/examples/blinky/blinky.v" "$source_dir/examples/blinky/blinky.pcf" .
+  # Older than any launch: what a test changes is newer.
+  touch -d '1 hour ago' blinky.v blinky.pcf
+  tool_dir=$BATS_TEST_TMPDIR/tools
+  project=$BATS_TEST_TMPDIR/proj
+}
+
+teardown() {
+  release_tool fail
+}
+
+# A project "proj" over blinky.
+new_project() {
+  "$xp" new proj --top blinky --source blinky.v --constraints blinky.pcf "$@" 2>/dev/null
+}
+
+# The project with a synthesis and an implementation.
+new_project_with_runs() {
+  new_project
+  "$xp" -C proj create synth_1 --flow synth 2>/dev/null
+  "$xp" -C proj create impl_1 --flow impl 2>/dev/null
+}
+
+# What `xp status --json` says of run $1 at key $2, such as status.
+status_of() {
+  "$xp" -C "$project" status "$1" --json |
+    python3 -c 'import json, sys; print(json.load(sys.stdin)["runs"][0][sys.argv[1]])' "$2"
+}
+
+# The value of the Python expression $1 over the JSON `j` on standard input.
+json() {
+  python3 -c 'import json, sys; j = json.load(sys.stdin); print(eval(sys.argv[1]))' "$1"
+}
+
+# Puts a program $1 in front of the tools that says so when it is called and waits for
+# release_tool; then it becomes the real one.
+hold_tool() {
+  local real
+  real=$(command -v "$1")
+  mkdir -p "$tool_dir"
+  mkfifo "$tool_dir/started" "$tool_dir/gate"
+  # Open for both: neither end waits for the other.
+  exec 7<>"$tool_dir/gate" 8<>"$tool_dir/started"
+  cat >"$tool_dir/$1" <<TOOL
+#!/bin/bash
+echo "\$\$" >'$tool_dir/started'
+read -r word <'$tool_dir/gate'
+[ "\$word" = go ] || exit 1
+exec '$real' "\$@"
+TOOL
+  chmod +x "$tool_dir/$1"
+  PATH=$tool_dir:$PATH
+}
+
+# Waits until the held tool was called; sets tool_pid.
+tool_started() {
+  read -r -t 60 tool_pid <&8
+}
+
+# Lets the held tool go on, or with "fail" end badly. Without a held tool nothing.
+release_tool() {
+  [ ! -p "$tool_dir/gate" ] || echo "${1:-go}" >&7
+}
+
+# Waits until "$@" succeeds; a test fails when that takes a minute.
+wait_until() {
+  local tries
+  for ((tries = 0; tries < 600; ++tries)); do
+    if "$@"; then
+      return 0
+    fi
+    sleep 0.1
+  done
+  echo "never came true: $*" >&2
+  return 1
+}
+
+# Runs "$@" with a search path that holds nothing.
+without_tools() {
+  mkdir -p "$BATS_TEST_TMPDIR/empty"
+  PATH=$BATS_TEST_TMPDIR/empty /usr/bin/env "$@"
+}
+
+# The test fails unless $output, of `run`, has exactly one message of xp, and it holds
+# each of "$@".
+assert_one_error() {
+  local text
+  [ "$(grep -c '^xp: error: ' <<<"$output")" = 1 ] || { echo "no single error: $output"; return 1; }
+  for text in "$@"; do
+    [[ $output == *"$text"* ]] || { echo "lacks '$text': $output"; return 1; }
+  done
+}
