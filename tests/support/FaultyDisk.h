@@ -30,6 +30,9 @@ public:
     /// Every call named `name` fails with `error`, such as ("sync", EIO).
     void failAll(const std::string& name, int error);
 
+    /// From now on writes say yes and lose one byte.
+    void loseBytes() { m_loses = true; }
+
     int calls() const { return static_cast<int>(m_calls.size()); }
     bool hasFailed() const { return m_hasFailed; }
     /// The names of the calls so far, in their order.
@@ -59,6 +62,7 @@ private:
     int m_error = 0;
     std::size_t m_most = 0;
     bool m_hasFailed = false;
+    bool m_loses = false;
 };
 
 }  // namespace test

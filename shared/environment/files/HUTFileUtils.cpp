@@ -59,7 +59,7 @@ int prepare(files::TempFile& temp, const std::string& content, const struct stat
     if (error == 0 && old != nullptr)
         error = temp.takeAttributes(*old);
     if (error == 0)
-        error = temp.sync();
+        error = temp.sync(content.size());
     return error == 0 ? temp.close() : error;
 }
 

@@ -82,7 +82,7 @@ bool copyFile(const std::string& source, const std::string& target, bool replace
     if (temp.open(status.st_mode & kModeBits) != 0 || !pour(from.get(), temp) ||
         temp.setMode(status.st_mode & kModeBits) != 0)
         return false;
-    if (isThere && temp.sync() != 0)
+    if (isThere && temp.sync(static_cast<std::size_t>(status.st_size)) != 0)
         return false;
     return temp.close() == 0 && (replace ? temp.replaceTarget() : temp.becomeTarget()) == 0;
 }

@@ -81,8 +81,11 @@ int TempFile::takeAttributes(const struct stat& other) {
     return setMode(other.st_mode);
 }
 
-int TempFile::sync() {
-    return disk().sync(m_file.get()) == 0 ? 0 : errno;
+int TempFile::sync(std::size_t size) {
+    struct stat own = {};
+    if (disk().sync(m_file.get()) != 0 || ::fstat(m_file.get(), &own) != 0)
+        return errno;
+    return own.st_size == static_cast<off_t>(size) ? 0 : EIO;
 }
 
 int TempFile::replaceTarget() {

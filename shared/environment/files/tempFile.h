@@ -28,7 +28,9 @@ public:
     int setMode(mode_t mode);
     /// Gives it the mode and, if that is permitted, the owner of another file.
     int takeAttributes(const struct stat& other);
-    int sync();
+    /// Syncs it, and makes sure that it holds `size` bytes: a file system
+    /// across a network may have said yes to less.
+    int sync(std::size_t size);
     int close() { return m_file.close(); }
 
     /// Puts it in its place, over what is there.

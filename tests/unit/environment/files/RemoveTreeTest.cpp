@@ -1,10 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
+#include <atomic>
 #include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
+#include <system_error>
+#include <thread>
 
+#include <fcntl.h>
+#include <stdio.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -115,6 +120,48 @@ TEST_F(RemoveTreeTest, RemovesFoldersNestedDeeperThanAPathMayBe) {
     fs::current_path(start);
     EXPECT_TRUE(remove("run"));
     EXPECT_FALSE(m_dir.has("run"));
+}
+
+/// Exchanges a folder for a link to another place and back, without end.
+class Exchanger {
+public:
+    Exchanger(const std::string& folder, const std::string& link, const std::string& target)
+        : m_thread([this, folder, link, target] {
+              while (m_going)
+                  exchange_(folder, link, target);
+          }) {}
+    ~Exchanger() {
+        m_going = false;
+        m_thread.join();
+    }
+
+    int exchanges() const { return m_exchanges; }
+
+private:
+    void exchange_(const std::string& folder, const std::string& link, const std::string& target) {
+        if (::renameat2(AT_FDCWD, folder.c_str(), AT_FDCWD, link.c_str(), RENAME_EXCHANGE) == 0)
+            ++m_exchanges;
+        std::error_code ignored;
+        if (!fs::is_symlink(fs::symlink_status(folder, ignored))) {
+            fs::remove_all(link, ignored);
+            fs::create_directory_symlink(target, link, ignored);
+        }
+    }
+
+    std::atomic<bool> m_going{true};
+    std::atomic<int> m_exchanges{0};
+    std::thread m_thread;
+};
+
+TEST_F(RemoveTreeTest, IsNotLedOutsideByWhoExchangesFoldersForLinks) {
+    const Exchanger stranger(m_dir.path("run/deep"), m_dir.path("trap"), m_dir.path("outside"));
+    for (int i = 0; i < 200 || stranger.exchanges() < 20; ++i) {
+        std::error_code exists;
+        fs::create_directories(m_dir.path("run/deep"), exists);
+        fs::create_directories(m_dir.path("run/deep/deeper"), exists);
+        remove("run");
+    }
+    fs::remove_all(m_dir.path("outside/deeper"));
 }
 
 /// Names below "run" are removed.

@@ -1,8 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
 #include <algorithm>
+#include <atomic>
 #include <cerrno>
 #include <string>
+#include <thread>
+#include <vector>
 
 #include <sys/stat.h>
 #include <unistd.h>
@@ -147,6 +150,41 @@ TEST_F(ReplaceFileTest, GoesOnAfterAnInterruptedWrite) {
     save();
     EXPECT_TRUE(disk.hasFailed());
     EXPECT_EQ(m_dir.read("a.psg"), kNew);
+}
+
+TEST_F(ReplaceFileTest, NoticesADiskThatLosesWhatItTook) {
+    m_dir.mark("a.psg", kOld);
+    test::FaultyDisk disk;
+    disk.loseBytes();
+    EXPECT_NE(complaint().find("Input/output error"), std::string::npos);
+    EXPECT_EQ(m_dir.read("a.psg"), kOld);
+}
+
+/// Whoever reads while others save gets one version or another.
+TEST_F(ReplaceFileTest, IsWholeForEveryReaderWhileTwoSaveIt) {
+    const std::string versions[] = {std::string(9000, 'a'), std::string(50000, 'b')};
+    const std::string path = m_dir.path("a.psg");
+    HUTFileUtils::replaceFile(path, versions[0]);
+    std::atomic<int> saving{2};
+    std::vector<std::thread> savers;
+    savers.reserve(2);
+    for (const std::string& version : versions) {
+        savers.emplace_back([&saving, &path, &version] {
+            for (int i = 0; i < 20; ++i)
+                HUTFileUtils::replaceFile(path, version);
+            --saving;
+        });
+    }
+    int torn = 0;
+    while (saving > 0) {
+        std::string read;
+        const bool isRead = HUTFileUtils::readFile(path, 100000, read);
+        torn += isRead && (read == versions[0] || read == versions[1]) ? 0 : 1;
+    }
+    for (std::thread& saver : savers)
+        saver.join();
+    EXPECT_EQ(torn, 0);
+    EXPECT_EQ(entries(), 1);
 }
 
 TEST_F(ReplaceFileTest, SaysThatTheDiskIsFull) {
