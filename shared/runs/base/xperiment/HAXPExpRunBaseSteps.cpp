@@ -24,6 +24,26 @@ int codeOf(const HAXPExpRunStep& step) {
     return step.getStatus()->getCode();
 }
 
+using Steps = std::vector<std::unique_ptr<HAXPExpRunStep>>;
+
+/// The place of `step` in `steps`; their number for a stranger.
+std::size_t placeOf(const Steps& steps, const HAXPExpRunStep* step) {
+    const auto found = std::find_if(steps.begin(), steps.end(),
+                                    [step](const auto& entry) { return entry.get() == step; });
+    return static_cast<std::size_t>(found - steps.begin());
+}
+
+int countEnabled(const Steps& steps) {
+    return static_cast<int>(std::count_if(steps.begin(), steps.end(),
+                                          [](const auto& step) { return step->isEnabled(); }));
+}
+
+template <class It, class Accept> HAXPExpRunStep* firstOf(It first, It last, Accept accept) {
+    const It found =
+        std::find_if(first, last, [&accept](const auto& step) { return accept(*step); });
+    return found == last ? nullptr : found->get();
+}
+
 }  // namespace
 
 HSTFwdIter<HAXPExpRunStep*>* HAXPExpRunBase::createRunStepIter() const {
@@ -40,19 +60,13 @@ HAXPExpRunStep* HAXPExpRunBase::getRunStep(const HAXPFlowStep* flowStep) const {
 
 int HAXPExpRunBase::effectiveStepCount(bool enabledOnly) const {
     const RunLock lock(m_data->mutex);
-    const auto& steps = m_data->steps;
-    if (!enabledOnly)
-        return static_cast<int>(steps.size());
-    return static_cast<int>(std::count_if(steps.begin(), steps.end(),
-                                          [](const auto& step) { return step->isEnabled(); }));
+    return enabledOnly ? countEnabled(m_data->steps) : static_cast<int>(m_data->steps.size());
 }
 
 int HAXPExpRunBase::getStepIndex(const HAXPExpRunStep* step) const {
     const RunLock lock(m_data->mutex);
-    const auto& steps = m_data->steps;
-    const auto found = std::find_if(steps.begin(), steps.end(),
-                                    [step](const auto& entry) { return entry.get() == step; });
-    return found == steps.end() ? 0 : static_cast<int>(found - steps.begin());
+    const std::size_t place = placeOf(m_data->steps, step);
+    return place == m_data->steps.size() ? 0 : static_cast<int>(place);
 }
 
 HAXPExpRunStep* HAXPExpRunBase::getFirstStep() const {
@@ -132,15 +146,12 @@ HAXPExpRunStep* HAXPExpRunBase::getNextStep(const HAXPExpRunStep* step,
 
 HAXPExpRunStep* HAXPExpRunBase::getPrevStep(const HAXPExpRunStep* step) const {
     const RunLock lock(m_data->mutex);
-    const auto& steps = m_data->steps;
-    auto at = std::find_if(steps.begin(), steps.end(),
-                           [step](const auto& entry) { return entry.get() == step; });
-    if (at == steps.end())
+    std::size_t place = placeOf(m_data->steps, step);
+    if (place == m_data->steps.size())
         return nullptr;
-    while (at != steps.begin()) {
-        --at;
-        if ((*at)->isEnabled())
-            return at->get();
+    while (place-- > 0) {
+        if (m_data->steps[place]->isEnabled())
+            return m_data->steps[place].get();
     }
     return nullptr;
 }
@@ -213,24 +224,16 @@ bool HAXPExpRunBase::needsReset() const {
 
 HAXPExpRunStep* HAXPExpRunBase::successor_(const HAXPExpRunStep* step) const {
     const RunLock lock(m_data->mutex);
-    const auto& steps = m_data->steps;
-    auto at = std::find_if(steps.begin(), steps.end(),
-                           [step](const auto& entry) { return entry.get() == step; });
-    return at == steps.end() || ++at == steps.end() ? nullptr : at->get();
+    const std::size_t next = placeOf(m_data->steps, step) + 1;
+    return next < m_data->steps.size() ? m_data->steps[next].get() : nullptr;
 }
 
 template <class Accept> HAXPExpRunStep* HAXPExpRunBase::firstStep_(Accept accept) const {
     const RunLock lock(m_data->mutex);
-    const auto& steps = m_data->steps;
-    const auto found = std::find_if(steps.begin(), steps.end(),
-                                    [&accept](const auto& step) { return accept(*step); });
-    return found == steps.end() ? nullptr : found->get();
+    return firstOf(m_data->steps.begin(), m_data->steps.end(), accept);
 }
 
 template <class Accept> HAXPExpRunStep* HAXPExpRunBase::lastStep_(Accept accept) const {
     const RunLock lock(m_data->mutex);
-    const auto& steps = m_data->steps;
-    const auto found = std::find_if(steps.rbegin(), steps.rend(),
-                                    [&accept](const auto& step) { return accept(*step); });
-    return found == steps.rend() ? nullptr : found->get();
+    return firstOf(m_data->steps.rbegin(), m_data->steps.rend(), accept);
 }
