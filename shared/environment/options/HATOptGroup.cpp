@@ -140,6 +140,18 @@ void HATOptGroup::copy(const HATOptGroup* source, bool notify) {
         tellObservers_();
 }
 
+bool HATOptGroup::isSameIn(const HATAttrSpec* spec, const HATOptGroup& other) const {
+    const std::size_t slot = m_spec->requireSlot_(spec);
+    if (other.m_spec == m_spec) {
+        const OptionValue* mine = ownAt_(slot);
+        const OptionValue* theirs = other.ownAt_(slot);
+        return mine == theirs || valueAt_(slot) == other.valueAt_(slot);
+    }
+    const std::size_t theirSlot = other.m_spec->requireSlot_(&specAt_(slot));
+    return specAt_(slot).getAttrType() == other.specAt_(theirSlot).getAttrType() &&
+           valueAt_(slot) == other.valueAt_(theirSlot);
+}
+
 bool HATOptGroup::operator!=(const HATOptGroup& other) const {
     return other.m_spec == m_spec ? differsBySlot_(other) : differsByDbId_(other);
 }

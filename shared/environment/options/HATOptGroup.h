@@ -102,6 +102,10 @@ public:
     /// @throws HEXAlgException `source` is null.
     void copy(const HATOptGroup* source, bool notify);
 
+    /// Whether the option has the same value in `other`; false when it is of
+    /// another kind there. Allocates nothing.
+    bool isSameIn(const HATAttrSpec* spec, const HATOptGroup& other) const;
+
     /// Whether any value differs. Groups of different specs are matched by
     /// database id; an option that only one of them has, or that is of another
     /// kind, is a difference. Allocates nothing.

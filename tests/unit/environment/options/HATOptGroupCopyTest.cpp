@@ -324,6 +324,27 @@ TEST_F(HATOptGroupCompareTest, CountsAValueSetToWhatIsTheDefaultByNowAsEqual) {
     EXPECT_FALSE(m_group != m_other);
 }
 
+TEST_F(HATOptGroupCompareTest, TellsOfOneOptionWhetherItIsTheSame) {
+    EXPECT_TRUE(m_group.isSameIn(m_options.seed, m_other));
+    m_group.setIntVal(m_options.seed, 8, false);
+    EXPECT_FALSE(m_group.isSameIn(m_options.seed, m_other));
+    EXPECT_FALSE(m_other.isSameIn(m_options.seed, m_group));
+    EXPECT_TRUE(m_group.isSameIn(m_options.top, m_other));
+    m_other.setIntVal(m_options.seed, 8, false);
+    EXPECT_TRUE(m_group.isSameIn(m_options.seed, m_other));
+}
+
+TEST_F(HATOptGroupOtherSpecTest, TellsOfOneOptionWhetherItIsTheSame) {
+    m_group.setStrVal(m_options.top, "cpu", false);
+    EXPECT_FALSE(m_group.isSameIn(m_options.top, m_other));
+    m_other.setStrVal(m_top, "cpu", false);
+    EXPECT_TRUE(m_group.isSameIn(m_options.top, m_other));
+    EXPECT_TRUE(m_other.isSameIn(m_top, m_group));
+    m_other.setStrVal(m_seed, "1", false);
+    EXPECT_FALSE(m_group.isSameIn(m_options.seed, m_other));
+    EXPECT_THROW(m_group.isSameIn(m_options.fast, m_other), HEXAlgException);
+}
+
 TEST_F(HATOptGroupCompareTest, AllocatesNothing) {
     setAll(m_group);
     setAll(m_other);
