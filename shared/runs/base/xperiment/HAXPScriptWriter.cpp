@@ -147,20 +147,21 @@ struct SearchPaths {
     std::string ldPath;
 };
 
+/// The programs of high-level synthesis, for the products that call them; else empty.
 std::string hlsBin(const std::string& product) {
+    if (!HSTStringUtils::iequals(product, "zbuild") && !HSTStringUtils::iequals(product, "k++"))
+        return {};
     std::string root = environment("ORVANE_HLS");
     if (root.empty())
         root = environment("ORVANE_TARNEL_HLS");
-    const bool wantsHls =
-        HSTStringUtils::iequals(product, "zbuild") || HSTStringUtils::iequals(product, "k++");
-    return root.empty() || !wantsHls ? std::string() : root + HUTFile::getDirSeparator() + "bin";
+    return root.empty() ? root : root + HUTFile::getDirSeparator() + "bin";
 }
 
 SearchPaths searchPaths(const std::string& product) {
-    const std::string prepended = environment("KPX_PREPEND_PATH");
-    const std::string binRoot = environment("KPX_BINROOT");
     SearchPaths paths;
+    const std::string prepended = environment("KPX_PREPEND_PATH");
     paths.ldPath = environment("KPX_PREPEND_LD_LIBRARY_PATH");
+    const std::string binRoot = environment("KPX_BINROOT");
     if (!prepended.empty())
         paths.winPath = prepended + ";";
     if (!paths.ldPath.empty())
@@ -226,17 +227,21 @@ HAXPDataMgr* dataMgrOf(const HAXPExpRunBase& run) {
     return flow == nullptr ? nullptr : flow->getDataMgr();
 }
 
-std::string pathIn(const HAXPExpRunBase& run, const std::string& name) {
+/// What names in the run directory begin with.
+std::string dirOf(const HAXPExpRunBase* run) {
     std::string dir;
-    run.getRunDir(dir);
-    return dir + HUTFile::getDirSeparator() + name;
+    if (run != nullptr)
+        run->getRunDir(dir);
+    if (dir.empty())
+        throw HEXAlgException("run scripts need a run with a directory");
+    return dir + HUTFile::getDirSeparator();
 }
 
-void copyHelper(const HAXPExpRunBase& run, const std::string& name) {
+void copyHelper(const std::string& runDir, const std::string& name) {
     const std::string& sep = HUTFile::getDirSeparator();
     const std::string rel = "scripts" + sep + name;
     HUTFile(HUTEnv::getKPXAppRoot(rel) + sep + rel)
-        .copyTo(pathIn(run, name), HUTFile::kReplaceExisting);
+        .copyTo(runDir + name, HUTFile::kReplaceExisting);
 }
 
 }  // namespace
@@ -244,9 +249,8 @@ void copyHelper(const HAXPExpRunBase& run, const std::string& name) {
 /// The texts of one generation. They reach the disk when it ends, be it by an
 /// exception: what was written until then stands in the files.
 struct HAXPScriptWriter::Streams {
-    explicit Streams(const HAXPExpRunBase& run)
-        : shPath(pathIn(run, "runme.sh")), jsPath(pathIn(run, "rundef.js")),
-          htrPath(pathIn(run, "htr.txt")) {}
+    explicit Streams(const std::string& runDir)
+        : shPath(runDir + "runme.sh"), jsPath(runDir + "rundef.js"), htrPath(runDir + "htr.txt") {}
 
     ~Streams() {
         HUTFileUtils::rewriteFile(shPath, sh, true);
@@ -275,7 +279,7 @@ void HAXPScriptWriter::writeScript() {
     openOstrs();
     writeHeader();
     writePreCmds();
-    HUTFile(pathIn(*m_run, xperiment::stopMarker)).rm();
+    HUTFile(dirOf(m_run) + xperiment::stopMarker).rm();
     writeSteps_();
     writePostCmds();
     writeFooter();
@@ -283,18 +287,24 @@ void HAXPScriptWriter::writeScript() {
 }
 
 void HAXPScriptWriter::copyHelperScripts() {
-    copyHelper(*m_run, kStepWrapperJs);
-    copyHelper(*m_run, kStepWrapperSh);
-    HUTFile(pathIn(*m_run, kStepWrapperSh)).mkExecutable();
+    const std::string runDir = dirOf(m_run);
+    copyHelper(runDir, kStepWrapperJs);
+    copyHelper(runDir, kStepWrapperSh);
+    HUTFile(runDir + kStepWrapperSh).mkExecutable();
 }
 
 void HAXPScriptWriter::openOstrs() {
-    m_streams = std::make_unique<Streams>(*m_run);
+    const std::string runDir = dirOf(m_run);
+    // Files that a failed generation left open are written before those of this one.
+    m_streams.reset();
+    m_streams = std::make_unique<Streams>(runDir);
     std::string bat = fill(
         kBatHead, {{"product", HUTEnv::getProductName()}, {"copyright", HUTEnv::getCopyRight()}});
     if (!HUTFork::isInPath("cscript.exe"))
         bat += kBatPath;
-    HUTFileUtils::rewriteFile(pathIn(*m_run, "runme.bat"), bat + kBatCall, false);
+    const std::string batPath = runDir + "runme.bat";
+    HUTFile(batPath).rm();
+    HUTFileUtils::rewriteFile(batPath, bat + kBatCall, false);
 }
 
 void HAXPScriptWriter::writeHeader() {

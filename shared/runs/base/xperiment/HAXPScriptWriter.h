@@ -20,10 +20,11 @@ class HAXPExpRunStep;
 ///
 /// A file that can't be opened or written is passed over silently, as the
 /// launch finds out by itself; what a data manager or an option listing throws
-/// passes on and leaves the files unfinished. Takes no lock of its own.
+/// passes on and leaves the files unfinished. A run without a directory throws
+/// HEXAlgException before any file is touched. Takes no lock of its own.
 class RUNS_API HAXPScriptWriter {
 public:
-    /// The run isn't owned and must have a directory when a script is written.
+    /// The run isn't owned.
     explicit HAXPScriptWriter(HAXPExpRunBase* run);
     ~HAXPScriptWriter();
 
@@ -37,8 +38,8 @@ public:
     /// Copies the step wrappers from the installation over those of the run.
     void copyHelperScripts();
 
-    /// Opens the three scripts and writes "runme.bat" whole. The operations below
-    /// stand between this and closeOstrs().
+    /// Opens the three scripts and writes "runme.bat" anew. The operations below
+    /// stand between this and closeOstrs(), or throw HEXAlgException.
     void openOstrs();
     void writeHeader();
     void writePreCmds();

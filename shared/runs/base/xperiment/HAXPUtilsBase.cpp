@@ -24,8 +24,6 @@
 
 namespace {
 
-using SpecIter = std::unique_ptr<HSTFwdIter<HATAttrSpec*>>;
-
 const char* boolText(bool value) {
     return value ? "true" : "false";
 }
@@ -36,63 +34,46 @@ std::string intText(int value) {
     return text;
 }
 
-std::string enumText(const HATEnumRange* range) {
-    return range == nullptr ? std::string() : range->getVal();
+const std::string kNoText;
+
+const std::string& enumText(const HATEnumRange* range) {
+    return range == nullptr ? kNoText : range->getVal();
 }
 
-/// Whether the value of `spec` differs from its default, and the value as text.
-struct Listing {
-    bool differs;
-    std::string value;
-};
-
-Listing listBool(const HATOptGroup& group, const HATAttrSpec& spec, bool boolAsText) {
-    const bool value = group.getBoolVal(&spec);
-    const bool standard = spec.hasAltDefault() ? spec.getBoolAltDefault() : spec.getBoolDefault();
-    return {value != standard, boolAsText ? boolText(value) : ""};
-}
-
-Listing listInt(const HATOptGroup& group, const HATAttrSpec& spec) {
-    const int value = group.getIntVal(&spec);
-    const int standard = spec.hasAltDefault() ? spec.getIntAltDefault() : spec.getIntDefault();
-    return {value != standard, intText(value)};
-}
-
-Listing listString(const HATOptGroup& group, const HATAttrSpec& spec) {
-    const std::string& value = group.getStrVal(&spec);
-    const std::string& standard =
-        spec.hasAltDefault() ? spec.getStringAltDefault() : spec.getStringDefault();
-    return {value != standard, value};
-}
-
-Listing listEnum(const HATOptGroup& group, const HATAttrSpec& spec) {
-    const std::string value = enumText(group.getEnumVal(&spec));
-    const std::string standard =
-        enumText(spec.hasAltDefault() ? spec.getEnumAltDefault() : spec.getEnumDefault());
-    return {value != standard, value};
-}
-
-Listing listFile(const HATOptGroup& group, const HATAttrSpec& spec) {
-    const std::string& value = group.getFileVal(&spec);
-    const std::string& standard =
-        spec.hasAltDefault() ? spec.getFileAltDefault() : spec.getFileDefault();
-    return {value != standard, value};
-}
-
-Listing listSingle(const HATOptGroup& group, const HATAttrSpec& spec, bool boolAsText) {
+/// Whether the value differs from the default that a listing holds it against.
+bool differs(const HATOptGroup& group, const HATAttrSpec& spec) {
+    const bool alt = spec.hasAltDefault();
     switch (spec.getAttrType()) {
     case HATAttrTypes::kBool:
-        return listBool(group, spec, boolAsText);
+        return group.getBoolVal(&spec) != (alt ? spec.getBoolAltDefault() : spec.getBoolDefault());
     case HATAttrTypes::kInt:
-        return listInt(group, spec);
+        return group.getIntVal(&spec) != (alt ? spec.getIntAltDefault() : spec.getIntDefault());
     case HATAttrTypes::kString:
-        return listString(group, spec);
+        return group.getStrVal(&spec) !=
+               (alt ? spec.getStringAltDefault() : spec.getStringDefault());
     case HATAttrTypes::kEnum:
-        return listEnum(group, spec);
+        return enumText(group.getEnumVal(&spec)) !=
+               enumText(alt ? spec.getEnumAltDefault() : spec.getEnumDefault());
     case HATAttrTypes::kFile:
-        return listFile(group, spec);
+        return group.getFileVal(&spec) != (alt ? spec.getFileAltDefault() : spec.getFileDefault());
     default:
         throw HEXAlgException("unexpected attrType in HAXPUtils");
+    }
+}
+
+/// The value of an option that is listed, as text.
+std::string valueText(const HATOptGroup& group, const HATAttrSpec& spec, bool boolAsText) {
+    switch (spec.getAttrType()) {
+    case HATAttrTypes::kBool:
+        return boolAsText ? boolText(group.getBoolVal(&spec)) : "";
+    case HATAttrTypes::kInt:
+        return intText(group.getIntVal(&spec));
+    case HATAttrTypes::kEnum:
+        return enumText(group.getEnumVal(&spec));
+    case HATAttrTypes::kFile:
+        return group.getFileVal(&spec);
+    default:
+        return group.getStrVal(&spec);
     }
 }
 
@@ -129,21 +110,33 @@ void addDifference(const std::string& groupId, const std::string& name, const st
     (void)option.release();
 }
 
-/// Adds a difference if the texts of both values differ; `text` is called only for
-/// values that aren't equal already.
+/// Adds a difference if the texts of both values differ.
 template <class Value, class Text>
 void addIfDifferent(const Value& inA, const Value& inB, Text text, const std::string& groupId,
                     const HATAttrSpec& spec, HSTVector<HADAStaleOption*>& out) {
-    if (inA == inB)
-        return;
     const std::string textA = text(inA);
     const std::string textB = text(inB);
     if (textA != textB)
         addDifference(groupId, spec.getName(), textB, textA, out);
 }
 
-void compareSpec(const HATOptGroup& a, const HATOptGroup& b, const HATAttrSpec& spec,
-                 const std::string& groupId, HSTVector<HADAStaleOption*>& out) {
+bool canBeCompared(const HATAttrSpec& spec) {
+    switch (spec.getAttrType()) {
+    case HATAttrTypes::kBool:
+    case HATAttrTypes::kInt:
+    case HATAttrTypes::kString:
+    case HATAttrTypes::kStringList:
+    case HATAttrTypes::kEnum:
+    case HATAttrTypes::kFile:
+        return true;
+    default:
+        return false;
+    }
+}
+
+/// Adds a difference of the option, whose values aren't the same.
+void addDifferenceOf(const HATAttrSpec& spec, const HATOptGroup& a, const HATOptGroup& b,
+                     const std::string& groupId, HSTVector<HADAStaleOption*>& out) {
     const auto asIs = [](const std::string& text) { return text; };
     switch (spec.getAttrType()) {
     case HATAttrTypes::kBool:
@@ -167,7 +160,6 @@ void compareSpec(const HATOptGroup& a, const HATOptGroup& b, const HATAttrSpec& 
         addIfDifferent(a.getFileVal(&spec), b.getFileVal(&spec), asIs, groupId, spec, out);
         break;
     default:
-        std::cout << "ERROR:unknown attribute spec type" << std::endl;
         break;
     }
 }
@@ -194,19 +186,15 @@ void HAXPUtilsBase::genRunDir(HAXPExpRunBase* run, const std::string& baseDir, s
 
 void HAXPUtilsBase::getOptions(const HAXPExpRunBase* run, const HATOptGroup* group, bool boolAsText,
                                HSTVector<OptionInfo>& out) {
-    const SpecIter specs(group->createAttrSpecIter());
-    while (specs->hasNext()) {
-        const HATAttrSpec* spec = specs->next();
-        if (spec->getAttrType() == HATAttrTypes::kStringList) {
-            if (spec->isAlwaysWrite()) {
-                for (const std::string& element : group->getStrListVal(spec))
-                    addOption_(out, run, group, spec, element);
-            }
-            continue;
+    for (const auto& owned : group->getOptionsSpec()->getAttrSpecs()) {
+        const HATAttrSpec* spec = owned.get();
+        if (spec->getAttrType() != HATAttrTypes::kStringList) {
+            if (differs(*group, *spec) || spec->isAlwaysWrite())
+                addOption_(out, run, group, spec, valueText(*group, *spec, boolAsText));
+        } else if (spec->isAlwaysWrite()) {
+            for (const std::string& element : group->getStrListVal(spec))
+                addOption_(out, run, group, spec, element);
         }
-        const Listing listing = listSingle(*group, *spec, boolAsText);
-        if (listing.differs || spec->isAlwaysWrite())
-            addOption_(out, run, group, spec, listing.value);
     }
 }
 
@@ -250,8 +238,14 @@ void HAXPUtilsBase::copyOptions(HAXPStrategy* source, HAXPStrategy* target,
 
 void HAXPUtilsBase::compareOptGroups(HATOptGroup* a, HATOptGroup* b, const std::string& groupId,
                                      HSTVector<HADAStaleOption*>& out) {
-    for (const auto& spec : a->getOptionsSpec()->getAttrSpecs())
-        compareSpec(*a, *b, *spec, groupId, out);
+    // One value of one declaration has one text.
+    const bool sameSpec = a->getOptionsSpec() == b->getOptionsSpec();
+    for (const auto& spec : a->getOptionsSpec()->getAttrSpecs()) {
+        if (!canBeCompared(*spec))
+            std::cout << "ERROR:unknown attribute spec type" << std::endl;
+        else if (!sameSpec || !a->isSameIn(spec.get(), *b))
+            addDifferenceOf(*spec, *a, *b, groupId, out);
+    }
 }
 
 void HAXPUtilsBase::compareStrategies(HAXPStrategy* a, HAXPStrategy* b, const std::string& groupId,
@@ -275,9 +269,8 @@ void HAXPUtilsBase::compareEnabledState(HAXPStrategy* a, HAXPStrategy* b,
     std::string textA;
     std::string textB;
     std::string name;
-    const SpecIter specs(inA->getAttrs()->createAttrSpecIter());
-    while (specs->hasNext()) {
-        const HATAttrSpec* spec = specs->next();
+    for (const auto& owned : inA->getAttrs()->getOptionsSpec()->getAttrSpecs()) {
+        const HATAttrSpec* spec = owned.get();
         if (spec->getAttrType() != HATAttrTypes::kBool)
             continue;
         name = spec->getName();

@@ -59,8 +59,10 @@ public:
     static void copyOptions(HAXPStrategy* source, HAXPStrategy* target, const std::string& stopId);
 
     /// Adds to `out` an entry for each option whose value in `b` differs from that in
-    /// `a`, with the value of `b` first. The caller owns the entries. No text is made
-    /// of values that agree.
+    /// `a`, with the value of `b` first; enums by their description. The list "REPORTS"
+    /// is passed over. An option of a kind that no command line knows is told on
+    /// standard output. The caller owns the entries. No text is made of values that
+    /// agree.
     static void compareOptGroups(HATOptGroup* a, HATOptGroup* b, const std::string& groupId,
                                  HSTVector<HADAStaleOption*>& out);
 
