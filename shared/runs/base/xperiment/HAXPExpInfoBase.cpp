@@ -70,6 +70,9 @@ HAXPExpInfoBase::HAXPExpInfoBase(HAXPExpRunBase* run, const std::string& name)
 HAXPExpInfoBase::~HAXPExpInfoBase() {
     m_data->srcSet = nullptr;
     m_data->run = nullptr;
+    m_data->runSrcSet.reset();
+    m_data->runSnapshotStrategy.reset();
+    m_data->universalFlowType.reset();
 }
 
 HAXPExpRunBase* HAXPExpInfoBase::getRun() const {
@@ -307,14 +310,14 @@ void HAXPExpInfoBase::resetRun() {
 void HAXPExpInfoBase::handleEvent_(const HUTGuiEvent::GuiEventBase*) {}
 
 HADAFileSet* HAXPExpInfoBase::createSnapshotSrcSet_(HADAFileSet* source, std::string name) {
-    HADAFileMgr* fileMgr = source->getFileMgr();
+    HADAFileMgr* fileMgr = source == nullptr ? nullptr : source->getFileMgr();
     if (fileMgr == nullptr)
         throw HEXAlgException("A file manager is required to create a snapshot file set.");
-    HADAFileSet* copy = fileMgr->createInternalFileSet(name, source->getType());
+    std::unique_ptr<HADAFileSet> copy(fileMgr->createInternalFileSet(name, source->getType()));
     copy->setDataDir(m_data->runName);
     copy->setFileSetFileName(name + ".xml");
-    HADAUtils::copyFileSet(source, copy, false, name == "utils");
-    return copy;
+    HADAUtils::copyFileSet(source, copy.get(), false, name == "utils");
+    return copy.release();
 }
 
 void HAXPExpInfoBase::setLaunchTime_(long seconds) {

@@ -135,7 +135,7 @@ protected:
 
     /// A private copy of `source` for this run, which the file manager of `source`
     /// makes and the caller owns.
-    /// @throws HEXAlgException `source` has no file manager.
+    /// @throws HEXAlgException `source` is null or has no file manager.
     HADAFileSet* createSnapshotSrcSet_(HADAFileSet* source, std::string name);
 
     void setLaunchTime_(long seconds);

@@ -162,6 +162,8 @@ void HAXPExpRunBase::createStats() {
 }
 
 HAXPStat* HAXPExpRunBase::getStat(HAXPStatSpec* spec) const {
+    if (spec == nullptr)
+        return nullptr;
     const auto found =
         std::find_if(m_data->stats.begin(), m_data->stats.end(), [spec](const auto& stat) {
             return stat->getStatSpec()->getName() == spec->getName();

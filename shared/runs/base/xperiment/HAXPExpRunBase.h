@@ -101,7 +101,7 @@ public:
     HSTFwdIter<HAXPStat*>* createStatIter() const;
     /// Clones each statistic of the statistics manager into the run.
     void createStats();
-    /// The statistic whose spec has the name of `spec`; null if none.
+    /// The statistic whose spec has the name of `spec`; null for null or if none.
     HAXPStat* getStat(HAXPStatSpec* spec) const;
     bool hasErrorStat() const;
     void updateStats();
@@ -133,11 +133,14 @@ public:
     bool canResetStep(const HAXPFlowStep* flowStep);
     bool canRemoveStep(HAXPExpRunStep* step, std::string& reason);
     /// Takes over strategy, name and description of `strategy` and rebuilds the steps
-    /// from it; with them go their report configurations and stale reasons.
-    /// @throws HEXAlgException null.
+    /// from it; with them go their report configurations and stale reasons. Whoever
+    /// hears of the change finds the new steps; what that throws passes on, the
+    /// strategy applied.
+    /// @throws HEXAlgException null, or a step of `strategy` that isn't in its flow;
+    /// nothing changes.
     void applyStrategy(const HAXPStrategy* strategy);
     /// The options that the run's strategy holds for `flowStep`, or its defaults, as a
-    /// group of the caller's own.
+    /// group of the caller's own. @throws HEXAlgException a null step.
     HATOptGroup* createOptionsForStep(const HAXPFlowStep* flowStep) const;
 
     // Selection. "Usable" is enabled and not virtual.
@@ -179,7 +182,7 @@ public:
     bool canResetPrevStep() const;
     /// Whether the next step may be launched. The run must have a last step.
     bool canLaunchNextStep() const;
-    /// Whether `step` was ever started, as the disk tells.
+    /// Whether `step` was ever started, as the disk tells; false for null.
     bool isANonInitStep(const HAXPExpRunStep* step) const;
     /// Whether an enabled step behind `step` was ever started. (locks)
     bool hasNonInitRunStepAfter(const HAXPExpRunStep* step) const;
@@ -236,6 +239,7 @@ private:
     template <class Accept> HAXPExpRunStep* firstStep_(Accept accept) const;
     template <class Accept> HAXPExpRunStep* lastStep_(Accept accept) const;
     void appendStep_(const HAXPFlowStep* flowStep);
+    void dropStepsFrom_(int count);
     void buildSteps_();
     void finish_();
 

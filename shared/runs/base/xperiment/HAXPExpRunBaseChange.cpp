@@ -46,19 +46,18 @@ void HAXPExpRunBase::addStep(const HAXPFlowStep* flowStep, bool markDirty, bool 
                                getName() + "': " + reason);
     const int stepsBefore = effectiveStepCount(false);
     const int entriesBefore = strategy.stepCount();
+    HAXPExpRunStep* const latestBefore = getLatestStep();
     try {
         appendStep_(flowStep);
         updateStatus();
+        if (markDirty)
+            setDirty();
     } catch (...) {
-        {
-            const RunLock lock(m_data->mutex);
-            m_data->steps.resize(static_cast<std::size_t>(stepsBefore));
-        }
+        setLatestStep(latestBefore);
+        dropStepsFrom_(stepsBefore);
         strategy.dropEntriesFrom_(entriesBefore);
         throw;
     }
-    if (markDirty)
-        setDirty();
 }
 
 bool HAXPExpRunBase::canAddStep(const HAXPFlowStep* flowStep, std::string& reason) {
@@ -87,10 +86,13 @@ void HAXPExpRunBase::applyStrategy(const HAXPStrategy* strategy) {
     if (strategy == nullptr)
         throw HEXAlgException("Can't apply null strategy to run");
     HAXPExpInfoBase& info = requireInfo_();
-    requireStrategy_().copyStrat(strategy, true, m_data->strategyCopyFlag);
+    HAXPStrategy& own = requireStrategy_();
+    own.takeOver_(strategy, true, m_data->strategyCopyFlag);
     setDescription(strategy->getDescription(), false);
     nukeSteps();
     buildSteps_();
+    // Not before: until now the steps stood on groups that were gone.
+    own.setDirty_();
     updateStatus();
     const HAXPExpRunStep* first = getFirstStep();
     if (first != nullptr && first->getStatus()->getCode() != HDGUIStatus::statusNotStarted)
@@ -99,6 +101,8 @@ void HAXPExpRunBase::applyStrategy(const HAXPStrategy* strategy) {
 }
 
 HATOptGroup* HAXPExpRunBase::createOptionsForStep(const HAXPFlowStep* flowStep) const {
+    if (flowStep == nullptr)
+        throw HEXAlgException("NULL Step");
     auto options = std::make_unique<HATOptGroup>(flowStep->getOptionsSpec());
     if (const HAXPStrategy* strategy = getStrategy()) {
         if (const HAXPFlowStepOptions* entry =
@@ -114,6 +118,15 @@ void HAXPExpRunBase::appendStep_(const HAXPFlowStep* flowStep) {
                                                  m_data->expInfo);
     const RunLock lock(m_data->mutex);
     m_data->steps.push_back(std::move(step));
+}
+
+void HAXPExpRunBase::dropStepsFrom_(int count) {
+    const RunLock lock(m_data->mutex);
+    auto& steps = m_data->steps;
+    for (; static_cast<int>(steps.size()) > count; steps.pop_back()) {
+        steps.back()->removeRun(this);
+        m_data->msgHandles.remove(&steps.back()->getMsgSrcHandle());
+    }
 }
 
 void HAXPExpRunBase::buildSteps_() {

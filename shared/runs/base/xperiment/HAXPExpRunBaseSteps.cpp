@@ -187,7 +187,7 @@ bool HAXPExpRunBase::canLaunchNextStep() const {
 bool HAXPExpRunBase::isANonInitStep(const HAXPExpRunStep* step) const {
     std::string dir;
     getRunDir(dir);
-    if (dir.empty())
+    if (dir.empty() || step == nullptr)
         return false;
     const std::string marker =
         xperiment::stepMarker(step->getFlowStep()->getStatusTrackingStr(), "begin");

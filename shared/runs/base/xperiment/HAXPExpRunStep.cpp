@@ -41,19 +41,35 @@ HADAStaleReason::RunType runTypeOf(const HAXPExpInfoBase* info) {
 
 using StaleOptions = std::vector<std::unique_ptr<HADAStaleOption>>;
 
+/// Owns what a comparison found, also when it throws half-way.
+struct FoundOptions {
+    FoundOptions() = default;
+    ~FoundOptions() { static_cast<void>(take()); }
+
+    FoundOptions(const FoundOptions&) = delete;
+    FoundOptions& operator=(const FoundOptions&) = delete;
+
+    StaleOptions take() {
+        StaleOptions owned;
+        owned.reserve(list.size());
+        for (HADAStaleOption* option : list)
+            owned.emplace_back(option);
+        list.clear();
+        return owned;
+    }
+
+    HSTVector<HADAStaleOption*> list;
+};
+
 /// What differs between the two strategies in the step `stepId`.
 StaleOptions compare(HAXPStrategy* current, HAXPStrategy* snapshot, const std::string& stepId,
                      bool enabledStateOnly) {
-    HSTVector<HADAStaleOption*> found;
+    FoundOptions found;
     if (enabledStateOnly)
-        HAXPUtilsBase::compareEnabledState(current, snapshot, stepId, found);
+        HAXPUtilsBase::compareEnabledState(current, snapshot, stepId, found.list);
     else
-        HAXPUtilsBase::compareStrategies(current, snapshot, stepId, found);
-    StaleOptions owned;
-    owned.reserve(found.size());
-    for (HADAStaleOption* option : found)
-        owned.emplace_back(option);
-    return owned;
+        HAXPUtilsBase::compareStrategies(current, snapshot, stepId, found.list);
+    return found.take();
 }
 
 bool isOfSameFlow(const HAXPStrategy& a, const HAXPStrategy& b) {
@@ -277,6 +293,10 @@ void HAXPExpRunStep::resetStatus() {
     m_data->procInfo->reset();
 }
 
+ComMsgMgrSrcHandle& HAXPExpRunStep::getMsgSrcHandle() const {
+    return m_data->msgSrcHandle;
+}
+
 ComMsgMgrSrcHandle* HAXPExpRunStep::getComMsgMgrSrcHandle(const std::string& runDir) {
     ComMsgMgrSrcHandle& handle = m_data->msgSrcHandle;
     if (!handle.getFile().empty())
@@ -285,7 +305,7 @@ ComMsgMgrSrcHandle* HAXPExpRunStep::getComMsgMgrSrcHandle(const std::string& run
     if (code != HDGUIStatus::statusDone && code != HDGUIStatus::statusError)
         return nullptr;
     const std::string& name = m_data->flowStep->getMsgFileName();
-    if (name.empty())
+    if (name.empty() || runDir.empty())
         return nullptr;
     const std::string path = runDir + HUTFile::getDirSeparator() + name;
     if (!HUTFile::isFile(path))

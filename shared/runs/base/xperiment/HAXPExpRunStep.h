@@ -113,9 +113,11 @@ public:
     /// forgotten. No file is touched.
     void resetStatus();
 
+    /// The step's message handle, loaded or not; good as long as the step.
+    ComMsgMgrSrcHandle& getMsgSrcHandle() const;
     /// The messages of the finished step, loaded from its message file in `runDir` at
     /// the first call. Owned by the step. Null while the step isn't done or failed,
-    /// or has no message file.
+    /// has no message file, or `runDir` is empty.
     ComMsgMgrSrcHandle* getComMsgMgrSrcHandle(const std::string& runDir);
 
 private:

@@ -52,6 +52,8 @@ void HAXPFileCheck::resetFile() {
 }
 
 bool HAXPFileCheck::findFile_(const std::string& runDir, std::string& path) const {
+    if (runDir.empty() || m_info == nullptr)
+        return false;
     for (const HAXPTypes::FileType type : m_spec->getFileTypes()) {
         const std::string& name = m_info->getFile(type);
         if (!name.empty() && findNamed_(runDir, name, path))

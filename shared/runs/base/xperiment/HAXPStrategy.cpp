@@ -23,9 +23,15 @@ bool isLeftOut(const std::string& stepId, boost::logic::tribool deviceImage) {
     return stepId == (deviceImage ? "write_bitstream" : "write_device_image");
 }
 
+/// The step `stepId` of `flow`, or null.
+const HAXPFlowStep* flowStepOf(const HAXPFlow* flow, const std::string& stepId) {
+    return flow == nullptr ? nullptr : flow->getFlowStepForFSId(stepId);
+}
+
+/// A step that is in no flow is nothing that a filter could know.
 bool isLetIn(const HAXPFlowStep* step) {
     HAXPStepFilter* filter = HAXPStrategy::getStepFilter();
-    return filter == nullptr || filter->canAddToStrategy(step);
+    return filter == nullptr || step == nullptr || filter->canAddToStrategy(step);
 }
 
 bool haveSameSpecs(const HAXPFlowStepOptions& a, const HAXPFlowStepOptions& b) {
@@ -142,9 +148,7 @@ void HAXPStrategy::copyStrategy(const HAXPStrategy* source) {
 
 void HAXPStrategy::copyStrat(const HAXPStrategy* source, bool ignoreFilter,
                              boost::logic::tribool deviceImage) {
-    copyOptions_(source, ignoreFilter, deviceImage);
-    m_name = source->m_name;
-    m_description = source->m_description;
+    takeOver_(source, ignoreFilter, deviceImage);
     setDirty_();
 }
 
@@ -163,7 +167,7 @@ bool HAXPStrategy::differsFrom(HAXPStrategy* other, bool ignoreFilter) const {
             if (!haveSameValues(step, **theirs))
                 return true;
             ++theirs;
-        } else if (ignoreFilter || isLetIn(m_flow->getFlowStepForFSId(step.getOptGrpId()))) {
+        } else if (ignoreFilter || isLetIn(flowStepOf(m_flow, step.getOptGrpId()))) {
             return true;
         }
     }
@@ -236,7 +240,10 @@ HAXPStrategy::Entries HAXPStrategy::copyEntries_(const HAXPStrategy& source, boo
                                                  boost::logic::tribool deviceImage) {
     Entries copies;
     for (const auto& entry : source.m_stepOptions) {
-        const HAXPFlowStep* step = source.m_flow->getFlowStepForFSId(entry->getOptGrpId());
+        const HAXPFlowStep* step = flowStepOf(source.m_flow, entry->getOptGrpId());
+        if (step == nullptr)
+            throw HEXAlgException("Strategy: step '" + entry->getOptGrpId() +
+                                  "' isn't in the flow");
         if (isLeftOut(step->getFlowStepId(), deviceImage) || !(ignoreFilter || isLetIn(step)))
             continue;
         copies.push_back(makeEntry_(entry->getOptionsSpec(), entry->getAttrsSpec()));
@@ -253,6 +260,13 @@ void HAXPStrategy::setEntries_(Entries entries) {
         groups.push_back(entry->getOptions());
     m_stepOptions = std::move(entries);
     m_options = std::move(groups);
+}
+
+void HAXPStrategy::takeOver_(const HAXPStrategy* source, bool ignoreFilter,
+                             boost::logic::tribool deviceImage) {
+    copyOptions_(source, ignoreFilter, deviceImage);
+    m_name = source->m_name;
+    m_description = source->m_description;
 }
 
 void HAXPStrategy::dropEntriesFrom_(int count) {

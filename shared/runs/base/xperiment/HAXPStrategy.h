@@ -95,13 +95,15 @@ public:
 
     /// Takes over the steps and values of `source`, so far as the step filter lets
     /// them in, and tells the strategy database. Name and description stay.
-    /// @throws HEXAlgException not user-defined, or a null source; nothing changes.
+    /// @throws HEXAlgException not user-defined, a null source, or a step of `source`
+    /// that isn't in its flow; nothing changes.
     void copyStrategy(const HAXPStrategy* source);
     /// Takes over steps, values, name and description of `source` and tells the
     /// strategy database. With `ignoreFilter` the step filter isn't asked.
     /// `deviceImage` true leaves out "write_bitstream", false leaves out
     /// "write_device_image", and indeterminate keeps both.
-    /// @throws HEXAlgException as copyStrategy().
+    /// @throws HEXAlgException as copyStrategy(). What the strategy database throws
+    /// passes on, the copy made.
     void copyStrat(const HAXPStrategy* source, bool ignoreFilter,
                    boost::logic::tribool deviceImage);
 
@@ -135,7 +137,8 @@ protected:
 
 private:
     friend struct StepFilterReset;
-    /// A run takes back the entry of a step that it couldn't add.
+    /// A run takes back the entry of a step that it couldn't add, and rebuilds its
+    /// steps before it tells of a strategy that it took over.
     friend class HAXPExpRunBase;
     using Entries = std::vector<std::unique_ptr<HAXPFlowStepOptions>>;
 
@@ -146,6 +149,9 @@ private:
     Entries copyEntries_(const HAXPStrategy& source, bool ignoreFilter,
                          boost::logic::tribool deviceImage);
     void setEntries_(Entries entries);
+    /// copyStrat() without telling anybody.
+    void takeOver_(const HAXPStrategy* source, bool ignoreFilter,
+                   boost::logic::tribool deviceImage);
     void dropEntriesFrom_(int count);
 
     static HAXPStepFilter* sp_stepFilter;
