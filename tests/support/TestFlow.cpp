@@ -46,7 +46,6 @@ StepTraits StepTraits::of(const std::string& id) {
 void addEveryKind(HATOptGroupSpec& spec) {
     declare(spec, HATAttrTypes::kBool, "flag", "FlagBool");
     declare(spec, HATAttrTypes::kInt, "count", "CountInt").setIntDefault(1);
-    declare(spec, HATAttrTypes::kLong, "size", "SizeLong").setLongDefault(2);
     declare(spec, HATAttrTypes::kString, "text", "TextString");
     declare(spec, HATAttrTypes::kFile, "path", "PathFile");
     declare(spec, HATAttrTypes::kStringList, "words", "WordsList");

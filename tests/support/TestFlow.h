@@ -39,9 +39,9 @@ struct StepTraits {
 };
 
 /// Declares an option of every kind that goes on a command line. Database id, invoke
-/// text and default: "FlagBool" -flag false, "CountInt" -count 1, "SizeLong" -size 2,
-/// "TextString" -text "", "PathFile" -path "", "WordsList" -words (none), "ModeEnum"
-/// -mode "Default" (also "Fast" and "Small"). Names are the invoke texts without "-".
+/// text and default: "FlagBool" -flag false, "CountInt" -count 1, "TextString" -text "",
+/// "PathFile" -path "", "WordsList" -words (none), "ModeEnum" -mode "Default" (also
+/// "Fast" and "Small"). Names are the invoke texts without "-".
 void addEveryKind(HATOptGroupSpec& spec);
 
 /// A concrete flow step as its traits say.
