@@ -9,6 +9,7 @@
 #include "environment/options/HATOptGroup.h"
 #include "environment/options/HATOptGroupSpec.h"
 #include "runs/base/xperiment/HAXPFileSpec.h"
+#include "runs/base/xperiment/HAXPFlowStep.h"
 
 namespace test {
 
@@ -27,6 +28,42 @@ HATAttrSpec& declare(HATOptGroupSpec& spec, HATAttrTypes::AttrType type, const s
     static_cast<void>(attr.release());
     return declared;
 }
+
+/// A concrete flow step as its traits say.
+class TraitsStep final : public HAXPFlowStep {
+public:
+    explicit TraitsStep(StepTraits traits)
+        : HAXPFlowStep(orElse(traits.name, "Step " + traits.id),
+                       orElse(traits.abbrev, "at_" + traits.id),
+                       orElse(traits.invokeStr, traits.id), traits.id, traits.msgFileName),
+          m_traits(std::move(traits)) {
+        canDisable(m_traits.canDisable);
+        defaultEnabled(m_traits.defaultEnabled);
+        hasTclHooks(m_traits.hasTclHooks);
+        isVirtual(m_traits.isVirtual);
+    }
+
+protected:
+    void configOptions_(HATOptGroupSpec* optionsSpec) override {
+        if (m_traits.options)
+            m_traits.options(*optionsSpec);
+        else
+            addEveryKind(*optionsSpec);
+    }
+
+    void configReports_() override {
+        for (const HAXPTypes::FileType type : m_traits.reports) {
+            auto spec =
+                std::make_unique<HAXPFileSpec>("report " + std::to_string(reportSpecCount()));
+            spec->addFileType(type);
+            addReportSpec(spec.get());
+            static_cast<void>(spec.release());
+        }
+    }
+
+private:
+    StepTraits m_traits;
+};
 
 HATAttrSpec* specOf(const HATOptGroup* group, const std::string& dbId) {
     HATAttrSpec* spec = group->getAttrSpecForDbId(dbId);
@@ -56,33 +93,6 @@ void addEveryKind(HATOptGroupSpec& spec) {
     mode.setEnumDefault("Default");
 }
 
-TestFlowStep::TestFlowStep(StepTraits traits)
-    : HAXPFlowStep(orElse(traits.name, "Step " + traits.id),
-                   orElse(traits.abbrev, "at_" + traits.id), orElse(traits.invokeStr, traits.id),
-                   traits.id, traits.msgFileName),
-      m_traits(std::move(traits)) {
-    canDisable(m_traits.canDisable);
-    defaultEnabled(m_traits.defaultEnabled);
-    hasTclHooks(m_traits.hasTclHooks);
-    isVirtual(m_traits.isVirtual);
-}
-
-void TestFlowStep::configOptions_(HATOptGroupSpec* optionsSpec) {
-    if (m_traits.options)
-        m_traits.options(*optionsSpec);
-    else
-        addEveryKind(*optionsSpec);
-}
-
-void TestFlowStep::configReports_() {
-    for (const HAXPTypes::FileType type : m_traits.reports) {
-        auto spec = std::make_unique<HAXPFileSpec>("report " + std::to_string(reportSpecCount()));
-        spec->addFileType(type);
-        addReportSpec(spec.get());
-        static_cast<void>(spec.release());
-    }
-}
-
 std::unique_ptr<HAXPFlow> makeFlow(const std::vector<std::string>& ids) {
     std::vector<StepTraits> traits;
     for (const std::string& id : ids)
@@ -94,7 +104,7 @@ std::unique_ptr<HAXPFlow> makeFlowOf(const std::vector<StepTraits>& traits, cons
                                      const std::string& flowId) {
     auto flow = std::make_unique<HAXPFlow>(name, "1", flowId);
     for (const StepTraits& entry : traits) {
-        auto step = std::make_unique<TestFlowStep>(entry);
+        auto step = std::make_unique<TraitsStep>(entry);
         if (entry.isOptional)
             flow->addOptionalFlowStep(step.get());
         else

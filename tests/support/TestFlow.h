@@ -12,6 +12,7 @@
 #include "runs/base/xperiment/HAXPTypes.h"
 
 class HATOptGroup;
+class HATOptGroupSpec;
 
 namespace test {
 
@@ -43,19 +44,6 @@ struct StepTraits {
 /// "PathFile" -path "", "WordsList" -words (none), "ModeEnum" -mode "Default" (also
 /// "Fast" and "Small"). Names are the invoke texts without "-".
 void addEveryKind(HATOptGroupSpec& spec);
-
-/// A concrete flow step as its traits say.
-class TestFlowStep final : public HAXPFlowStep {
-public:
-    explicit TestFlowStep(StepTraits traits);
-
-protected:
-    void configOptions_(HATOptGroupSpec* optionsSpec) override;
-    void configReports_() override;
-
-private:
-    StepTraits m_traits;
-};
 
 /// A flow "Test Flow", id "test_flow", with these steps as default ones.
 std::unique_ptr<HAXPFlow> makeFlow(const std::vector<std::string>& ids);
