@@ -4,8 +4,6 @@
 
 #include <utility>
 
-#include <sys/stat.h>
-
 namespace workbench {
 
 namespace {
@@ -25,18 +23,18 @@ bool sameTime(const timespec& a, const timespec& b) {
 
 }  // namespace
 
-RunGate::RunGate() : RunGate(systemTime) {}
+RunGate::RunGate() : RunGate(systemTime, ::stat) {}
 
-RunGate::RunGate(Clock clock) : m_clock(std::move(clock)) {}
+RunGate::RunGate(Clock clock, Stat look) : m_clock(std::move(clock)), m_look(std::move(look)) {}
 
 bool RunGate::isUnchanged(const std::string& runDir) const {
-    return m_trusted && runDir == m_runDir && same(stampOf(runDir), m_stamp);
+    return m_trusted && runDir == m_runDir && same(stampOf_(runDir), m_stamp);
 }
 
 void RunGate::open(const std::string& runDir) {
     m_trusted = false;
     m_runDir = runDir;
-    m_stamp = stampOf(runDir);
+    m_stamp = stampOf_(runDir);
     // A time ahead of the clock, by another host's, is never old enough.
     const timespec now = m_clock();
     m_fresh = m_stamp.inode == 0 || m_stamp.modified.tv_sec + kCoarsestClockSec >= now.tv_sec ||
@@ -47,9 +45,9 @@ void RunGate::close(bool settled) {
     m_trusted = settled && !m_fresh;
 }
 
-RunGate::Stamp RunGate::stampOf(const std::string& runDir) {
+RunGate::Stamp RunGate::stampOf_(const std::string& runDir) const {
     struct stat info {};
-    if (stat(runDir.c_str(), &info) != 0)
+    if (m_look(runDir.c_str(), &info) != 0)
         return {};
     return {info.st_dev, info.st_ino, info.st_mtim, info.st_ctim};
 }

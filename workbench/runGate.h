@@ -6,6 +6,8 @@
 #include <functional>
 #include <string>
 
+#include <sys/stat.h>
+
 #include "workbench/WorkbenchExport.h"
 
 /// What spares the poll of a run directory in which nothing changed.
@@ -20,10 +22,11 @@ namespace workbench {
 class WORKBENCH_API RunGate {
 public:
     using Clock = std::function<timespec()>;
+    using Stat = std::function<int(const char* path, struct stat* info)>;
 
     RunGate();
-    /// `clock` gives the present time of the file system.
-    explicit RunGate(Clock clock);
+    /// `clock` gives the present time of the file system, `look` does what stat() does.
+    RunGate(Clock clock, Stat look);
 
     /// Whether `runDir` is as it was at the reading that close() ended: one stat.
     bool isUnchanged(const std::string& runDir) const;
@@ -45,10 +48,11 @@ private:
         timespec modified{};
         timespec changed{};
     };
-    static Stamp stampOf(const std::string& runDir);
+    Stamp stampOf_(const std::string& runDir) const;
     static bool same(const Stamp& a, const Stamp& b);
 
     Clock m_clock;
+    Stat m_look;
     std::string m_runDir;
     Stamp m_stamp;
     bool m_fresh = true;
