@@ -179,20 +179,12 @@ void Project::setInputs(const DesignInputs& inputs) {
     DesignInputs taken = inputs;
     taken.netlist.clear();
     for (std::vector<std::string>* paths : {&taken.sources, &taken.includeDirs}) {
-        for (std::string& path : *paths) {
+        for (std::string& path : *paths)
             path = absolute(path);
-            workbench::requireScriptPath(path);
-        }
     }
     if (!taken.constraints.empty())
         taken.constraints = absolute(taken.constraints);
-    workbench::requireScriptPath(taken.constraints);
-    for (const std::string& define : taken.defines)
-        workbench::requireOptionText("define", define);
-    workbench::requireOptionText("top", taken.top);
-    workbench::requireOptionText("device", taken.device);
-    workbench::requireOptionText("package", taken.package);
-    workbench::requireOptionText("frequency", taken.frequencyMhz);
+    workbench::requireInputs(taken);
     m_inputs = taken;
     for (const auto& entry : m_entries)
         giveInputs_(*entry);

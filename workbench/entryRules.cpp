@@ -7,6 +7,7 @@
 #include "environment/errors/HEXUserException.h"
 #include "environment/messages/ComMsgMgr.h"
 #include "environment/messages/ComMsgMgrInstance.h"
+#include "workbench/DesignInputs.h"
 
 namespace workbench {
 
@@ -59,6 +60,20 @@ void requireOptionText(const std::string& name, const std::string& value) {
     if (!found.empty())
         throw HEXUserException(
             ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-3@%s%s%s", name, value, found));
+}
+
+void requireInputs(const DesignInputs& inputs) {
+    for (const std::vector<std::string>* paths : {&inputs.sources, &inputs.includeDirs}) {
+        for (const std::string& path : *paths)
+            requireScriptPath(path);
+    }
+    requireScriptPath(inputs.constraints);
+    for (const std::string& define : inputs.defines)
+        requireOptionText("define", define);
+    requireOptionText("top", inputs.top);
+    requireOptionText("device", inputs.device);
+    requireOptionText("package", inputs.package);
+    requireOptionText("frequency", inputs.frequencyMhz);
 }
 
 }  // namespace workbench

@@ -6,6 +6,8 @@
 
 #include "workbench/WorkbenchExport.h"
 
+struct DesignInputs;
+
 /// What may enter a generated script: names, paths and option values go into it as
 /// they stand, so they are checked on the way in.
 namespace workbench {
@@ -21,5 +23,9 @@ WORKBENCH_API void requireScriptPath(const std::string& path);
 /// @throws HEXUserException the value of the option `name` holds a character that a shell
 /// takes as its own.
 WORKBENCH_API void requireOptionText(const std::string& name, const std::string& value);
+
+/// The rules above for every text of `inputs` that reaches a script.
+/// @throws HEXUserException the first that breaks one.
+WORKBENCH_API void requireInputs(const DesignInputs& inputs);
 
 }  // namespace workbench

@@ -22,6 +22,7 @@
 #include "runs/base/xperiment/HAXPMgr.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "workbench/OpenRunInfo.h"
+#include "workbench/entryRules.h"
 #include "workbench/optionText.h"
 #include "workbench/projectEntry.h"
 
@@ -93,6 +94,17 @@ void writeOptions(HXMLWriterBase& out, const HAXPStrategy& strategy) {
     }
 }
 
+/// What a user can't type in can't come in by the file either: `check` throws what
+/// becomes an error at `element`.
+template <class Check>
+void requireEntry(const xml::Document& document, const xml::Element& element, Check check) {
+    try {
+        check();
+    } catch (const HEXUserException& error) {
+        document.refuse(element, error.what());
+    }
+}
+
 void readOption(const xml::Document& document, const xml::Element& element,
                 const HAXPStrategy& strategy) {
     const std::string& id = element.attribute(name::kId);
@@ -100,6 +112,9 @@ void readOption(const xml::Document& document, const xml::Element& element,
         for (const auto& spec : group->getOptionsSpec()->getAttrSpecs()) {
             if (fileId(*group, *spec) != id)
                 continue;
+            requireEntry(document, element, [&element, &id] {
+                workbench::requireOptionText(id, element.attribute(name::kValue));
+            });
             std::string reason;
             if (!workbench::setOptionText(*group, *spec, element.attribute(name::kValue), reason))
                 document.refuse(element, "option " + id + ": " + reason);
@@ -188,6 +203,7 @@ void ProjectFile::write() const {
 void ProjectFile::readDocument_(const xml::Document& document) {
     const xml::Element& root = document.root();
     readDesign_(root);
+    requireEntry(document, root, [this] { workbench::requireInputs(m_project.m_inputs); });
     for (const xml::Element& child : root.children()) {
         if (child.name() == name::kRun)
             readRun_(document, child);
@@ -233,12 +249,11 @@ void ProjectFile::readRun_(const xml::Document& document, const xml::Element& el
     if (flow == nullptr)
         document.refuse(element, "there is no flow " + element.attribute(name::kFlow));
     Project::Entry* entry = nullptr;
-    try {
+    requireEntry(document, element, [&] {
         entry = &m_project.addEntry_(element.attribute(name::kName), *flow, "",
                                      element.attribute(name::kSynthesis));
-    } catch (const HEXUserException& error) {
-        document.refuse(element, error.what());
-    }
+        workbench::requireScriptPath(absolute_(element.attribute(name::kDir)));
+    });
     HAXPExpRun& run = *entry->run;
     readOptions(document, element, *run.getStrategy());
     run.setStrategyName(element.attribute(name::kStrategy));
