@@ -1,0 +1,74 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "tests/unit/workbench/TestBench.h"
+
+#include <ctime>
+#include <stdexcept>
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
+#include "runs/base/xperiment/HAXPStrategy.h"
+#include "workbench/HAXPExpRun.h"
+#include "workbench/OpenRunInfo.h"
+#include "workbench/openFlows.h"
+#include "workbench/product.h"
+#include "workbench/runLock.h"
+#include "workbench/shippedStrategies.h"
+
+namespace test {
+
+TestBench::TestBench() {
+    workbench::installProduct(XPERIMENT_BIN_DIR);
+    m_folder.mark("blinky.v", "module blinky (input clk, output led); endmodule\n");
+    m_folder.mark("blinky.pcf", "set_io clk J3\n");
+    const long anHourAgo = static_cast<long>(std::time(nullptr)) - 3600;
+    m_folder.touch("blinky.v", anHourAgo);
+    m_folder.touch("blinky.pcf", anHourAgo);
+}
+
+DesignInputs TestBench::inputs() const {
+    DesignInputs inputs;
+    inputs.sources = {path("blinky.v")};
+    inputs.constraints = path("blinky.pcf");
+    inputs.top = "blinky";
+    return inputs;
+}
+
+std::unique_ptr<HAXPExpRun> TestBench::makeRun(const HAXPFlow& flow) const {
+    const auto strategy = workbench::makeShippedStrategy(flow, "Default");
+    auto run = std::make_unique<HAXPExpRun>("run_1", strategy.get(), nullptr);
+    run->getInfo().setInputs(inputs());
+    return run;
+}
+
+const HAXPFlow& TestBench::synthesis() {
+    return *OpenFlows::getSynthesis();
+}
+
+const HAXPFlow& TestBench::implementation() {
+    return *OpenFlows::getImplementation();
+}
+
+std::string TestBench::handleText() {
+    return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n"
+           "<ProcessHandle Version=\"1\" Minor=\"0\">\n"
+           "  <Process Host=\"a.host\" Owner=\"user\" Uid=\"1000\" Pid=\"4711\" Pgid=\"4711\" "
+           "StartTicks=\"12345\" BootId=\"b0\"/>\n"
+           "  <Command>ice40_synth</Command>\n"
+           "</ProcessHandle>\n";
+}
+
+HeldRunLock::HeldRunLock(const std::string& runDir)
+    : m_fd(open((runDir + "/" + workbench::kRunLockName).c_str(), O_RDWR | O_CREAT | O_CLOEXEC,
+                0644)) {
+    if (m_fd < 0 || flock(m_fd, LOCK_EX | LOCK_NB) != 0)
+        throw std::runtime_error("the lock can't be taken in " + runDir);
+}
+
+HeldRunLock::~HeldRunLock() {
+    close(m_fd);
+}
+
+}  // namespace test
