@@ -211,13 +211,13 @@ bool HUTFileUtils::rewriteFile(const std::string& path, const std::string& conte
     Generated opened;
     if (files::namesNothing(path) || !openPlain(path, executable, opened))
         return false;
-    if (executable && !opened.setMode(readableAsExecutable(opened.mode())))
-        return false;
+    // Who may write a file but doesn't own it can't change its mode.
+    const bool modeSet = !executable || opened.setMode(readableAsExecutable(opened.mode()));
     const off_t oldSize = opened.status.st_size;
     const bool sameSize = oldSize == static_cast<off_t>(content.size());
     const bool done = (sameSize && holds(opened.file.get(), content)) ||
                       overwrite(opened.file.get(), content, oldSize);
-    return opened.file.close() == 0 && done;
+    return opened.file.close() == 0 && done && modeSet;
 }
 
 bool HUTFileUtils::removeBelow(const std::string& folder, const std::string& name) {

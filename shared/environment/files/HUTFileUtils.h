@@ -43,8 +43,9 @@ public:
     /// of a new file; with `executable` everyone who may read it may execute
     /// it. A link is replaced, not followed, and a file with several names
     /// isn't changed under the others. Equal content isn't written again.
-    /// False, without a message, when the file can't be opened or written;
-    /// of the old content nothing is left once writing has begun.
+    /// False, without a message, when the file can't be opened or written, or,
+    /// with the content written, can't be made executable; of the old content
+    /// nothing is left once writing has begun.
     static bool rewriteFile(const std::string& path, const std::string& content, bool executable);
 
     /// Removes what `name`, a path relative to `folder`, names in it, as

@@ -143,6 +143,15 @@ TEST_F(RewriteFileTest, FailsQuietlyWhereItCanNotWrite) {
     EXPECT_FALSE(HUTFileUtils::rewriteFile("", "new", false));
 }
 
+TEST_F(RewriteFileTest, WritesTheContentOfAFileWhoseModeCanNotBeChanged) {
+    m_dir.mark("runme.sh", "old");
+    setMode(0664);
+    test::FaultyDisk disk;
+    disk.failAll("setMode", EPERM);
+    EXPECT_FALSE(write("new", true));
+    EXPECT_EQ(content(), "new");
+}
+
 TEST_F(RewriteFileTest, WritesAllHoweverShortTheWrites) {
     test::FaultyDisk disk;
     disk.shorten(1);
