@@ -121,15 +121,17 @@ void TestRun::setDirtyCallback_() {
 
 void TestRun::followMarkers_(const std::string& dir) {
     bool failed = false;
-    bool begun = false;
+    HAXPExpRunStep* latest = nullptr;
     const StepIter steps(createRunStepIter());
     while (steps->hasNext()) {
         HAXPExpRunStep* candidate = steps->next();
         candidate->updateStatus(dir);
         const int code = candidate->getStatus()->getCode();
         failed = failed || code == HDGUIStatus::statusError;
-        begun = begun || code != HDGUIStatus::statusNotStarted;
+        if (code != HDGUIStatus::statusNotStarted)
+            latest = candidate;
     }
+    setLatestStep(latest);
     const HAXPExpRunStep* last = getLastStep();
     const bool done = last != nullptr && last->getStatus()->getCode() == HDGUIStatus::statusDone;
     if (failed)
@@ -137,7 +139,7 @@ void TestRun::followMarkers_(const std::string& dir) {
     else if (done)
         setCode(HDGUIStatus::statusDone);
     else
-        setCode(begun ? HDGUIStatus::statusRunning : HDGUIStatus::statusNotStarted);
+        setCode(latest != nullptr ? HDGUIStatus::statusRunning : HDGUIStatus::statusNotStarted);
 }
 
 void StrategyRecorder::strategyModifiedCallback_(HAXPStrategy* strategy) {

@@ -31,7 +31,8 @@ public:
 /// A concrete run that counts the calls of its hooks.
 ///
 /// Once launched and given a directory its status follows the markers there: failed
-/// when a step failed, done when the last step is, running when something began.
+/// when a step failed, done when the last step is, running when something began, and
+/// the last one that began is the latest step.
 /// Otherwise codes are as a test sets them. Counting begins when it is made.
 class TestRun final : public HAXPExpRunBase {
 public:

@@ -1,0 +1,386 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include <tcl.h>
+
+#include "environment/errors/HEXAlgException.h"
+#include "environment/errors/HEXUserException.h"
+#include "environment/options/HATAttrSpec.h"
+#include "environment/options/HATOptGroup.h"
+#include "environment/options/HATOptGroupSpec.h"
+#include "environment/tcl/native_cache.h"
+#include "runs/base/xperiment/HAXPExpInfoBase.h"
+#include "runs/base/xperiment/HAXPExpRunBase.h"
+#include "runs/base/xperiment/HAXPExpRunStep.h"
+#include "runs/base/xperiment/HAXPFlow.h"
+#include "runs/base/xperiment/HAXPFlowStep.h"
+#include "runs/base/xperiment/HAXPFlowStepOptions.h"
+#include "runs/base/xperiment/HAXPStrategy.h"
+#include "runs/base/xperiment/HDGUIStatus.h"
+#include "tests/support/RunDir.h"
+#include "tests/support/drained.h"
+#include "tests/support/thrownText.h"
+
+/// What every concrete run class must keep, whatever tools it drives.
+///
+/// A class is put to it by a Maker and one line in a source file:
+///
+///     struct MyRunMaker {
+///         const HAXPFlow* flow();   // three default steps or more, all usable
+///         std::unique_ptr<HAXPExpRunBase> make(const std::string& name,
+///                                              const HAXPStrategy* strategy);
+///         bool isDirty(const HAXPExpRunBase& run) const;   // since clearDirty()
+///         void clearDirty(HAXPExpRunBase& run) const;
+///     };
+///     INSTANTIATE_TYPED_TEST_SUITE_P(MyRun, RunConformance, MyRunMaker);
+///
+/// The Maker lives longer than its runs.
+template <class Maker> class RunConformance : public ::testing::Test {
+protected:
+    using Steps = std::vector<HAXPExpRunStep*>;
+    using Ids = std::vector<std::string>;
+
+    RunConformance() { m_run = make("run_1"); }
+
+    std::unique_ptr<HAXPExpRunBase> make(const std::string& name) {
+        const HAXPStrategy defaults(m_maker.flow());
+        auto run = m_maker.make(name, &defaults);
+        m_maker.clearDirty(*run);
+        return run;
+    }
+    Steps steps() const { return test::drained(m_run->createRunStepIter()); }
+    static std::string idOf(const HAXPExpRunStep& step) {
+        return step.getFlowStep()->getFlowStepId();
+    }
+    Ids ids() const {
+        Ids ids;
+        for (const HAXPExpRunStep* step : steps())
+            ids.push_back(idOf(*step));
+        return ids;
+    }
+    Ids entryIds() const {
+        Ids ids;
+        for (const HAXPFlowStepOptions* entry :
+             test::drained(m_run->getStrategy()->createFlowStepOptionsIter()))
+            ids.push_back(entry->getOptGrpId());
+        return ids;
+    }
+
+    /// Makes the folder the directory of a launched run.
+    void launch() {
+        m_run->setRunDir(m_dir.path(), false);
+        m_run->setRunMode(HAXPExpRunBase::kLaunched);
+    }
+    static std::string marker(const HAXPExpRunStep& step, const std::string& kind) {
+        return "." + step.getFlowStep()->getStatusTrackingStr() + "." + kind + ".rst";
+    }
+    void mark(const HAXPExpRunStep& step, const std::string& kind) const {
+        m_dir.mark(marker(step, kind));
+    }
+    void markDone(const HAXPExpRunStep& step) const {
+        mark(step, "begin");
+        mark(step, "end");
+    }
+    /// The code of the run, or of a step, as the directory tells now.
+    int poll() {
+        m_run->updateStatus();
+        return m_run->getStatus()->getCode();
+    }
+    int poll(const HAXPExpRunStep& step) {
+        m_run->updateStatus();
+        return step.getStatus()->getCode();
+    }
+    std::string runDir() const {
+        std::string dir;
+        m_run->getRunDir(dir);
+        return dir;
+    }
+    /// A strategy of the run's flow without its last step.
+    std::unique_ptr<HAXPStrategy> shortened() {
+        auto strategy = std::make_unique<HAXPStrategy>(m_maker.flow());
+        strategy->removeStep(ids().back());
+        strategy->setName("short");
+        strategy->setDescription("Without the last step");
+        return strategy;
+    }
+
+    Maker m_maker;
+    test::RunDir m_dir;
+    std::unique_ptr<HAXPExpRunBase> m_run;
+};
+
+TYPED_TEST_SUITE_P(RunConformance);
+
+// Construction ---------------------------------------------------------------
+
+TYPED_TEST_P(RunConformance, HasItsParts) {
+    ASSERT_NE(this->m_run->getExpInfoBase(), nullptr);
+    ASSERT_NE(this->m_run->getStatus(), nullptr);
+    ASSERT_NE(this->m_run->getStrategy(), nullptr);
+    EXPECT_EQ(this->m_run->getName(), "run_1");
+    EXPECT_EQ(this->m_run->getExpInfoBase()->getRun(), this->m_run.get());
+    EXPECT_EQ(this->m_run->getStrategy()->getFlow(), this->m_maker.flow());
+}
+
+TYPED_TEST_P(RunConformance, StartsNeitherLaunchedNorActivated) {
+    EXPECT_EQ(this->m_run->getRunMode(), HAXPExpRunBase::kNotLaunched);
+    EXPECT_FALSE(this->m_run->isActivated());
+    EXPECT_EQ(this->runDir(), "");
+    EXPECT_EQ(this->m_run->getLatestStep(), nullptr);
+    EXPECT_EQ(this->m_run->getStatus()->getCode(), HDGUIStatus::statusNotStarted);
+    EXPECT_FALSE(this->m_run->needsReset());
+}
+
+TYPED_TEST_P(RunConformance, RefusesANullStrategy) {
+    EXPECT_EQ(test::thrownText<HEXAlgException>([this] { this->m_maker.make("run_2", nullptr); }),
+              "ExpRun: null strategy");
+}
+
+TYPED_TEST_P(RunConformance, HasAStepForEachOfItsStrategy) {
+    EXPECT_GE(this->ids().size(), 3U) << "the suite needs a few";
+    EXPECT_EQ(this->ids(), this->entryIds());
+}
+
+TYPED_TEST_P(RunConformance, HasStepsOverItsOwnGroups) {
+    const auto entries = test::drained(this->m_run->getStrategy()->createFlowStepOptionsIter());
+    const auto steps = this->steps();
+    ASSERT_EQ(steps.size(), entries.size());
+    for (std::size_t i = 0; i < steps.size(); ++i) {
+        EXPECT_EQ(steps[i]->getOptions(), entries[i]->getOptions());
+        EXPECT_EQ(steps[i]->getAttrs(), entries[i]->getAttrs());
+    }
+}
+
+TYPED_TEST_P(RunConformance, HoldsAnInternalCopyOfItsStrategy) {
+    const auto strategy = this->shortened();
+    const auto run = this->m_maker.make("run_2", strategy.get());
+    EXPECT_NE(run->getStrategy(), strategy.get());
+    EXPECT_TRUE(run->getStrategy()->isInternal());
+    EXPECT_EQ(run->getStrategy()->getName(), "short");
+    EXPECT_EQ(run->getDescription(), "Without the last step");
+    strategy->nukeVecs();
+    EXPECT_EQ(run->getStrategy()->stepCount(), static_cast<int>(this->ids().size()) - 1);
+}
+
+TYPED_TEST_P(RunConformance, HasStepsThatAreNotStarted) {
+    for (const HAXPExpRunStep* step : this->steps()) {
+        EXPECT_EQ(step->getStatus()->getCode(), HDGUIStatus::statusNotStarted);
+        EXPECT_FALSE(step->isStale());
+    }
+}
+
+// Status of steps ------------------------------------------------------------
+
+TYPED_TEST_P(RunConformance, FollowsTheMarkersOfEachStep) {
+    this->launch();
+    for (const HAXPExpRunStep* step : this->steps()) {
+        SCOPED_TRACE(this->idOf(*step));
+        EXPECT_EQ(this->poll(*step), HDGUIStatus::statusNotStarted);
+        this->mark(*step, "begin");
+        EXPECT_EQ(this->poll(*step), HDGUIStatus::statusRunning);
+        this->mark(*step, "error");
+        EXPECT_EQ(this->poll(*step), HDGUIStatus::statusError);
+        this->mark(*step, "end");
+        EXPECT_EQ(this->poll(*step), HDGUIStatus::statusDone);
+    }
+}
+
+TYPED_TEST_P(RunConformance, ForgetsAStepWhoseMarkersAreGone) {
+    this->launch();
+    const HAXPExpRunStep& first = *this->steps().front();
+    this->markDone(first);
+    EXPECT_EQ(this->poll(first), HDGUIStatus::statusDone);
+    this->m_dir.unmark(this->marker(first, "begin"));
+    this->m_dir.unmark(this->marker(first, "end"));
+    EXPECT_EQ(this->poll(first), HDGUIStatus::statusNotStarted);
+}
+
+TYPED_TEST_P(RunConformance, LooksAtNoMarkerBeforeItIsLaunched) {
+    for (const HAXPExpRunStep* step : this->steps())
+        this->markDone(*step);
+    this->m_run->setRunDir(this->m_dir.path(), false);
+    EXPECT_EQ(this->poll(), HDGUIStatus::statusNotStarted);
+    EXPECT_EQ(this->poll(*this->steps().front()), HDGUIStatus::statusNotStarted);
+}
+
+TYPED_TEST_P(RunConformance, TouchesNoFileWithoutADirectory) {
+    this->m_run->setRunMode(HAXPExpRunBase::kLaunched);
+    EXPECT_EQ(this->poll(), HDGUIStatus::statusNotStarted);
+    for (const HAXPExpRunStep* step : this->steps())
+        EXPECT_FALSE(this->m_run->isANonInitStep(step));
+}
+
+TYPED_TEST_P(RunConformance, TakesAMissingDirectoryForAnEmptyOne) {
+    this->launch();
+    this->m_run->setRunDir(this->m_dir.path("gone"), false);
+    EXPECT_EQ(this->poll(), HDGUIStatus::statusNotStarted);
+}
+
+// Status of the run ----------------------------------------------------------
+
+TYPED_TEST_P(RunConformance, IsNotStartedInAnEmptyDirectory) {
+    this->launch();
+    EXPECT_EQ(this->poll(), HDGUIStatus::statusNotStarted);
+    EXPECT_EQ(this->m_run->getLatestStep(), nullptr);
+}
+
+TYPED_TEST_P(RunConformance, RunsWhileAStepRuns) {
+    this->launch();
+    this->mark(*this->steps()[0], "begin");
+    EXPECT_EQ(this->poll(), HDGUIStatus::statusRunning);
+}
+
+TYPED_TEST_P(RunConformance, FailsWithAStep) {
+    this->launch();
+    this->markDone(*this->steps()[0]);
+    this->mark(*this->steps()[1], "begin");
+    this->mark(*this->steps()[1], "error");
+    EXPECT_EQ(this->poll(), HDGUIStatus::statusError);
+}
+
+TYPED_TEST_P(RunConformance, IsDoneWithEveryStep) {
+    this->launch();
+    for (const HAXPExpRunStep* step : this->steps())
+        this->markDone(*step);
+    EXPECT_EQ(this->poll(), HDGUIStatus::statusDone);
+    EXPECT_FALSE(this->m_run->canLaunchNextStep());
+    EXPECT_TRUE(this->m_run->needsReset());
+}
+
+TYPED_TEST_P(RunConformance, KnowsTheStepThatWasStartedLast) {
+    this->launch();
+    this->markDone(*this->steps()[0]);
+    this->mark(*this->steps()[1], "begin");
+    this->m_run->updateStatus();
+    EXPECT_EQ(this->m_run->getLatestStep(), this->steps()[1]);
+}
+
+TYPED_TEST_P(RunConformance, GoesOnBehindTheLastDoneStep) {
+    this->launch();
+    this->markDone(*this->steps()[0]);
+    this->m_run->updateStatus();
+    EXPECT_EQ(this->m_run->getLastDoneStep(), this->steps()[0]);
+    EXPECT_EQ(this->m_run->getEffectiveNextStep(), this->steps()[1]);
+    EXPECT_TRUE(this->m_run->isPartiallyDone());
+}
+
+TYPED_TEST_P(RunConformance, SetsTheStatusOfAStepOrOfItself) {
+    this->m_run->setRunStatus(this->steps()[1], HDGUIStatus::statusQueued);
+    EXPECT_EQ(this->steps()[1]->getStatus()->getCode(), HDGUIStatus::statusQueued);
+    this->m_run->setRunStatus(nullptr, HDGUIStatus::statusQueued);
+    EXPECT_EQ(this->m_run->getStatus()->getCode(), HDGUIStatus::statusQueued);
+}
+
+TYPED_TEST_P(RunConformance, ChangesNothingElseByAPoll) {
+    this->launch();
+    this->markDone(*this->steps()[0]);
+    this->m_run->updateStatus();
+    EXPECT_EQ(this->m_run->getRunMode(), HAXPExpRunBase::kLaunched);
+    EXPECT_EQ(this->runDir(), this->m_dir.path());
+    EXPECT_FALSE(this->m_run->isActivated());
+    EXPECT_FALSE(this->m_maker.isDirty(*this->m_run));
+}
+
+TYPED_TEST_P(RunConformance, IsNotDirtyByWhatTheDiskTells) {
+    this->launch();
+    this->markDone(*this->steps()[0]);
+    this->m_run->updateRun();
+    this->m_run->setRunDir(this->m_dir.path(), true);
+    this->m_run->checkToActivateRun();
+    EXPECT_TRUE(this->m_run->isActivated());
+    this->m_run->deactivateRun();
+    EXPECT_FALSE(this->m_run->isActivated());
+    EXPECT_FALSE(this->m_maker.isDirty(*this->m_run));
+}
+
+// Changes --------------------------------------------------------------------
+
+TYPED_TEST_P(RunConformance, IsDirtyByAnOption) {
+    for (const HAXPExpRunStep* step : this->steps()) {
+        for (const auto& spec : step->getOptions()->getOptionsSpec()->getAttrSpecs()) {
+            if (spec->getAttrType() != HATAttrTypes::kBool)
+                continue;
+            step->getOptions()->setBoolVal(spec.get(), !spec->getBoolDefault(), true);
+            EXPECT_TRUE(this->m_maker.isDirty(*this->m_run));
+            return;
+        }
+    }
+    FAIL() << "the flow has no bool option to try";
+}
+
+TYPED_TEST_P(RunConformance, IsDirtyByItsNameAndDescription) {
+    this->m_run->setDescription("quietly", false);
+    EXPECT_FALSE(this->m_maker.isDirty(*this->m_run));
+    this->m_run->setDescription("text", true);
+    EXPECT_TRUE(this->m_maker.isDirty(*this->m_run));
+    this->m_maker.clearDirty(*this->m_run);
+    this->m_run->renameRun("run_2");
+    EXPECT_TRUE(this->m_maker.isDirty(*this->m_run));
+    EXPECT_EQ(this->m_run->getName(), "run_2");
+}
+
+TYPED_TEST_P(RunConformance, AppliesAStrategy) {
+    const auto strategy = this->shortened();
+    auto expected = this->ids();
+    expected.pop_back();
+    this->m_run->applyStrategy(strategy.get());
+    EXPECT_EQ(this->ids(), expected);
+    EXPECT_EQ(this->entryIds(), expected);
+    EXPECT_TRUE(this->m_maker.isDirty(*this->m_run));
+    EXPECT_EQ(test::thrownText<HEXAlgException>([this] { this->m_run->applyStrategy(nullptr); }),
+              "Can't apply null strategy to run");
+}
+
+TYPED_TEST_P(RunConformance, AddsAStepOfItsFlowOnce) {
+    const auto all = this->ids();
+    const HAXPFlowStep* last = this->steps().back()->getFlowStep();
+    this->m_run->applyStrategy(this->shortened().get());
+    this->m_maker.clearDirty(*this->m_run);
+    this->m_run->addStep(last, true, false);
+    EXPECT_EQ(this->ids(), all);
+    EXPECT_EQ(this->entryIds(), all);
+    EXPECT_TRUE(this->m_maker.isDirty(*this->m_run));
+    EXPECT_EQ(test::thrownText<HEXUserException>([&] { this->m_run->addStep(last, true, false); }),
+              "Step '" + all.back() +
+                  "' can't be added to run 'run_1': Step already included in run");
+    EXPECT_EQ(this->ids(), all);
+}
+
+TYPED_TEST_P(RunConformance, HasNoStaleReasonsBeforeItIsLaunched) {
+    this->m_run->getExpInfoBase()->updStaleReasons();
+    EXPECT_FALSE(this->m_run->getExpInfoBase()->isStale());
+    EXPECT_EQ(this->m_run->getFirstStaleStep(), nullptr);
+}
+
+TYPED_TEST_P(RunConformance, MakesItsScriptHandleInvalidWhenItGoes) {
+    using Handles = mqi::tcltasks::native_cache<HAXPExpRunBase*>;
+    Tcl_Interp* const interp = Tcl_CreateInterp();
+    Tcl_Obj* const handle = Handles::get_obj(this->m_run.get(), "run_1");
+    Handles::incr_refcount(handle);
+    EXPECT_EQ(Handles::get_native(handle), this->m_run.get());
+    this->m_run.reset();
+    EXPECT_TRUE(Handles::is_invalid(handle));
+    Handles::decr_refcount(handle);
+    Tcl_DeleteInterp(interp);
+}
+
+REGISTER_TYPED_TEST_SUITE_P(RunConformance, HasItsParts, StartsNeitherLaunchedNorActivated,
+                            RefusesANullStrategy, HasAStepForEachOfItsStrategy,
+                            HasStepsOverItsOwnGroups, HoldsAnInternalCopyOfItsStrategy,
+                            HasStepsThatAreNotStarted, FollowsTheMarkersOfEachStep,
+                            ForgetsAStepWhoseMarkersAreGone, LooksAtNoMarkerBeforeItIsLaunched,
+                            TouchesNoFileWithoutADirectory, TakesAMissingDirectoryForAnEmptyOne,
+                            IsNotStartedInAnEmptyDirectory, RunsWhileAStepRuns, FailsWithAStep,
+                            IsDoneWithEveryStep, KnowsTheStepThatWasStartedLast,
+                            GoesOnBehindTheLastDoneStep, SetsTheStatusOfAStepOrOfItself,
+                            ChangesNothingElseByAPoll, IsNotDirtyByWhatTheDiskTells,
+                            IsDirtyByAnOption, IsDirtyByItsNameAndDescription, AppliesAStrategy,
+                            AddsAStepOfItsFlowOnce, HasNoStaleReasonsBeforeItIsLaunched,
+                            MakesItsScriptHandleInvalidWhenItGoes);
