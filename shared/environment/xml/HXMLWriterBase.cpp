@@ -86,14 +86,26 @@ void HXMLWriterBase::wrOptGroup(const std::string& tag, const HATOptGroup* group
 }
 
 void HXMLWriterBase::closeDoc() {
+    save_(false);
+}
+
+bool HXMLWriterBase::closeNewDoc() {
+    return save_(true);
+}
+
+bool HXMLWriterBase::save_(bool asNew) {
     if (m_saved)
-        return;
+        return true;
     if (m_document.empty())
         m_document = finish_();
     try {
-        HUTFileUtils::replaceFile(getDocumentName(), m_document);
+        if (!asNew)
+            HUTFileUtils::replaceFile(getDocumentName(), m_document);
+        else if (!HUTFileUtils::createFile(getDocumentName(), m_document))
+            return false;
     } catch (const HEXUserException& error) {
         throw HXMLException(error.what());
     }
     m_saved = true;
+    return true;
 }

@@ -50,7 +50,14 @@ public:
     /// another call tries again.
     void closeDoc();
 
+    /// The same for a name that must be new: false, with nothing saved, when
+    /// anything of that name is there. Of several processes that save one name at
+    /// a time exactly one gets true.
+    bool closeNewDoc();
+
 private:
+    bool save_(bool asNew);
+
     /// The whole document, once it is ended.
     std::string m_document;
     bool m_saved = false;
