@@ -118,27 +118,33 @@ private:
         return status;
     }
 
+    /// Whether the synthesis of `run` failed, which is told.
+    static bool isLeftOut_(const Project& project, const HAXPExpRun& run, ProgressLine& line) {
+        const HAXPExpRun* synthesis = project.getSynthesisOf(run);
+        if (synthesis == nullptr || !hasFailed(*synthesis))
+            return false;
+        line.say(fmt::format("{}: not launched, its synthesis {} failed", run.getName(),
+                             synthesis->getName()));
+        return true;
+    }
+
     static int launchAll_(Project& project, const RunPlan& plan) {
         tellUpToDate_(plan);
         const Interrupt interrupt;
         ProgressLine line;
         RunWatch watch(line);
         int status = kExitDone;
-        for (std::size_t i = 0; i < plan.launches.size(); ++i) {
-            HAXPExpRun* run = plan.launches[i];
-            const HAXPExpRun* synthesis = project.getSynthesisOf(*run);
-            if (synthesis != nullptr && hasFailed(*synthesis)) {
-                line.say(fmt::format("{}: not launched, its synthesis {} failed", run->getName(),
-                                     synthesis->getName()));
+        for (auto next = plan.launches.begin(); next != plan.launches.end(); ++next) {
+            HAXPExpRun& run = **next;
+            if (isLeftOut_(project, run, line))
                 continue;
-            }
-            watch.setCount(fmt::format("[{}/{}]", i + 1, plan.launches.size()));
-            LocalLauncher(project).launch(*run);
-            if (watch.watch({run}, interrupt) == RunWatch::kInterrupted)
-                return tellInterrupted({run},
-                                       Runs(plan.launches.begin() + i + 1, plan.launches.end()));
-            if (!isDone(*run)) {
-                tellError(failureText(*run));
+            watch.setCount(
+                fmt::format("[{}/{}]", next - plan.launches.begin() + 1, plan.launches.size()));
+            LocalLauncher(project).launch(run);
+            if (watch.watch({&run}, interrupt) == RunWatch::kInterrupted)
+                return tellInterrupted({&run}, Runs(next + 1, plan.launches.end()));
+            if (!isDone(run)) {
+                tellError(failureText(run));
                 status = kExitRunFailed;
             }
         }

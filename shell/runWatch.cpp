@@ -23,7 +23,9 @@ namespace shell {
 namespace {
 
 constexpr int kPollMs = 100;
-/// Enough for a step's last words; a table of the placer is longer.
+/// As far back as the pass is looked for that yosys is in.
+constexpr std::size_t kProgressLines = 400;
+/// Enough for a step's last words.
 constexpr std::size_t kTailLines = 40;
 constexpr std::size_t kFailureLines = 12;
 
@@ -99,7 +101,7 @@ std::string RunWatch::lineFor_(const HAXPExpRun& run, std::size_t others) const 
     if (others > 0)
         line += fmt::format(" (+{} more)", others);
     std::string ignored;
-    const std::string telling = lastTellingLine(lastLines(logPath(run), kTailLines, ignored));
+    const std::string telling = lastTellingLine(lastLines(logPath(run), kProgressLines, ignored));
     return telling.empty() ? line : line + "  " + telling;
 }
 

@@ -32,6 +32,16 @@ setup_file() {
     <<<"$output")" = '(True, True)' ]
 }
 
+@test "the project file fits its schema before and after a launch" {
+  command -v xmllint >/dev/null || skip 'no xmllint here'
+  new_project --define N=3 --include .
+  "$xp" -C proj create synth_1 --flow synth --set abc9=true
+  "$xp" -C proj create impl_1 --flow impl --to route
+  xmllint --noout --nonet --schema "$source_dir/data/schemas/project.xsd" proj/project.xml
+  "$xp" -C proj launch
+  xmllint --noout --nonet --schema "$source_dir/data/schemas/project.xsd" proj/project.xml
+}
+
 @test "off a terminal each step is told in one line, without an escape byte" {
   new_project_with_runs
   run -0 --separate-stderr "$xp" -C proj launch

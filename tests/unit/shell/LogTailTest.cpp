@@ -69,6 +69,25 @@ TEST(TellingLineTest, IsTheLastWithWords) {
               "2.16. Executing SHARE pass");
 }
 
+TEST(TellingLineTest, IsThePassThatYosysIsIn) {
+    EXPECT_EQ(shell::lastTellingLine({"2.16. Executing SHARE pass", "ABC: + strash", "done"}),
+              "2.16. Executing SHARE pass");
+}
+
+TEST(TellingLineTest, IsTheNumberOfArcsThatAreLeft) {
+    EXPECT_EQ(shell::lastTellingLine(
+                  {"Info: Routing 4983 arcs.",
+                   "Info:    IterCnt |  w/ripup   wo/ripup |  w/r  wo/r |      arcs| batch(sec)",
+                   "Info:       1000 |       17        982 |   17   982 |      4001|       0.12"}),
+              "arcs left to route: 4001");
+}
+
+TEST(TellingLineTest, PassesOverCommandsAndAsides) {
+    EXPECT_EQ(shell::lastTellingLine({"Info: Packing LUT-FFs..", "Command: nextpnr-ice40 --hx8k",
+                                      "<suppressed ~4 debug messages>"}),
+              "Packing LUT-FFs..");
+}
+
 TEST(TellingLineTest, PassesOverFramesOfTables) {
     EXPECT_EQ(shell::lastTellingLine({"Info: Routing 80 arcs.", "| IterID | arcs |", "+----+"}),
               "Routing 80 arcs.");
