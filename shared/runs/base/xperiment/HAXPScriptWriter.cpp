@@ -295,8 +295,7 @@ void HAXPScriptWriter::copyHelperScripts() {
 
 void HAXPScriptWriter::openOstrs() {
     const std::string runDir = dirOf(m_run);
-    // Files that a failed generation left open are written before those of this one.
-    m_streams.reset();
+    // Files that a failed generation left open are written now, before those of this one.
     m_streams = std::make_unique<Streams>(runDir);
     std::string bat = fill(
         kBatHead, {{"product", HUTEnv::getProductName()}, {"copyright", HUTEnv::getCopyRight()}});

@@ -12,10 +12,11 @@ namespace xperiment {
 namespace {
 
 bool isInPrependedPath(const std::string& name) {
+    const std::string tail = HUTFile::getDirSeparator() + name;
     HSTStrTokenizer dirs(environment("KPX_PREPEND_PATH"), ":", false);
-    std::string dir;
-    while (dirs.next(dir)) {
-        if (HUTFork::progExists(dir + HUTFile::getDirSeparator() + name))
+    std::string path;
+    while (dirs.next(path)) {
+        if (HUTFork::progExists(path += tail))
             return true;
     }
     return false;

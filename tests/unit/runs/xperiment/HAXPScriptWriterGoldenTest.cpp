@@ -91,156 +91,153 @@ protected:
 struct Case {
     const char* name;
     void (*prepare)(ScriptGolden& test);
-    std::string words;
+    const char* words;
 };
 
 std::ostream& operator<<(std::ostream& os, const Case& row) {
     return os << row.name;
 }
 
-const std::vector<Case>& cases() {
-    static const std::vector<Case> s_cases = {
-        {"nothing_set",
-         [](ScriptGolden& t) {
-             t.m_env.unset("KPX_BINROOT");
-             t.addStep("synth");
-         },
-         "synth\n"},
-        {"all_set",
-         [](ScriptGolden& t) {
-             t.m_env.set("KPX_PREPEND_PATH", "/opt/first/bin:/opt/second/bin");
-             t.m_env.set("KPX_PREPEND_LD_LIBRARY_PATH", "/opt/first/lib");
-             t.m_env.set("ORVANE_HLS", "/opt/hls");
-             t.m_env.set("ORVANE_TARNEL_HLS", "/opt/tarnel_hls");
-             t.addProgram("cscript.exe");
-             t.addStep("synth");
-             t.set("synth", "flag", "true");
-             t.set("synth", "level", "7");
-             t.set("synth", "part", "up 5k");
-             t.set("synth", "define", "A=1 B=2");
-             t.set("synth", "effort", "high");
-             t.set("synth", "in", "top.v");
-             t.set("synth", "source", "extra.v");
-         },
-         "synth[-flag][-level][7][-part][up][5k][-D][A=1][-D][B=2][-effort][high][-in][top.v]"
-         "[extra.v]\n"},
-        {"hls",
-         [](ScriptGolden& t) {
-             t.m_installation.setProductName("zBuild");
-             t.m_env.set("ORVANE_HLS", "/opt/hls");
-             t.m_env.set("ORVANE_TARNEL_HLS", "/opt/tarnel_hls");
-             t.addStep("synth");
-         },
-         "synth\n"},
-        {"hls_fallback",
-         [](ScriptGolden& t) {
-             t.m_installation.setProductName("K++");
-             t.m_env.unset("KPX_BINROOT");
-             t.m_env.set("ORVANE_HLS", "");
-             t.m_env.set("ORVANE_TARNEL_HLS", "/opt/tarnel_hls");
-             t.addStep("synth");
-         },
-         "synth\n"},
-        {"hooks",
-         [](ScriptGolden& t) {
-             t.dataMgr().jsPre = "var First = 1;\nvar Second = 2;";
-             t.dataMgr().shPre = "MQ_MARK=pre\nexport MQ_MARK";
-             t.dataMgr().htrPre = "# set MQ_MARK first";
-             t.dataMgr().jsPost = "var Last = First + Second;";
-             t.dataMgr().shPost = "echo over >> $MQ_LOG";
-             t.addStep("synth");
-         },
-         "synth\n"},
-        {"htr_hook_only",
-         [](ScriptGolden& t) {
-             t.dataMgr().htrPre = "# needs a licence";
-             t.addStep("synth");
-         },
-         "synth\n"},
-        {"blanks",
-         [](ScriptGolden& t) {
-             t.addStep("first", "tool");
-             t.addStep("second", "tool");
-             t.addStep("third", "Other9");
-             t.set("first", "in", "my source.v");
-             t.set("first", "out", "plain.v");
-             t.set("first", "source", "/the/other source.v");
-             t.set("second", "in", "again here.v");
-             t.set("third", "part", "two words");
-             t.set("third", "in", " ");
-         },
-         "tool[-in][my source.v][-out][plain.v][/the/other source.v]\n"
-         "tool[-in][again here.v]\n"
-         "Other9[-part][two][words][-in][ ]\n"},
-        {"quotes",
-         [](ScriptGolden& t) {
-             test::ScriptStep& tool = t.addStep("tool");
-             tool.pre = "-mode \"a\\b\"";
-             tool.post = "\"done\"";
-             t.set("tool", "part", "\"up 5k\"");
-             t.set("tool", "define", "N=\\\"1\\\"");
-             t.set("tool", "in", "C:\\my files\\a.v");
-             t.set("tool", "out", "C:\\a");
-         },
-         // The shell takes the one backslash outside quotes away.
-         "tool[-mode][a\\b][-part][up 5k][-D][N=\"1\"][-in][C:\\my files\\a.v][-out][C:a][done]\n"},
-        {"commented",
-         [](ScriptGolden& t) {
-             t.addStep("synth");
-             t.addStep("place");
-             t.addStep("route");
-             t.run().setCode("synth", kDone);
-             t.run().setCode("place", kFailed);
-             t.set("place", "in", "a b.v");
-         },
-         "route\n"},
-        {"no_options",
-         [](ScriptGolden& t) {
-             t.addStep("tool").setCmdLineOptions(false);
-             test::ScriptStep& other = t.addStep("other");
-             other.setCmdLineOptions(false);
-             other.pre = "-a";
-             other.post = "-z";
-             t.set("tool", "level", "9");
-             t.set("other", "in", "a b.v");
-         },
-         "tool\nother[-a][-z]\n"},
-        {"all_done",
-         [](ScriptGolden& t) {
-             t.addStep("synth");
-             t.addStep("place");
-             t.run().setCode("synth", kDone);
-             t.run().setCode("place", kDone);
-         },
-         ""},
-        {"to_before_first",
-         [](ScriptGolden& t) {
-             t.addStep("synth");
-             t.addStep("place");
-             t.run().setCode("synth", kDone);
-             t.run().setToStepId("synth");
-         },
-         ""},
-        {"to_unwritten",
-         [](ScriptGolden& t) {
-             t.addStep("synth").writeToRunScript(false);
-             t.addStep("place");
-             t.addStep("route").writeToRunScript(false);
-             t.addStep("bits");
-             t.run().setToStepId("ROUTE");
-         },
-         "place\n"},
-        {"disabled_step",
-         [](ScriptGolden& t) {
-             t.addStep("synth");
-             t.addStep("place");
-             t.addStep("route");
-             t.run().setEnabled("place", false);
-         },
-         "synth\nplace\nroute\n"},
-    };
-    return s_cases;
-}
+constexpr Case kCases[] = {
+    {"nothing_set",
+     [](ScriptGolden& t) {
+         t.m_env.unset("KPX_BINROOT");
+         t.addStep("synth");
+     },
+     "synth\n"},
+    {"all_set",
+     [](ScriptGolden& t) {
+         t.m_env.set("KPX_PREPEND_PATH", "/opt/first/bin:/opt/second/bin");
+         t.m_env.set("KPX_PREPEND_LD_LIBRARY_PATH", "/opt/first/lib");
+         t.m_env.set("ORVANE_HLS", "/opt/hls");
+         t.m_env.set("ORVANE_TARNEL_HLS", "/opt/tarnel_hls");
+         t.addProgram("cscript.exe");
+         t.addStep("synth");
+         t.set("synth", "flag", "true");
+         t.set("synth", "level", "7");
+         t.set("synth", "part", "up 5k");
+         t.set("synth", "define", "A=1 B=2");
+         t.set("synth", "effort", "high");
+         t.set("synth", "in", "top.v");
+         t.set("synth", "source", "extra.v");
+     },
+     "synth[-flag][-level][7][-part][up][5k][-D][A=1][-D][B=2][-effort][high][-in][top.v]"
+     "[extra.v]\n"},
+    {"hls",
+     [](ScriptGolden& t) {
+         t.m_installation.setProductName("zBuild");
+         t.m_env.set("ORVANE_HLS", "/opt/hls");
+         t.m_env.set("ORVANE_TARNEL_HLS", "/opt/tarnel_hls");
+         t.addStep("synth");
+     },
+     "synth\n"},
+    {"hls_fallback",
+     [](ScriptGolden& t) {
+         t.m_installation.setProductName("K++");
+         t.m_env.unset("KPX_BINROOT");
+         t.m_env.set("ORVANE_HLS", "");
+         t.m_env.set("ORVANE_TARNEL_HLS", "/opt/tarnel_hls");
+         t.addStep("synth");
+     },
+     "synth\n"},
+    {"hooks",
+     [](ScriptGolden& t) {
+         t.dataMgr().jsPre = "var First = 1;\nvar Second = 2;";
+         t.dataMgr().shPre = "MQ_MARK=pre\nexport MQ_MARK";
+         t.dataMgr().htrPre = "# set MQ_MARK first";
+         t.dataMgr().jsPost = "var Last = First + Second;";
+         t.dataMgr().shPost = "echo over >> $MQ_LOG";
+         t.addStep("synth");
+     },
+     "synth\n"},
+    {"htr_hook_only",
+     [](ScriptGolden& t) {
+         t.dataMgr().htrPre = "# needs a licence";
+         t.addStep("synth");
+     },
+     "synth\n"},
+    {"blanks",
+     [](ScriptGolden& t) {
+         t.addStep("first", "tool");
+         t.addStep("second", "tool");
+         t.addStep("third", "Other9");
+         t.set("first", "in", "my source.v");
+         t.set("first", "out", "plain.v");
+         t.set("first", "source", "/the/other source.v");
+         t.set("second", "in", "again here.v");
+         t.set("third", "part", "two words");
+         t.set("third", "in", " ");
+     },
+     "tool[-in][my source.v][-out][plain.v][/the/other source.v]\n"
+     "tool[-in][again here.v]\n"
+     "Other9[-part][two][words][-in][ ]\n"},
+    {"quotes",
+     [](ScriptGolden& t) {
+         test::ScriptStep& tool = t.addStep("tool");
+         tool.pre = "-mode \"a\\b\"";
+         tool.post = "\"done\"";
+         t.set("tool", "part", "\"up 5k\"");
+         t.set("tool", "define", "N=\\\"1\\\"");
+         t.set("tool", "in", "C:\\my files\\a.v");
+         t.set("tool", "out", "C:\\a");
+     },
+     // The shell takes the one backslash outside quotes away.
+     "tool[-mode][a\\b][-part][up 5k][-D][N=\"1\"][-in][C:\\my files\\a.v][-out][C:a][done]\n"},
+    {"commented",
+     [](ScriptGolden& t) {
+         t.addStep("synth");
+         t.addStep("place");
+         t.addStep("route");
+         t.run().setCode("synth", kDone);
+         t.run().setCode("place", kFailed);
+         t.set("place", "in", "a b.v");
+     },
+     "route\n"},
+    {"no_options",
+     [](ScriptGolden& t) {
+         t.addStep("tool").setCmdLineOptions(false);
+         test::ScriptStep& other = t.addStep("other");
+         other.setCmdLineOptions(false);
+         other.pre = "-a";
+         other.post = "-z";
+         t.set("tool", "level", "9");
+         t.set("other", "in", "a b.v");
+     },
+     "tool\nother[-a][-z]\n"},
+    {"all_done",
+     [](ScriptGolden& t) {
+         t.addStep("synth");
+         t.addStep("place");
+         t.run().setCode("synth", kDone);
+         t.run().setCode("place", kDone);
+     },
+     ""},
+    {"to_before_first",
+     [](ScriptGolden& t) {
+         t.addStep("synth");
+         t.addStep("place");
+         t.run().setCode("synth", kDone);
+         t.run().setToStepId("synth");
+     },
+     ""},
+    {"to_unwritten",
+     [](ScriptGolden& t) {
+         t.addStep("synth").writeToRunScript(false);
+         t.addStep("place");
+         t.addStep("route").writeToRunScript(false);
+         t.addStep("bits");
+         t.run().setToStepId("ROUTE");
+     },
+     "place\n"},
+    {"disabled_step",
+     [](ScriptGolden& t) {
+         t.addStep("synth");
+         t.addStep("place");
+         t.addStep("route");
+         t.run().setEnabled("place", false);
+     },
+     "synth\nplace\nroute\n"},
+};
 
 class ScriptGoldenTest : public ScriptGolden, public ::testing::WithParamInterface<Case> {
 protected:
@@ -261,7 +258,7 @@ TEST_P(ScriptGoldenTest, CallsThePrograms) {
     EXPECT_EQ(words(), GetParam().words);
 }
 
-INSTANTIATE_TEST_SUITE_P(Runs, ScriptGoldenTest, ::testing::ValuesIn(cases()),
+INSTANTIATE_TEST_SUITE_P(Runs, ScriptGoldenTest, ::testing::ValuesIn(kCases),
                          [](const auto& row) { return std::string(row.param.name); });
 
 /// Three steps that record their words.

@@ -256,7 +256,15 @@ class UnknownKindListingTest : public OptionListingTest,
                                public ::testing::WithParamInterface<Kind> {};
 
 TEST_P(UnknownKindListingTest, Throws) {
-    declare(m_spec, GetParam(), "option", "-o");
+    HATAttrSpec* option = declare(m_spec, GetParam(), "option", "-o");
+    const auto refusal = [this] { return thrownText<HEXAlgException>([this] { list(); }); };
+    EXPECT_EQ(refusal(), "unexpected attrType in HAXPUtils");
+    option->setAlwaysWrite(true);
+    EXPECT_EQ(refusal(), "unexpected attrType in HAXPUtils");
+}
+
+TEST_P(UnknownKindListingTest, ThrowsThoughItsInvokeTextIsEmpty) {
+    declare(m_spec, GetParam(), "tcl.pre", "");
     EXPECT_EQ(thrownText<HEXAlgException>([this] { list(); }), "unexpected attrType in HAXPUtils");
 }
 
@@ -459,6 +467,20 @@ TEST_F(GroupsTest, AgreeWhereOneListReadsAsTheOther) {
     m_a.setStrListVal(list, one, false);
     setValue(m_b, list, "a b");
     EXPECT_THAT(compare(m_a, m_b), ElementsAre());
+}
+
+TEST_F(GroupsTest, DifferWhereOneEnumValueIsDescribedInTwoWays) {
+    declare(m_spec, HATAttrTypes::kEnum, "effort", "");
+    HATOptGroupSpec otherSpec;
+    auto ownedSpec = std::make_unique<HATAttrSpec>(HATAttrTypes::kEnum, HATAttrSpec::kOption);
+    HATAttrSpec* other = ownedSpec.get();
+    other->setName("effort");
+    other->addEnumRange("0", "low", "Hardly any");
+    otherSpec.registerAttrSpec(ownedSpec.release(), "effort", "");
+    HATOptGroup b(&otherSpec);
+    b.setEnumVal(other, "low", false);
+    setValue(m_a, m_a.getAttrSpecByName("effort"), "low");
+    EXPECT_THAT(compare(m_a, b), ElementsAre("step.effort 'Hardly any' 'Little'"));
 }
 
 TEST_F(GroupsTest, ArePassedOverInTheirReports) {
