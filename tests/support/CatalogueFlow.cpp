@@ -12,6 +12,7 @@
 #include "runs/base/xperiment/HAXPMgr.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "tests/support/TestFlow.h"
+#include "tests/support/TestFlowStep.h"
 #include "tests/support/drain.h"
 
 namespace test {
@@ -29,7 +30,10 @@ HATAttrSpec& declareAttr(HATOptGroupSpec& spec, HATAttrTypes::AttrType type,
 }
 
 void addStep(HAXPFlow& flow, const std::string& id, bool isOptional) {
-    auto step = std::make_unique<TestFlowStep>(StepTraits::of(id));
+    auto step = std::make_unique<TestFlowStep>(id);
+    step->onConfigOptions = [](HATOptGroupSpec* options) { addEveryKind(*options); };
+    step->canDisable(true);
+    step->hasTclHooks(true);
     if (isOptional)
         flow.addOptionalFlowStep(step.get());
     else
