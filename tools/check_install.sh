@@ -13,9 +13,21 @@ cmake -S tests/install/consumer -B "$work/consumer" -G Ninja -DCMAKE_PREFIX_PATH
   -DCMAKE_BUILD_TYPE=Release > "$work/configure.log" || { cat "$work/configure.log"; exit 1; }
 cmake --build "$work/consumer"
 mkdir "$work/runs"
-LD_LIBRARY_PATH=$(dirname "$(find "$work/usr" -name 'libxperiment_runs.so')") \
-  "$work/consumer/consumer" "$work/runs"
-for name in environment runs; do
-  PKG_CONFIG_PATH=$(dirname "$(find "$work/usr" -name 'xperiment-runs.pc')") \
-    pkg-config --exists "xperiment-$name"
+"$work/consumer/consumer" "$work/runs"
+
+pc=$(dirname "$(find "$work/usr" -name xperiment-runs.pc)")
+for name in environment runs workbench; do
+  PKG_CONFIG_PATH=$pc pkg-config --exists --print-errors "xperiment-$name"
 done
+
+# The installed tools take a design to a bitstream, from a folder of any name.
+mv "$work/usr" "$work/moved tree"
+xp="$work/moved tree/bin/xp"
+design=$PWD/examples/blinky
+"$xp" new "$work/chip" --top blinky --source "$design/blinky.v" --constraints "$design/blinky.pcf" \
+  --device hx8k --package ct256 > "$work/xp.log" 2>&1 &&
+  "$xp" -C "$work/chip" create synth_1 --flow synth >> "$work/xp.log" 2>&1 &&
+  "$xp" -C "$work/chip" create impl_1 --flow impl >> "$work/xp.log" 2>&1 &&
+  "$xp" -C "$work/chip" launch >> "$work/xp.log" 2>&1 || { cat "$work/xp.log"; exit 1; }
+[ -s "$work/chip/runs/impl_1/blinky.bin" ] || { cat "$work/xp.log"; exit 1; }
+echo "installed xp: $(wc -c < "$work/chip/runs/impl_1/blinky.bin") bytes of bitstream"

@@ -12,6 +12,7 @@
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xperiment/HAXPUtilsBase.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
+#include "workbench/product.h"
 #include "workbench/runLock.h"
 
 namespace {
@@ -31,7 +32,7 @@ xp_clean() {
     esac
   done
 }
-xp_clean "$PATH"
+xp_clean '@BIN@':"$PATH"
 PATH=$xp_path
 export PATH
 xp_clean "$LD_LIBRARY_PATH"
@@ -63,11 +64,9 @@ std::string disabledSteps(const HAXPExpRunBase& run) {
     return names;
 }
 
-std::string takeLock() {
-    std::string text = kTakeLock;
-    const std::string mark = "@LOCK@";
-    text.replace(text.find(mark), mark.size(), workbench::kRunLockName);
-    return text;
+/// `text` with the one `mark` in it replaced.
+std::string filled(std::string text, const std::string& mark, const std::string& value) {
+    return text.replace(text.find(mark), mark.size(), value);
 }
 
 }  // namespace
@@ -86,8 +85,9 @@ void OpenDataMgr::scriptPreCmds_(HAXPExpRunBase* run, std::string& jsCmds, std::
     const std::string skip = disabledSteps(*run);
     const std::string queueMarker =
         ".'" + run->getStrategy()->getFlow()->getQueStr() + "'.queue.rst";
-    shCmds = kCleanPaths + takeLock() + "rm -f " + queueMarker + "\n" + kSkipVariable + "='" +
-             skip + "'\nexport " + kSkipVariable;
+    shCmds = filled(kCleanPaths, "@BIN@", workbench::binDir()) +
+             filled(kTakeLock, "@LOCK@", workbench::kRunLockName) + "rm -f " + queueMarker + "\n" +
+             kSkipVariable + "='" + skip + "'\nexport " + kSkipVariable;
     jsCmds = std::string("ProcEnv(\"") + kSkipVariable + "\") = \"" + skip + "\";";
     htrCmds.clear();
     if (!skip.empty())

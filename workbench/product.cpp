@@ -30,11 +30,22 @@ void declareInstallation() {
     HUTEnv::setInstallation(installation);
 }
 
-/// The generated scripts put these folders in front of the search path. Both are set,
-/// since an empty one would mean the current folder.
+/// Whether the head of a run script can carry `path`, which stands there unquoted.
+bool isPlain(const std::string& path) {
+    return path.find_first_of(" \t\n'\"\\$`*?[];&|<>()#~") == std::string::npos;
+}
+
+/// The generated scripts put these folders in front of the search path; both are set,
+/// since an empty one would mean the current folder. A folder that they can't carry
+/// reaches the tools by the pre-commands, which quote it, and by this process's own
+/// search path.
 void exportSearchPath(const std::string& dir) {
-    setenv("KPX_BINROOT", dir.c_str(), 1);
-    setenv("KPX_PREPEND_PATH", dir.c_str(), 0);
+    if (isPlain(dir)) {
+        setenv("KPX_BINROOT", dir.c_str(), 1);
+        setenv("KPX_PREPEND_PATH", dir.c_str(), 0);
+    }
+    const char* path = getenv("PATH");
+    setenv("PATH", (path == nullptr ? dir : dir + ":" + path).c_str(), 1);
 }
 
 }  // namespace
