@@ -41,19 +41,18 @@ struct StatColumn {
 };
 
 const std::vector<StatColumn>& tableStats() {
-    static const std::vector<StatColumn> s_stats{
+    static const std::vector<StatColumn> stats{
         {OpenStats::kLuts, "LUTs", "luts"},
         {OpenStats::kFmaxMhz, "Fmax MHz", "fmax_mhz"},
         {OpenStats::kWorstSlackNs, "Slack ns", "worst_slack_ns"},
         {OpenStats::kRunTime, "Seconds", "seconds"}};
-    return s_stats;
+    return stats;
 }
 
 const std::vector<StatColumn>& otherStats() {
-    static const std::vector<StatColumn> s_stats{
-        {OpenStats::kFlipFlops, "Flip-flops", "flip_flops"},
-        {OpenStats::kBlockRams, "Block RAMs", "block_rams"}};
-    return s_stats;
+    static const std::vector<StatColumn> stats{{OpenStats::kFlipFlops, "Flip-flops", "flip_flops"},
+                                               {OpenStats::kBlockRams, "Block RAMs", "block_rams"}};
+    return stats;
 }
 
 nlohmann::json statJson(const HAXPExpRun& run, const char* name) {

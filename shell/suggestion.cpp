@@ -45,7 +45,7 @@ int editDistance(const std::string& a, const std::string& b) {
 std::string suggestionFor(const std::string& typed, const std::vector<std::string>& known) {
     if (typed.empty())
         return {};
-    const std::string completion = completionOf(typed, known);
+    std::string completion = completionOf(typed, known);
     if (!completion.empty())
         return completion;
     std::string best;

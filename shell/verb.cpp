@@ -9,7 +9,7 @@ namespace shell {
 Verb::~Verb() = default;
 
 const std::vector<VerbEntry>& verbs() {
-    static const std::vector<VerbEntry> s_verbs{
+    static const std::vector<VerbEntry> all{
         {"new", "make a project from Verilog sources and pin constraints",
          "xp new blinky --top blinky --source blinky.v --constraints blinky.pcf", makeNewVerb},
         {"add", "add Verilog sources, or a .pcf file as the constraints",
@@ -33,7 +33,7 @@ const std::vector<VerbEntry>& verbs() {
         {"strategies", "list the strategies that come with xp",
          "xp strategies\nxp strategies --flow impl --json", makeStrategiesVerb},
     };
-    return s_verbs;
+    return all;
 }
 
 const VerbEntry* findVerb(const std::string& name) {

@@ -76,8 +76,8 @@ OpenDataMgr::OpenDataMgr() = default;
 OpenDataMgr::~OpenDataMgr() = default;
 
 const std::string& OpenDataMgr::getLastLine() {
-    static const std::string s_line = "# end of the run script";
-    return s_line;
+    static const std::string line = "# end of the run script";
+    return line;
 }
 
 void OpenDataMgr::scriptPreCmds_(HAXPExpRunBase* run, std::string& jsCmds, std::string& shCmds,

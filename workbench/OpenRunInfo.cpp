@@ -114,8 +114,10 @@ void OpenRunInfo::readMetrics() {
             continue;
         ice40::StepMetrics metrics;
         std::string ignored;
-        const std::string name = ice40::metricsFileName(step->getFlowStep()->getFlowStepId());
-        if (ice40::readMetrics(dir + HUTFile::getDirSeparator() + name, metrics, ignored))
+        std::string path = dir;
+        path += HUTFile::getDirSeparator();
+        path += ice40::metricsFileName(step->getFlowStep()->getFlowStepId());
+        if (ice40::readMetrics(path, metrics, ignored))
             merge(metrics, m_extra->metrics);
     }
 }

@@ -108,10 +108,10 @@ const char OpenStats::kWorstSlackNs[] = "Worst slack";
 const char OpenStats::kRunTime[] = "Run time";
 
 void OpenStats::registerAll() {
-    static bool s_registered = false;
-    if (s_registered)
+    static bool registered = false;
+    if (registered)
         return;
-    s_registered = true;
+    registered = true;
     add(kLuts, "Logic cells that use their look-up table", HAXPTypes::STAT_LONG, 0, readLuts);
     add(kFlipFlops, "Logic cells that use their flip-flop", HAXPTypes::STAT_LONG, 0, readFlipFlops);
     add(kBlockRams, "Block RAMs", HAXPTypes::STAT_LONG, 0, readBlockRams);

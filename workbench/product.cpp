@@ -17,8 +17,8 @@ namespace workbench {
 namespace {
 
 std::string& binDirOfProcess() {
-    static std::string s_binDir;
-    return s_binDir;
+    static std::string folder;
+    return folder;
 }
 
 void declareInstallation() {

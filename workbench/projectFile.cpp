@@ -3,6 +3,7 @@
 #include "workbench/projectFile.h"
 
 #include <memory>
+#include <utility>
 
 #include "environment/containers/HSTFwdIter.h"
 #include "environment/errors/HEXError.h"
@@ -105,23 +106,30 @@ void requireEntry(const xml::Document& document, const xml::Element& element, Ch
     }
 }
 
+/// The option of `strategy` that the file calls `id`, and its group; null when there is
+/// none.
+std::pair<HATOptGroup*, const HATAttrSpec*> findOption(const HAXPStrategy& strategy,
+                                                       const std::string& id) {
+    for (HATOptGroup* group : groupsOf(strategy)) {
+        for (const auto& spec : group->getOptionsSpec()->getAttrSpecs()) {
+            if (fileId(*group, *spec) == id)
+                return {group, spec.get()};
+        }
+    }
+    return {nullptr, nullptr};
+}
+
 void readOption(const xml::Document& document, const xml::Element& element,
                 const HAXPStrategy& strategy) {
     const std::string& id = element.attribute(name::kId);
-    for (HATOptGroup* group : groupsOf(strategy)) {
-        for (const auto& spec : group->getOptionsSpec()->getAttrSpecs()) {
-            if (fileId(*group, *spec) != id)
-                continue;
-            requireEntry(document, element, [&element, &id] {
-                workbench::requireOptionText(id, element.attribute(name::kValue));
-            });
-            std::string reason;
-            if (!workbench::setOptionText(*group, *spec, element.attribute(name::kValue), reason))
-                document.refuse(element, "option " + id + ": " + reason);
-            return;
-        }
-    }
-    document.refuse(element, "there is no option " + id);
+    const std::string& value = element.attribute(name::kValue);
+    const auto option = findOption(strategy, id);
+    if (option.first == nullptr)
+        document.refuse(element, "there is no option " + id);
+    requireEntry(document, element, [&] { workbench::requireOptionText(id, value); });
+    std::string reason;
+    if (!workbench::setOptionText(*option.first, *option.second, value, reason))
+        document.refuse(element, "option " + id + ": " + reason);
 }
 
 void readOptions(const xml::Document& document, const xml::Element& parent,

@@ -28,7 +28,7 @@ RunGate::RunGate() : RunGate(systemTime, ::stat) {}
 RunGate::RunGate(Clock clock, Stat look) : m_clock(std::move(clock)), m_look(std::move(look)) {}
 
 bool RunGate::isUnchanged(const std::string& runDir) const {
-    return m_trusted && runDir == m_runDir && same(stampOf_(runDir), m_stamp);
+    return m_trusted && runDir == m_runDir && same_(stampOf_(runDir), m_stamp);
 }
 
 void RunGate::open(const std::string& runDir) {
@@ -52,7 +52,7 @@ RunGate::Stamp RunGate::stampOf_(const std::string& runDir) const {
     return {info.st_dev, info.st_ino, info.st_mtim, info.st_ctim};
 }
 
-bool RunGate::same(const Stamp& a, const Stamp& b) {
+bool RunGate::same_(const Stamp& a, const Stamp& b) {
     return a.inode == b.inode && a.device == b.device && sameTime(a.modified, b.modified) &&
            sameTime(a.changed, b.changed);
 }

@@ -49,7 +49,7 @@ private:
         timespec changed{};
     };
     Stamp stampOf_(const std::string& runDir) const;
-    static bool same(const Stamp& a, const Stamp& b);
+    static bool same_(const Stamp& a, const Stamp& b);
 
     Clock m_clock;
     Stat m_look;

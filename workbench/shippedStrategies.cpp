@@ -26,7 +26,7 @@ struct Shipped {
 };
 
 const std::vector<Shipped>& synthesisStrategies() {
-    static const std::vector<Shipped> s_all{
+    static const std::vector<Shipped> all{
         {"Default", "The tool's own defaults", {}},
         {"Performance",
          "Maps with the device's delays in view",
@@ -36,11 +36,11 @@ const std::vector<Shipped>& synthesisStrategies() {
          {{"synth_design", "abc9", "true"}, {"synth_design", "dff", "true"}}},
         {"Hierarchy", "Keeps the modules apart", {{"synth_design", "noflatten", "true"}}},
     };
-    return s_all;
+    return all;
 }
 
 const std::vector<Shipped>& implementationStrategies() {
-    static const std::vector<Shipped> s_all{
+    static const std::vector<Shipped> all{
         {"Default", "The tool's own defaults", {}},
         {"Performance",
          "Places with more weight on the critical paths",
@@ -51,14 +51,14 @@ const std::vector<Shipped>& implementationStrategies() {
          {{"place_design", "no_promote_globals", "true"}}},
         {"Annealing", "Places by simulated annealing; slow", {{"place_design", "placer", "sa"}}},
     };
-    return s_all;
+    return all;
 }
 
 const std::vector<Shipped>& shippedFor(const HAXPFlow& flow) {
-    static const std::vector<Shipped> s_none;
+    static const std::vector<Shipped> none;
     if (&flow == OpenFlows::getSynthesis())
         return synthesisStrategies();
-    return &flow == OpenFlows::getImplementation() ? implementationStrategies() : s_none;
+    return &flow == OpenFlows::getImplementation() ? implementationStrategies() : none;
 }
 
 void apply(const Setting& setting, const HAXPStrategy& strategy) {

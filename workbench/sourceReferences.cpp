@@ -43,7 +43,9 @@ std::string resolve(const std::string& name, const std::string& folder,
     std::vector<std::string> folders{folder};
     folders.insert(folders.end(), includeDirs.begin(), includeDirs.end());
     for (const std::string& dir : folders) {
-        std::string path = dir + "/" + name;
+        std::string path = dir;
+        path += '/';
+        path += name;
         if (HUTFile::isFile(path))
             return path;
     }

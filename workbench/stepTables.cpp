@@ -114,14 +114,14 @@ StepTable writeBitstream() {
 }  // namespace
 
 const std::vector<StepTable>& synthesisSteps() {
-    static const std::vector<StepTable> s_steps{synthDesign()};
-    return s_steps;
+    static const std::vector<StepTable> steps{synthDesign()};
+    return steps;
 }
 
 const std::vector<StepTable>& implementationSteps() {
-    static const std::vector<StepTable> s_steps{initDesign(), placeDesign(), routeDesign(),
-                                                writeBitstream()};
-    return s_steps;
+    static const std::vector<StepTable> steps{initDesign(), placeDesign(), routeDesign(),
+                                              writeBitstream()};
+    return steps;
 }
 
 }  // namespace workbench

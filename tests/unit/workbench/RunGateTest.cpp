@@ -182,8 +182,9 @@ TEST_P(RunGateHistory, SeesWhatThePlainWalkSees) {
     std::set<std::string> seen;
     int spared = 0;
     for (int i = 0; i < 2000; ++i) {
-        if (m_random() % 3 == 0)
+        if (m_random() % 3 == 0) {
             ASSERT_NO_FATAL_FAILURE(change());
+        }
         pass(static_cast<double>(m_random() % 8) * 0.5);
         if (m_random() % 2 == 0)
             continue;
