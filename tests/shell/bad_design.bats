@@ -32,7 +32,7 @@ setup_file() {
   run -1 "$xp" -C proj launch synth_1
   cp good.v blinky.v
   run -0 "$xp" -C proj launch
-  [ "$(status_of impl_1 status)" = done ]
+  [ "$(status_of impl_1 status)" = "done" ]
 }
 
 @test "a top module that isn't there" {
@@ -48,7 +48,7 @@ setup_file() {
   run -1 "$xp" -C proj launch
   assert_one_error 'Run impl_1 failed in step init_design.' "$BATS_TEST_TMPDIR/blinky.pcf:2" ZZ99
   # The synthesis before it stands.
-  [ "$(status_of synth_1 status)" = done ]
+  [ "$(status_of synth_1 status)" = "done" ]
   [ "$(status_of impl_1 status)" = failed ]
   run -1 "$xp" -C proj wait impl_1
   assert_one_error ZZ99
@@ -82,5 +82,5 @@ setup_file() {
   rm blinky.v
   run -6 "$xp" -C proj launch synth_1
   assert_one_error "Run synth_1 isn't launched: its source $BATS_TEST_TMPDIR/blinky.v doesn't exist"
-  [ "$(status_of synth_1 status)" = done ]
+  [ "$(status_of synth_1 status)" = "done" ]
 }

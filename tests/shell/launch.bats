@@ -45,7 +45,7 @@ setup_file() {
 @test "off a terminal each step is told in one line, without an escape byte" {
   new_project_with_runs
   run -0 --separate-stderr "$xp" -C proj launch
-  [ "$(grep -vc done <<<"$stderr")" = 5 ]
+  [ "$(grep -vc "done" <<<"$stderr")" = 5 ]
   [[ $stderr == 'synth_1: synth_design'*'synth_1: done in '*'impl_1: init_design'*'impl_1: place_design'*'impl_1: route_design'*'impl_1: write_bitstream'*'impl_1: done in '*' MHz' ]]
   [[ $output$stderr != *$'\e'* ]]
 }
@@ -89,8 +89,8 @@ setup_file() {
   "$xp" -C proj create impl_2 --flow impl
   run -0 --separate-stderr "$xp" -C proj launch impl_2
   [[ $stderr == 'synth_1: synth_design'* ]]
-  [ "$(status_of synth_1 status)" = done ]
-  [ "$(status_of impl_2 status)" = done ]
+  [ "$(status_of synth_1 status)" = "done" ]
+  [ "$(status_of impl_2 status)" = "done" ]
   [ "$(status_of impl_1 status)" = 'not started' ]
 }
 
@@ -174,7 +174,7 @@ setup_file() {
   new_project_with_runs
   "$xp" -C proj set impl_1 --to place
   run -0 "$xp" -C proj launch impl_1
-  [ "$(status_of impl_1 status)" = done ]
+  [ "$(status_of impl_1 status)" = "done" ]
   [ ! -e "$project/runs/impl_1/.ice40_route.begin.rst" ]
   touch -r "$project/runs/impl_1/.ice40_place.end.rst" stamp
   "$xp" -C proj set impl_1 --to ''
@@ -187,7 +187,7 @@ setup_file() {
   new_project_with_runs
   "$xp" -C proj set impl_1 write_bitstream.is_enabled=false
   run -0 "$xp" -C proj launch impl_1
-  [ "$(status_of impl_1 status)" = done ]
+  [ "$(status_of impl_1 status)" = "done" ]
   [ ! -e "$project/runs/impl_1/blinky.bin" ]
   [ "$(status_of impl_1 bitstream)" = None ]
 }

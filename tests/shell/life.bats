@@ -47,7 +47,7 @@ holders_of() {
   run_is synth_1 running
   release_tool
   run -0 "$xp" -C proj wait synth_1
-  run_is synth_1 done
+  run_is synth_1 "done"
   run -0 "$xp" -C proj launch
   [[ $output == *'synth_1: up to date'* ]]
 }
@@ -70,7 +70,7 @@ holders_of() {
   run_is synth_1 running
   release_tool
   run -0 "$xp" -C proj wait synth_1
-  run_is synth_1 done
+  run_is synth_1 "done"
 }
 
 @test "Ctrl-C ends xp wait too" {
@@ -102,7 +102,7 @@ holders_of() {
   run -0 "$xp" -C proj log synth_1 --lines 1
   release_tool
   wait "$xp_pid"
-  run_is synth_1 done
+  run_is synth_1 "done"
 }
 
 @test "a run that is at work isn't launched twice" {
@@ -150,7 +150,7 @@ holders_of() {
   assert_one_error 'Run synth_1 was lost in step synth_design'
   rm "$tool_dir/yosys"
   run -0 "$xp" -C proj launch synth_1
-  run_is synth_1 done
+  run_is synth_1 "done"
 }
 
 @test "a tool that is killed makes its run fail" {
@@ -190,6 +190,6 @@ holders_of() {
   touch -d '2 minutes ago' "proj/runs/synth_1/$queue_marker"
   run_is synth_1 stopped
   run -0 "$xp" -C proj launch synth_1
-  run_is synth_1 done
+  run_is synth_1 "done"
   [ ! -e "proj/runs/synth_1/$queue_marker" ]
 }

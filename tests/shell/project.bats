@@ -55,7 +55,7 @@ load xp.bash
   mkdir proj
   cp blinky.v blinky.pcf proj
   "$xp" new proj --top blinky --source proj/blinky.v --constraints proj/blinky.pcf
-  ! grep -F "$BATS_TEST_TMPDIR" proj/project.xml
+  run ! grep -F "$BATS_TEST_TMPDIR" proj/project.xml
   mv proj elsewhere
   run -0 --separate-stderr "$xp" -C elsewhere show --json
   [ "$(json 'j["sources"]' <<<"$output")" = "['$BATS_TEST_TMPDIR/elsewhere/blinky.v']" ]

@@ -13,7 +13,7 @@ setup() {
   unset XPERIMENT_ROOT XPERIMENT_APP_DATA_DIR KPX_PREPEND_PATH KPX_BINROOT \
     KPX_PREPEND_LD_LIBRARY_PATH COLUMNS
   export TERM=xterm LC_ALL=C
-  cd "$BATS_TEST_TMPDIR"
+  cd "$BATS_TEST_TMPDIR" || return
   cp "$source_dir/examples/blinky/blinky.v" "$source_dir/examples/blinky/blinky.pcf" .
   # Older than any launch: what a test changes is newer.
   touch -d '1 hour ago' blinky.v blinky.pcf
