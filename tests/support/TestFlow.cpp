@@ -5,6 +5,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "environment/filemgmt/HDDASrcFilter.h"
 #include "environment/options/HATAttrSpec.h"
 #include "environment/options/HATOptGroup.h"
 #include "environment/options/HATOptGroupSpec.h"
@@ -59,6 +60,11 @@ protected:
             addReportSpec(spec.get());
             static_cast<void>(spec.release());
         }
+    }
+
+    void initSrcFilter_() override {
+        if (m_traits.sources)
+            m_traits.sources(*getSrcFilter());
     }
 
 private:

@@ -13,6 +13,7 @@
 
 class HATOptGroup;
 class HATOptGroupSpec;
+class HDDASrcFilter;
 
 namespace test {
 
@@ -34,6 +35,8 @@ struct StepTraits {
     std::vector<HAXPTypes::FileType> reports;
     /// Declares the tool options; addEveryKind() unless set.
     std::function<void(HATOptGroupSpec&)> options;
+    /// Says which sources the step reads; none unless set.
+    std::function<void(HDDASrcFilter&)> sources;
 
     /// A step with this id and the defaults above.
     static StepTraits of(const std::string& id);

@@ -16,6 +16,7 @@ namespace test {
 /// The information object of a test run.
 class TestRunInfo : public HAXPExpInfoBase {
 public:
+    using HAXPExpInfoBase::checkForAlreadyModifiedFiles_;
     using HAXPExpInfoBase::createSnapshotSrcSet_;
     using HAXPExpInfoBase::HAXPExpInfoBase;
     using HAXPExpInfoBase::modifiedFilesChecked_;

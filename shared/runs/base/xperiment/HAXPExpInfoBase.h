@@ -138,6 +138,12 @@ protected:
     /// @throws HEXAlgException `source` is null or has no file manager.
     HADAFileSet* createSnapshotSrcSet_(HADAFileSet* source, std::string name);
 
+    /// Looks for sources of `fileSet` that are newer than the launch, and tells every
+    /// step of the run. Whether one is concerned. May read the times of files. Does
+    /// nothing while modifiedFilesChecked_() holds. What can't be read counts as newer.
+    /// @throws HEXAlgException `fileSet` is null.
+    bool checkForAlreadyModifiedFiles_(HADAFileSet* fileSet);
+
     void setLaunchTime_(long seconds);
     bool modifiedFilesChecked_() const;
     void setModifiedFilesChecked_(bool checked);

@@ -3,26 +3,14 @@
 #include "runs/base/xperiment/HAXPExpRunStep.h"
 
 #include <algorithm>
-#include <functional>
-#include <unordered_map>
-#include <vector>
 
 #include "environment/containers/heapIter.h"
-#include "environment/filemgmt/FSCSEventContext.h"
-#include "environment/filemgmt/HADAStaleOption.h"
-#include "environment/filemgmt/HADAStaleReasons.h"
 #include "environment/files/HUTFile.h"
 #include "environment/messages/ComMsgMgr.h"
-#include "environment/messages/ComMsgMgrSrcHandle.h"
 #include "environment/options/HATOptGroup.h"
-#include "environment/process/HUTProcessHandle.h"
 #include "runs/base/xperiment/HAXPExpInfoBase.h"
-#include "runs/base/xperiment/HAXPFileCheck.h"
-#include "runs/base/xperiment/HAXPFlow.h"
 #include "runs/base/xperiment/HAXPFlowStep.h"
-#include "runs/base/xperiment/HAXPStrategy.h"
-#include "runs/base/xperiment/HAXPUtilsBase.h"
-#include "runs/base/xperiment/HDGUIStatus.h"
+#include "runs/base/xperiment/runStepData.h"
 #include "runs/base/xperiment/stepCheckpoints.h"
 
 namespace {
@@ -34,70 +22,7 @@ const std::string kPostHookDbId = "PostStepTclHook";
 /// The name of a handle that was unloaded.
 const std::string kNoMessages = "empty";
 
-HADAStaleReason::RunType runTypeOf(const HAXPExpInfoBase* info) {
-    return info != nullptr && info->isImplFlow() ? HADAStaleReason::RT_IMPL
-                                                 : HADAStaleReason::RT_SYNTH;
-}
-
-using StaleOptions = std::vector<std::unique_ptr<HADAStaleOption>>;
-
-/// Owns what a comparison found, also when it throws half-way.
-struct FoundOptions {
-    FoundOptions() = default;
-    ~FoundOptions() { static_cast<void>(take()); }
-
-    FoundOptions(const FoundOptions&) = delete;
-    FoundOptions& operator=(const FoundOptions&) = delete;
-
-    StaleOptions take() {
-        StaleOptions owned;
-        owned.reserve(list.size());
-        for (HADAStaleOption* option : list)
-            owned.emplace_back(option);
-        list.clear();
-        return owned;
-    }
-
-    HSTVector<HADAStaleOption*> list;
-};
-
-/// What differs between the two strategies in the step `stepId`.
-StaleOptions compare(HAXPStrategy* current, HAXPStrategy* snapshot, const std::string& stepId,
-                     bool enabledStateOnly) {
-    FoundOptions found;
-    if (enabledStateOnly)
-        HAXPUtilsBase::compareEnabledState(current, snapshot, stepId, found.list);
-    else
-        HAXPUtilsBase::compareStrategies(current, snapshot, stepId, found.list);
-    return found.take();
-}
-
-bool isOfSameFlow(const HAXPStrategy& a, const HAXPStrategy& b) {
-    const HAXPFlow* flowA = a.getFlow();
-    const HAXPFlow* flowB = b.getFlow();
-    if (flowA == nullptr || flowB == nullptr)
-        return flowA == flowB;
-    return flowA->getFlowId() == flowB->getFlowId();
-}
-
 }  // namespace
-
-struct HAXPExpRunStep::Data {
-    HAXPExpInfoBase* expInfo = nullptr;
-    const HAXPFlowStep* flowStep = nullptr;
-    HATOptGroup* options = nullptr;
-    HATOptGroup* attrs = nullptr;
-    std::unique_ptr<HDGUIStatus> status;
-    std::unique_ptr<HUTProcessHandle> procInfo;
-    std::vector<std::unique_ptr<HAXPFileCheck>> reports;
-    ComMsgMgrSrcHandle msgSrcHandle{""};
-    HADAStaleReasons staleReasons;
-    /// Set and called by the layer above alone.
-    std::function<void()> callback;
-    std::unordered_map<HAXPTypes::FileType, HSTVector<std::string>> files;
-    std::vector<HAXPExpRunBase*> runs;
-    FSCSEventContext eventContext;
-};
 
 HAXPExpRunStep::HAXPExpRunStep(const HAXPFlowStep* flowStep, HATOptGroup* options,
                                HATOptGroup* attrs, HAXPExpInfoBase* expInfo)
@@ -272,16 +197,6 @@ void HAXPExpRunStep::resetStaleReasons() {
     m_data->staleReasons.clear();
 }
 
-bool HAXPExpRunStep::updateStaleReasons(HAXPStrategy* current, HAXPStrategy* snapshot,
-                                        bool compareAll) {
-    if (current == nullptr || snapshot == nullptr)
-        return false;
-    const bool sameFlow = isOfSameFlow(*current, *snapshot);
-    if (m_data->expInfo != nullptr)
-        m_data->expInfo->setNeedsResetForFlowChange(!sameFlow);
-    return sameFlow && rebuildOptionReasons_(current, snapshot, compareAll);
-}
-
 bool HAXPExpRunStep::updateStatus(const std::string& runDir) {
     m_data->flowStep->updateStatus(m_data->status.get(), m_data->procInfo.get(), runDir);
     return false;
@@ -319,22 +234,6 @@ std::string HAXPExpRunStep::hookFile_(const std::string& dbId) const {
         return {};
     const HATAttrSpec* spec = m_data->attrs->getAttrSpecForDbId(dbId);
     return spec == nullptr ? std::string() : m_data->attrs->getFileVal(spec);
-}
-
-bool HAXPExpRunStep::rebuildOptionReasons_(HAXPStrategy* current, HAXPStrategy* snapshot,
-                                           bool compareAll) {
-    const bool hasRun = m_data->status->getCode() != HDGUIStatus::statusNotStarted;
-    StaleOptions differing;
-    if (compareAll || (hasRun && isEnabled()))
-        differing = compare(current, snapshot, m_data->flowStep->getFlowStepId(), !hasRun);
-    m_data->staleReasons.remove(HADAStaleReason::SS_OPTION_CHANGED);
-    if (differing.empty())
-        return false;
-    HADAStaleReason* reason = nullptr;
-    for (const auto& option : differing)
-        reason = m_data->staleReasons.addOrUpdate(HADAStaleReason::SS_OPTION_CHANGED, option.get());
-    reason->setRunType(runTypeOf(m_data->expInfo));
-    return true;
 }
 
 void HAXPExpRunStep::unloadMessages_() {

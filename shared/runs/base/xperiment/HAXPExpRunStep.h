@@ -13,6 +13,8 @@
 #include "runs/base/xperiment/RunsExport.h"
 
 class ComMsgMgrSrcHandle;
+class HADAFileSet;
+class HADAFileSetChangeSummary;
 class HADAStaleReasons;
 class HATOptGroup;
 class HAXPExpInfoBase;
@@ -20,6 +22,8 @@ class HAXPExpRunBase;
 class HAXPFileCheck;
 class HAXPFlowStep;
 class HAXPStrategy;
+class HDDASrcFile;
+class HDDASrcFilter;
 class HDGUIStatus;
 class HUTProcessHandle;
 
@@ -97,6 +101,25 @@ public:
     bool getStaleReasons(HADAStaleReasons& reasons) const;
     void removeStaleReason(HADAStaleReason::StaleSummary summary);
     void resetStaleReasons();
+    /// Adds to `filter` which sources concern the step: enabled ones, used in the run's
+    /// kind of flow, of the kinds that the flow step reads.
+    void initRunStepSrcFilter(HDDASrcFilter& filter) const;
+    /// Judges a change of sources, or with `srcFile` of that one alone, and notes a
+    /// reason when it concerns the step. Whether it does. Notes never do; nothing does
+    /// before the step has run. When all that happened is that block designs were
+    /// added, the answer is false and updateStaleReasonsPostGraphUpdate() decides.
+    /// "write_device_image" is stale too when a block's output for the image is newer
+    /// than the launch; that doesn't change the answer.
+    bool updateStaleReasons(HADAFileSetChangeSummary* summary, HDDASrcFile* srcFile);
+    /// Decides on the block designs that were added, now that the design's graph shows
+    /// which of them it takes in, and forgets them. Whether one matters. They must still
+    /// be in their file set. The argument isn't read.
+    bool updateStaleReasonsPostGraphUpdate(HADAFileSetChangeSummary* summary);
+    /// Whether a change is nothing but added block designs, which are kept for the graph
+    /// update; true also for one that is kept already.
+    bool hasOnlyBDAdded(HADAFileSetChangeSummary* summary);
+    /// Notes that a parameter of the software changed, in place of an earlier note.
+    void updateStaleReasonsForSwParamChange();
     /// Holds the step's options in `current`, the run's strategy, against `snapshot`,
     /// that of the launch, and rebuilds the reasons that come from options. Whether
     /// there is one. A step that has not run is compared in its enabled state alone,
@@ -123,6 +146,7 @@ public:
 private:
     std::string hookFile_(const std::string& dbId) const;
     bool rebuildOptionReasons_(HAXPStrategy* current, HAXPStrategy* snapshot, bool compareAll);
+    void checkDeviceImage_(const HADAFileSet* fileSet);
     void unloadMessages_();
 
     struct Data;
