@@ -121,7 +121,7 @@ std::string arcsLeft(const std::string& line) {
 /// What `line` tells a reader; empty when that is nothing.
 std::string tellingText(const std::string& line) {
     const std::string text = trimmed(startsWith(line, "Info: ") ? line.substr(6) : line);
-    const std::string arcs = arcsLeft(text);
+    std::string arcs = arcsLeft(text);
     if (!arcs.empty())
         return arcs;
     const bool isFrame = text.empty() || text.front() == '|' || text.front() == '+';
@@ -163,7 +163,7 @@ std::vector<std::string> lastLines(const std::string& path, std::size_t count,
 std::string lastTellingLine(const std::vector<std::string>& lines) {
     std::string last;
     for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
-        const std::string text = tellingText(trimmed(*line));
+        std::string text = tellingText(trimmed(*line));
         if (!text.empty() && isPass(text))
             return text;
         if (last.empty())

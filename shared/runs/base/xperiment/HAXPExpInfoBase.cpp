@@ -309,7 +309,7 @@ void HAXPExpInfoBase::resetRun() {
 
 void HAXPExpInfoBase::handleEvent_(const HUTGuiEvent::GuiEventBase*) {}
 
-HADAFileSet* HAXPExpInfoBase::createSnapshotSrcSet_(HADAFileSet* source, std::string name) {
+HADAFileSet* HAXPExpInfoBase::createSnapshotSrcSet_(HADAFileSet* source, const std::string& name) {
     HADAFileMgr* fileMgr = source == nullptr ? nullptr : source->getFileMgr();
     if (fileMgr == nullptr)
         throw HEXAlgException("A file manager is required to create a snapshot file set.");

@@ -136,7 +136,7 @@ protected:
     /// A private copy of `source` for this run, which the file manager of `source`
     /// makes and the caller owns.
     /// @throws HEXAlgException `source` is null or has no file manager.
-    HADAFileSet* createSnapshotSrcSet_(HADAFileSet* source, std::string name);
+    HADAFileSet* createSnapshotSrcSet_(HADAFileSet* source, const std::string& name);
 
     /// Looks for sources of `fileSet` that are newer than the launch, and tells every
     /// step of the run. Whether one is concerned. May read the times of files. Does

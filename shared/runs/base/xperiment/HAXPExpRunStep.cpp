@@ -81,7 +81,7 @@ bool HAXPExpRunStep::isEnabled() const {
 }
 
 std::string HAXPExpRunStep::getPreHook() const {
-    const std::string file = hookFile_(kPreHookDbId);
+    std::string file = hookFile_(kPreHookDbId);
     if (!file.empty() && !HUTFile::exists(file))
         ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "runs", ComMsgMgr::kWarning, "@36-526@%s%s",
                                  file, m_data->flowStep->getName());
@@ -89,7 +89,7 @@ std::string HAXPExpRunStep::getPreHook() const {
 }
 
 std::string HAXPExpRunStep::getPostHook() const {
-    const std::string file = hookFile_(kPostHookDbId);
+    std::string file = hookFile_(kPostHookDbId);
     if (!file.empty() && !HUTFile::exists(file))
         ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "runs", ComMsgMgr::kWarning, "@36-525@%s%s",
                                  file, m_data->flowStep->getName());
