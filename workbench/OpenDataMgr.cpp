@@ -64,6 +64,14 @@ std::string disabledSteps(const HAXPExpRunBase& run) {
     return names;
 }
 
+/// What stands for `text` between single quotes of sh.
+std::string inSingleQuotes(const std::string& text) {
+    std::string quoted;
+    for (const char c : text)
+        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return quoted;
+}
+
 /// `text` with the one `mark` in it replaced.
 std::string filled(std::string text, const std::string& mark, const std::string& value) {
     return text.replace(text.find(mark), mark.size(), value);
@@ -85,7 +93,7 @@ void OpenDataMgr::scriptPreCmds_(HAXPExpRunBase* run, std::string& jsCmds, std::
     const std::string skip = disabledSteps(*run);
     const std::string queueMarker =
         ".'" + run->getStrategy()->getFlow()->getQueStr() + "'.queue.rst";
-    shCmds = filled(kCleanPaths, "@BIN@", workbench::binDir()) +
+    shCmds = filled(kCleanPaths, "@BIN@", inSingleQuotes(workbench::binDir())) +
              filled(kTakeLock, "@LOCK@", workbench::kRunLockName) + "rm -f " + queueMarker + "\n" +
              kSkipVariable + "='" + skip + "'\nexport " + kSkipVariable;
     jsCmds = std::string("ProcEnv(\"") + kSkipVariable + "\") = \"" + skip + "\";";

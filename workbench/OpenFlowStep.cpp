@@ -2,6 +2,8 @@
 // Copyright the Xperiment authors
 #include "workbench/OpenFlowStep.h"
 
+#include <algorithm>
+#include <cstring>
 #include <memory>
 
 #include "environment/options/HATAttrSpec.h"
@@ -32,13 +34,21 @@ std::unique_ptr<HATAttrSpec> makeSpec(const workbench::OptionTable& option) {
     return spec;
 }
 
-/// A command line under construction: each name is quoted when it holds a blank.
+/// Whether a shell takes `c` as it stands, in any place of a word.
+bool isPlain(char c) {
+    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') ||
+           static_cast<unsigned char>(c) >= 0x80U || std::strchr("_@+=:,./-", c) != nullptr;
+}
+
+/// A command line under construction: each word that isn't plain stands in double
+/// quotes. What even those don't keep from a shell the entry rules have refused.
 class Words {
 public:
     explicit Words(const HAXPFlowStep& step) : m_step(step) {}
 
     Words& add(const std::string& word) {
-        HAXPUtilsBase::addStr(m_text, m_step.quote_if(word));
+        const bool plain = std::all_of(word.begin(), word.end(), isPlain);
+        HAXPUtilsBase::addStr(m_text, plain ? word : m_step.quote(word));
         return *this;
     }
     Words& addIfSet(const std::string& name, const std::string& value) {

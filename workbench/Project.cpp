@@ -148,6 +148,8 @@ std::unique_ptr<Project> Project::create(const std::string& dir, const DesignInp
     workbench::requireScriptPath(folder);
     if (HUTFile::exists(folder + "/" + kFileName))
         fail("@60-11@%s", folder);
+    // Before anything is made: what is refused leaves no folder behind.
+    workbench::requireInputs(inputs);
     if (!HUTFile(folder).mkDirRecursive())
         fail("@60-16@%s%s", folder, std::strerror(errno));
     std::unique_ptr<Project> project(new Project(folder, kChange));

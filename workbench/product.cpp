@@ -45,7 +45,8 @@ void exportSearchPath(const std::string& dir) {
         setenv("KPX_PREPEND_PATH", dir.c_str(), 0);
     }
     const char* path = getenv("PATH");
-    setenv("PATH", (path == nullptr ? dir : dir + ":" + path).c_str(), 1);
+    const bool isEmpty = path == nullptr || *path == '\0';
+    setenv("PATH", (isEmpty ? dir : dir + ":" + path).c_str(), 1);
 }
 
 }  // namespace

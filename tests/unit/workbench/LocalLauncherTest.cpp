@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #include "workbench/LocalLauncher.h"
 
+#include <cerrno>
 #include <memory>
 #include <string>
 
@@ -9,6 +10,7 @@
 
 #include "environment/errors/HEXError.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
+#include "tests/support/FaultyDisk.h"
 #include "tests/support/thrownText.h"
 #include "tests/unit/workbench/TestBench.h"
 #include "workbench/HAXPExpRun.h"
@@ -75,6 +77,23 @@ TEST_F(LaunchRefusalTest, ARunAtWorkIsNotLaunchedAgain) {
     const test::HeldRunLock lock(runDir());
     EXPECT_EQ(refusal(m_synthesis), "Run synth_1 isn't launched: it is running already. Wait for "
                                     "it with \"xp wait\".");
+}
+
+TEST_F(LaunchRefusalTest, AMarkerThatCanNotBeRemoved) {
+    m_bench.folder().folder("proj/runs/synth_1");
+    m_bench.folder().mark("proj/runs/synth_1/.ice40_synth.begin.rst",
+                          test::TestBench::handleText());
+    m_bench.folder().mark("proj/runs/synth_1/.ice40_synth.error.rst");
+    m_synthesis.setRunDir(runDir(), false);
+    m_synthesis.setRunMode(HAXPExpRun::kLaunched);
+    m_synthesis.getInfo().setLaunch(1000, "synth");
+    test::FaultyDisk disk;
+    disk.failAll("unlinkAt", EROFS);
+    EXPECT_EQ(refusal(m_synthesis), "Run synth_1 isn't launched: the markers of an earlier launch "
+                                    "in " +
+                                        runDir() +
+                                        " can't be removed. Check the rights of that folder.");
+    EXPECT_TRUE(disk.hasFailed());
 }
 
 TEST_F(LaunchRefusalTest, AFileInThePlaceOfTheRunDirectory) {

@@ -132,11 +132,14 @@ std::ostream& operator<<(std::ostream& os, const PathCase& row) {
 
 class SearchPathTable : public PreCommandsTest, public ::testing::WithParamInterface<PathCase> {};
 
-TEST_P(SearchPathTable, LosesItsEmptyElements) {
+TEST_P(SearchPathTable, BeginsWithTheProductAndLosesItsEmptyElements) {
     run("PATH='" + std::string(GetParam().before) + "'", "printf '\\n<%s>' \"$PATH\"");
     // Without a folder of programs in the path, sh says first that it finds none.
     const std::string text = output();
-    EXPECT_EQ(text.substr(text.rfind('\n') + 1), "<" + std::string(GetParam().after) + ">");
+    std::string expected = XPERIMENT_BIN_DIR;
+    if (*GetParam().after != '\0')
+        expected += ":" + std::string(GetParam().after);
+    EXPECT_EQ(text.substr(text.rfind('\n') + 1), "<" + expected + ">");
 }
 
 TEST_P(SearchPathTable, SoDoesThatOfLibraries) {

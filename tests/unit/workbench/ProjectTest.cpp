@@ -164,6 +164,13 @@ TEST_F(ProjectTest, IsNotMadeTwice) {
                   "on that project.");
 }
 
+TEST_F(ProjectTest, LeavesNoFolderBehindWhenItsInputsAreRefused) {
+    DesignInputs inputs = m_bench.inputs();
+    inputs.defines = {"N=$(reboot)"};
+    EXPECT_NE(refusal([&] { Project::create(m_bench.path("other"), inputs); }), "nothing thrown");
+    EXPECT_FALSE(m_bench.folder().has("other"));
+}
+
 TEST_F(ProjectTest, IsChangedByOneAtATimeAndReadByAny) {
     const std::string text = refusal([&] { Project::open(dir(), Project::kChange); });
     EXPECT_EQ(text.find("The project " + dir() + " is open in another process: process "), 0U)
