@@ -36,6 +36,25 @@ file_is_kept() {
   [[ $output != *nextpnr* ]]
 }
 
+@test "an empty search path doesn't mean the current folder" {
+  new_project_with_runs
+  printf '#!/bin/sh\ntouch ran\n' >proj/yosys
+  chmod +x proj/yosys
+  cd proj
+  run -5 /usr/bin/env PATH= "$xp" launch synth_1
+  assert_one_error 'yosys is missing'
+  [ ! -e ran ]
+}
+
+@test "a source whose name a shell would read is one word" {
+  command -v yosys >/dev/null || skip 'no yosys here'
+  cp -p blinky.v 'a;touch ran;b&(c).v'
+  "$xp" new proj --top blinky --source 'a;touch ran;b&(c).v'
+  "$xp" -C proj create synth_1 --flow synth
+  run -0 "$xp" -C proj launch
+  [ -z "$(find . -name ran)" ]
+}
+
 @test "an unknown device is refused with the known ones" {
   run -6 "$xp" new proj --top blinky --source blinky.v --constraints blinky.pcf --device hx9k
   assert_one_error hx9k hx8k up5k
