@@ -406,9 +406,11 @@ void HAXPScriptWriter::closeOstrs() {
 }
 
 void HAXPScriptWriter::getOutputDcp(const HAXPExpRunStep* step, std::string& dcp) const {
+    const HAXPExpInfoBase* info = m_run->getExpInfoBase();
     HAXPTypes::FileType type = HAXPTypes::FILE_UNKNOWN;
-    if (xperiment::findCheckpointType(step->getFlowStep()->getFlowStepId(), type))
-        dcp = m_run->getExpInfoBase()->getFile(type);
+    if (info != nullptr &&
+        xperiment::findCheckpointType(step->getFlowStep()->getFlowStepId(), type))
+        dcp = info->getFile(type);
 }
 
 void HAXPScriptWriter::writeSteps_() {

@@ -492,6 +492,16 @@ INSTANTIATE_TEST_SUITE_P(
         Checkpoint{"route_design", HAXPTypes::FILE_ROUTE_DCP}),
     [](const auto& row) { return row.param.stepId; });
 
+using RunWithoutInfoTest = test::ScriptTest;
+
+TEST_F(RunWithoutInfoTest, HasNoCheckpoint) {
+    addStep("route_design");
+    run().setExpInfoBase(nullptr);
+    std::string dcp = "before";
+    HAXPScriptWriter(&run()).getOutputDcp(run().step("route_design"), dcp);
+    EXPECT_EQ(dcp, "before");
+}
+
 TEST_F(ScriptWriterTest, HasNoCheckpointOfAnyOtherStep) {
     std::string dcp;
     HAXPScriptWriter(&run()).getOutputDcp(run().step("synth"), dcp);
