@@ -33,13 +33,14 @@
 /// A class is put to it by a Maker and one line in a source file:
 ///
 ///     struct MyRunMaker {
+///         static constexpr const char* kName = "MyRun";
 ///         const HAXPFlow* flow();   // three default steps or more, all usable
 ///         std::unique_ptr<HAXPExpRunBase> make(const std::string& name,
 ///                                              const HAXPStrategy* strategy);
 ///         bool isDirty(const HAXPExpRunBase& run) const;   // since clearDirty()
 ///         void clearDirty(HAXPExpRunBase& run) const;
 ///     };
-///     INSTANTIATE_TYPED_TEST_SUITE_P(MyRun, RunConformance, MyRunMaker);
+///     INSTANTIATE_TYPED_TEST_SUITE_P(Mine, RunConformance, MyRunMaker, MakerName);
 ///
 /// The Maker lives longer than its runs.
 template <class Maker> class RunConformance : public ::testing::Test {
@@ -114,6 +115,11 @@ protected:
     Maker m_maker;
     test::RunDir m_dir;
     std::unique_ptr<HAXPExpRunBase> m_run;
+};
+
+/// Puts the name of the class into the names of the tests.
+struct MakerName {
+    template <class Maker> static std::string GetName(int) { return Maker::kName; }
 };
 
 TYPED_TEST_SUITE_P(RunConformance);

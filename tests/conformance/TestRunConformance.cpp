@@ -8,6 +8,7 @@ namespace {
 
 /// The run that the unit tests use.
 struct TestRunMaker {
+    static constexpr const char* kName = "TestRun";
     const HAXPFlow* flow() const { return m_flow.get(); }
     static std::unique_ptr<HAXPExpRunBase> make(const std::string& name,
                                                 const HAXPStrategy* strategy) {
@@ -21,6 +22,6 @@ struct TestRunMaker {
     std::unique_ptr<HAXPFlow> m_flow = test::makeFlow({"a", "b", "c"});
 };
 
-INSTANTIATE_TYPED_TEST_SUITE_P(TestRun, RunConformance, TestRunMaker);
+INSTANTIATE_TYPED_TEST_SUITE_P(Tests, RunConformance, TestRunMaker, MakerName);
 
 }  // namespace

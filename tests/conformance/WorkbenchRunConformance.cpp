@@ -9,6 +9,7 @@ namespace {
 
 /// The runs of the workbench, over its implementation flow.
 struct WorkbenchRunMaker {
+    static constexpr const char* kName = "HAXPExpRun";
     WorkbenchRunMaker() { workbench::installProduct("/nowhere/bin"); }
 
     static const HAXPFlow* flow() { return OpenFlows::getImplementation(); }
@@ -22,6 +23,6 @@ struct WorkbenchRunMaker {
     static void clearDirty(HAXPExpRunBase& run) { static_cast<HAXPExpRun&>(run).clearDirty(); }
 };
 
-INSTANTIATE_TYPED_TEST_SUITE_P(Workbench, RunConformance, WorkbenchRunMaker);
+INSTANTIATE_TYPED_TEST_SUITE_P(Workbench, RunConformance, WorkbenchRunMaker, MakerName);
 
 }  // namespace

@@ -83,12 +83,15 @@ TEST_F(ApplyStrategyTest, KeepsTheRunsOwnCopy) {
 }
 
 TEST_F(ApplyStrategyTest, MakesEveryStepAnew) {
-    const auto before = drained(m_run->createRunStepIter());
     setCodes({kDone, kDone, kDone});
+    step("a")->setFile(HAXPTypes::FILE_PLACE_IO, "old.rpt");
+    step("a")->updateStaleReasonsForSwParamChange();
+    EXPECT_EQ(m_run->getFirstStaleStep(), step("a"));
     apply();
     for (const HAXPExpRunStep* step : drained(m_run->createRunStepIter()))
         EXPECT_EQ(step->getStatus()->getCode(), kNotStarted);
     EXPECT_EQ(m_run->getFirstStaleStep(), nullptr);
+    EXPECT_EQ(step("a")->getFile(HAXPTypes::FILE_PLACE_IO), "");
 }
 
 TEST_F(ApplyStrategyTest, AsksNoStepFilter) {
