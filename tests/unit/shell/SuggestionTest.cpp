@@ -10,9 +10,9 @@
 namespace {
 
 const std::vector<std::string>& names() {
-    static const std::vector<std::string> s_names{"new",  "add",    "create", "set", "launch",
-                                                  "wait", "status", "log",    "show"};
-    return s_names;
+    static const std::vector<std::string> all{"new",  "add",    "create", "set", "launch",
+                                              "wait", "status", "log",    "show"};
+    return all;
 }
 
 std::string meant(const std::string& typed) {

@@ -38,14 +38,14 @@ protected:
     /// The kinds of reasons that the run has.
     static Summaries reasons(HAXPExpRun& run) {
         Summaries found;
-        for (const HADAStaleReason& reason : all(run))
+        for (const HADAStaleReason& reason : all_(run))
             found.push_back(reason.getSummary());
         return found;
     }
     /// What the run's reasons tell the user.
     static std::string text(HAXPExpRun& run) {
         std::string told;
-        for (const HADAStaleReason& reason : all(run))
+        for (const HADAStaleReason& reason : all_(run))
             told += reason.getText();
         return told;
     }
@@ -60,7 +60,7 @@ protected:
     std::unique_ptr<HAXPExpRun> m_implementation;
 
 private:
-    static std::vector<HADAStaleReason> all(HAXPExpRun& run) {
+    static std::vector<HADAStaleReason> all_(HAXPExpRun& run) {
         run.getInfo().updStaleReasons();
         HADAStaleReasons reasons;
         run.getInfo().getStaleReasons(reasons);

@@ -20,22 +20,22 @@ namespace {
 /// seconds, and a gate that reads that clock.
 class RunGateTest : public ::testing::Test {
 protected:
-    RunGateTest() { stamp(); }
+    RunGateTest() { stamp_(); }
 
     /// Lets time pass.
     void pass(double seconds) { m_now += seconds; }
 
     void mark(const std::string& name) {
         m_dir.mark(name);
-        stamp();
+        stamp_();
     }
     void unmark(const std::string& name) {
         m_dir.unmark(name);
-        stamp();
+        stamp_();
     }
     void rename(const std::string& from, const std::string& to) {
         ASSERT_EQ(std::rename(m_dir.path(from).c_str(), m_dir.path(to).c_str()), 0);
-        stamp();
+        stamp_();
     }
 
     void read(bool settled = true) {
@@ -50,18 +50,18 @@ protected:
     workbench::RunGate m_gate{[this] {
                                   return timespec{static_cast<time_t>(m_now), 0};
                               },
-                              lookWithCoarseTimes};
+                              lookWithCoarseTimes_};
 
 private:
     /// Both times of a directory on the coarse clock: the kernel keeps the second one
     /// itself, and finer than many file systems do.
-    static int lookWithCoarseTimes(const char* path, struct stat* info) {
+    static int lookWithCoarseTimes_(const char* path, struct stat* info) {
         const int result = ::stat(path, info);
         info->st_ctim = info->st_mtim;
         return result;
     }
     /// The directory changed now, as the coarse clock has it.
-    void stamp() {
+    void stamp_() {
         const auto coarse = static_cast<time_t>(m_now / 2) * 2;
         const std::array<timespec, 2> times{timespec{coarse, 0}, timespec{coarse, 0}};
         ASSERT_EQ(utimensat(AT_FDCWD, m_dir.path().c_str(), times.data(), 0), 0);
@@ -160,8 +160,8 @@ protected:
     }
 
     static const std::array<std::string, 4>& names() {
-        static const std::array<std::string, 4> s_names{"a", "b", "c", "d"};
-        return s_names;
+        static const std::array<std::string, 4> all{"a", "b", "c", "d"};
+        return all;
     }
 
     void change() {
