@@ -6,9 +6,12 @@
 
 #include "environment/containers/heapIter.h"
 #include "environment/errors/HEXDataException.h"
+#include "environment/params/HPAParamMgr.h"
 #include "runs/base/xperiment/HAXPFlow.h"
 #include "runs/base/xperiment/HAXPFlowType.h"
 #include "runs/base/xperiment/HAXPStatMgr.h"
+#include "runs/base/xperiment/HAXPStrategy.h"
+#include "runs/base/xperiment/HAXPStrategyMgr.h"
 
 HAXPMgr* HAXPMgr::sp_theGlobal = nullptr;
 
@@ -71,6 +74,54 @@ void HAXPMgr::setDefaultFlow(const HAXPFlowType& type, HAXPFlow* flow) {
 
 bool HAXPMgr::isFlowSupported(const HAXPFlow* flow) const {
     return flow != nullptr && !flow->isLegacy();
+}
+
+HAXPStrategy* HAXPMgr::getDefaultStrategy(const HAXPFlow* flow) const {
+    const std::unique_ptr<HSTFwdIter<HAXPStrategy*>> strategies(createStrategyIter(flow));
+    const bool toolsOnly =
+        HPAParamMgr::getParamMgr()->getValueIfExistAsBool("runs.defaultToToolStrategy", false);
+    while (strategies->hasNext()) {
+        HAXPStrategy* const strategy = strategies->next();
+        if (!toolsOnly || !strategy->isUserDefined())
+            return strategy;
+    }
+    return nullptr;
+}
+
+int HAXPMgr::strategyCount(const HAXPFlow* flow) const {
+    return HAXPStrategyMgr::getGlobal()->strategyCount(flow);
+}
+
+HSTFwdIter<HAXPStrategy*>* HAXPMgr::createStrategyIter(const HAXPFlow* flow) const {
+    return HAXPStrategyMgr::getGlobal()->createStrategyIter(flow);
+}
+
+bool HAXPMgr::isUniqueStrategyName(const HAXPFlow* flow, const std::string& name) const {
+    return HAXPStrategyMgr::getGlobal()->isUniqueStrategyName(flow, name);
+}
+
+bool HAXPMgr::hasEquivalentStrategy(HAXPStrategy* strategy) const {
+    return HAXPStrategyMgr::getGlobal()->hasEquivalentStrategy(strategy);
+}
+
+HAXPStrategy* HAXPMgr::createStrategy(const HAXPFlow* flow, const std::string& name) {
+    return HAXPStrategyMgr::getGlobal()->createStrategy(flow, name);
+}
+
+HAXPStrategy* HAXPMgr::createInternalStrategy(const HAXPStrategy* source) {
+    return HAXPStrategyMgr::getGlobal()->createInternalStrategy(source);
+}
+
+HAXPStrategy* HAXPMgr::copyStrategy(const HAXPStrategy* source, const std::string& name) {
+    return HAXPStrategyMgr::getGlobal()->copyStrategy(source, name);
+}
+
+void HAXPMgr::renameStrategy(HAXPStrategy* strategy, const std::string& name) {
+    HAXPStrategyMgr::getGlobal()->renameStrategy(strategy, name);
+}
+
+void HAXPMgr::deleteStrategy(HAXPStrategy* strategy) {
+    HAXPStrategyMgr::getGlobal()->deleteStrategy(strategy);
 }
 
 int HAXPMgr::statSpecCount() const {

@@ -14,6 +14,7 @@
 class HAXPFlow;
 class HAXPFlowType;
 class HAXPStatSpec;
+class HAXPStrategy;
 
 /// The catalogue of flows.
 ///
@@ -61,6 +62,21 @@ public:
 
     /// False for null and for a legacy flow.
     bool isFlowSupported(const HAXPFlow* flow) const;
+
+    /// The first strategy of `flow`: that of the tool, not a user's, when the parameter
+    /// "runs.defaultToToolStrategy" is true. Null without one.
+    HAXPStrategy* getDefaultStrategy(const HAXPFlow* flow) const;
+
+    /// Those of HAXPStrategyMgr.
+    int strategyCount(const HAXPFlow* flow) const;
+    HSTFwdIter<HAXPStrategy*>* createStrategyIter(const HAXPFlow* flow) const;
+    bool isUniqueStrategyName(const HAXPFlow* flow, const std::string& name) const;
+    bool hasEquivalentStrategy(HAXPStrategy* strategy) const;
+    HAXPStrategy* createStrategy(const HAXPFlow* flow, const std::string& name);
+    HAXPStrategy* createInternalStrategy(const HAXPStrategy* source);
+    HAXPStrategy* copyStrategy(const HAXPStrategy* source, const std::string& name);
+    void renameStrategy(HAXPStrategy* strategy, const std::string& name);
+    void deleteStrategy(HAXPStrategy* strategy);
 
     /// Those of HAXPStatMgr. The caller deletes the iterator.
     int statSpecCount() const;

@@ -1,0 +1,200 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "runs/base/xperiment/HAXPStrategyMgr.h"
+
+#include <exception>
+#include <memory>
+#include <set>
+#include <unordered_map>
+
+#include <boost/logic/tribool.hpp>
+
+#include "environment/messages/ComMsgMgr.h"
+#include "runs/base/xperiment/HAXPStrategy.h"
+#include "runs/base/xperiment/stratKeeper.h"
+#include "runs/base/xpstratxio/HAXSStrategyXMLParser.h"
+#include "runs/base/xpstratxio/HAXSStrategyXMLWriter.h"
+
+namespace {
+
+struct StrategyKind {
+    using Strategy = HAXPStrategy;
+    using Database = HAXPStratDB;
+    using Owned = std::unique_ptr<Strategy>;
+    template <class T> using FlowMap = std::unordered_map<const HAXPFlow*, T>;
+
+    static constexpr char kFolder[] = "strategies";
+    static constexpr char kSaveRefused[] = "Can't save changes to an enterprise strategy";
+    static constexpr char kSaveNull[] = "can't save null strategy";
+    static constexpr char kNoFlow[] = "a strategy needs a flow";
+    static constexpr char kRegisterNull[] = "can't register null strategy";
+    static constexpr char kNotUnique[] = "non-unique strategy name";
+    static constexpr char kRenameUnregistered[] = "can't rename unregistered strategy";
+    static constexpr char kDeleteNull[] = "can't delete null strategy";
+    static constexpr char kDeleteRefused[] = "can't delete an enterprise strategy!";
+    static constexpr char kDeleteNoList[] = "no strategies registered for this flow";
+    static constexpr char kDeleteUnregistered[] = "can't delete unregistered strategy";
+
+    static std::vector<Owned> read(const std::string& path, bool& isForeign, std::string& version);
+
+    static void write(Strategy& strategy, const std::string& path) {
+        HAXSStrategyXMLWriter(path).writeStrategy(&strategy);
+    }
+    static bool writeNew(Strategy& strategy, const std::string& path) {
+        return HAXSStrategyXMLWriter(path).writeNewStrategy(&strategy);
+    }
+
+    static void sendDuplicate(const std::string& owner, const std::string& name,
+                              const std::string& path, const std::string& first) {
+        ComMsgMgr::sendMsg::eval(4, __FILE__, __LINE__, "runs", ComMsgMgr::kWarning,
+                                 "@36-547@%s%s%s%s", owner, name, path, first);
+    }
+
+    static void copy(Strategy& strategy, const Strategy& source) {
+        strategy.copyStrat(&source, false, boost::logic::indeterminate);
+    }
+    static void markModified(Strategy&) {}
+};
+
+std::vector<StrategyKind::Owned> StrategyKind::read(const std::string& path, bool& isForeign,
+                                                    std::string& version) {
+    HAXSStrategyXMLParser parser;
+    try {
+        parser.parseStrategies(path);
+    } catch (const std::exception&) {
+        // All else is told by the parser itself.
+        ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "project", ComMsgMgr::kError,
+                                 "@1-126@%s%d%s", path, parser.getLine(),
+                                 "the version of the tool is no number");
+    }
+    std::vector<Owned> strategies;
+    const std::unique_ptr<HSTFwdIter<HAXPStrategy*>> finished(parser.createStrategyIter());
+    while (finished->hasNext())
+        strategies.emplace_back(finished->next());
+    isForeign = parser.needsBackup();
+    version = parser.getWriterVersion();
+    return strategies;
+}
+
+}  // namespace
+
+struct HAXPStrategyMgr::Data {
+    explicit Data(HAXPStrategyMgr& manager) : strategies(manager, parsedPaths) {}
+
+    std::set<std::string> parsedPaths;
+    xperiment::StratKeeper<StrategyKind> strategies;
+};
+
+HAXPStrategyMgr* HAXPStrategyMgr::sp_theGlobal = nullptr;
+
+HAXPStrategyMgr::HAXPStrategyMgr() : m_data(std::make_unique<Data>(*this)) {}
+
+HAXPStrategyMgr::~HAXPStrategyMgr() = default;
+
+HAXPStrategyMgr* HAXPStrategyMgr::getGlobal() {
+    if (sp_theGlobal == nullptr)
+        sp_theGlobal = new HAXPStrategyMgr;
+    return sp_theGlobal;
+}
+
+const HSTVector<HAXPStrategy*>* HAXPStrategyMgr::getStratVec(const HAXPFlow* flow) const {
+    return m_data->strategies.list(flow);
+}
+
+int HAXPStrategyMgr::strategyCount(const HAXPFlow* flow) const {
+    const HSTVector<HAXPStrategy*>* const strategies = getStratVec(flow);
+    return strategies == nullptr ? 0 : static_cast<int>(strategies->size());
+}
+
+HSTFwdIter<HAXPStrategy*>* HAXPStrategyMgr::createStrategyIter(const HAXPFlow* flow) const {
+    return m_data->strategies.createIter(flow);
+}
+
+HAXPStrategy* HAXPStrategyMgr::findStrategy(const HAXPFlow* flow, const std::string& name) const {
+    return m_data->strategies.find(flow, name);
+}
+
+bool HAXPStrategyMgr::isUniqueStrategyName(const HAXPFlow* flow, const std::string& name) const {
+    return findStrategy(flow, name) == nullptr;
+}
+
+bool HAXPStrategyMgr::hasEquivalentStrategy(HAXPStrategy* strategy) const {
+    return m_data->strategies.hasEquivalent(strategy);
+}
+
+void HAXPStrategyMgr::registerStrategy(HAXPStrategy* ownedStrategy) {
+    m_data->strategies.add(ownedStrategy);
+}
+
+void HAXPStrategyMgr::registerInternalStrategy(HAXPStrategy* strategy) {
+    m_data->strategies.addInternal(strategy);
+}
+
+HAXPStrategy* HAXPStrategyMgr::createStrategy(const HAXPFlow* flow, const std::string& name) {
+    return m_data->strategies.create(flow, name);
+}
+
+HAXPStrategy* HAXPStrategyMgr::createInternalStrategy(const HAXPStrategy* source) {
+    return m_data->strategies.createInternal(source);
+}
+
+HAXPStrategy* HAXPStrategyMgr::copyStrategy(const HAXPStrategy* source, const std::string& name) {
+    return m_data->strategies.copy(source, name);
+}
+
+void HAXPStrategyMgr::renameStrategy(HAXPStrategy* strategy, const std::string& name) {
+    m_data->strategies.rename(strategy, name);
+}
+
+void HAXPStrategyMgr::deleteStrategy(HAXPStrategy* strategy) {
+    m_data->strategies.remove(strategy);
+}
+
+void HAXPStrategyMgr::saveStrat(HAXPStrategy* strategy) {
+    m_data->strategies.save(strategy);
+}
+
+void HAXPStrategyMgr::restoreAllStrategies(const std::string& extension, bool) {
+    m_data->strategies.restoreAll(extension);
+}
+
+void HAXPStrategyMgr::restoreStrategies(const std::string& dir, const std::string& extension,
+                                        bool userDefined) {
+    m_data->strategies.restore(dir, extension, userDefined);
+}
+
+void HAXPStrategyMgr::restorePreviousReleaseStrategies(const std::string& extension) {
+    m_data->strategies.restorePreviousReleases(extension);
+}
+
+void HAXPStrategyMgr::getPreviousDataDirs(std::vector<std::string>& dirs) const {
+    xperiment::findPreviousDataDirs(dirs);
+}
+
+void HAXPStrategyMgr::addToParsedPaths(const std::string& dir) {
+    m_data->parsedPaths.insert(dir);
+}
+
+bool HAXPStrategyMgr::isAlreadyParsed(const std::string& dir) const {
+    return m_data->parsedPaths.count(dir) != 0;
+}
+
+std::string HAXPStrategyMgr::getGlobalStratDir() {
+    return m_data->strategies.folders().global();
+}
+
+std::string HAXPStrategyMgr::getReleaseStratDir() {
+    return m_data->strategies.folders().release();
+}
+
+std::string HAXPStrategyMgr::getPersonalStratDir() {
+    return m_data->strategies.folders().personal();
+}
+
+std::string HAXPStrategyMgr::getUserGlobalStratDir() {
+    return m_data->strategies.folders().userGlobal();
+}
+
+void HAXPStrategyMgr::strategyModifiedCallback_(HAXPStrategy* strategy) {
+    m_data->strategies.modified(strategy);
+}
