@@ -18,13 +18,15 @@
 
 namespace {
 
-using test::makeReport;
+namespace reports = test::reports;
+
+using reports::makeReport;
 
 /// A catalogue of its own. Messages are recorded.
 class ReportSpecMgrTest : public ::testing::Test {
 protected:
     HAXRReportSpec* add(const std::string& name, const VersionInfo& version) {
-        HAXRReportSpec* const spec = makeReport(name, {test::text("a", "x")}, version).release();
+        HAXRReportSpec* const spec = makeReport(name, {reports::text("a", "x")}, version).release();
         m_catalogue.addReportSpec(spec);
         return spec;
     }
@@ -164,11 +166,11 @@ TEST_F(ReportSpecMgrTest, HandsOutCopiesThatChangeNothing) {
         ASSERT_NE(copy, nullptr);
         EXPECT_NE(copy.get(), spec);
         EXPECT_EQ(copy->getVersion(), (VersionInfo{1, 0}));
-        test::setText(copy->getOptions(), "a", "changed");
+        reports::setText(copy->getOptions(), "a", "changed");
         const std::unique_ptr<HATOptGroup> group(copy->getOptions());
         copy->setOptions(nullptr);
     }
-    EXPECT_EQ(test::valueOf(spec->getOptions(), "a"), "x");
+    EXPECT_EQ(reports::valueOf(spec->getOptions(), "a"), "x");
 }
 
 TEST_F(ReportSpecMgrTest, MakesStaticReports) {
@@ -182,7 +184,7 @@ TEST_F(ReportSpecMgrTest, MakesStaticReports) {
     ASSERT_NE(spec->getOptions(), nullptr);
     EXPECT_EQ(spec->getOptions()->getOptGrpId(), "OPTIONS");
     EXPECT_EQ(spec->getOptions()->getOptGrpPrettyDisplayName(), "");
-    EXPECT_TRUE(test::namesOf(spec->getOptions()).empty());
+    EXPECT_TRUE(reports::namesOf(spec->getOptions()).empty());
     EXPECT_TRUE(m_messages.ids().empty());
 }
 
@@ -218,7 +220,7 @@ TEST_F(ReportCatalogueOfInstallationTest, MayBeMissing) {
 TEST_F(ReportCatalogueOfInstallationTest, PicksNothingWhenTheFileIsNoXml) {
     add("report_io", {1, 0});
     m_installation.addFile("reportstrategies/report.xml", "<Reports>");
-    test::outputOf([this] { EXPECT_THROW(m_catalogue.parseReportSpecs(), HXMLException); });
+    reports::outputOf([this] { EXPECT_THROW(m_catalogue.parseReportSpecs(), HXMLException); });
     EXPECT_TRUE(listedNames().empty());
 }
 

@@ -19,7 +19,9 @@
 
 namespace {
 
-using test::valueOf;
+namespace reports = test::reports;
+
+using reports::valueOf;
 
 constexpr char kSchema[] = "report-catalogue.xsd";
 
@@ -73,7 +75,7 @@ protected:
     /// m_output. Empty when nothing is thrown.
     std::string errorOf(const std::string& document) {
         std::string text;
-        m_output = test::outputOf([&] {
+        m_output = reports::outputOf([&] {
             try {
                 read(document);
             } catch (const HXMLException& error) {
@@ -151,7 +153,7 @@ TEST_F(ReportSpecParserTest, TakesAReportOfNoKind) {
 TEST_F(ReportSpecParserTest, ReadsUnicode) {
     read("<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?>" + optionsOf("<Option name=\"\xE4\""
                                                                        " type=\"string\"/>"));
-    EXPECT_EQ(test::namesOf(spec()->getOptions())[0], "\xC3\xA4");
+    EXPECT_EQ(reports::namesOf(spec()->getOptions())[0], "\xC3\xA4");
 }
 
 TEST_F(ReportSpecParserTest, KeepsEachVersionOfAReport) {
@@ -210,21 +212,21 @@ TEST_F(ReportSpecParserTest, AddsToWhatTheCatalogueHas) {
 
 TEST_F(ReportSpecParserTest, EndsTheOptionsOfEveryReportWithMoreOptions) {
     const HATOptGroup* options = readOptions("<Option name=\"a\" type=\"string\"/>");
-    EXPECT_EQ(test::namesOf(options), (std::vector<std::string>{"a", "MORE_OPTIONS"}));
-    const HATAttrSpec* more = test::optionOf(options, "MORE_OPTIONS");
+    EXPECT_EQ(reports::namesOf(options), (std::vector<std::string>{"a", "MORE_OPTIONS"}));
+    const HATAttrSpec* more = reports::optionOf(options, "MORE_OPTIONS");
     EXPECT_EQ(more->getAttrType(), HATAttrTypes::kString);
     EXPECT_EQ(more->getDescription(), "Use this field to specify additional options");
     EXPECT_EQ(more->getStringDefault(), "");
     EXPECT_EQ(options->getOptionsSpec()->getDbId(more), "MORE_OPTIONS");
     read(catalogueOf(reportOf("", "report_drc")));
-    EXPECT_EQ(test::namesOf(spec("report_drc")->getOptions()),
+    EXPECT_EQ(reports::namesOf(spec("report_drc")->getOptions()),
               std::vector<std::string>{"MORE_OPTIONS"});
 }
 
 TEST_F(ReportSpecParserTest, TreatsAnOptionNamedMoreOptionsLikeAnyOther) {
     const HATOptGroup* options =
         readOptions("<Option name=\"MORE_OPTIONS\" type=\"int\" def_value=\"1\"/>");
-    EXPECT_EQ(test::namesOf(options), (std::vector<std::string>(2, "MORE_OPTIONS")));
+    EXPECT_EQ(reports::namesOf(options), (std::vector<std::string>(2, "MORE_OPTIONS")));
     EXPECT_EQ(valueOf(options, "MORE_OPTIONS"), "1");
 }
 
@@ -232,27 +234,27 @@ TEST_F(ReportSpecParserTest, KeepsOptionsInOrderUnderTheirNames) {
     const HATOptGroup* options =
         readOptions("<Option name=\"b\" type=\"bool\"/>"
                     "<Option name=\"a\" type=\"string\" description=\"x\"/>");
-    EXPECT_EQ(test::namesOf(options), (std::vector<std::string>{"b", "a", "MORE_OPTIONS"}));
+    EXPECT_EQ(reports::namesOf(options), (std::vector<std::string>{"b", "a", "MORE_OPTIONS"}));
     EXPECT_NE(options->getAttrSpecForDbId("a"), nullptr);
-    EXPECT_EQ(options->getOptionsSpec()->getInvokeStr(test::optionOf(options, "a")), "");
-    EXPECT_EQ(test::optionOf(options, "a")->getDescription(), "");
-    EXPECT_FALSE(test::optionOf(options, "a")->isReadOnly());
+    EXPECT_EQ(options->getOptionsSpec()->getInvokeStr(reports::optionOf(options, "a")), "");
+    EXPECT_EQ(reports::optionOf(options, "a")->getDescription(), "");
+    EXPECT_FALSE(reports::optionOf(options, "a")->isReadOnly());
 }
 
 TEST_F(ReportSpecParserTest, DropsAnIntegerWhoseDefaultIsNone) {
     const HATOptGroup* options = readOptions("<Option name=\"a\" type=\"int\" def_value=\"1x\"/>"
                                              "<Option name=\"b\" type=\"int\" def_value=\" \"/>"
                                              "<Option name=\"c\" type=\"int\" def_value=\"2\"/>");
-    EXPECT_EQ(test::namesOf(options), (std::vector<std::string>{"c", "MORE_OPTIONS"}));
+    EXPECT_EQ(reports::namesOf(options), (std::vector<std::string>{"c", "MORE_OPTIONS"}));
     EXPECT_EQ(m_messages.summaries(),
               (std::vector<std::string>{"runs WARNING 36-394(report.xml, 1x, a)",
                                         "runs WARNING 36-394(report.xml,  , b)"}));
 }
 
 TEST_F(ReportSpecParserTest, DropsAnOptionOfAnUnknownTypeSilently) {
-    EXPECT_EQ(test::namesOf(readOptions("<Option name=\"a\" type=\"Integer\" def_value=\"1\"/>"
-                                        "<Option name=\"b\" type=\"\"/>"
-                                        "<Option name=\"c\" type=\" int\"/>")),
+    EXPECT_EQ(reports::namesOf(readOptions("<Option name=\"a\" type=\"Integer\" def_value=\"1\"/>"
+                                           "<Option name=\"b\" type=\"\"/>"
+                                           "<Option name=\"c\" type=\" int\"/>")),
               std::vector<std::string>{"MORE_OPTIONS"});
     EXPECT_TRUE(m_messages.ids().empty());
 }
@@ -275,9 +277,9 @@ class ReportOptionTable : public ReportSpecParserTest,
 TEST_P(ReportOptionTable, IsDeclared) {
     const HATOptGroup* options =
         readOptions("<Option name=\"o\" " + std::string(GetParam().attributes) + "/>");
-    EXPECT_EQ(test::optionOf(options, "o")->getAttrType(), GetParam().kind);
+    EXPECT_EQ(reports::optionOf(options, "o")->getAttrType(), GetParam().kind);
     EXPECT_EQ(valueOf(options, "o"), GetParam().value);
-    EXPECT_TRUE(options->isDefault(test::optionOf(options, "o")));
+    EXPECT_TRUE(options->isDefault(reports::optionOf(options, "o")));
     EXPECT_TRUE(m_messages.ids().empty());
 }
 
@@ -313,12 +315,12 @@ TEST_F(ReportSpecParserTest, ReadsOutputOptionsThatCanOnlyBeLookedAt) {
     ASSERT_NE(options, nullptr);
     EXPECT_EQ(options->getOptGrpId(), "OPTIONS");
     EXPECT_EQ(options->getOptGrpPrettyDisplayName(), "report_io");
-    EXPECT_EQ(test::namesOf(options), (std::vector<std::string>{"file", "pb"}));
+    EXPECT_EQ(reports::namesOf(options), (std::vector<std::string>{"file", "pb"}));
     EXPECT_EQ(valueOf(options, "file"), "io.rpt");
     EXPECT_EQ(valueOf(options, "pb"), "");
     for (const char* name : {"file", "pb"})
-        EXPECT_TRUE(test::optionOf(options, name)->isReadOnly());
-    EXPECT_EQ(test::namesOf(spec()->getOptions()), std::vector<std::string>{"MORE_OPTIONS"});
+        EXPECT_TRUE(reports::optionOf(options, name)->isReadOnly());
+    EXPECT_EQ(reports::namesOf(spec()->getOptions()), std::vector<std::string>{"MORE_OPTIONS"});
     EXPECT_TRUE(m_messages.ids().empty());
 }
 
@@ -329,7 +331,7 @@ TEST_F(ReportSpecParserTest, MakesAnEmptyGroupOfOutputOptionsThatAreAllDropped) 
                      reportOf("<OutputOptions/>", "report_drc")));
     for (const char* name : {"report_io", "report_drc"}) {
         ASSERT_NE(spec(name)->getOutputOptions(), nullptr);
-        EXPECT_TRUE(test::namesOf(spec(name)->getOutputOptions()).empty());
+        EXPECT_TRUE(reports::namesOf(spec(name)->getOutputOptions()).empty());
     }
 }
 
@@ -355,7 +357,7 @@ TEST_P(ReportCatalogueFaultTable, AddsNothingAndNamesTheLine) {
 }
 
 TEST_P(ReportCatalogueFaultTable, BreaksTheSchemaToo) {
-    EXPECT_FALSE(test::isValidBySchema(kSchema, GetParam().document));
+    EXPECT_FALSE(reports::isValidBySchema(kSchema, GetParam().document));
 }
 
 #define REPORT_IO "<ReportSpec name=\"report_io\" short_description=\"\" Version=\"1\" Minor=\"0\">"
@@ -431,13 +433,13 @@ TEST_F(ReportSpecParserTest, TakesVersionsOfThirtyTwoBitsAlone) {
         EXPECT_EQ(faultOf(withVersion(bad)),
                   ":1: the attribute \"Version\" of \"ReportSpec\" is \"" + std::string(bad) +
                       "\", which is no whole number from 0 to 4294967295");
-        EXPECT_FALSE(test::isValidBySchema(kSchema, withVersion(bad))) << bad;
+        EXPECT_FALSE(reports::isValidBySchema(kSchema, withVersion(bad))) << bad;
     }
     for (const char* good : {"0", "5", "0000000000000000000000005", "4294967295"}) {
         m_catalogue = std::make_unique<HAXRReportSpecMgr>();
         read(withVersion(good));
         EXPECT_EQ(reportCount(), 1) << good;
-        EXPECT_TRUE(test::isValidBySchema(kSchema, withVersion(good))) << good;
+        EXPECT_TRUE(reports::isValidBySchema(kSchema, withVersion(good))) << good;
     }
 }
 
@@ -461,7 +463,7 @@ TEST_F(ReportSpecParserTest, AgreesWithTheSchemaOnAWholeCatalogue) {
         reportOf("", "report_drc"));
     read(document);
     EXPECT_EQ(reportCount(), 2);
-    EXPECT_TRUE(test::isValidBySchema(kSchema, document));
+    EXPECT_TRUE(reports::isValidBySchema(kSchema, document));
 }
 
 // Files that are no XML ---------------------------------------------------
@@ -517,7 +519,7 @@ TEST_F(ReportSpecParserTest, ReadsUtf16) {
 TEST_F(ReportSpecParserTest, RefusesAFolder) {
     m_dir.folder("report.xml/inside");
     const HAXRReportSpecParser parser(m_catalogue.get(), path());
-    test::outputOf([&] { EXPECT_THROW(parser.parseReportSpecs(), HXMLException); });
+    reports::outputOf([&] { EXPECT_THROW(parser.parseReportSpecs(), HXMLException); });
 }
 
 TEST_F(ReportSpecParserTest, RefusesAFileCutAtAnyByte) {
@@ -536,7 +538,7 @@ TEST_F(ReportSpecParserTest, TellsAFileThatVanishedAfterItWasFound) {
     m_dir.mark("report.xml", "<Reports/>");
     const HAXRReportSpecParser parser(m_catalogue.get(), path());
     m_dir.unmark("report.xml");
-    EXPECT_EQ(test::outputOf([&] { EXPECT_THROW(parser.parseReportSpecs(), HXMLException); }),
+    EXPECT_EQ(reports::outputOf([&] { EXPECT_THROW(parser.parseReportSpecs(), HXMLException); }),
               path() + ":0: Error: No such file or directory\n");
 }
 

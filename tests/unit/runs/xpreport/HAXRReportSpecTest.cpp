@@ -14,11 +14,13 @@
 
 namespace {
 
-using test::flag;
-using test::makeGroup;
-using test::makeReport;
-using test::number;
-using test::text;
+namespace reports = test::reports;
+
+using reports::flag;
+using reports::makeGroup;
+using reports::makeReport;
+using reports::number;
+using reports::text;
 
 using Spec = std::unique_ptr<HAXRReportSpec>;
 
@@ -110,50 +112,50 @@ TEST(ReportSpecTest, HasNoIteratorWithoutAGroup) {
 TEST(ReportSpecTest, LeavesAGroupThatIsReplacedToTheCaller) {
     const Spec spec = makeReport("report_io", {text("a")});
     const std::unique_ptr<HATOptGroup> before(spec->getOptions());
-    test::GroupObserver observer;
+    reports::GroupObserver observer;
     spec->attach(&observer);
     HATOptGroup* const after = makeGroup({text("b")}).release();
     spec->setOptions(after);
     EXPECT_EQ(spec->getOptions(), after);
-    EXPECT_EQ(test::namesOf(before.get()), std::vector<std::string>{"a"});
+    EXPECT_EQ(reports::namesOf(before.get()), std::vector<std::string>{"a"});
     EXPECT_TRUE(observer.heard.empty());
-    test::setText(after, "b", "not attached");
+    reports::setText(after, "b", "not attached");
     EXPECT_TRUE(observer.heard.empty());
 }
 
 TEST(ReportSpecTest, TakesItsOwnGroupAgain) {
     const Spec spec = makeReport("report_io", {text("a", "x")});
     spec->setOptions(spec->getOptions());
-    EXPECT_EQ(test::valueOf(spec->getOptions(), "a"), "x");
+    EXPECT_EQ(reports::valueOf(spec->getOptions(), "a"), "x");
 }
 
 TEST(ReportSpecTest, TellsTheObserverOfAChangedOption) {
     const Spec spec = makeReport("report_io", {text("a")});
-    test::GroupObserver observer;
+    reports::GroupObserver observer;
     spec->attach(&observer);
-    test::setText(spec->getOptions(), "a", "x");
+    reports::setText(spec->getOptions(), "a", "x");
     EXPECT_EQ(observer.heard, std::vector<HATOptGroup*>{spec->getOptions()});
 }
 
 TEST(ReportSpecTest, TellsNobodyOfAChangedOutputOption) {
     const Spec spec = makeReport("report_io");
     spec->setOutputOptions(makeGroup({text("file")}).release());
-    test::GroupObserver observer;
+    reports::GroupObserver observer;
     spec->attach(&observer);
-    test::setText(spec->getOutputOptions(), "file", "x");
+    reports::setText(spec->getOutputOptions(), "file", "x");
     EXPECT_TRUE(observer.heard.empty());
 }
 
 TEST(ReportSpecTest, TellsTheLastObserverOnDemandAndBothOfAChange) {
     const Spec spec = makeReport("report_io", {text("a")});
-    test::GroupObserver first;
-    test::GroupObserver second;
+    reports::GroupObserver first;
+    reports::GroupObserver second;
     spec->attach(&first);
     spec->attach(&second);
     spec->setDirty();
     EXPECT_EQ(first.heard.size(), 0u);
     EXPECT_EQ(second.heard, std::vector<HATOptGroup*>{spec->getOptions()});
-    test::setText(spec->getOptions(), "a", "x");
+    reports::setText(spec->getOptions(), "a", "x");
     EXPECT_EQ(first.heard.size(), 1u);
     EXPECT_EQ(second.heard.size(), 2u);
 }
@@ -161,7 +163,7 @@ TEST(ReportSpecTest, TellsTheLastObserverOnDemandAndBothOfAChange) {
 TEST(ReportSpecTest, MayHaveNoObserver) {
     HAXRReportSpec spec("report_io", "", nullptr, "");
     spec.setDirty();
-    test::GroupObserver observer;
+    reports::GroupObserver observer;
     spec.attach(&observer);
     spec.setDirty();
     EXPECT_EQ(observer.heard, std::vector<HATOptGroup*>{nullptr});
@@ -180,7 +182,7 @@ TEST(ReportSpecTest, KeepsADisplayNameAsItIsSet) {
 
 TEST(ReportSpecTest, TellsOfANewDisplayNameOnDemand) {
     const Spec spec = makeReport("report_io");
-    test::GroupObserver observer;
+    reports::GroupObserver observer;
     spec->attach(&observer);
     spec->setDisplayName("IO", true);
     EXPECT_EQ(observer.heard.size(), 0u);
@@ -194,7 +196,7 @@ TEST(ReportSpecTest, IsCopiedWithGroupsOfItsOwn) {
     Spec spec = makeReport("report_io", {text("a", "x"), number("n", 4)}, {2, 1});
     spec->setDisplayName("report_my_io", false);
     spec->setOutputOptions(makeGroup({text("file", "io.rpt")}).release());
-    test::setNumber(spec->getOptions(), "n", 5);
+    reports::setNumber(spec->getOptions(), "n", 5);
     const HAXRReportSpec copy(*spec);
     spec.reset();
     EXPECT_EQ(copy.getName(), "report_io");
@@ -203,19 +205,19 @@ TEST(ReportSpecTest, IsCopiedWithGroupsOfItsOwn) {
     EXPECT_EQ(copy.getSpecType(), HAXRTypes::REPORT_IO);
     EXPECT_EQ(copy.getVersion(), (VersionInfo{2, 1}));
     EXPECT_EQ(copy.getOptions()->getOptGrpPrettyDisplayName(), "report_io");
-    EXPECT_EQ(test::valueOf(copy.getOptions(), "n"), "5");
-    EXPECT_FALSE(test::optionOf(copy.getOptions(), "n")->isReadOnly());
-    EXPECT_EQ(test::valueOf(copy.getOutputOptions(), "file"), "io.rpt");
-    EXPECT_TRUE(test::optionOf(copy.getOutputOptions(), "file")->isReadOnly());
+    EXPECT_EQ(reports::valueOf(copy.getOptions(), "n"), "5");
+    EXPECT_FALSE(reports::optionOf(copy.getOptions(), "n")->isReadOnly());
+    EXPECT_EQ(reports::valueOf(copy.getOutputOptions(), "file"), "io.rpt");
+    EXPECT_TRUE(reports::optionOf(copy.getOutputOptions(), "file")->isReadOnly());
 }
 
 TEST(ReportSpecTest, IsCopiedWithoutItsObserver) {
     const Spec spec = makeReport("report_io", {text("a")});
-    test::GroupObserver observer;
+    reports::GroupObserver observer;
     spec->attach(&observer);
     HAXRReportSpec copy(*spec);
     copy.setDirty();
-    test::setText(copy.getOptions(), "a", "x");
+    reports::setText(copy.getOptions(), "a", "x");
     EXPECT_TRUE(observer.heard.empty());
 }
 
@@ -232,7 +234,7 @@ TEST(ReportSpecTest, EqualsAReportWithTheSameOptionValues) {
     other->setOutputOptions(makeGroup({text("file")}).release());
     EXPECT_TRUE(spec->isEqual(other.get()));
     EXPECT_TRUE(spec->isEqual(spec.get()));
-    test::setText(other->getOptions(), "a", "y");
+    reports::setText(other->getOptions(), "a", "y");
     EXPECT_FALSE(spec->isEqual(other.get()));
 }
 

@@ -11,15 +11,17 @@
 
 namespace {
 
-using test::flag;
-using test::makeGroup;
-using test::number;
-using test::Option;
-using test::setFlag;
-using test::setNumber;
-using test::setText;
-using test::text;
-using test::valueOf;
+namespace reports = test::reports;
+
+using reports::flag;
+using reports::makeGroup;
+using reports::number;
+using reports::Option;
+using reports::setFlag;
+using reports::setNumber;
+using reports::setText;
+using reports::text;
+using reports::valueOf;
 
 using Group = std::unique_ptr<HATOptGroup>;
 
@@ -35,10 +37,10 @@ TEST(OptGroupCopyTest, OfNullIsNull) {
 TEST(OptGroupCopyTest, TakesOptionsInTheirOrderWithTheirKinds) {
     const Group group = makeGroup({flag("b"), number("a"), text("c")});
     const Group copy = copyOf(group);
-    EXPECT_EQ(test::namesOf(copy.get()), (std::vector<std::string>{"b", "a", "c"}));
+    EXPECT_EQ(reports::namesOf(copy.get()), (std::vector<std::string>{"b", "a", "c"}));
     for (const char* name : {"a", "b", "c"})
-        EXPECT_EQ(test::optionOf(copy.get(), name)->getAttrType(),
-                  test::optionOf(group.get(), name)->getAttrType());
+        EXPECT_EQ(reports::optionOf(copy.get(), name)->getAttrType(),
+                  reports::optionOf(group.get(), name)->getAttrType());
 }
 
 TEST(OptGroupCopyTest, TakesDefaultsAndValues) {
@@ -50,9 +52,9 @@ TEST(OptGroupCopyTest, TakesDefaultsAndValues) {
     EXPECT_EQ(valueOf(copy.get(), "b"), "false");
     EXPECT_EQ(valueOf(copy.get(), "n"), "-3");
     EXPECT_EQ(valueOf(copy.get(), "t"), "new");
-    EXPECT_TRUE(test::optionOf(copy.get(), "b")->getBoolDefault());
-    EXPECT_EQ(test::optionOf(copy.get(), "n")->getIntDefault(), 7);
-    EXPECT_EQ(test::optionOf(copy.get(), "t")->getStringDefault(), "old");
+    EXPECT_TRUE(reports::optionOf(copy.get(), "b")->getBoolDefault());
+    EXPECT_EQ(reports::optionOf(copy.get(), "n")->getIntDefault(), 7);
+    EXPECT_EQ(reports::optionOf(copy.get(), "t")->getStringDefault(), "old");
 }
 
 TEST(OptGroupCopyTest, SharesNothingWithItsSource) {
@@ -75,12 +77,12 @@ TEST(OptGroupCopyTest, BearsTheNameGivenAndOneId) {
 
 TEST(OptGroupCopyTest, MakesOptionsReadOnlyOnDemandAlone) {
     const Group group = makeGroup({text("t"), flag("b")});
-    test::optionOf(group.get(), "t")->setReadOnly(true);
+    reports::optionOf(group.get(), "t")->setReadOnly(true);
     const Group readOnly = copyOf(group, "", true);
     const Group writable = copyOf(group, "", false);
     for (const char* name : {"t", "b"}) {
-        EXPECT_TRUE(test::optionOf(readOnly.get(), name)->isReadOnly());
-        EXPECT_FALSE(test::optionOf(writable.get(), name)->isReadOnly());
+        EXPECT_TRUE(reports::optionOf(readOnly.get(), name)->isReadOnly());
+        EXPECT_FALSE(reports::optionOf(writable.get(), name)->isReadOnly());
     }
 }
 
@@ -188,14 +190,14 @@ TEST_F(CompareOptGroupsTest, ComparesNoListsEnumsAndFiles) {
                           {"e", HATAttrTypes::kEnum, value},
                           {"f", HATAttrTypes::kFile, value}});
     };
-    EXPECT_EQ(test::outputOf([&] { EXPECT_TRUE(areEqual(groupOf("x"), groupOf("y"))); }), "");
+    EXPECT_EQ(reports::outputOf([&] { EXPECT_TRUE(areEqual(groupOf("x"), groupOf("y"))); }), "");
 }
 
 TEST_F(CompareOptGroupsTest, TellsStandardOutputOfAKindThatCannotBeCompared) {
     const auto groupOf = [](const std::string& value) {
         return makeGroup({{"l", HATAttrTypes::kLong, value}, text("t")});
     };
-    EXPECT_EQ(test::outputOf([&] { EXPECT_TRUE(areEqual(groupOf("1"), groupOf("2"))); }),
+    EXPECT_EQ(reports::outputOf([&] { EXPECT_TRUE(areEqual(groupOf("1"), groupOf("2"))); }),
               "ERROR:unknown attribute spec type\n");
 }
 

@@ -16,7 +16,7 @@
 #include "runs/base/xpreport/HAXRReportSpec.h"
 #include "runs/base/xpreport/HAXRTypes.h"
 
-namespace test {
+namespace test::reports {
 
 /// An option to be declared, by name, kind and the text of its default.
 struct Option {
@@ -116,4 +116,4 @@ template <class Action> std::string outputOf(Action action) {
     return ::testing::internal::GetCapturedStdout();
 }
 
-}  // namespace test
+}  // namespace test::reports

@@ -9,7 +9,7 @@
 #include <libxml/parser.h>
 #include <libxml/xmlschemas.h>
 
-namespace test {
+namespace test::reports {
 
 namespace {
 
@@ -41,4 +41,4 @@ bool isValidBySchema(const std::string& name, const std::string& document) {
     return xmlSchemaValidateDoc(check.get(), tree.get()) == 0;
 }
 
-}  // namespace test
+}  // namespace test::reports

@@ -4,10 +4,10 @@
 
 #include <string>
 
-namespace test {
+namespace test::reports {
 
 /// Whether `document` keeps the rules of the schema `name`, such as
 /// "report-catalogue.xsd". A schema that can't be read fails the test.
 bool isValidBySchema(const std::string& name, const std::string& document);
 
-}  // namespace test
+}  // namespace test::reports
