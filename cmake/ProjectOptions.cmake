@@ -44,7 +44,6 @@ function(xperiment_library target)
     OUTPUT_NAME xperiment_${target}
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
-    INSTALL_RPATH "$ORIGIN"
     VERIFY_INTERFACE_HEADER_SETS ON)
 endfunction()
 
