@@ -193,3 +193,36 @@ holders_of() {
   run_is synth_1 "done"
   [ ! -e "proj/runs/synth_1/$queue_marker" ]
 }
+
+# Launches the synthesis under a tracer that kills xp at call number $2 of the system
+# call $1; fails when xp came to its end.
+killed_at() {
+  run strace -qq -o trace -e "trace=$1" -e "inject=$1:signal=KILL:when=$2" \
+    "$xp" -C proj launch synth_1 --no-wait
+  [ "$status" = 137 ]
+}
+
+@test "an xp killed while it launches leaves a project that goes on" {
+  strace -qq -o trace true 2>/dev/null || skip 'no strace here'
+  new_project
+  "$xp" -C proj create synth_1 --flow synth
+  "$xp" -C proj launch
+  local call number kills=0
+  for call in unlinkat rename renameat2; do
+    number=1
+    # Each launch has something to do.
+    while "$xp" -C proj set synth_1 "dffe_min_ce_use=$((++kills))" && killed_at $call $number; do
+      number=$((number + 1))
+      # Whoever was about to start the script is gone: nobody takes up its marker.
+      touch -c -d '2 minutes ago' "proj/runs/synth_1/$queue_marker"
+      xmllint --noout --nonet proj/project.xml
+      run "$xp" -C proj wait
+      [ "$status" -le 1 ]
+      run -0 "$xp" -C proj status
+      [[ $output != *running* && $output != *queued* ]]
+    done
+    "$xp" -C proj wait
+    run_is synth_1 "done"
+  done
+  [ "$kills" -ge 8 ]
+}
