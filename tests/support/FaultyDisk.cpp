@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <climits>
+#include <csignal>
 
 namespace test {
 
@@ -35,8 +36,15 @@ void FaultyDisk::failAll(const std::string& name, int error) {
     m_failingName = name;
 }
 
+void FaultyDisk::killAt(int number) {
+    m_calls.clear();
+    m_kill = number;
+}
+
 bool FaultyDisk::fails_(const char* name) {
     m_calls.emplace_back(name);
+    if (calls() == m_kill)
+        ::raise(SIGKILL);
     const bool fails =
         (m_first > 0 && calls() >= m_first && calls() <= m_last) || m_failingName == name;
     if (fails) {

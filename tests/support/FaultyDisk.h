@@ -30,6 +30,10 @@ public:
     /// Every call named `name` fails with `error`, such as ("sync", EIO).
     void failAll(const std::string& name, int error);
 
+    /// Starts counting anew; the call `number` kills the process before it does
+    /// anything. For a process that a test forked.
+    void killAt(int number);
+
     /// From now on writes say yes and lose one byte.
     void loseBytes() { m_loses = true; }
 
@@ -60,6 +64,7 @@ private:
     int m_first = 0;
     int m_last = 0;
     int m_error = 0;
+    int m_kill = 0;
     std::size_t m_most = 0;
     bool m_hasFailed = false;
     bool m_loses = false;

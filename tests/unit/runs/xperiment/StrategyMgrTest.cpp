@@ -4,6 +4,9 @@
 
 #include <gmock/gmock.h>
 
+#include <sys/wait.h>
+#include <unistd.h>
+
 #include "environment/errors/HEXAlgException.h"
 #include "environment/errors/HEXDataException.h"
 #include "environment/errors/HXMLException.h"
@@ -16,6 +19,7 @@ namespace {
 
 using test::contentOf;
 using test::thrownText;
+using ::testing::AnyOf;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::IsEmpty;
@@ -349,6 +353,72 @@ TEST_F(StrategyMgrTest, LosesNoStrategyWhereverADiskGoesAwayDuringARename) {
         EXPECT_TRUE(find(name) != nullptr || find(name + "_new") != nullptr) << call;
     }
     EXPECT_FALSE(failed);
+}
+
+/// Processes that are killed at each call of the disk in turn.
+class StrategyKillTest : public StrategyMgrTest {
+protected:
+    /// Does `action` in a process that is killed at the disk's call `call`; false when it
+    /// came to its end before.
+    template <class Action> static bool killed(int call, Action action) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            test::FaultyDisk disk;
+            disk.killAt(call);
+            action();
+            ::_exit(0);
+        }
+        int status = 0;
+        ::waitpid(child, &status, 0);
+        return WIFSIGNALED(status);
+    }
+};
+
+TEST_F(StrategyKillTest, LeavesTheOldOrTheNewStrategyWhenASaveIsKilled) {
+    create("Quick")->setDescription("old");
+    int call = 0;
+    do {
+        EXPECT_THAT(find("Quick")->getDescription(), AnyOf("old", "new")) << call;
+        EXPECT_EQ(m_manager->strategyCount(m_flow), 1) << call;
+        restartAndRestore();
+    } while (killed(++call, [&] { find("Quick")->setDescription("new"); }));
+    EXPECT_GT(call, 4);
+    restartAndRestore();
+    EXPECT_EQ(find("Quick")->getDescription(), "new");
+    EXPECT_THAT(m_messages.ids(), IsEmpty());
+}
+
+TEST_F(StrategyKillTest, LeavesAllOrNothingWhenACreationIsKilled) {
+    int call = 0;
+    do {
+        restartAndRestore();
+        for (const HAXPStrategy* strategy : test::drain(m_manager->createStrategyIter(m_flow)))
+            EXPECT_EQ(strategy->stepCount(), 2) << call;
+        ++call;
+    } while (killed(call, [&] { create("s" + std::to_string(call)); }));
+    EXPECT_GT(call, 4);
+    restartAndRestore();
+    EXPECT_NE(find("s" + std::to_string(call)), nullptr);
+    EXPECT_THAT(m_messages.ids(), IsEmpty());
+}
+
+TEST_F(StrategyKillTest, LeavesTheOldOrTheNewNameWhenARenameIsKilled) {
+    int call = 0;
+    std::string old;
+    do {
+        old = "s" + std::to_string(++call);
+        create(old)->setDescription("kept");
+    } while (killed(call, [&] { m_manager->renameStrategy(find(old), old + "_new"); }));
+    EXPECT_GT(call, 5);
+    restartAndRestore();
+    for (int i = 1; i <= call; ++i) {
+        const std::string name = "s" + std::to_string(i);
+        const HAXPStrategy* const left = find(name) != nullptr ? find(name) : find(name + "_new");
+        ASSERT_NE(left, nullptr) << i;
+        EXPECT_EQ(left->getDescription(), "kept") << i;
+    }
+    EXPECT_EQ(find(old), nullptr);
+    EXPECT_THAT(m_messages.ids(), IsEmpty());
 }
 
 TEST_F(StrategyMgrTest, RenamesAStrategyWhoseFileWentAway) {
