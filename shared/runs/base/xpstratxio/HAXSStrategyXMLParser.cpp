@@ -86,6 +86,9 @@ std::string HAXSStrategyXMLParser::getWriterVersion() const {
 void HAXSStrategyXMLParser::startDoc_() {}
 
 void HAXSStrategyXMLParser::startElem_(const std::string& name, const CAttributeList& attributes) {
+    // The group that is being read may be of the strategy that goes.
+    if (name == kStrategyElem || name == kStratHandleElem)
+        doneOptGroup();
     if (name == kStrategyElem)
         m_current = std::make_unique<HAXPStrategy>();
     else if (name == kToolElem)
