@@ -57,7 +57,10 @@ const std::vector<StatColumn>& otherStats() {
 
 nlohmann::json statJson(const HAXPExpRun& run, const char* name) {
     double value = 0;
-    return OpenStats::valueOf(run, name, value) ? nlohmann::json(value) : nlohmann::json();
+    if (!OpenStats::valueOf(run, name, value))
+        return {};
+    const auto whole = static_cast<long>(value);
+    return static_cast<double>(whole) == value ? nlohmann::json(whole) : nlohmann::json(value);
 }
 
 nlohmann::json textOrNull(const std::string& text) {

@@ -28,7 +28,7 @@ using StepIter = std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>>;
 
 std::string queueMarker(const HAXPExpRunBase& run) {
     const HAXPStrategy* strategy = run.getStrategy();
-    return "." + strategy->getFlow()->getQueStr() + ".queue.rst";
+    return strategy->getFlow()->getQueueMarkerName();
 }
 
 }  // namespace

@@ -81,7 +81,7 @@ long timeIn(const HAXPExpRun& run) {
 }
 
 std::string queueMarker(const HAXPExpRun& run) {
-    return run.pathOf("." + run.getStrategy()->getFlow()->getQueStr() + ".queue.rst");
+    return run.pathOf(run.getStrategy()->getFlow()->getQueueMarkerName());
 }
 
 }  // namespace

@@ -91,11 +91,10 @@ const std::string& OpenDataMgr::getLastLine() {
 void OpenDataMgr::scriptPreCmds_(HAXPExpRunBase* run, std::string& jsCmds, std::string& shCmds,
                                  std::string& htrCmds) {
     const std::string skip = disabledSteps(*run);
-    const std::string queueMarker =
-        ".'" + run->getStrategy()->getFlow()->getQueStr() + "'.queue.rst";
+    const std::string queueMarker = run->getStrategy()->getFlow()->getQueueMarkerName();
     shCmds = filled(kCleanPaths, "@BIN@", inSingleQuotes(workbench::binDir())) +
-             filled(kTakeLock, "@LOCK@", workbench::kRunLockName) + "rm -f " + queueMarker + "\n" +
-             kSkipVariable + "='" + skip + "'\nexport " + kSkipVariable;
+             filled(kTakeLock, "@LOCK@", workbench::kRunLockName) + "rm -f '" + queueMarker +
+             "'\n" + kSkipVariable + "='" + skip + "'\nexport " + kSkipVariable;
     jsCmds = std::string("ProcEnv(\"") + kSkipVariable + "\") = \"" + skip + "\";";
     htrCmds.clear();
     if (!skip.empty())

@@ -10,6 +10,7 @@
 #include "runs/base/xperiment/HAXPDataMgr.h"
 #include "runs/base/xperiment/HAXPFlowStep.h"
 #include "runs/base/xperiment/HAXPFlowType.h"
+#include "runs/base/xperiment/stepMarkers.h"
 
 namespace {
 
@@ -35,6 +36,10 @@ HAXPFlow::~HAXPFlow() {
     m_defaultSteps.clear();
     m_optionalSteps.clear();
     m_allSteps.clear();
+}
+
+std::string HAXPFlow::getQueueMarkerName() const {
+    return xperiment::queueMarker(m_queStr);
 }
 
 void HAXPFlow::setDataMgr(HAXPDataMgr* ownedDataMgr) {

@@ -40,6 +40,8 @@ public:
 
     /// The name of the flow's queue marker: its name with an underscore for each blank.
     const std::string& getQueStr() const { return m_queStr; }
+    /// The file name of that marker, for the layer that queues a run in its directory.
+    std::string getQueueMarkerName() const;
 
     const std::string& getFlowScript() const { return m_flowScript; }
     void setFlowScript(const std::string& script) { m_flowScript = script; }

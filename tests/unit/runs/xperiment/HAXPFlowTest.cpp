@@ -96,6 +96,7 @@ TEST_F(FlowTest, KeepsWhatIsSet) {
 
 TEST_F(FlowTest, HasUnderscoresForTheBlanksInItsQueueString) {
     EXPECT_EQ(m_flow.getQueStr(), "My_Flow");
+    EXPECT_EQ(m_flow.getQueueMarkerName(), ".My_Flow.queue.rst");
     EXPECT_EQ(HAXPFlow("  a b\tc-D ", "", "").getQueStr(), "__a_b\tc-D_");
 }
 
