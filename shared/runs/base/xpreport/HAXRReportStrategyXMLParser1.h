@@ -55,5 +55,6 @@ private:
     HSTVector<HAXRReportStrategy*> m_strategies;
     /// How many of them the caller owns.
     std::size_t m_handedOver = 0;
+    /// The strategy that is being filled; good in parseStep_().
     HAXRReportStrategy* m_current = nullptr;
 };

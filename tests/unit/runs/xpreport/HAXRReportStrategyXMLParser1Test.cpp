@@ -507,4 +507,36 @@ TEST_F(ReportStrategyParserTest, RefusesAFileCutAtAnyByte) {
     EXPECT_EQ(valueOf(readReport(whole)->getOptions(), "count"), "5");
 }
 
+TEST_F(ReportStrategyParserTest, TakesOrRefusesAFileWithAnyByteChanged) {
+    const std::string whole = fileOf("<Tool Major=\"2026\" Minor=\"1\"/>" + strategyOf("", "A") +
+                                     strategyOf("<Step Id=\"place\"><Spec Name=\"report_io\""
+                                                " Version=\"1\" Minor=\"0\"><Option name=\"count\""
+                                                " def_value=\"5\"/></Spec></Step>"));
+    int readFiles = 0;
+    int refusedFiles = 0;
+    ::testing::internal::CaptureStderr();
+    reports::outputOf([&] {
+        for (std::size_t at = 0; at < whole.size(); ++at) {
+            for (const char byte : {'\0', '<', '"', '/', 'x', '9', '\xFF'}) {
+                std::string changed = whole;
+                changed[at] = byte;
+                try {
+                    parse(changed);
+                    ++readFiles;
+                } catch (const HXMLException&) {
+                    ++refusedFiles;
+                } catch (const HEXAlgException&) {
+                    ++refusedFiles;
+                } catch (const std::logic_error&) {
+                    ++refusedFiles;
+                }
+                EXPECT_LE(take().size(), 2u);
+            }
+        }
+    });
+    ::testing::internal::GetCapturedStderr();
+    EXPECT_GT(readFiles, 100);
+    EXPECT_GT(refusedFiles, 100);
+}
+
 }  // namespace

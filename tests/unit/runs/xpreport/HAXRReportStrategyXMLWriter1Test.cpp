@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <memory>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -186,6 +187,37 @@ TEST_F(ReportStrategyWriterTest, IsReadBackAsItWas) {
     EXPECT_FALSE(m_strategy->differsFrom(read.get()));
     EXPECT_EQ(test::drain(read->createFlowStepIter()),
               test::drain(m_strategy->createFlowStepIter()));
+    EXPECT_TRUE(m_messages.ids().empty());
+}
+
+TEST_F(ReportStrategyWriterTest, IsReadBackWhateverItsTextsHold) {
+    std::mt19937 random(20260101);
+    const std::vector<std::string> pieces = {"<",  ">", "&",   "\"", "'",  "\n", "\r",
+                                             "\t", " ", "]]>", "a",  "%s", "\\", "\xC3\xA4"};
+    const auto randomText = [&] {
+        std::string made;
+        for (unsigned length = random() % 8; length > 0; --length)
+            made += pieces[random() % pieces.size()];
+        return made;
+    };
+    for (int round = 0; round < 100; ++round) {
+        m_strategy = makeStrategy();
+        m_strategy->setName(randomText());
+        m_strategy->setDescription(randomText());
+        for (const char* stepId : {"extra", "place", "synth"}) {
+            for (unsigned count = random() % 3; count > 0; --count) {
+                HATOptGroup* const options = add(stepId, "report_io", {1, 0})->getOptions();
+                reports::setFlag(options, "on", random() % 2 == 0);
+                reports::setNumber(options, "count", static_cast<int>(random() % 5));
+                reports::setText(options, "pins", randomText());
+            }
+        }
+        write();
+        const OwnedStrategy read = readBack();
+        ASSERT_EQ(read->getName(), m_strategy->getName()) << round;
+        ASSERT_EQ(read->getDescription(), m_strategy->getDescription()) << round;
+        ASSERT_FALSE(read->differsFrom(m_strategy.get())) << round;
+    }
     EXPECT_TRUE(m_messages.ids().empty());
 }
 
