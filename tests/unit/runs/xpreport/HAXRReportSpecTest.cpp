@@ -223,7 +223,8 @@ TEST(ReportSpecTest, IsCopiedWithoutItsObserver) {
 
 TEST(ReportSpecTest, IsCopiedWithoutGroupsThatItLacks) {
     const HAXRReportSpec spec("report_io", "", nullptr, "");
-    const HAXRReportSpec copy(spec);
+    HAXRReportSpec copy(spec);
+    copy.setDisplayName("Pins", true);
     EXPECT_EQ(copy.getOptions(), nullptr);
     EXPECT_EQ(copy.getOutputOptions(), nullptr);
 }

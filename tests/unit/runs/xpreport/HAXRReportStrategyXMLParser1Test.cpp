@@ -96,6 +96,19 @@ protected:
         return text.empty() ? text : text.substr(prefix.size());
     }
 
+    /// Whether the document is read to its end; otherwise one of the errors that
+    /// a reader throws must come.
+    bool isRead(const std::string& document) {
+        try {
+            parse(document);
+            return true;
+        } catch (const HXMLException&) {
+        } catch (const HEXAlgException&) {
+        } catch (const std::logic_error&) {
+        }
+        return false;
+    }
+
     using Texts = std::vector<std::string>;
 
     HAXRReportStrategyXMLParser1 m_parser;
@@ -520,16 +533,10 @@ TEST_F(ReportStrategyParserTest, TakesOrRefusesAFileWithAnyByteChanged) {
             for (const char byte : {'\0', '<', '"', '/', 'x', '9', '\xFF'}) {
                 std::string changed = whole;
                 changed[at] = byte;
-                try {
-                    parse(changed);
+                if (isRead(changed))
                     ++readFiles;
-                } catch (const HXMLException&) {
+                else
                     ++refusedFiles;
-                } catch (const HEXAlgException&) {
-                    ++refusedFiles;
-                } catch (const std::logic_error&) {
-                    ++refusedFiles;
-                }
                 EXPECT_LE(take().size(), 2u);
             }
         }

@@ -40,7 +40,7 @@ protected:
     /// Writes the strategy; gives the file, which must keep the schema.
     std::string write() {
         HAXRReportStrategyXMLWriter1(path()).writeReportStrategy(m_strategy.get());
-        const std::string document = m_dir.read("strategy.xml");
+        std::string document = m_dir.read("strategy.xml");
         EXPECT_TRUE(reports::isValidBySchema("report-strategy.xsd", document)) << document;
         return document;
     }
