@@ -44,16 +44,18 @@ protected:
 /// Two strategies "mine" and "other" of one flow with the steps "place", "route"
 /// and "write". Their reports go with the fixture.
 class ReportStrategyTest : public ::testing::Test {
+public:
+    ~ReportStrategyTest() noexcept override {
+        m_mine.attach(static_cast<HAXRReportStratDB*>(nullptr));
+        m_mine.nukeSteps();
+        m_other.nukeSteps();
+    }
+
 protected:
     ReportStrategyTest() {
         m_mine.setName("mine");
         m_other.setName("other");
         m_mine.attach(&m_database);
-    }
-    ~ReportStrategyTest() noexcept override {
-        m_mine.attach(static_cast<HAXRReportStratDB*>(nullptr));
-        m_mine.nukeSteps();
-        m_other.nukeSteps();
     }
 
     /// Adds a report of the version 1.0 with one text option "a" and tells nobody.

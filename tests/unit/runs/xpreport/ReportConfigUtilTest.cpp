@@ -16,7 +16,6 @@ namespace reports = test::reports;
 using reports::flag;
 using reports::makeGroup;
 using reports::number;
-using reports::Option;
 using reports::setFlag;
 using reports::setNumber;
 using reports::setText;
