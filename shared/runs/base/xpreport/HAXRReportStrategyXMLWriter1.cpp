@@ -50,6 +50,14 @@ HAXRReportStrategyXMLWriter1::HAXRReportStrategyXMLWriter1(const std::string& pa
 HAXRReportStrategyXMLWriter1::~HAXRReportStrategyXMLWriter1() = default;
 
 void HAXRReportStrategyXMLWriter1::writeReportStrategy(HAXRReportStrategy* strategy) {
+    writeFile_(strategy, false);
+}
+
+bool HAXRReportStrategyXMLWriter1::writeNewReportStrategy(HAXRReportStrategy* strategy) {
+    return writeFile_(strategy, true);
+}
+
+bool HAXRReportStrategyXMLWriter1::writeFile_(HAXRReportStrategy* strategy, bool asNew) {
     if (strategy == nullptr || strategy->getFlow() == nullptr)
         throw HEXAlgException("a report strategy without a flow can't be written");
     try {
@@ -62,7 +70,10 @@ void HAXRReportStrategyXMLWriter1::writeReportStrategy(HAXRReportStrategy* strat
         writer.wrEmptyTag(format::kTool);
         writeReportStrategy_(writer, *strategy);
         writer.wrEndTag(format::kReportStrategies);
+        if (asNew)
+            return writer.closeNewDoc();
         writer.closeDoc();
+        return true;
     } catch (const std::exception& error) {
         throw HXMLException(
             ComMsgMgrInstance("project", ComMsgMgr::kError, "@1-508@%s%s", m_path, error.what()));

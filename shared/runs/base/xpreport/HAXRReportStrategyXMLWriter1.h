@@ -30,6 +30,10 @@ public:
     /// read again.
     void writeReportStrategy(HAXRReportStrategy* strategy);
 
+    /// The same for a name that must be new: false, with nothing changed, when
+    /// anything of that name is there.
+    bool writeNewReportStrategy(HAXRReportStrategy* strategy);
+
 protected:
     void writeReportStrategy_(HXMLWriterBase& writer, const HAXRReportStrategy& strategy) const;
     void writeSpec_(HXMLWriterBase& writer, const HAXRReportSpec& spec) const;
@@ -37,5 +41,7 @@ protected:
                       const HATAttrSpec& option) const;
 
 private:
+    bool writeFile_(HAXRReportStrategy* strategy, bool asNew);
+
     std::string m_path;
 };
