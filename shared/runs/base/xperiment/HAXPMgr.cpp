@@ -12,6 +12,7 @@
 #include "runs/base/xperiment/HAXPStatMgr.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xperiment/HAXPStrategyMgr.h"
+#include "runs/base/xpreport/HAXRReportStrategy.h"
 
 HAXPMgr* HAXPMgr::sp_theGlobal = nullptr;
 
@@ -122,6 +123,56 @@ void HAXPMgr::renameStrategy(HAXPStrategy* strategy, const std::string& name) {
 
 void HAXPMgr::deleteStrategy(HAXPStrategy* strategy) {
     HAXPStrategyMgr::getGlobal()->deleteStrategy(strategy);
+}
+
+HAXRReportStrategy* HAXPMgr::getDefaultReportStrategy(const HAXPFlow* flow) const {
+    if (flow == nullptr)
+        return nullptr;
+    const std::unique_ptr<HSTFwdIter<HAXRReportStrategy*>> strategies(
+        createReportStrategyIter(flow));
+    while (strategies->hasNext()) {
+        HAXRReportStrategy* const strategy = strategies->next();
+        if (!strategy->isUserDefined())
+            return strategy;
+    }
+    return nullptr;
+}
+
+int HAXPMgr::reportStrategyCount(const HAXPFlow* flow) const {
+    return flow == nullptr ? -1 : HAXPStrategyMgr::getGlobal()->reportStrategyCount(flow);
+}
+
+HSTFwdIter<HAXRReportStrategy*>* HAXPMgr::createReportStrategyIter(const HAXPFlow* flow) const {
+    return flow == nullptr ? nullptr : HAXPStrategyMgr::getGlobal()->createReportStrategyIter(flow);
+}
+
+bool HAXPMgr::isUniqueReportStrategyName(const HAXPFlow* flow, const std::string& name) const {
+    return HAXPStrategyMgr::getGlobal()->isUniqueReportStrategyName(flow, name);
+}
+
+bool HAXPMgr::hasEquivalentReportStrategy(HAXRReportStrategy* strategy) const {
+    return HAXPStrategyMgr::getGlobal()->hasEquivalentReportStrategy(strategy);
+}
+
+HAXRReportStrategy* HAXPMgr::createReportStrategy(const HAXPFlow* flow, const std::string& name) {
+    return HAXPStrategyMgr::getGlobal()->createReportStrategy(flow, name);
+}
+
+HAXRReportStrategy* HAXPMgr::createInternalReportStrategy(const HAXRReportStrategy* source) {
+    return HAXPStrategyMgr::getGlobal()->createInternalReportStrategy(source);
+}
+
+HAXRReportStrategy* HAXPMgr::copyReportStrategy(const HAXRReportStrategy* source,
+                                                const std::string& name) {
+    return HAXPStrategyMgr::getGlobal()->copyReportStrategy(source, name);
+}
+
+void HAXPMgr::renameReportStrategy(HAXRReportStrategy* strategy, const std::string& name) {
+    HAXPStrategyMgr::getGlobal()->renameReportStrategy(strategy, name);
+}
+
+void HAXPMgr::deleteReportStrategy(HAXRReportStrategy* strategy) {
+    HAXPStrategyMgr::getGlobal()->deleteReportStrategy(strategy);
 }
 
 int HAXPMgr::statSpecCount() const {

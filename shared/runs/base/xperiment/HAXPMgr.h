@@ -15,6 +15,7 @@ class HAXPFlow;
 class HAXPFlowType;
 class HAXPStatSpec;
 class HAXPStrategy;
+class HAXRReportStrategy;
 
 /// The catalogue of flows.
 ///
@@ -77,6 +78,23 @@ public:
     HAXPStrategy* copyStrategy(const HAXPStrategy* source, const std::string& name);
     void renameStrategy(HAXPStrategy* strategy, const std::string& name);
     void deleteStrategy(HAXPStrategy* strategy);
+
+    /// The first report strategy of `flow` that comes with the tool; null without one,
+    /// and for a null flow.
+    HAXRReportStrategy* getDefaultReportStrategy(const HAXPFlow* flow) const;
+
+    /// Those of HAXPStrategyMgr; but a null flow has -1 report strategies and a null
+    /// iterator.
+    int reportStrategyCount(const HAXPFlow* flow) const;
+    HSTFwdIter<HAXRReportStrategy*>* createReportStrategyIter(const HAXPFlow* flow) const;
+    bool isUniqueReportStrategyName(const HAXPFlow* flow, const std::string& name) const;
+    bool hasEquivalentReportStrategy(HAXRReportStrategy* strategy) const;
+    HAXRReportStrategy* createReportStrategy(const HAXPFlow* flow, const std::string& name);
+    HAXRReportStrategy* createInternalReportStrategy(const HAXRReportStrategy* source);
+    HAXRReportStrategy* copyReportStrategy(const HAXRReportStrategy* source,
+                                           const std::string& name);
+    void renameReportStrategy(HAXRReportStrategy* strategy, const std::string& name);
+    void deleteReportStrategy(HAXRReportStrategy* strategy);
 
     /// Those of HAXPStatMgr. The caller deletes the iterator.
     int statSpecCount() const;

@@ -3,6 +3,7 @@
 #include "runs/base/xperiment/HAXPStrategyMgr.h"
 
 #include <exception>
+#include <map>
 #include <memory>
 #include <set>
 #include <unordered_map>
@@ -10,12 +11,25 @@
 #include <boost/logic/tribool.hpp>
 
 #include "environment/messages/ComMsgMgr.h"
+#include "environment/strings/HSTStringUtils.h"
+#include "environment/xml/HXMLReadException.h"
+#include "runs/base/xperiment/HAXPMgr.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
+#include "runs/base/xperiment/HAXPTypes.h"
 #include "runs/base/xperiment/stratKeeper.h"
+#include "runs/base/xpreport/HAXRReportSpecMgr.h"
+#include "runs/base/xpreport/HAXRReportStrategy.h"
+#include "runs/base/xpreport/HAXRReportStrategyXMLParser1.h"
+#include "runs/base/xpreport/HAXRReportStrategyXMLWriter1.h"
 #include "runs/base/xpstratxio/HAXSStrategyXMLParser.h"
 #include "runs/base/xpstratxio/HAXSStrategyXMLWriter.h"
 
 namespace {
+
+void sendReadError(const std::string& path, int line, const std::string& reason) {
+    ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "project", ComMsgMgr::kError, "@1-126@%s%d%s",
+                             path, line, reason);
+}
 
 struct StrategyKind {
     using Strategy = HAXPStrategy;
@@ -63,9 +77,7 @@ std::vector<StrategyKind::Owned> StrategyKind::read(const std::string& path, boo
         parser.parseStrategies(path);
     } catch (const std::exception&) {
         // All else is told by the parser itself.
-        ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "project", ComMsgMgr::kError,
-                                 "@1-126@%s%d%s", path, parser.getLine(),
-                                 "the version of the tool is no number");
+        sendReadError(path, parser.getLine(), "the version of the tool is no number");
     }
     std::vector<Owned> strategies;
     const std::unique_ptr<HSTFwdIter<HAXPStrategy*>> finished(parser.createStrategyIter());
@@ -76,13 +88,77 @@ std::vector<StrategyKind::Owned> StrategyKind::read(const std::string& path, boo
     return strategies;
 }
 
+struct ReportStrategyKind {
+    using Strategy = HAXRReportStrategy;
+    using Database = HAXRReportStratDB;
+    /// The reports of a strategy don't go with it by themselves.
+    struct Destroy {
+        void operator()(Strategy* strategy) const {
+            strategy->nukeSteps();
+            delete strategy;
+        }
+    };
+    using Owned = std::unique_ptr<Strategy, Destroy>;
+    template <class T> using FlowMap = std::map<const HAXPFlow*, T>;
+
+    static constexpr char kFolder[] = "reportstrategies";
+    static constexpr char kSaveRefused[] = "Can't save changes to an enterprise report strategy";
+    static constexpr char kSaveNull[] = "can't save null report strategy";
+    static constexpr char kNoFlow[] = "a report strategy needs a flow";
+    static constexpr char kRegisterNull[] = "can't register null report strategy";
+    static constexpr char kNotUnique[] = "non-unique report strategy name";
+    static constexpr char kRenameUnregistered[] = "can't rename unregistered report strategy";
+    static constexpr char kDeleteNull[] = "can't delete null report strategy";
+    static constexpr char kDeleteRefused[] = "can't delete an enterprise report strategy!";
+    static constexpr char kDeleteNoList[] = "no report strategies registered for this flow";
+    static constexpr char kDeleteUnregistered[] = "can't delete unregistered report strategy";
+
+    static std::vector<Owned> read(const std::string& path, bool& isForeign, std::string& version);
+
+    static void write(Strategy& strategy, const std::string& path) {
+        HAXRReportStrategyXMLWriter1(path).writeReportStrategy(&strategy);
+    }
+    static bool writeNew(Strategy& strategy, const std::string& path) {
+        return HAXRReportStrategyXMLWriter1(path).writeNewReportStrategy(&strategy);
+    }
+
+    static void sendDuplicate(const std::string& owner, const std::string& name,
+                              const std::string& path, const std::string& first) {
+        ComMsgMgr::sendMsg::eval(4, __FILE__, __LINE__, "runs", ComMsgMgr::kWarning,
+                                 "@36-546@%s%s%s%s", owner, name, path, first);
+    }
+
+    static void copy(Strategy& strategy, const Strategy& source) { strategy.copyStrat(&source); }
+    static void markModified(Strategy& strategy) { strategy.setModified(); }
+};
+
+// The reader doesn't tell what a file would lose: no file is kept as another's.
+std::vector<ReportStrategyKind::Owned> ReportStrategyKind::read(const std::string& path, bool&,
+                                                                std::string&) {
+    HAXRReportStrategyXMLParser1 parser;
+    try {
+        parser.parseStrategies(path);
+    } catch (const HXMLReadException& error) {
+        sendReadError(error.getFileName(), error.getLine(), error.getReason());
+    } catch (const std::exception& error) {
+        sendReadError(path, 0, error.what());
+    }
+    std::vector<Owned> strategies;
+    const std::unique_ptr<HSTFwdIter<HAXRReportStrategy*>> finished(parser.createStrategyIter());
+    while (finished->hasNext())
+        strategies.emplace_back(finished->next());
+    return strategies;
+}
+
 }  // namespace
 
 struct HAXPStrategyMgr::Data {
-    explicit Data(HAXPStrategyMgr& manager) : strategies(manager, parsedPaths) {}
+    explicit Data(HAXPStrategyMgr& manager)
+        : strategies(manager, parsedPaths), reports(manager, parsedPaths) {}
 
     std::set<std::string> parsedPaths;
     xperiment::StratKeeper<StrategyKind> strategies;
+    xperiment::StratKeeper<ReportStrategyKind> reports;
 };
 
 HAXPStrategyMgr* HAXPStrategyMgr::sp_theGlobal = nullptr;
@@ -154,8 +230,15 @@ void HAXPStrategyMgr::saveStrat(HAXPStrategy* strategy) {
     m_data->strategies.save(strategy);
 }
 
-void HAXPStrategyMgr::restoreAllStrategies(const std::string& extension, bool) {
+void HAXPStrategyMgr::restoreAllStrategies(const std::string& extension, bool parseReportSpecs) {
     m_data->strategies.restoreAll(extension);
+    if (!HSTStringUtils::iequals(HUTEnv::getProductName(), "tarnel")) {
+        registerDummyReportStrategy_();
+        return;
+    }
+    if (parseReportSpecs)
+        HAXRReportSpecMgr::getGlobal()->parseReportSpecs();
+    restoreAllReportStrategies(extension);
 }
 
 void HAXPStrategyMgr::restoreStrategies(const std::string& dir, const std::string& extension,
@@ -169,6 +252,99 @@ void HAXPStrategyMgr::restorePreviousReleaseStrategies(const std::string& extens
 
 void HAXPStrategyMgr::getPreviousDataDirs(std::vector<std::string>& dirs) const {
     xperiment::findPreviousDataDirs(dirs);
+}
+
+const HSTVector<HAXRReportStrategy*>*
+HAXPStrategyMgr::getReportStratVec(const HAXPFlow* flow) const {
+    return m_data->reports.list(flow);
+}
+
+int HAXPStrategyMgr::reportStrategyCount(const HAXPFlow* flow) const {
+    const HSTVector<HAXRReportStrategy*>* const strategies = getReportStratVec(flow);
+    return strategies == nullptr ? 0 : static_cast<int>(strategies->size());
+}
+
+HSTFwdIter<HAXRReportStrategy*>*
+HAXPStrategyMgr::createReportStrategyIter(const HAXPFlow* flow) const {
+    return m_data->reports.createIter(flow);
+}
+
+HAXRReportStrategy* HAXPStrategyMgr::findReportStrategy(const HAXPFlow* flow,
+                                                        const std::string& name) const {
+    return m_data->reports.find(flow, name);
+}
+
+bool HAXPStrategyMgr::isUniqueReportStrategyName(const HAXPFlow* flow,
+                                                 const std::string& name) const {
+    return findReportStrategy(flow, name) == nullptr;
+}
+
+bool HAXPStrategyMgr::hasEquivalentReportStrategy(HAXRReportStrategy* strategy) const {
+    return m_data->reports.hasEquivalent(strategy);
+}
+
+void HAXPStrategyMgr::registerReportStrategy(HAXRReportStrategy* ownedStrategy) {
+    m_data->reports.add(ownedStrategy);
+}
+
+void HAXPStrategyMgr::registerInternalReportStrategy(HAXRReportStrategy* strategy) {
+    m_data->reports.addInternal(strategy);
+}
+
+HAXRReportStrategy* HAXPStrategyMgr::createReportStrategy(const HAXPFlow* flow,
+                                                          const std::string& name) {
+    return m_data->reports.create(flow, name);
+}
+
+HAXRReportStrategy*
+HAXPStrategyMgr::createInternalReportStrategy(const HAXRReportStrategy* source) {
+    return m_data->reports.createInternal(source);
+}
+
+HAXRReportStrategy* HAXPStrategyMgr::copyReportStrategy(const HAXRReportStrategy* source,
+                                                        const std::string& name) {
+    return m_data->reports.copy(source, name);
+}
+
+void HAXPStrategyMgr::renameReportStrategy(HAXRReportStrategy* strategy, const std::string& name) {
+    m_data->reports.rename(strategy, name);
+}
+
+void HAXPStrategyMgr::deleteReportStrategy(HAXRReportStrategy* strategy) {
+    m_data->reports.remove(strategy);
+}
+
+void HAXPStrategyMgr::saveReportStrat(HAXRReportStrategy* strategy) {
+    m_data->reports.save(strategy);
+}
+
+void HAXPStrategyMgr::restoreAllReportStrategies(const std::string& extension) {
+    m_data->reports.restoreAll(extension);
+}
+
+void HAXPStrategyMgr::restoreReportStrategies(const std::string& dir, const std::string& extension,
+                                              bool userDefined) {
+    m_data->reports.restore(dir, extension, userDefined);
+}
+
+void HAXPStrategyMgr::restorePreviousReleaseReportStrategies(const std::string& extension) {
+    m_data->reports.restorePreviousReleases(extension);
+}
+
+std::string HAXPStrategyMgr::getGlobalReportStratDir() {
+    return m_data->reports.folders().global();
+}
+
+std::string HAXPStrategyMgr::getReleaseReportStratDir() {
+    return m_data->reports.folders().release();
+}
+
+std::string HAXPStrategyMgr::getPersonalReportStratDir() {
+    return m_data->reports.folders().personal();
+}
+
+std::string HAXPStrategyMgr::getUserGlobalReportStratDir() {
+    return m_data->reports.folders().userGlobal();
 }
 
 void HAXPStrategyMgr::addToParsedPaths(const std::string& dir) {
@@ -197,4 +373,23 @@ std::string HAXPStrategyMgr::getUserGlobalStratDir() {
 
 void HAXPStrategyMgr::strategyModifiedCallback_(HAXPStrategy* strategy) {
     m_data->strategies.modified(strategy);
+}
+
+void HAXPStrategyMgr::strategyModifiedCallback_(HAXRReportStrategy* strategy) {
+    m_data->reports.modified(strategy);
+}
+
+void HAXPStrategyMgr::registerDummyReportStrategy_() {
+    const auto addDummy = [this](HAXPTypes::FlowType type, const char* name) {
+        const HAXPFlow* const flow = HAXPMgr::getGlobal()->getDefaultFlow(type);
+        if (flow == nullptr || !isUniqueReportStrategyName(flow, name))
+            return;
+        ReportStrategyKind::Owned strategy(new HAXRReportStrategy(flow));
+        strategy->setUserDefined(false);
+        strategy->setName(name);
+        registerReportStrategy(strategy.get());
+        static_cast<void>(strategy.release());
+    };
+    addDummy(HAXPTypes::FLOW_SYNTH, "Tarnel Synthesis Default Reports");
+    addDummy(HAXPTypes::FLOW_ENTIRE_DESIGN, "Tarnel Implementation Default Reports");
 }

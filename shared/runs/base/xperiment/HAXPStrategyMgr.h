@@ -10,12 +10,15 @@
 #include "environment/containers/HSTVector.h"
 #include "runs/base/xperiment/HAXPStratDB.h"
 #include "runs/base/xperiment/RunsExport.h"
+#include "runs/base/xpreport/HAXRReportStratDB.h"
 
 class HAXPFlow;
 class HAXPStrategy;
+class HAXRReportStrategy;
 
-/// The registry of strategies: where their files lie, which of them hold, and how they
-/// come, change and go.
+/// The registry of strategies and report strategies: where their files lie, which of
+/// them hold, and how they come, change and go. Both are treated alike; what is said of
+/// a strategy holds for a report strategy and the operations named after it.
 ///
 /// An enterprise strategy is one that isn't user-defined: it comes from a directory of
 /// the installation and can't be saved, deleted or altered. A user strategy is created
@@ -31,11 +34,14 @@ class HAXPStrategy;
 /// old file is as it was. Without a flow or strategy, look-up gives null, 0, false or
 /// an empty iterator, and what makes or changes one throws. Takes no lock: all of it
 /// belongs to one thread at a time.
-class RUNS_API HAXPStrategyMgr : public HAXPStratDB {
+class RUNS_API HAXPStrategyMgr : public HAXPStratDB, public HAXRReportStratDB {
 public:
     HAXPStrategyMgr();
     /// Leaves the strategies alone.
     ~HAXPStrategyMgr() override;
+
+    using HAXPStratDB::strategyModifiedCallback;
+    using HAXRReportStratDB::strategyModifiedCallback;
 
     /// The one of the process, made at the first call and never destroyed.
     static HAXPStrategyMgr* getGlobal();
@@ -97,6 +103,11 @@ public:
     /// that an enterprise strategy wins against a user's. Without a folder for the user
     /// only the installation is read.
     /// `extension` is that of the files, without a dot.
+    ///
+    /// The product "tarnel" then reads the report catalogue, if asked, and restores the
+    /// report strategies; another gets the two that runs expect, without reports.
+    /// @throws HEXFileNotFoundException, HXMLException the report catalogue can't be
+    /// read; all strategies are restored by then, and no report strategies.
     void restoreAllStrategies(const std::string& extension, bool parseReportSpecs);
 
     /// Restores the files of a directory; one that is missing has none. A file that
@@ -111,6 +122,31 @@ public:
     /// running one, in the order that the host gives.
     void getPreviousDataDirs(std::vector<std::string>& dirs) const;
 
+    /// Report strategies, with the operations of strategies.
+    const HSTVector<HAXRReportStrategy*>* getReportStratVec(const HAXPFlow* flow) const;
+    int reportStrategyCount(const HAXPFlow* flow) const;
+    HSTFwdIter<HAXRReportStrategy*>* createReportStrategyIter(const HAXPFlow* flow) const;
+    HAXRReportStrategy* findReportStrategy(const HAXPFlow* flow, const std::string& name) const;
+    bool isUniqueReportStrategyName(const HAXPFlow* flow, const std::string& name) const;
+    bool hasEquivalentReportStrategy(HAXRReportStrategy* strategy) const;
+    void registerReportStrategy(HAXRReportStrategy* ownedStrategy);
+    void registerInternalReportStrategy(HAXRReportStrategy* strategy);
+    HAXRReportStrategy* createReportStrategy(const HAXPFlow* flow, const std::string& name);
+    HAXRReportStrategy* createInternalReportStrategy(const HAXRReportStrategy* source);
+    HAXRReportStrategy* copyReportStrategy(const HAXRReportStrategy* source,
+                                           const std::string& name);
+    void renameReportStrategy(HAXRReportStrategy* strategy, const std::string& name);
+    void deleteReportStrategy(HAXRReportStrategy* strategy);
+    void saveReportStrat(HAXRReportStrategy* strategy);
+    void restoreAllReportStrategies(const std::string& extension);
+    void restoreReportStrategies(const std::string& dir, const std::string& extension,
+                                 bool userDefined);
+    void restorePreviousReleaseReportStrategies(const std::string& extension);
+    std::string getGlobalReportStratDir();
+    std::string getReleaseReportStratDir();
+    std::string getPersonalReportStratDir();
+    std::string getUserGlobalReportStratDir();
+
     /// Which directories were restored, by exactly this text.
     void addToParsedPaths(const std::string& dir);
     bool isAlreadyParsed(const std::string& dir) const;
@@ -124,8 +160,14 @@ public:
     std::string getUserGlobalStratDir();
 
 protected:
-    /// Saves the strategy.
+    /// Saves the strategy, found by the name that it has now.
     void strategyModifiedCallback_(HAXPStrategy* strategy) override;
+    void strategyModifiedCallback_(HAXRReportStrategy* strategy) override;
+
+    /// Registers "Tarnel Synthesis Default Reports" and "Tarnel Implementation Default
+    /// Reports" for the default flows of their types; a flow that isn't set and one that
+    /// has its own already are passed over.
+    void registerDummyReportStrategy_();
 
 private:
     struct Data;

@@ -103,7 +103,7 @@ public:
 
     Strategy* copy(const Strategy* source, const std::string& name) {
         requireSource_(source);
-        Owned strategy(new Strategy);
+        Owned strategy(new Strategy(nullptr));
         Kind::copy(*strategy, *source);
         strategy->setName(name);
         return admit_(std::move(strategy));
