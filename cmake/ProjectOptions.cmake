@@ -44,7 +44,22 @@ function(xperiment_library target)
     OUTPUT_NAME xperiment_${target}
     VERSION ${PROJECT_VERSION}
     SOVERSION ${PROJECT_VERSION_MAJOR}
+    LIBRARY_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/${CMAKE_INSTALL_LIBDIR}
+    INSTALL_RPATH $ORIGIN
+    BUILD_WITH_INSTALL_RPATH ON
     VERIFY_INTERFACE_HEADER_SETS ON)
+endfunction()
+
+# xperiment_program(<target>)
+# A program that is installed. It and the libraries find each other by places relative to
+# their own, in the build tree as in an installed one: no search path of theirs has an
+# empty element, which would mean the current folder.
+function(xperiment_program target)
+  set_target_properties(${target} PROPERTIES
+    RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR}/bin
+    INSTALL_RPATH $ORIGIN/../${CMAKE_INSTALL_LIBDIR}
+    BUILD_WITH_INSTALL_RPATH ON)
+  install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endfunction()
 
 # xperiment_test(<name> SOURCES ... [LIBRARIES ...] [LABELS ...])

@@ -349,8 +349,7 @@ load stepWrapper
   strace -qq -f -e trace=execve -e signal=none -o trace $shell ./ZUMWrap.sh runme.log tool >>runme.log 2>&1 3>&- ||
     skip 'SKIPPED: no right to trace'
   grep -v 'execve.* = -1' trace | sed -n 's/.*execve("\([^"]*\)".*/\1/p' | sed 's,.*/,,' | sort >programs
-  # The pause may be over before it has begun.
-  [ "$(grep -c '^sleep$' programs)" -le 1 ]
+  # How often the watcher pauses is a matter of how long the step takes.
   printf '%s\n' mv mv setsid "${shell%% *}" sync tool | sort >expected
   diff expected <(grep -v '^sleep$' programs)
 }

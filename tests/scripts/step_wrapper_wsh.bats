@@ -35,7 +35,7 @@ setup() {
 use_run_directory() {
   mkdir -p "$1" "$bin_dir"
   cp "$source_dir/data/scripts/ZUMWrap.js" "$1"
-  cd "$1"
+  cd "$1" || return 1
 }
 
 # A batch file whose lines are standard input.
@@ -235,6 +235,7 @@ ZUMStep( "one.bat",
          "" );
 S
   script_host rundef.js >/dev/null &
+  # shellcheck disable=SC2034  # finish_wrap waits for it
   wrapper=$!
   until_true file_stands started
   until_true windows_program_runs '-n 60 127.0.0.1'
