@@ -132,9 +132,8 @@ struct ReportStrategyKind {
     static void markModified(Strategy& strategy) { strategy.setModified(); }
 };
 
-// The reader doesn't tell what a file would lose: no file is kept as another's.
-std::vector<ReportStrategyKind::Owned> ReportStrategyKind::read(const std::string& path, bool&,
-                                                                std::string&) {
+std::vector<ReportStrategyKind::Owned>
+ReportStrategyKind::read(const std::string& path, bool& isForeign, std::string& version) {
     HAXRReportStrategyXMLParser1 parser;
     try {
         parser.parseStrategies(path);
@@ -147,6 +146,8 @@ std::vector<ReportStrategyKind::Owned> ReportStrategyKind::read(const std::strin
     const std::unique_ptr<HSTFwdIter<HAXRReportStrategy*>> finished(parser.createStrategyIter());
     while (finished->hasNext())
         strategies.emplace_back(finished->next());
+    isForeign = parser.needsBackup();
+    version = parser.getWriterVersion();
     return strategies;
 }
 

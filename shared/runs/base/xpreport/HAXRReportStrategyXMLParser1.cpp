@@ -78,7 +78,9 @@ VersionInfo versionOf(const Element& spec) {
 /// Reads the reports of one strategy.
 class SpecReader {
 public:
-    explicit SpecReader(const std::string& strategyName) : m_strategyName(strategyName) {}
+    /// `hasDropped` becomes true when something is left out.
+    SpecReader(const std::string& strategyName, bool& hasDropped)
+        : m_strategyName(strategyName), m_hasDropped(hasDropped) {}
 
     /// The report that the element names; null, with a message, when the
     /// catalogue lacks it.
@@ -89,6 +91,7 @@ public:
         const HAXRReportSpec* const catalogued =
             HAXRReportSpecMgr::getGlobal()->find(name, version);
         if (catalogued == nullptr) {
+            m_hasDropped = true;
             ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "runs", ComMsgMgr::kWarning,
                                      "@36-389@%s%s%d%d", m_strategyName, name, version.major,
                                      version.minor);
@@ -114,6 +117,7 @@ private:
             setValue_(*group, *attr, element.attribute(format::kOptionValue));
             return;
         }
+        m_hasDropped = true;
         const VersionInfo& version = spec.getVersion();
         ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "runs", ComMsgMgr::kWarning,
                                  "@36-388@%s%s%s%d%d", m_strategyName, name, spec.getName(),
@@ -139,11 +143,13 @@ private:
             group.setIntVal(&attr, number, true);
             return;
         }
+        m_hasDropped = true;
         ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "runs", ComMsgMgr::kWarning, "@36-393@%s%s",
                                  m_strategyName, attr.getName());
     }
 
     const std::string& m_strategyName;
+    bool& m_hasDropped;
 };
 
 }  // namespace
@@ -171,12 +177,22 @@ HSTFwdIter<HAXRReportStrategy*>* HAXRReportStrategyXMLParser1::createStrategyIte
     return strategies;
 }
 
-void HAXRReportStrategyXMLParser1::parseToolVersion_(const std::string& path,
-                                                     const Element& tool) const {
+bool HAXRReportStrategyXMLParser1::needsBackup() const {
+    return m_isOtherVersion || m_hasDropped || m_strategies.size() > 1;
+}
+
+std::string HAXRReportStrategyXMLParser1::getWriterVersion() const {
+    return m_writerVersion.empty() ? "unknown" : m_writerVersion;
+}
+
+void HAXRReportStrategyXMLParser1::parseToolVersion_(const std::string& path, const Element& tool) {
     const std::unique_ptr<ToolVersion> own = ownVersion();
     const std::string& majorText = tool.attribute(format::kToolMajor);
     const std::string& minorText = tool.attribute(format::kMinor);
     const ToolVersion theirs(majorText, minorText);
+    m_writerVersion =
+        std::to_string(theirs.numbers.first) + "." + std::to_string(theirs.numbers.second);
+    m_isOtherVersion = own != nullptr && theirs.numbers != own->numbers;
     if (own == nullptr || theirs.numbers <= own->numbers)
         return;
     ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "runs", ComMsgMgr::kWarning, "@36-548@%s%s%s",
@@ -189,11 +205,13 @@ void HAXRReportStrategyXMLParser1::parseReportStrategy_(const Element& strategy)
     const std::string& name = handle.attribute(format::kName);
     const std::string& flowId = handle.attribute(format::kFlow);
     if (flowId.empty()) {
+        m_hasDropped = true;
         std::cerr << "ERROR: FlowId is not given in report strategy " << name << std::endl;
         return;
     }
     const HAXPFlow* const flow = HAXPMgr::getGlobal()->getFlowById(flowId);
     if (flow == nullptr) {
+        m_hasDropped = true;
         std::cerr << "ERROR: FlowId is not valid in report strategy " << name << std::endl;
         return;
     }
@@ -211,7 +229,7 @@ void HAXRReportStrategyXMLParser1::parseReportStrategy_(const Element& strategy)
 
 void HAXRReportStrategyXMLParser1::parseStep_(const Element& step,
                                               const std::string& strategyName) {
-    const SpecReader reader(strategyName);
+    const SpecReader reader(strategyName, m_hasDropped);
     for (const Element& element : step.children()) {
         std::unique_ptr<HAXRReportSpec> spec = reader.read(element);
         if (spec == nullptr)

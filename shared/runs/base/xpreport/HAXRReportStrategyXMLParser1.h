@@ -45,8 +45,15 @@ public:
     /// and so is the iterator, which walks a copy of the list.
     HSTFwdIter<HAXRReportStrategy*>* createStrategyIter();
 
+    /// Whether saving one of the strategies may lose something of the file: another
+    /// version of the tool wrote it, something was left out, or it holds several.
+    bool needsBackup() const;
+    /// The version of the tool that wrote the file, such as "2026.1"; "unknown" when
+    /// the file doesn't say.
+    std::string getWriterVersion() const;
+
 protected:
-    void parseToolVersion_(const std::string& path, const xml::Element& tool) const;
+    void parseToolVersion_(const std::string& path, const xml::Element& tool);
     void parseReportStrategy_(const xml::Element& strategy);
     /// Adds the reports of a step to the strategy that is being filled.
     void parseStep_(const xml::Element& step, const std::string& strategyName);
@@ -57,4 +64,7 @@ private:
     std::size_t m_handedOver = 0;
     /// The strategy that is being filled; good in parseStep_().
     HAXRReportStrategy* m_current = nullptr;
+    std::string m_writerVersion;
+    bool m_isOtherVersion = false;
+    bool m_hasDropped = false;
 };

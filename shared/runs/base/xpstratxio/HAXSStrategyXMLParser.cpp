@@ -73,7 +73,8 @@ void HAXSStrategyXMLParser::getFailReasons(HSTVector<std::string>& reasons) cons
 }
 
 bool HAXSStrategyXMLParser::needsBackup() const {
-    if (hasDropped() || getFileMajor() != kFormatMajor || getFileMinor() != kFormatMinor)
+    if (hasDropped() || m_finished.size() > 1 || getFileMajor() != kFormatMajor ||
+        getFileMinor() != kFormatMinor)
         return true;
     Version running;
     return !m_writerVersion.empty() && toolVersion(running) && m_writerVersion != textOf(running);

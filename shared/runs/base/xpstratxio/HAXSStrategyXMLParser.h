@@ -47,7 +47,8 @@ public:
     void getFailReasons(HSTVector<std::string>& reasons) const;
 
     /// Whether saving what was read may lose something of the file: another version
-    /// of the tool or of the format wrote it, or something in it was dropped.
+    /// of the tool or of the format wrote it, something in it was dropped, or it holds
+    /// several strategies.
     bool needsBackup() const;
     /// The version of the tool that wrote the file, such as "2026.1"; "unknown" when
     /// the file doesn't say.

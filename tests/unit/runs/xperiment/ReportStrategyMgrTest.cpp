@@ -236,6 +236,27 @@ TEST_F(ReportStrategyMgrTest, KeepsTheRestWhenFilesCanNotBeRead) {
     EXPECT_THAT(m_messages.texts().at(0), HasSubstr(reports() + "/a.psg"));
 }
 
+TEST_F(ReportStrategyMgrTest, KeepsAFileThatSavingWouldRob) {
+    const std::string second = reportFileOf("b").substr(reportFileOf("b").find("<ReportStrategy>"));
+    const std::string several = reportFileOf("a").substr(0, reportFileOf("a").rfind("</")) + second;
+    const std::string later = reportFileOf("c", "Major=\"2022\" Minor=\"1\"");
+    const std::string dropped = "<Step Id=\"synth\"><Spec Name=\"report_nowhere\"/></Step>";
+    std::string robbed = reportFileOf("d");
+    robbed.insert(robbed.find("</ReportStrategy>"), dropped);
+    addFile(reports() + "/several.psg", several);
+    addFile(reports() + "/later.psg", later);
+    addFile(reports() + "/robbed.psg", robbed);
+    addFile(reports() + "/ours.psg", reportFileOf("e"));
+    m_manager->restoreAllReportStrategies("psg");
+    ASSERT_THAT(reportNames(), UnorderedElementsAre("a", "b", "c", "d", "e"));
+    for (const char* name : {"a", "c", "d", "e"})
+        find(name)->setDescription("mine");
+    EXPECT_EQ(contentOfFile(reports() + "/several.psg.bak-2023.2"), several);
+    EXPECT_EQ(contentOfFile(reports() + "/later.psg.bak-2022.1"), later);
+    EXPECT_EQ(contentOfFile(reports() + "/robbed.psg.bak-2023.2"), robbed);
+    EXPECT_EQ(namesIn(reports()).size(), 7U);
+}
+
 TEST_F(ReportStrategyMgrTest, ReadsNoReportStrategiesWithoutTheReportCatalogue) {
     addFile(personal() + "/a.psg", fileOf("a"));
     addFile(reports() + "/b.psg", reportFileOf("b"));

@@ -167,6 +167,7 @@ TEST_F(StrategyParserTest, GivesOneStrategyOnlyWhenThereIsExactlyOne) {
     const std::string inner = "<Strategy>" + handle + "</Strategy>";
     ASSERT_TRUE(read(fileOf(inner + inner)));
     EXPECT_EQ(m_parser->strategyCount(), 2);
+    EXPECT_TRUE(m_parser->needsBackup());
     EXPECT_EQ(m_parser->getOneStrategy(), nullptr);
 }
 
