@@ -186,6 +186,10 @@ public:
     bool isANonInitStep(const HAXPExpRunStep* step) const;
     /// Whether an enabled step behind `step` was ever started. (locks)
     bool hasNonInitRunStepAfter(const HAXPExpRunStep* step) const;
+    /// Whether a report can be added to `step`: to a usable one always, but once it has
+    /// begun not to one that writes the image for the device; to another one as long as
+    /// no step behind it was started. False for null.
+    bool canAddReport(const HAXPExpRunStep* step) const;
     /// Whether the run stopped short at a real step that is done.
     bool isPartiallyDone() const;
     /// Whether a launch has to reset the run first; a partly done run may go on.

@@ -20,6 +20,12 @@ bool isUsable(const HAXPExpRunStep& step) {
     return step.isEnabled() && !step.isVirtual();
 }
 
+/// Whether the step ends a run with what the device is loaded with.
+bool writesDeviceImage(const HAXPExpRunStep& step) {
+    const std::string& id = step.getFlowStep()->getFlowStepId();
+    return id == "write_bitstream" || id == "write_device_image";
+}
+
 int codeOf(const HAXPExpRunStep& step) {
     return step.getStatus()->getCode();
 }
@@ -202,6 +208,14 @@ bool HAXPExpRunBase::hasNonInitRunStepAfter(const HAXPExpRunStep* step) const {
                behind = behind || &entry == step;
                return counts && isANonInitStep(&entry);
            }) != nullptr;
+}
+
+bool HAXPExpRunBase::canAddReport(const HAXPExpRunStep* step) const {
+    if (step == nullptr)
+        return false;
+    if (!isUsable(*step))
+        return !hasNonInitRunStepAfter(step);
+    return !writesDeviceImage(*step) || codeOf(*step) == HDGUIStatus::statusNotStarted;
 }
 
 bool HAXPExpRunBase::isPartiallyDone() const {
