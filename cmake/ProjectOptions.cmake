@@ -62,13 +62,14 @@ function(xperiment_program target)
   install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endfunction()
 
-# xperiment_test(<name> SOURCES ... [LIBRARIES ...] [LABELS ...])
-# A GoogleTest program; every test of it becomes a CTest test. The label "threads" marks
-# tests that use more than one thread: the target threaded_tests builds them alone.
+# xperiment_test(<name> SOURCES ... [LIBRARIES ...] [LABEL ...] [TIMEOUT seconds])
+# A GoogleTest program; every test of it becomes a CTest test with one label, "unit" by
+# default. "threads" marks tests that use more than one thread: the target threaded_tests
+# builds them alone.
 function(xperiment_test name)
-  cmake_parse_arguments(ARG "" "TIMEOUT" "SOURCES;LIBRARIES;LABELS" ${ARGN})
-  if(NOT ARG_LABELS)
-    set(ARG_LABELS unit)
+  cmake_parse_arguments(ARG "" "LABEL;TIMEOUT" "SOURCES;LIBRARIES" ${ARGN})
+  if(NOT ARG_LABEL)
+    set(ARG_LABEL unit)
   endif()
   if(NOT ARG_TIMEOUT)
     set(ARG_TIMEOUT 60)
@@ -77,13 +78,12 @@ function(xperiment_test name)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/shared)
   target_link_libraries(${name} PRIVATE
     ${ARG_LIBRARIES} project_options GTest::gmock GTest::gtest_main)
-  if("threads" IN_LIST ARG_LABELS)
+  if(ARG_LABEL STREQUAL "threads")
     if(NOT TARGET threaded_tests)
       add_custom_target(threaded_tests)
     endif()
     add_dependencies(threaded_tests ${name})
   endif()
-  string(REPLACE ";" "\\;" labels "${ARG_LABELS}")
   gtest_discover_tests(${name} DISCOVERY_TIMEOUT 60
-    PROPERTIES LABELS "${labels}" TIMEOUT ${ARG_TIMEOUT})
+    PROPERTIES LABELS ${ARG_LABEL} TIMEOUT ${ARG_TIMEOUT})
 endfunction()
