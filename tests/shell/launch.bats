@@ -51,7 +51,7 @@ setup_file() {
 }
 
 @test "on a terminal the line that changes is cut at the width and gone at the end" {
-  command -v script >/dev/null || skip 'no script here'
+  script -qec true /dev/null >/dev/null 2>&1 || skip 'SKIPPED: no pseudo-terminal can be made here'
   new_project
   "$xp" -C proj create synth_1 --flow synth
   COLUMNS=40 run -0 script -qec "'$xp' -C proj launch" /dev/null
@@ -66,7 +66,7 @@ setup_file() {
 }
 
 @test "a dumb terminal gets plain lines" {
-  command -v script >/dev/null || skip 'no script here'
+  script -qec true /dev/null >/dev/null 2>&1 || skip 'SKIPPED: no pseudo-terminal can be made here'
   new_project
   "$xp" -C proj create synth_1 --flow synth
   TERM=dumb run -0 script -qec "'$xp' -C proj launch" /dev/null
