@@ -68,7 +68,7 @@ protected:
 };
 
 TEST_F(KillRealProcessTest, EndsAProcessWithItsChildren) {
-    start("sleep 1000 & sleep 1000 & touch ready; wait");
+    start("sleep 1000 & sleep 1000 & : >ready; wait");
     EXPECT_EQ(living(), 3);
     EXPECT_EQ(m_handle.look(), HUTProcessHandle::Life::kAlive);
     EXPECT_TRUE(m_handle.killProcess(m_message, true)) << m_message;
@@ -78,19 +78,19 @@ TEST_F(KillRealProcessTest, EndsAProcessWithItsChildren) {
 }
 
 TEST_F(KillRealProcessTest, LetsItPutThingsInOrder) {
-    start("trap 'touch cleaned; exit 0' TERM; touch ready; while :; do sleep 0.01; done");
+    start("trap 'touch cleaned; exit 0' TERM; : >ready; while :; do sleep 0.01; done");
     EXPECT_TRUE(m_handle.killProcess(m_message, true)) << m_message;
     EXPECT_TRUE(m_dir.has("cleaned"));
 }
 
 TEST_F(KillRealProcessTest, EndsAStoppedProcess) {
-    start("touch ready; kill -STOP $$; sleep 1000");
+    start(": >ready; kill -STOP $$; sleep 1000");
     EXPECT_TRUE(m_handle.killProcess(m_message, true)) << m_message;
     EXPECT_EQ(living(), 0);
 }
 
 TEST_F(KillRealProcessTest, KillsWhatIgnoresTheRequest) {
-    start("trap '' TERM; sleep 1000 & touch ready; wait");
+    start("trap '' TERM; sleep 1000 & : >ready; wait");
     test::FakeClock hasty;
     hasty.onSleep([] { ::usleep(100); });
     EXPECT_TRUE(m_handle.killProcess(m_message, true)) << m_message;
@@ -98,7 +98,7 @@ TEST_F(KillRealProcessTest, KillsWhatIgnoresTheRequest) {
 }
 
 TEST_F(KillRealProcessTest, LeavesAProcessOfAnotherStartAlone) {
-    start("sleep 1000 & touch ready; wait");
+    start("sleep 1000 & : >ready; wait");
     m_handle.setStartTicks(m_handle.getStartTicks() + 1);
     EXPECT_FALSE(m_handle.killProcess(m_message, true));
     EXPECT_EQ(living(), 2);
@@ -106,7 +106,7 @@ TEST_F(KillRealProcessTest, LeavesAProcessOfAnotherStartAlone) {
 }
 
 TEST_F(KillRealProcessTest, EndsWhatItsLeaderLeftBehind) {
-    start("sleep 1000 & touch ready; wait");
+    start("sleep 1000 & : >ready; wait");
     ASSERT_EQ(::kill(m_pid, SIGKILL), 0);
     int status = 0;
     while (!m_fork.hasEnded(status))
@@ -117,7 +117,7 @@ TEST_F(KillRealProcessTest, EndsWhatItsLeaderLeftBehind) {
 }
 
 TEST_F(KillRealProcessTest, LeavesAloneWhatWorksElsewhereWithoutItsLeader) {
-    start("cd / && sleep 1000 & touch ready; wait");
+    start("cd / && sleep 1000 & : >ready; wait");
     ASSERT_EQ(::kill(m_pid, SIGKILL), 0);
     int status = 0;
     while (!m_fork.hasEnded(status))

@@ -81,7 +81,7 @@ TEST_F(KillRemoteProcessTest, EndsTheProcessThroughTheCommand) {
 }
 
 TEST_F(KillRemoteProcessTest, KillsWhatIgnoresTheRequest) {
-    m_dir.mark("stubborn", "trap '' TERM; touch '" + m_dir.path("ready") + "'; sleep 1000");
+    m_dir.mark("stubborn", "trap '' TERM; : > '" + m_dir.path("ready") + "'; sleep 1000");
     m_dir.folder("hasty");
     m_dir.mark("hasty/sleep", "#!/bin/sh\nexec /bin/sleep 0.01\n");
     ASSERT_EQ(::chmod(m_dir.path("hasty/sleep").c_str(), 0755), 0);
@@ -118,7 +118,7 @@ TEST_F(KillRemoteProcessTest, LeavesAnotherContainerAlone) {
 }
 
 TEST_F(KillRemoteProcessTest, LeavesAGroupWithoutItsLeaderAlone) {
-    m_dir.mark("parent", "sleep 1000 & touch '" + m_dir.path("ready") + "'; wait");
+    m_dir.mark("parent", "sleep 1000 & : > '" + m_dir.path("ready") + "'; wait");
     start("sh " + m_dir.path("parent"));
     while (!m_dir.has("ready"))
         HUTSysCall::msSleep(1);
