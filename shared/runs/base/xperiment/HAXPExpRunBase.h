@@ -21,6 +21,8 @@ class HAXPFlowStep;
 class HAXPStat;
 class HAXPStatSpec;
 class HAXPStrategy;
+class HAXRReportConfig;
+class HAXRReportSpec;
 class HAXRReportStrategy;
 class HDGUIStatus;
 
@@ -67,7 +69,8 @@ public:
     std::string getName() const;
     std::string getDescription() const;
     void setDescription(const std::string& description, bool markDirty);
-    /// Renames the run, its script objects included. Its directory stays where it is.
+    /// Renames the run, its script objects included, and puts the new name for the old
+    /// one in the names of its reports. Directory and files stay as they are. (locks)
     virtual void renameRun(const std::string& newName);
     HAXPExpInfoBase* getExpInfoBase() const;
     /// Takes `ownedInfo` in place of the information object before it, which is
@@ -77,9 +80,12 @@ public:
     HDGUIStatus* getStatus() const;
     /// The run's private copy, owned by the run.
     HAXPStrategy* getStrategy() const;
-    /// The run's private copy; null when the run has none.
+    /// The run's private copy, owned by the run; null when it has none.
     HAXRReportStrategy* getReportStrategy() const;
     void setStrategyName(const std::string& name);
+    /// Nothing without a report strategy; its name reads as empty then.
+    void setReportStrategyName(const std::string& name);
+    std::string getReportStrategyName() const;
 
     /// The run directory; empty while none is assigned. (locks)
     void getRunDir(std::string& dir) const;
@@ -143,6 +149,49 @@ public:
     /// group of the caller's own. @throws HEXAlgException a null step.
     HATOptGroup* createOptionsForStep(const HAXPFlowStep* flowStep) const;
 
+    // Reports. A report belongs to a step and goes with it. A refusal to make one is a
+    // message and null.
+
+    /// Takes over reports, name and description of `reportStrategy` and makes the run's
+    /// reports anew from it, the fixed ones that every run has included. Files stay: the
+    /// caller resets the reports first when there are results. A step that the run
+    /// lacks is passed over. A report that clashes with another is left out.
+    /// @throws HEXAlgException null, or the run has no report strategy; nothing changes.
+    void applyReportStrategy(const HAXRReportStrategy* reportStrategy);
+    /// A new report `name`, unique in the run, of `step`, which owns it. `spec` is
+    /// borrowed from the catalogue or the run's own report strategy and outlives the
+    /// report; one without a pretty display name of its options makes a static report.
+    /// A change of the report's options marks the run dirty. Null, with a message, when
+    /// `step` or `spec` is null or the name is taken. (locks)
+    HAXRReportConfig* createReportConfig(const std::string& name, HAXPExpRunStep* step,
+                                         HAXRReportSpec* spec, const std::string& displayName,
+                                         bool markDirty);
+    /// The same for the step with exactly this id; null, without a message, if none.
+    HAXRReportConfig* createReportConfig(const std::string& name, const std::string& stepId,
+                                         HAXRReportSpec* spec, const std::string& displayName,
+                                         bool markDirty);
+    /// A report that the run leaves by itself and that is only tracked. The run keeps its
+    /// specification as long as the report points to it.
+    void createStaticReport(const std::string& stepId, const std::string& specName,
+                            const std::string& shortDesc);
+    /// The static reports of the flow of the report strategy; nothing without a flow.
+    void addStaticReports();
+    /// Removes the files of `config` and deletes it. Whether its step had it; false for
+    /// null. Marks the run dirty then. (locks)
+    bool deleteReportConfig(HAXRReportConfig* config);
+    /// Deletes every report; their files stay. (locks)
+    void deleteAllReportConfigs(bool markDirty);
+    int getTotalConfigCount() const;  ///< The reports of all steps. (locks)
+    /// Whether no report of the run has exactly this file, name or display name. (locks)
+    bool isUniqueReportFileName(const std::string& file) const;
+    bool isUniqueReportConfigName(const std::string& name) const;
+    bool isUniqueReportConfigDisplayName(const std::string& displayName) const;
+    /// Takes over the name of `reportStrategy` if the run's reports, as they are now,
+    /// don't differ from it, and marks the run dirty then. Whether they don't.
+    bool copyNameIfSameAsRunReportStrategy(const HAXRReportStrategy* reportStrategy);
+    /// Whether some report should be made now, apart from the run. (locks)
+    bool isReportGenerationNeeded() const;
+
     // Selection. "Usable" is enabled and not virtual.
 
     /// The number of steps, or of enabled ones. (locks)
@@ -155,6 +204,11 @@ public:
     HAXPExpRunStep* getFirstNonVirtualEnabledStep() const;
     /// The first step with a stale reason, disabled and virtual ones included. (locks)
     HAXPExpRunStep* getFirstStaleStep() const;
+    /// Of the step with this id, whatever the case, and those before it the first one
+    /// that is stale, else the step itself. For an id that the run lacks the first
+    /// stale step of all; null if none. The steps are walked again only after one of
+    /// them changed. (locks)
+    HAXPExpRunStep* getFirstStaleOrOwnStep(const std::string& stepId) const;
     /// The last usable step that is done, whatever failed before it. (locks)
     HAXPExpRunStep* getLastDoneStep() const;
     /// The last usable step that is running, done or failed. (locks)
@@ -227,6 +281,9 @@ protected:
     /// deleted.
     void setStatus_(HDGUIStatus* ownedStatus);
     void setStrategy_(HAXPStrategy* ownedStrategy);
+    /// The reports of the one before are deleted first: they point to its
+    /// specifications.
+    void setReportStrategy_(HAXRReportStrategy* ownedStrategy);
     /// What applyStrategy() hands to HAXPStrategy::copyStrat() as its last argument:
     /// whether "write_device_image" stands in place of "write_bitstream".
     void setStrategyCopyFlag_(bool flag);

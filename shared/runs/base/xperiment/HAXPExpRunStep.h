@@ -22,6 +22,7 @@ class HAXPExpRunBase;
 class HAXPFileCheck;
 class HAXPFlowStep;
 class HAXPStrategy;
+class HAXRReportConfig;
 class HDDASrcFile;
 class HDDASrcFilter;
 class HDGUIStatus;
@@ -90,6 +91,31 @@ public:
     /// Forgets where the reports were; no file is touched.
     void resetReports();
     void deleteReports();
+
+    // Report configurations, which the step owns. The run's operations of the same names
+    // see to it that a report is unique in the run.
+
+    /// Takes `ownedConfig` over as the last one; null is ignored.
+    void addReportConfig(HAXRReportConfig* ownedConfig);
+    /// The first one with exactly this name; null if none.
+    HAXRReportConfig* getReportConfig(const std::string& name) const;
+    HAXRReportConfig* getReportConfigByDisplayName(const std::string& displayName) const;
+    int getConfigCount() const;
+    /// The caller deletes the iterator, before the list changes.
+    HSTFwdIter<HAXRReportConfig*>* createReportConfigIter() const;
+    /// Removes the files of the report and deletes it; false, with a message, if none
+    /// has this name.
+    bool deleteReportConfig(const std::string& name);
+    /// Deletes every one; their files stay.
+    void deleteAllReportConfigs();
+    /// Looks for the files of every one. Whether the state of one changed.
+    bool updateReportConfigs();
+    /// Removes the files of every one.
+    void resetReportConfigs();
+    /// Whether a report of the step should be made now; false while it is disabled.
+    bool isReportGenerationNeeded() const;
+    /// Puts the new name of the run for the old one in the names of the reports.
+    void alignReportNamesWithRun(const std::string& oldRunName, const std::string& newRunName);
 
     /// The runs that share this step, not owned, each once. Null is ignored.
     void addRun(HAXPExpRunBase* run);
