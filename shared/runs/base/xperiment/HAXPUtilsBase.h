@@ -54,6 +54,33 @@ public:
     /// Appends each element and a blank to `out`.
     static void convertToString(const HSTSList<std::string>& list, std::string& out);
 
+    /// The submit command that a user of an LSF cluster starts from.
+    static void getDefaultLSFCmd(std::string& out);
+    /// The command that kills a job of an LSF cluster; the job's name follows it.
+    static void getDefaultClusterKillCmd(std::string& out);
+
+    /// Whether runs can be submitted by the LSF command `cmd`: its program, whatever its
+    /// name, can be found, and no switch asks for an interactive job. With a `dir` also
+    /// whether the cluster sees it: a job of `cmd` makes a file there, which is removed
+    /// again; this holds the caller for up to two minutes. If not, one sentence for the
+    /// user is added to `errors`, which is left alone otherwise.
+    static bool validateLSF(const std::string& cmd, HSTVector<std::string>& errors,
+                            const std::string& dir);
+
+    /// Whether runs can be submitted by the SGE command `cmd`: its program is "qsub",
+    /// without a path, and can be found. `dir` isn't looked at. If not, `errors` gets
+    /// one sentence as from validateLSF().
+    static bool validateSGE(const std::string& cmd, HSTVector<std::string>& errors,
+                            const std::string& dir);
+
+    /// Submits a job through `cmd` that touches `file`, and doesn't wait for it. A
+    /// command that can't be started is told in a warning; whether the job did its work
+    /// shows in the file alone.
+    static void touchFileWithLSF(const std::string& cmd, const std::string& file);
+
+    /// What the parameter "runs.enableTemplatizedFlow" says; false while it is absent.
+    static bool isTemplatizedFlowEnabled();
+
     /// Gives the entries of `target` before the one whose id is `stopId` the values
     /// that `source` has for the same steps. A null strategy changes nothing.
     static void copyOptions(HAXPStrategy* source, HAXPStrategy* target, const std::string& stopId);
