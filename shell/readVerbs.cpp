@@ -19,7 +19,7 @@
 #include "shell/verb.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
-#include "workbench/shippedStrategies.h"
+#include "workbench/strategies.h"
 
 namespace shell {
 
@@ -129,14 +129,13 @@ public:
         for (const std::string flow : {"synth", "impl"}) {
             if (!m_flow.empty() && &flowOf(m_flow) != &flowOf(flow))
                 continue;
-            for (const std::string& name : workbench::shippedStrategyNames(flowOf(flow))) {
-                const auto strategy = workbench::makeShippedStrategy(flowOf(flow), name);
+            for (const HAXPStrategy* strategy : workbench::strategiesOf(flowOf(flow))) {
                 std::string options;
                 for (const OptionChoice& option : changedOptions(*strategy))
                     options += (options.empty() ? "" : " ") + option.name + "=" + option.value;
-                table.addRow({flow, name, options, strategy->getDescription()});
+                table.addRow({flow, strategy->getName(), options, strategy->getDescription()});
                 all.push_back({{"flow", flow},
-                               {"name", name},
+                               {"name", strategy->getName()},
                                {"description", strategy->getDescription()},
                                {"options", optionsJson(*strategy)}});
             }

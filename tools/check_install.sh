@@ -23,6 +23,7 @@ done
 # The installed tools take a design to a bitstream, from a folder of any name.
 mv "$work/usr" "$work/moved tree"
 xp="$work/moved tree/bin/xp"
+export XDG_CONFIG_HOME="$work/config"
 design=$PWD/examples/blinky
 make_bitstream() {
   "$xp" new "$work/chip" --top blinky --source "$design/blinky.v" \

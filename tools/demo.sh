@@ -19,6 +19,8 @@ source_dir=$(cd "$(dirname "$0")/.." && pwd)
 program=$(cd "$1" && pwd)/bin/xp
 project=${2:-$source_dir/demo}
 design=$source_dir/examples/rv32i
+# No strategy of the user plays a part here.
+export XDG_CONFIG_HOME="$project/.config"
 
 if [ ! -x "$program" ]; then
   echo "demo.sh: there is no $program; build it first, or call make demo" >&2

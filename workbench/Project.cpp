@@ -34,7 +34,7 @@
 #include "workbench/optionText.h"
 #include "workbench/projectEntry.h"
 #include "workbench/projectFile.h"
-#include "workbench/shippedStrategies.h"
+#include "workbench/strategies.h"
 
 namespace {
 
@@ -76,13 +76,16 @@ std::string findProjectDir(const std::string& dir) {
     fail("@60-10@%s", absolute(dir));
 }
 
-std::unique_ptr<HAXPStrategy> strategyFor(const HAXPFlow& flow, const std::string& name) {
-    if (name.empty())
-        return std::make_unique<HAXPStrategy>(&flow);
-    std::unique_ptr<HAXPStrategy> strategy = workbench::makeShippedStrategy(flow, name);
-    if (strategy == nullptr)
-        fail("@60-22@%s%s", name, joined(workbench::shippedStrategyNames(flow)));
-    return strategy;
+/// The strategy `name` of `flow`, shipped or the user's.
+const HAXPStrategy& strategyFor(const HAXPFlow& flow, const std::string& name) {
+    if (const HAXPStrategy* strategy = workbench::findStrategy(flow, name)) {
+        workbench::requireScriptValues(*strategy);
+        return *strategy;
+    }
+    std::vector<std::string> names;
+    for (const HAXPStrategy* strategy : workbench::strategiesOf(flow))
+        names.push_back(strategy->getName());
+    fail("@60-22@%s%s", name, joined(names));
 }
 
 /// A group and an option of it that a name means.
@@ -238,9 +241,9 @@ HAXPExpRun* Project::getSynthesisOf(const HAXPExpRun& run) const {
 }
 
 void Project::applyStrategy(HAXPExpRun& run, const std::string& name) {
-    const std::unique_ptr<HAXPStrategy> strategy = strategyFor(*entryOf_(run).flow, name);
+    const HAXPStrategy& strategy = strategyFor(*entryOf_(run).flow, name);
     run.setLatestStep(nullptr);
-    run.applyStrategy(strategy.get());
+    run.applyStrategy(&strategy);
 }
 
 void Project::setToStep(HAXPExpRun& run, const std::string& abbrev) {
@@ -316,8 +319,9 @@ Project::Entry& Project::addEntry_(const std::string& name, const HAXPFlow& flow
             fail("@60-26@%s", synthesis);
         entry->synthesis = synthesis;
     }
-    const std::unique_ptr<HAXPStrategy> strategy = strategyFor(flow, strategyName);
-    entry->run = std::make_unique<HAXPExpRun>(name, strategy.get(), this);
+    const HAXPStrategy plain(&flow);
+    const HAXPStrategy& strategy = strategyName.empty() ? plain : strategyFor(flow, strategyName);
+    entry->run = std::make_unique<HAXPExpRun>(name, &strategy, this);
     m_entries.push_back(std::move(entry));
     return *m_entries.back();
 }

@@ -21,13 +21,39 @@ std::string& binDirOfProcess() {
     return folder;
 }
 
+/// The text of a variable that names a folder; empty unless it is an absolute path.
+std::string folderOf(const char* variable) {
+    const char* folder = getenv(variable);
+    return folder == nullptr || *folder != '/' ? std::string() : folder;
+}
+
+/// Where the strategies of the user lie; empty for one without a home.
+std::string userFolder() {
+    const std::string config = folderOf("XDG_CONFIG_HOME");
+    if (!config.empty())
+        return config + "/xperiment";
+    const std::string home = folderOf("HOME");
+    return home.empty() ? home : home + "/.config/xperiment";
+}
+
 void declareInstallation() {
     Installation installation = Installation::getDefault();
     installation.productName = "tarnel";
     installation.version = "2026.1";
     installation.copyright = "Copyright the Xperiment authors. Apache-2.0 licence.";
     installation.isTarnel = true;
+    if (installation.appDataDir.empty())
+        installation.appDataDir = userFolder();
     HUTEnv::setInstallation(installation);
+}
+
+/// Steps keep report configurations. Timing summaries warn of violations, unless the
+/// user has said otherwise.
+void setParameters() {
+    HPAParamMgr& params = *HPAParamMgr::getParamMgr();
+    params.setValueAsBool("project.enableReportConfiguration", true);
+    if (!params.hasValue("project.enableWarnOnViolation"))
+        params.setValueAsBool("project.enableWarnOnViolation", true);
 }
 
 /// Whether the head of a run script can carry `path`, which stands there unquoted.
@@ -56,6 +82,7 @@ void installProduct(const std::string& dir) {
         return;
     binDirOfProcess() = dir;
     declareInstallation();
+    setParameters();
     exportSearchPath(dir);
     if (HAXPStrategy::getStepFilter() == nullptr)
         HAXPStrategy::installFilter(new HAXFBasicStepFilter);

@@ -216,7 +216,7 @@ file_is_kept() {
   new_project
   keep_file
   run -6 "$xp" -C proj create r1 --flow synth --strategy Fast
-  assert_one_error 'There is no strategy Fast' 'Default, Performance'
+  assert_one_error 'There is no strategy Fast' 'Default, Area'
   file_is_kept
 }
 

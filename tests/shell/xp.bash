@@ -12,6 +12,8 @@ xp=$build_dir/bin/xp
 setup() {
   unset XPERIMENT_ROOT XPERIMENT_APP_DATA_DIR KPX_PREPEND_PATH KPX_BINROOT \
     KPX_PREPEND_LD_LIBRARY_PATH COLUMNS
+  # Nothing of the real user is read or changed.
+  export XDG_CONFIG_HOME=$BATS_TEST_TMPDIR/config
   export TERM=xterm LC_ALL=C
   cd "$BATS_TEST_TMPDIR" || return
   cp "$source_dir/examples/blinky/blinky.v" "$source_dir/examples/blinky/blinky.pcf" .

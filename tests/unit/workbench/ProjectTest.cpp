@@ -203,8 +203,8 @@ TEST_F(ProjectTest, RefusesABadNameAndAKnownOne) {
 
 TEST_F(ProjectTest, RefusesAnUnknownStrategyAndNamesTheKnownOnes) {
     EXPECT_EQ(refusal([&] { m_project->createRun("r", *OpenFlows::getSynthesis(), "Fast", ""); }),
-              "There is no strategy Fast for this flow. Choose one of: Default, Performance, Area, "
-              "Hierarchy.");
+              "There is no strategy Fast for this flow. Choose one of: Default, Area, Hierarchy, "
+              "Performance.");
     EXPECT_TRUE(m_project->getRuns().empty());
 }
 

@@ -2,10 +2,12 @@
 // Copyright the Xperiment authors
 #include "tests/unit/workbench/TestBench.h"
 
+#include <cstdlib>
 #include <ctime>
 #include <stdexcept>
 
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/file.h>
 #include <unistd.h>
 
@@ -15,12 +17,32 @@
 #include "workbench/openFlows.h"
 #include "workbench/product.h"
 #include "workbench/runLock.h"
-#include "workbench/shippedStrategies.h"
+#include "workbench/strategies.h"
 
 namespace test {
 
+namespace {
+
+/// What holds for the process: the product with its strategies, and a user with a folder
+/// of its own.
+class Product : public ::testing::Environment {
+public:
+    void SetUp() override {
+        setenv("XPERIMENT_APP_DATA_DIR", m_user.path().c_str(), 1);
+        workbench::installProduct(XPERIMENT_BIN_DIR);
+        workbench::restoreStrategies();
+    }
+
+private:
+    RunDir m_user;
+};
+
+const ::testing::Environment* const s_product =
+    ::testing::AddGlobalTestEnvironment(new Product);  // gtest deletes it
+
+}  // namespace
+
 TestBench::TestBench() {
-    workbench::installProduct(XPERIMENT_BIN_DIR);
     m_folder.mark("blinky.v", "module blinky (input clk, output led); endmodule\n");
     m_folder.mark("blinky.pcf", "set_io clk J3\n");
     const long anHourAgo = static_cast<long>(std::time(nullptr)) - 3600;
@@ -37,8 +59,8 @@ DesignInputs TestBench::inputs() const {
 }
 
 std::unique_ptr<HAXPExpRun> TestBench::makeRun(const HAXPFlow& flow) const {
-    const auto strategy = workbench::makeShippedStrategy(flow, "Default");
-    auto run = std::make_unique<HAXPExpRun>("run_1", strategy.get(), nullptr);
+    auto run =
+        std::make_unique<HAXPExpRun>("run_1", workbench::findStrategy(flow, "Default"), nullptr);
     run->getInfo().setInputs(inputs());
     return run;
 }
