@@ -113,6 +113,9 @@ void runInit(const InitOptions& options) {
     metrics.counts[counts::kPortBits] = static_cast<long>(netlist.ports.size());
     metrics.counts[counts::kConstrainedBits] = static_cast<long>(constraints.pins.size());
     metrics.counts[counts::kCells] = netlist.cells;
+    metrics.files = {{files::kNetlist, options.netlist}};
+    if (!options.constraints.empty())
+        metrics.files[files::kConstraints] = options.constraints;
     metrics.seconds = clock.seconds();
     OutputFile file(options.metrics);
     file.write(formatMetrics(metrics));

@@ -32,6 +32,7 @@ constexpr const char* kFmax = "fmax_mhz";
 constexpr const char* kTarget = "target_mhz";
 constexpr const char* kSlack = "slack_ns";
 constexpr const char* kIcetime = "icetime_mhz";
+constexpr const char* kFiles = "files";
 
 double rounded(double value) {
     return std::round(value * 1000) / 1000;
@@ -90,6 +91,21 @@ bool getIcetime(const json& document, StepMetrics& metrics) {
     return true;
 }
 
+/// Older programs wrote no names of files.
+bool getFiles(const json& document, StepMetrics& metrics) {
+    const auto found = document.find(kFiles);
+    if (found == document.end())
+        return true;
+    if (!found->is_object())
+        return false;
+    for (const auto& item : found->items()) {
+        if (!item.value().is_string())
+            return false;
+        metrics.files[item.key()] = item.value().get<std::string>();
+    }
+    return true;
+}
+
 /// Whether this program can read the file at all.
 bool checkKind(const json& document, std::string& reason) {
     std::string format;
@@ -118,6 +134,11 @@ std::optional<long> StepMetrics::count(const std::string& name) const {
     return found == counts.end() ? std::nullopt : std::optional<long>(found->second);
 }
 
+std::string StepMetrics::file(const std::string& kind) const {
+    const auto found = files.find(kind);
+    return found == files.end() ? std::string() : found->second;
+}
+
 const ClockTiming* StepMetrics::worstClock() const {
     const ClockTiming* worst = nullptr;
     for (const ClockTiming& clock : clocks)
@@ -142,6 +163,8 @@ std::string formatMetrics(const StepMetrics& metrics) {
                                      {kSlack, rounded(clock.slackNs())}});
     if (metrics.icetimeMhz)
         document[kIcetime] = rounded(*metrics.icetimeMhz);
+    if (!metrics.files.empty())
+        document[kFiles] = metrics.files;
     return document.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
 }
 
@@ -152,7 +175,8 @@ bool parseMetrics(const std::string& text, StepMetrics& metrics, std::string& re
     StepMetrics result;
     if (!getText(document, kStep, result.step) || !getText(document, kTool, result.tool) ||
         !getNumber(document, kSeconds, result.seconds) || !getCounts(document, result) ||
-        !getClocks(document, result) || !getIcetime(document, result)) {
+        !getClocks(document, result) || !getIcetime(document, result) ||
+        !getFiles(document, result)) {
         reason = "a value of it is missing or of the wrong kind";
         return false;
     }

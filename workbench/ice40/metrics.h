@@ -39,6 +39,17 @@ inline constexpr const char* kConstrainedBits = "constrained_bits";
 inline constexpr const char* kBitstreamBytes = "bitstream_bytes";
 }  // namespace counts
 
+/// Kinds of files in StepMetrics::files.
+namespace files {
+inline constexpr const char* kNetlist = "netlist";
+inline constexpr const char* kConstraints = "constraints";
+inline constexpr const char* kStat = "stat";            ///< yosys' cell counts
+inline constexpr const char* kPlacement = "placement";  ///< placement record
+inline constexpr const char* kReport = "report";        ///< nextpnr's JSON report
+inline constexpr const char* kRouted = "asc";           ///< routed design
+inline constexpr const char* kTiming = "timing";        ///< icetime's report
+}  // namespace files
+
 /// What one step has to tell in numbers, read from its tool's reports.
 ///
 /// A step program leaves it as a small JSON file, "<step>.metrics.json", when
@@ -51,8 +62,14 @@ struct StepMetrics {
     std::map<std::string, long> counts;
     std::vector<ClockTiming> clocks;
     std::optional<double> icetimeMhz;  ///< the second opinion of icetime on Fmax
+    /// The files that the step read and left, by their kind (see files::kNetlist
+    /// ...), named as they were given to it.
+    std::map<std::string, std::string> files;
 
     std::optional<long> count(const std::string& name) const;
+
+    /// The name of the file of that kind; empty when the step has none.
+    std::string file(const std::string& kind) const;
 
     /// The clock that is nearest to missing its target; null without a clock.
     const ClockTiming* worstClock() const;

@@ -121,6 +121,11 @@ void runPlace(const PlaceOptions& options) {
     takePnrReport(report.partPath(), metrics);
     metrics.clocks = log.clocks();
     log.addCounts(metrics);
+    metrics.files = {{files::kNetlist, options.netlist},
+                     {files::kPlacement, options.placement},
+                     {files::kReport, options.report}};
+    if (!options.constraints.empty())
+        metrics.files[files::kConstraints] = options.constraints;
     metrics.seconds = clock.seconds();
     placement.checksums = log.checksums();
     record.write(formatPlacement(placement));

@@ -49,6 +49,19 @@ void addIcetime(const Placement& placement, const std::string& asc, const Output
     });
 }
 
+std::map<std::string, std::string> filesOf(const RouteOptions& options,
+                                           const Placement& placement) {
+    std::map<std::string, std::string> result{{files::kNetlist, placement.netlist},
+                                              {files::kPlacement, options.placement},
+                                              {files::kReport, options.report},
+                                              {files::kRouted, options.asc}};
+    if (!placement.constraints.empty())
+        result[files::kConstraints] = placement.constraints;
+    if (!options.skipIcetime)
+        result[files::kTiming] = options.timing;
+    return result;
+}
+
 void requireTarget(const StepMetrics& metrics) {
     const ClockTiming* worst = metrics.worstClock();
     if (worst == nullptr || worst->slackNs() >= 0)
@@ -133,6 +146,7 @@ void runRoute(const RouteOptions& options) {
     printClocks(metrics);
     if (options.requireTiming)
         requireTarget(metrics);
+    metrics.files = filesOf(options, placement);
     metrics.seconds = clock.seconds();
     metricsFile.write(formatMetrics(metrics));
     asc.commit();

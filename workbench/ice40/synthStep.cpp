@@ -262,6 +262,7 @@ void runSynthesis(const SynthOptions& options) {
     metrics.step = "synth_design";
     metrics.tool = after.creator;
     addCounts(after, metrics);
+    metrics.files = {{files::kNetlist, options.json}, {files::kStat, options.stat}};
     metrics.seconds = clock.seconds();
     metricsFile.write(formatMetrics(metrics));
     json.commit();

@@ -21,6 +21,7 @@ StepMetrics routed() {
     metrics.counts[counts::kBlockRams] = 12;
     metrics.clocks = {{"clk", 50, 40}, {"fast", 90, 100}};
     metrics.icetimeMhz = 48.59;
+    metrics.files = {{files::kNetlist, "top.json"}, {files::kRouted, "top.asc"}};
     return metrics;
 }
 
@@ -38,6 +39,21 @@ TEST(MetricsTest, SurviveWritingAndReading) {
     EXPECT_DOUBLE_EQ(read.clocks[1].fmaxMhz, 90);
     EXPECT_DOUBLE_EQ(read.clocks[1].targetMhz, 100);
     EXPECT_DOUBLE_EQ(read.icetimeMhz.value(), 48.59);
+    EXPECT_EQ(read.files, routed().files);
+}
+
+TEST(MetricsTest, NameNoFileThatTheStepDidNotTell) {
+    EXPECT_EQ(routed().file(files::kRouted), "top.asc");
+    EXPECT_EQ(routed().file(files::kTiming), "");
+}
+
+TEST(MetricsTest, RefuseAFileWhoseNameIsNoText) {
+    StepMetrics read;
+    std::string reason;
+    EXPECT_FALSE(parseMetrics(R"({"format":"xperiment-step-metrics","version":1,"step":"s",
+        "tool":"","seconds":1,"counts":{},"clocks":[],"files":{"asc":7}})",
+                              read, reason));
+    EXPECT_EQ(reason, "a value of it is missing or of the wrong kind");
 }
 
 TEST(MetricsTest, ReadTheSameTextTwice) {
