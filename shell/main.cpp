@@ -15,6 +15,7 @@
 #include "shell/commandLine.h"
 #include "shell/exitStatus.h"
 #include "workbench/product.h"
+#include "workbench/reports/tarnel.h"
 
 namespace {
 
@@ -38,7 +39,10 @@ int main(int argc, char** argv) {
     ComMsgMgr::addSink(std::make_shared<ComMsgMgrTerminalSink>());
     try {
         workbench::installProduct(ownFolder());
-        return shell::runCommandLine(std::vector<std::string>(argv + 1, argv + argc));
+        const std::vector<std::string> words(argv + 1, argv + argc);
+        if (reports::isTarnel(argv[0]))
+            return reports::tarnelMain(words);
+        return shell::runCommandLine(words);
     } catch (const std::exception& error) {
         fmt::print(stderr, "xp: error: {}\n", error.what());
         return shell::kExitRefused;

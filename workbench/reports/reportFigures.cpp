@@ -1,0 +1,109 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "workbench/reports/reportFigures.h"
+
+#include <cmath>
+
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "workbench/ice40/stepFiles.h"
+#include "workbench/reports/reportFormat.h"
+
+namespace reports {
+
+namespace {
+
+using nlohmann::json;
+
+constexpr std::size_t kLargest = std::size_t{64} << 20;
+
+bool getText(const json& object, const char* key, std::string& value) {
+    const auto found = object.find(key);
+    if (found == object.end() || !found->is_string())
+        return false;
+    value = found->get<std::string>();
+    return true;
+}
+
+bool refuse(std::string& reason, const std::string& why) {
+    reason = why;
+    return false;
+}
+
+/// Whether this program can read the document at all.
+bool checkKind(const json& document, std::string& reason) {
+    std::string format;
+    if (document.is_discarded() || !document.is_object())
+        return refuse(reason, "it is not valid JSON; it may have been cut short");
+    const auto version = document.find(format::kVersion);
+    if (!getText(document, format::kFormat, format) || format != format::kName ||
+        version == document.end() || !version->is_number_integer())
+        return refuse(reason, "it is no report in its JSON form");
+    if (version->get<long>() > format::kNewest)
+        return refuse(reason, fmt::format("it has version {}, and this program reads up to {}",
+                                          version->get<long>(), format::kNewest));
+    return true;
+}
+
+Figure::Better readBetter(const json& item) {
+    std::string text;
+    getText(item, format::kBetter, text);
+    if (text == betterText(Figure::kHigher))
+        return Figure::kHigher;
+    return text == betterText(Figure::kLower) ? Figure::kLower : Figure::kNeither;
+}
+
+bool readFigure(const json& item, Figure& figure) {
+    const auto isSet = [&](const char* key) { return item.contains(key); };
+    if (!item.is_object() || !isSet(format::kValue) || !item[format::kValue].is_number() ||
+        !getText(item, format::kFigureName, figure.name) ||
+        !getText(item, format::kLabel, figure.label) || !getText(item, format::kUnit, figure.unit))
+        return false;
+    figure.value = item[format::kValue].get<double>();
+    figure.better = readBetter(item);
+    return std::isfinite(figure.value);
+}
+
+}  // namespace
+
+std::string betterText(Figure::Better better) {
+    switch (better) {
+    case Figure::kHigher:
+        return "higher";
+    case Figure::kLower:
+        return "lower";
+    default:
+        return "";
+    }
+}
+
+bool parseFigures(const std::string& text, ReportFigures& figures, std::string& reason) {
+    const json document = json::parse(text, nullptr, false);
+    if (!checkKind(document, reason))
+        return false;
+    ReportFigures result;
+    const auto list = document.find(format::kFigures);
+    if (!getText(document, format::kReport, result.report) ||
+        !getText(document, format::kStep, result.step) || list == document.end() ||
+        !list->is_array())
+        return refuse(reason, "a value of it is missing or of the wrong kind");
+    for (const json& item : *list) {
+        Figure figure;
+        if (!readFigure(item, figure))
+            return refuse(reason, "a figure of it is missing a value or of the wrong kind");
+        result.figures.push_back(figure);
+    }
+    figures = std::move(result);
+    return true;
+}
+
+bool readFigures(const std::string& path, ReportFigures& figures, std::string& reason) {
+    std::string text;
+    std::string why;
+    if (ice40::readText(path, text, why, kLargest) && parseFigures(text, figures, why))
+        return true;
+    return refuse(reason, fmt::format("'{}' can't be read: {}", path, why));
+}
+
+}  // namespace reports
