@@ -84,28 +84,33 @@ RUNS_API bool getEDIFTopFile(const HADAFileSet* fileSet, std::string& path);
 
 // Commands.
 
-/// The line of Tcl that makes the report, without a line end; empty when there is
-/// nothing to run: for a static report, for one that the rules leave out, and, with a
-/// message, when an output option has no file. Option values stand as the user wrote
-/// them; the file is one word for Tcl.
+/// The Tcl that makes the report: one line without a line end, or what checkRules()
+/// makes of it; empty when there is nothing to run: for a static report, for one that
+/// the rules leave out, and, with a message, when an output option has no file. Option
+/// values stand as the user wrote them; the file is one word for Tcl.
 ///
 /// A static report gets its file's name by this, and a report that isn't generated yet
 /// gets a new one; so it is called once, when the scripts of a launch are written.
 /// @throws HEXAlgException `config` is null.
+/// @throws HEXDataException as checkRules().
 RUNS_API std::string createReportCommand(HAXRReportConfig* config);
 
 /// Adjusts the command of a report of a default strategy: empties it where the
 /// parameters leave the report out, adds the warning on timing violations at the last
-/// step, or wraps it so that its findings become messages. Changes nothing else.
+/// step, or wraps it into three whole lines so that its findings become messages.
+/// Changes nothing else.
 /// @throws HEXAlgException `config` is null.
+/// @throws HEXDataException it is a timing summary of a routing step, and the
+/// parameter "project.enableWarnOnViolation" is absent.
 RUNS_API void checkRules(HAXRReportConfig* config, std::string& command);
 
 // Strategies.
 
 /// A report strategy "tmp-report-strategy" that says what the run's reports are now,
-/// static ones left out; null for null. The caller calls nukeSteps() and deletes it.
-/// @throws HEXAlgException the run has no strategy, or a report of a step that its flow
-/// lacks.
+/// static ones left out; null for null and for a run without a strategy. The caller
+/// calls nukeSteps() and deletes it. A report that the catalogue lacks, which sends a
+/// message, is taken as it is.
+/// @throws HEXAlgException the flow lacks a step with a report.
 RUNS_API HAXRReportStrategy* createReportStrategySnapshot(const HAXPExpRunBase* run);
 
 // Published files.
