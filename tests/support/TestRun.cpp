@@ -10,6 +10,7 @@
 #include "runs/base/xperiment/HAXPFlowStep.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
+#include "runs/base/xpreport/HAXRReportStrategy.h"
 #include "tests/support/TestFlow.h"
 
 namespace test {
@@ -21,8 +22,12 @@ using StepIter = std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>>;
 }  // namespace
 
 TestRun::TestRun(const std::string& name, const HAXPStrategy* strategy)
-    : HAXPExpRunBase(name, strategy, nullptr) {
-    TestRun::initRun_(name, strategy, nullptr);
+    : TestRun(name, strategy, nullptr) {}
+
+TestRun::TestRun(const std::string& name, const HAXPStrategy* strategy,
+                 const HAXRReportStrategy* reportStrategy)
+    : HAXPExpRunBase(name, strategy, reportStrategy) {
+    TestRun::initRun_(name, strategy, reportStrategy);
 }
 
 TestRun::TestRun(const std::string& name, const HAXPFlow* flow) : HAXPExpRunBase(name, flow) {
@@ -94,13 +99,18 @@ HAXPExpRunStep* TestRun::getDefaultLastStep() const {
 }
 
 void TestRun::initRun_(const std::string& name, const HAXPStrategy* strategy,
-                       const HAXRReportStrategy*) {
+                       const HAXRReportStrategy* reportStrategy) {
     setExpInfoBase(new TestRunInfo(this, name));
     setStatus_(new HDGUIStatus("Not Started", "Not Started"));
     setStrategy_(new HAXPStrategy);
     getStrategy()->setInternal(true);
     getStrategy()->attach(static_cast<HATOptGroupObserver*>(this));
     applyStrategy(strategy);
+    if (reportStrategy != nullptr) {
+        setReportStrategy_(new HAXRReportStrategy(getStrategy()->getFlow()));
+        getReportStrategy()->setInternal(true);
+        applyReportStrategy(reportStrategy);
+    }
     createStats();
     statusUpdates = 0;
     dirtyCalls = 0;

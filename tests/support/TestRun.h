@@ -40,9 +40,13 @@ public:
     TestRun(const std::string& name, const HAXPStrategy* strategy);
     /// With the default steps of `flow`.
     TestRun(const std::string& name, const HAXPFlow* flow);
+    /// With a copy of `reportStrategy` and the reports that it asks for; null for none.
+    TestRun(const std::string& name, const HAXPStrategy* strategy,
+            const HAXRReportStrategy* reportStrategy);
     ~TestRun() noexcept(false) override;
 
     using HAXPExpRunBase::addMsgHandle_;
+    using HAXPExpRunBase::setReportStrategy_;
     using HAXPExpRunBase::setStatus_;
     using HAXPExpRunBase::setStrategy_;
     using HAXPExpRunBase::setStrategyCopyFlag_;

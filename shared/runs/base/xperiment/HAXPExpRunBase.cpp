@@ -12,6 +12,8 @@
 #include "runs/base/xperiment/HAXPStatMgr.h"
 #include "runs/base/xperiment/HAXPStatSpec.h"
 #include "runs/base/xperiment/runData.h"
+#include "runs/base/xpreport/HAXRReportSpec.h"
+#include "runs/base/xpreport/HAXRReportStrategy.h"
 
 using xperiment::RunLock;
 using RunHandles = mqi::tcltasks::native_cache<HAXPExpRunBase*>;
@@ -61,8 +63,11 @@ void HAXPExpRunBase::setDescription(const std::string& description, bool markDir
 }
 
 void HAXPExpRunBase::renameRun(const std::string& newName) {
-    requireInfo_().setRunName(newName);
+    HAXPExpInfoBase& info = requireInfo_();
+    const std::string oldName = info.getRunName();
+    info.setRunName(newName);
     RunHandles::rename(this, newName);
+    alignReportNames_(oldName, newName);
     setDirty();
 }
 
@@ -85,11 +90,20 @@ HAXPStrategy* HAXPExpRunBase::getStrategy() const {
 }
 
 HAXRReportStrategy* HAXPExpRunBase::getReportStrategy() const {
-    return m_data->reportStrategy;
+    return m_data->reportStrategy.get();
 }
 
 void HAXPExpRunBase::setStrategyName(const std::string& name) {
     requireStrategy_().setName(name);
+}
+
+void HAXPExpRunBase::setReportStrategyName(const std::string& name) {
+    if (m_data->reportStrategy != nullptr)
+        m_data->reportStrategy->setName(name);
+}
+
+std::string HAXPExpRunBase::getReportStrategyName() const {
+    return m_data->reportStrategy == nullptr ? std::string() : m_data->reportStrategy->getName();
 }
 
 void HAXPExpRunBase::getRunDir(std::string& dir) const {
@@ -244,7 +258,7 @@ void HAXPExpRunBase::initRun_(const std::string&, const HAXPStrategy*, const HAX
     m_data->status.reset();
     m_data->expInfo = nullptr;
     m_data->strategy.reset();
-    m_data->reportStrategy = nullptr;
+    m_data->reportStrategy.reset();
     m_data->strategyCopyFlag = false;
 }
 
@@ -260,6 +274,11 @@ void HAXPExpRunBase::setStatus_(HDGUIStatus* ownedStatus) {
 
 void HAXPExpRunBase::setStrategy_(HAXPStrategy* ownedStrategy) {
     m_data->strategy.reset(ownedStrategy);
+}
+
+void HAXPExpRunBase::setReportStrategy_(HAXRReportStrategy* ownedStrategy) {
+    if (m_data->reportStrategy.get() != ownedStrategy)
+        m_data->reportStrategy.reset(ownedStrategy);
 }
 
 void HAXPExpRunBase::setStrategyCopyFlag_(bool flag) {
@@ -302,7 +321,7 @@ void HAXPExpRunBase::finish_() {
     m_data->status.reset();
     nukeSteps();
     m_data->strategy.reset();
-    m_data->reportStrategy = nullptr;
+    m_data->reportStrategy.reset();
     const RunLock lock(m_data->mutex);
     m_data->latestStep = nullptr;
     m_data->activated = false;

@@ -299,9 +299,18 @@ private:
     HAXPExpRunStep* successor_(const HAXPExpRunStep* step) const;
     template <class Accept> HAXPExpRunStep* firstStep_(Accept accept) const;
     template <class Accept> HAXPExpRunStep* lastStep_(Accept accept) const;
+    HAXRReportStrategy& requireReportStrategy_() const;
     void appendStep_(const HAXPFlowStep* flowStep);
+    void takeStep_(std::unique_ptr<HAXPExpRunStep> step);
     void dropStepsFrom_(int count);
     void buildSteps_();
+    void updatePlaces_() const;
+    /// Make the reports of the report strategy, or those of one of its entries.
+    void buildReports_();
+    void buildReport_(const std::string& stepId, HAXRReportSpec* spec);
+    HAXRReportConfig* addReport_(const std::string& stepId, HAXRReportSpec* spec);
+    void alignReportNames_(const std::string& oldName, const std::string& newName);
+    void dropUnusedStaticSpecs_();
     void finish_();
 
     struct Data;

@@ -34,6 +34,8 @@ void HAXPExpRunBase::nukeSteps() {
     for (const auto& step : m_data->steps)
         step->removeRun(this);
     m_data->steps.clear();
+    ++m_data->stepChanges;
+    dropUnusedStaticSpecs_();
 }
 
 void HAXPExpRunBase::addStep(const HAXPFlowStep* flowStep, bool markDirty, bool skipFilter) {
@@ -114,10 +116,15 @@ HATOptGroup* HAXPExpRunBase::createOptionsForStep(const HAXPFlowStep* flowStep) 
 
 void HAXPExpRunBase::appendStep_(const HAXPFlowStep* flowStep) {
     const HAXPFlowStepOptions* entry = requireStrategy_().addStep(flowStep, true);
-    auto step = std::make_unique<HAXPExpRunStep>(flowStep, entry->getOptions(), entry->getAttrs(),
-                                                 m_data->expInfo);
+    takeStep_(std::make_unique<HAXPExpRunStep>(flowStep, entry->getOptions(), entry->getAttrs(),
+                                               m_data->expInfo));
+}
+
+void HAXPExpRunBase::takeStep_(std::unique_ptr<HAXPExpRunStep> step) {
     const RunLock lock(m_data->mutex);
+    step->countStaleChangesIn_(m_data->stepChanges);
     m_data->steps.push_back(std::move(step));
+    ++m_data->stepChanges;
 }
 
 void HAXPExpRunBase::dropStepsFrom_(int count) {
@@ -127,6 +134,8 @@ void HAXPExpRunBase::dropStepsFrom_(int count) {
         steps.back()->removeRun(this);
         m_data->msgHandles.remove(&steps.back()->getMsgSrcHandle());
     }
+    ++m_data->stepChanges;
+    dropUnusedStaticSpecs_();
 }
 
 void HAXPExpRunBase::buildSteps_() {
@@ -137,7 +146,7 @@ void HAXPExpRunBase::buildSteps_() {
         strategy.createFlowStepOptionsIter());
     while (entries->hasNext()) {
         const HAXPFlowStepOptions* entry = entries->next();
-        m_data->steps.push_back(std::make_unique<HAXPExpRunStep>(
+        takeStep_(std::make_unique<HAXPExpRunStep>(
             strategy.getFlow()->getFlowStepForFSId(entry->getOptGrpId()), entry->getOptions(),
             entry->getAttrs(), m_data->expInfo));
     }

@@ -90,6 +90,18 @@ HAXPExpRunStep* HAXPExpRunBase::getFirstStaleStep() const {
     return firstStep_([](const HAXPExpRunStep& step) { return step.isStale(); });
 }
 
+HAXPExpRunStep* HAXPExpRunBase::getFirstStaleOrOwnStep(const std::string& stepId) const {
+    std::string id = stepId;
+    HSTStringUtils::to_lower(id);
+    const RunLock lock(m_data->mutex);
+    updatePlaces_();
+    const auto& places = m_data->places;
+    const auto own = places.byId.find(id);
+    const std::size_t place =
+        own == places.byId.end() ? places.firstStale : std::min(places.firstStale, own->second);
+    return place < m_data->steps.size() ? m_data->steps[place].get() : nullptr;
+}
+
 HAXPExpRunStep* HAXPExpRunBase::getLastDoneStep() const {
     return lastStep_([](const HAXPExpRunStep& step) {
         return isUsable(step) && codeOf(step) == HDGUIStatus::statusDone;
@@ -234,6 +246,25 @@ bool HAXPExpRunBase::needsReset() const {
     if (isPartiallyDone())
         return false;
     return statusCode_() != HDGUIStatus::statusNotStarted || mode == kLaunched;
+}
+
+void HAXPExpRunBase::updatePlaces_() const {
+    const RunLock lock(m_data->mutex);
+    xperiment::StepPlaces& places = m_data->places;
+    const unsigned long changes = m_data->stepChanges;
+    if (places.changes == changes)
+        return;
+    places.byId.clear();
+    places.firstStale = m_data->steps.size();
+    for (std::size_t at = m_data->steps.size(); at-- > 0;) {
+        const HAXPExpRunStep& step = *m_data->steps[at];
+        if (step.isStale())
+            places.firstStale = at;
+        std::string id = step.getFlowStep()->getFlowStepId();
+        HSTStringUtils::to_lower(id);
+        places.byId[id] = at;
+    }
+    places.changes = changes;
 }
 
 HAXPExpRunStep* HAXPExpRunBase::successor_(const HAXPExpRunStep* step) const {

@@ -12,6 +12,7 @@
 #include "runs/base/xperiment/HAXPFlowStep.h"
 #include "runs/base/xperiment/runStepData.h"
 #include "runs/base/xperiment/stepCheckpoints.h"
+#include "runs/base/xpreport/HAXRReportConfig.h"
 
 namespace {
 
@@ -40,13 +41,14 @@ HAXPExpRunStep::HAXPExpRunStep(const HAXPFlowStep* flowStep, HATOptGroup* option
 
 HAXPExpRunStep::~HAXPExpRunStep() {
     deleteReports();
+    deleteAllReportConfigs();
     m_data->status.reset();
     m_data->procInfo.reset();
     unloadMessages_();
     m_data->flowStep = nullptr;
     m_data->options = nullptr;
     m_data->attrs = nullptr;
-    m_data->staleReasons.clear();
+    m_data->staleReasons.change().clear();
 }
 
 const HAXPFlowStep* HAXPExpRunStep::getFlowStep() const {
@@ -181,25 +183,26 @@ HSTFwdIter<HAXPExpRunBase*>* HAXPExpRunStep::createRunIter() const {
 }
 
 bool HAXPExpRunStep::isStale() const {
-    return !m_data->staleReasons.empty();
+    return !m_data->staleReasons.get().empty();
 }
 
 bool HAXPExpRunStep::getStaleReasons(HADAStaleReasons& reasons) const {
-    reasons.addCopy(m_data->staleReasons);
+    reasons.addCopy(m_data->staleReasons.get());
     return isStale();
 }
 
 void HAXPExpRunStep::removeStaleReason(HADAStaleReason::StaleSummary summary) {
-    m_data->staleReasons.remove(summary);
+    m_data->staleReasons.change().remove(summary);
 }
 
 void HAXPExpRunStep::resetStaleReasons() {
-    m_data->staleReasons.clear();
+    m_data->staleReasons.change().clear();
 }
 
 bool HAXPExpRunStep::updateStatus(const std::string& runDir) {
+    const int before = m_data->status->getCode();
     m_data->flowStep->updateStatus(m_data->status.get(), m_data->procInfo.get(), runDir);
-    return false;
+    return m_data->status->getCode() != before && updateReportConfigs();
 }
 
 void HAXPExpRunStep::resetStatus() {
@@ -227,6 +230,10 @@ ComMsgMgrSrcHandle* HAXPExpRunStep::getComMsgMgrSrcHandle(const std::string& run
         return nullptr;
     handle = ComMsgMgr::loadMsgSrc(path, m_data->flowStep->getName());
     return &handle;
+}
+
+void HAXPExpRunStep::countStaleChangesIn_(std::atomic<unsigned long>& counter) {
+    m_data->staleReasons.countIn(counter);
 }
 
 std::string HAXPExpRunStep::hookFile_(const std::string& dbId) const {

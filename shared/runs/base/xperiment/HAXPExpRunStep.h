@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <atomic>
 #include <memory>
 #include <string>
 
@@ -32,7 +33,7 @@ class HUTProcessHandle;
 ///
 /// It pairs the flow step with the options and attributes that the run's
 /// strategy holds for it, and keeps the step's status, its process, its report
-/// files, its stale reasons and the names of the files that it leaves. The run
+/// files and reports, its stale reasons and the names of the files that it leaves. The run
 /// owns it; flow step, options, attributes and information object are borrowed
 /// and must outlive it.
 ///
@@ -170,6 +171,11 @@ public:
     ComMsgMgrSrcHandle* getComMsgMgrSrcHandle(const std::string& runDir);
 
 private:
+    friend class HAXPExpRunBase;
+
+    /// Has the step add one to `counter` whenever its stale reasons change. Not owned;
+    /// outlives the step.
+    void countStaleChangesIn_(std::atomic<unsigned long>& counter);
     std::string hookFile_(const std::string& dbId) const;
     bool rebuildOptionReasons_(HAXPStrategy* current, HAXPStrategy* snapshot, bool compareAll);
     void checkDeviceImage_(const HADAFileSet* fileSet);

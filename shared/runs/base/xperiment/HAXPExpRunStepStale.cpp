@@ -169,7 +169,8 @@ bool HAXPExpRunStep::updateStaleReasons(HADAFileSetChangeSummary* summary, HDDAS
         m_data->eventContext.fileSet = fileSet;
         changed = false;
     } else if (changed && summaryOf(fileSet) != HADAStaleReason::SS_NONE) {
-        m_data->staleReasons.addOrUpdate(summaryOf(fileSet), summary, &filter)
+        m_data->staleReasons.change()
+            .addOrUpdate(summaryOf(fileSet), summary, &filter)
             ->setRunType(runTypeOf(m_data->expInfo));
     }
     checkDeviceImage_(fileSet);
@@ -187,10 +188,11 @@ bool HAXPExpRunStep::updateStaleReasons(HAXPStrategy* current, HAXPStrategy* sna
 }
 
 void HAXPExpRunStep::updateStaleReasonsForSwParamChange() {
-    m_data->staleReasons.remove(HADAStaleReason::SS_SW_PARAM_CHANGED);
+    m_data->staleReasons.change().remove(HADAStaleReason::SS_SW_PARAM_CHANGED);
     HADAStaleOption option;
     option.setStaleOptionDetails("SW_Param_change", "SW_Param_change", "0", "");
-    m_data->staleReasons.addOrUpdate(HADAStaleReason::SS_SW_PARAM_CHANGED, &option)
+    m_data->staleReasons.change()
+        .addOrUpdate(HADAStaleReason::SS_SW_PARAM_CHANGED, &option)
         ->setRunType(runTypeOf(m_data->expInfo));
 }
 
@@ -201,7 +203,7 @@ bool HAXPExpRunStep::updateStaleReasonsPostGraphUpdate(HADAFileSetChangeSummary*
     });
     const HADAStaleReason::StaleSummary kind = summaryOf(m_data->eventContext.fileSet);
     if (matters && kind != HADAStaleReason::SS_NONE)
-        m_data->staleReasons.addOrUpdate(kind)->setRunType(runTypeOf(m_data->expInfo));
+        m_data->staleReasons.change().addOrUpdate(kind)->setRunType(runTypeOf(m_data->expInfo));
     m_data->eventContext.clear();
     return matters;
 }
@@ -255,12 +257,13 @@ bool HAXPExpRunStep::rebuildOptionReasons_(HAXPStrategy* current, HAXPStrategy* 
     StaleOptions differing;
     if (compareAll || (hasRun && isEnabled()))
         differing = compare(current, snapshot, m_data->flowStep->getFlowStepId(), !hasRun);
-    m_data->staleReasons.remove(HADAStaleReason::SS_OPTION_CHANGED);
+    m_data->staleReasons.change().remove(HADAStaleReason::SS_OPTION_CHANGED);
     if (differing.empty())
         return false;
     HADAStaleReason* reason = nullptr;
     for (const auto& option : differing)
-        reason = m_data->staleReasons.addOrUpdate(HADAStaleReason::SS_OPTION_CHANGED, option.get());
+        reason = m_data->staleReasons.change().addOrUpdate(HADAStaleReason::SS_OPTION_CHANGED,
+                                                           option.get());
     reason->setRunType(runTypeOf(m_data->expInfo));
     return true;
 }

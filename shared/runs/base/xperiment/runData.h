@@ -2,8 +2,11 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <atomic>
+#include <cstddef>
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "environment/containers/HSTSList.h"
@@ -15,18 +18,43 @@
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "runs/base/xperiment/runMutex.h"
 
+namespace xperiment {
+
+/// Deletes a report strategy with its specifications, which its destructor leaves.
+struct DeleteReportStrategy {
+    void operator()(HAXRReportStrategy* strategy) const;
+};
+
+using OwnedReportStrategy = std::unique_ptr<HAXRReportStrategy, DeleteReportStrategy>;
+
+/// Where the steps of a run stand, as of `changes`.
+struct StepPlaces {
+    /// The place of the first step with an id, in lower case.
+    std::unordered_map<std::string, std::size_t> byId;
+    /// The number of steps when none is stale.
+    std::size_t firstStale = 0;
+    unsigned long changes = 0;
+};
+
+}  // namespace xperiment
+
 struct HAXPExpRunBase::Data {
     /// Not deleted with the run: the concrete run does that.
     HAXPExpInfoBase* expInfo = nullptr;
     std::unique_ptr<HDGUIStatus> status;
     std::unique_ptr<HAXPStrategy> strategy;
-    HAXRReportStrategy* reportStrategy = nullptr;
+    xperiment::OwnedReportStrategy reportStrategy;
     std::vector<std::unique_ptr<HAXPStat>> stats;
     HSTSList<ComMsgMgrSrcHandle*> msgHandles;
     bool strategyCopyFlag = false;
+    /// Counts changes of the step list and of the stale reasons of its steps.
+    std::atomic<unsigned long> stepChanges{1};
 
     mutable xperiment::RunMutex mutex;
     std::vector<std::unique_ptr<HAXPExpRunStep>> steps XP_GUARDED_BY(mutex);
+    mutable xperiment::StepPlaces places XP_GUARDED_BY(mutex);
+    /// Of the static reports that point to them.
+    std::vector<std::unique_ptr<HAXRReportSpec>> staticSpecs XP_GUARDED_BY(mutex);
     bool activated XP_GUARDED_BY(mutex) = false;
     RunMode runMode XP_GUARDED_BY(mutex) = kNotLaunched;
     std::string runDir XP_GUARDED_BY(mutex);

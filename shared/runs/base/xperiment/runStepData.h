@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <string>
@@ -16,6 +17,27 @@
 #include "runs/base/xperiment/HAXPFileCheck.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
 
+namespace xperiment {
+
+/// The stale reasons of a step, and who counts their changes.
+class CountedStaleReasons {
+public:
+    const HADAStaleReasons& get() const { return m_reasons; }
+    /// The reasons, to be changed at once.
+    HADAStaleReasons& change() {
+        if (m_counter != nullptr)
+            ++*m_counter;
+        return m_reasons;
+    }
+    void countIn(std::atomic<unsigned long>& counter) { m_counter = &counter; }
+
+private:
+    HADAStaleReasons m_reasons;
+    std::atomic<unsigned long>* m_counter = nullptr;
+};
+
+}  // namespace xperiment
+
 struct HAXPExpRunStep::Data {
     HAXPExpInfoBase* expInfo = nullptr;
     const HAXPFlowStep* flowStep = nullptr;
@@ -24,8 +46,9 @@ struct HAXPExpRunStep::Data {
     std::unique_ptr<HDGUIStatus> status;
     std::unique_ptr<HUTProcessHandle> procInfo;
     std::vector<std::unique_ptr<HAXPFileCheck>> reports;
+    std::vector<std::unique_ptr<HAXRReportConfig>> reportConfigs;
     ComMsgMgrSrcHandle msgSrcHandle{""};
-    HADAStaleReasons staleReasons;
+    xperiment::CountedStaleReasons staleReasons;
     /// Set and called by the layer above alone.
     std::function<void()> callback;
     std::unordered_map<HAXPTypes::FileType, HSTVector<std::string>> files;

@@ -54,18 +54,6 @@ template <class Accept> HAXPExpRunStep* findStep(const HAXPExpRunBase& run, Acce
     return nullptr;
 }
 
-bool isStepCalled(const HAXPExpRunStep& step, const std::string& id) {
-    return step.getFlowStep() != nullptr &&
-           HSTStringUtils::iequals(step.getFlowStep()->getFlowStepId(), id);
-}
-
-/// The first step up to the one called `id` that is stale or is that one.
-HAXPExpRunStep* findStaleOrOwn(const HAXPExpRunBase& run, const std::string& id) {
-    return findStep(run, [&id](const HAXPExpRunStep& step) {
-        return step.isStale() || isStepCalled(step, id);
-    });
-}
-
 bool needsCompleteReset(const HAXPExpRunBase& run) {
     const HAXPExpInfoBase* const info = run.getExpInfoBase();
     return info != nullptr && info->isCompleteRunResetRequired();
@@ -168,7 +156,7 @@ std::int32_t HAXRReportConfig::getState() const {
         return m_state;
     if (needsCompleteReset(*m_run))
         return REPORT_STALE;
-    const HAXPExpRunStep* const step = findStaleOrOwn(*m_run, m_stepName);
+    const HAXPExpRunStep* const step = m_run->getFirstStaleOrOwnStep(m_stepName);
     return step != nullptr && step->isStale() ? REPORT_STALE : REPORT_GENERATED;
 }
 
@@ -201,7 +189,7 @@ bool HAXRReportConfig::isGenerationRequired() const {
     if (isReadOnly() || !isEnabled() || needsCompleteReset(*m_run) ||
         getState() == REPORT_GENERATED || isMadeInRunOnly(m_stepName))
         return false;
-    const HAXPExpRunStep* const step = findStaleOrOwn(*m_run, m_stepName);
+    const HAXPExpRunStep* const step = m_run->getFirstStaleOrOwnStep(m_stepName);
     return step == nullptr || (!step->isStale() && step->isEnabled() &&
                                step->getStatus()->getCode() == HDGUIStatus::statusDone);
 }
