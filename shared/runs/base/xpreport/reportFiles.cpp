@@ -1,10 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
+#include <cstddef>
+#include <map>
 #include <string>
 #include <utility>
 
+#include "environment/containers/HSTFwdIter.h"
 #include "environment/params/HPAParamMgr.h"
 #include "runs/base/xperiment/HAXPExpInfoBase.h"
+#include "runs/base/xperiment/HAXPExpRunBase.h"
 #include "runs/base/xperiment/HAXPTypes.h"
 #include "runs/base/xpreport/HAXRReportConfig.h"
 #include "runs/base/xpreport/reportConfigUtil.h"

@@ -5,6 +5,7 @@
 #include "environment/filemgmt/HADAFileSet.h"
 #include "environment/filemgmt/HDDASrcOptions.h"
 #include "runs/base/xperiment/HAXPExpInfoBase.h"
+#include "runs/base/xperiment/HAXPExpRunBase.h"
 #include "runs/base/xperiment/HAXPUtilsBase.h"
 #include "runs/base/xpreport/HAXRReportConfig.h"
 #include "runs/base/xpreport/reportConfigUtil.h"

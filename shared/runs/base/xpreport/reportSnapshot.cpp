@@ -3,7 +3,9 @@
 #include <memory>
 #include <string>
 
+#include "environment/containers/HSTFwdIter.h"
 #include "environment/options/HATOptGroup.h"
+#include "runs/base/xperiment/HAXPExpRunBase.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xpreport/HAXRReportConfig.h"
 #include "runs/base/xpreport/HAXRReportSpec.h"

@@ -2,16 +2,14 @@
 // Copyright the Xperiment authors
 #pragma once
 
-#include <memory>
+#include <functional>
 #include <string>
 
-#include "environment/containers/HSTFwdIter.h"
 #include "environment/errors/HEXAlgException.h"
-#include "runs/base/xperiment/HAXPExpRunBase.h"
-#include "runs/base/xperiment/HAXPExpRunStep.h"
-#include "runs/base/xperiment/HAXPFlowStep.h"
 
+class HAXPExpRunBase;
 class HAXRReportConfig;
+template <class T> class HSTFwdIter;
 
 /// How the sources of reports reach a run and what is in it.
 namespace xpreport {
@@ -23,19 +21,11 @@ template <class T> T& required(T* object, const char* text) {
     return *object;
 }
 
-/// Calls `visit` with the id of each step, in order, and the iterator over its reports.
-/// A step without a flow step is passed over.
-template <class Visit> void forEachStep(const HAXPExpRunBase& run, Visit visit) {
-    const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
-    while (steps->hasNext()) {
-        const HAXPExpRunStep* const step = steps->next();
-        if (step->getFlowStep() == nullptr)
-            continue;
-        const std::unique_ptr<HSTFwdIter<HAXRReportConfig*>> reports(
-            step->createReportConfigIter());
-        visit(step->getFlowStep()->getFlowStepId(), *reports);
-    }
-}
+/// Calls `visit` with the id of each step, in order, and the iterator over its reports,
+/// which is good for the call. A step without a flow step is passed over.
+void forEachStep(
+    const HAXPExpRunBase& run,
+    const std::function<void(const std::string&, HSTFwdIter<HAXRReportConfig*>&)>& visit);
 
 /// Whether the run has the default report strategy of its kind of flow, known by name.
 bool usesDefaultReportStrategy(const HAXPExpRunBase& run);
