@@ -305,6 +305,7 @@ private:
     void dropStepsFrom_(int count);
     void buildSteps_();
     void updatePlaces_() const;
+    bool hasReport_(const HAXPExpRunStep& step, const std::string& name) const;
     /// Make the reports of the report strategy, or those of one of its entries.
     void buildReports_();
     void buildReport_(const std::string& stepId, HAXRReportSpec* spec);

@@ -129,7 +129,7 @@ HAXRReportConfig* HAXPExpRunBase::createReportConfig(const std::string& name, HA
         return refuseStep(), nullptr;
     if (spec == nullptr)
         return refuseSpec(), nullptr;
-    if (step->getReportConfig(name) != nullptr)
+    if (hasReport_(*step, name))
         return refuseName(name), nullptr;
     if (step->getFlowStep() == nullptr)
         return refuseStep(), nullptr;
@@ -268,6 +268,11 @@ HAXRReportStrategy& HAXPExpRunBase::requireReportStrategy_() const {
     if (m_data->reportStrategy == nullptr)
         throw HEXAlgException("ExpRun: no report strategy");
     return *m_data->reportStrategy;
+}
+
+bool HAXPExpRunBase::hasReport_(const HAXPExpRunStep& step, const std::string& name) const {
+    const RunLock lock(m_data->mutex);
+    return step.getReportConfig(name) != nullptr;
 }
 
 void HAXPExpRunBase::buildReports_() {

@@ -12,6 +12,7 @@
 #include "runs/base/xperiment/HAXPExpRunBase.h"
 #include "runs/base/xperiment/runMutex.h"
 #include "tests/unit/runs/xperiment/runFixture.h"
+#include "tests/unit/runs/xpreport/reportFixture.h"
 
 namespace {
 
@@ -123,6 +124,44 @@ TEST_F(RunLockTest, CountsStepsWhileTheyComeAndGo) {
               [&](int) { counted(m_run->getStepIndex(nullptr)); },
               [&](int) { counted(m_run->hasNonInitRunStepAfter(nullptr) ? 1 : 0); }});
     EXPECT_EQ(strange, 0);
+}
+
+TEST_F(RunLockTest, SeeksStaleStepsWhileStepsComeAndGo) {
+    const HAXPStrategy strategy(m_flow.get());
+    std::atomic<int> strange{0};
+    together({[&](int i) {
+                  if (i % 2 == 0)
+                      m_run->nukeSteps();
+                  else
+                      m_run->applyStrategy(&strategy);
+              },
+              [&](int) {
+                  if (m_run->getFirstStaleOrOwnStep("stranger") != nullptr)
+                      ++strange;
+              },
+              [&](int) { m_run->getFirstStaleOrOwnStep("b"); }});
+    EXPECT_EQ(strange, 0);
+    EXPECT_EQ(m_run->getFirstStaleOrOwnStep("b"), step("b"));
+}
+
+TEST_F(RunLockTest, TellsReportsApartWhileTheyComeAndGo) {
+    const auto spec = test::reports::makeReport("report_drc");
+    const auto churn = [&](const std::string& name) {
+        m_run->createReportConfig(name, "a", spec.get(), "", false);
+        m_run->isUniqueReportFileName("a.rpt");
+        m_run->isUniqueReportConfigName("second");
+        m_run->isUniqueReportConfigDisplayName("DRC");
+        m_run->isReportGenerationNeeded();
+        m_run->deleteAllReportConfigs(false);
+    };
+    std::atomic<int> strange{0};
+    together({[&](int) { churn("first"); },
+              [&](int) {
+                  if (m_run->getTotalConfigCount() > 1)
+                      ++strange;
+              }});
+    EXPECT_EQ(strange, 0);
+    EXPECT_EQ(m_run->getTotalConfigCount(), 0);
 }
 
 TEST_F(RunLockTest, ClosesMessagesWhileHandlesAreAdded) {

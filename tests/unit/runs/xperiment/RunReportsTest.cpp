@@ -4,6 +4,7 @@
 
 #include "environment/errors/HEXAlgException.h"
 #include "runs/base/xpreport/HAXRReportSpecMgr.h"
+#include "runs/base/xpreport/HAXRReportStratDB.h"
 #include "tests/unit/runs/xperiment/runReportFixture.h"
 
 namespace {
@@ -45,6 +46,25 @@ TEST_F(RunReportsTest, KeepsTheReportStrategyThatItIsGivenAgain) {
     m_run->setReportStrategyName("mine");
     EXPECT_EQ(m_run->getReportStrategy(), own);
     EXPECT_EQ(own->getName(), "mine");
+}
+
+TEST_F(RunReportsTest, DropsItsReportStrategyAndTellsNobody) {
+    /// Hears of every change of a report strategy.
+    class Recorder final : public HAXRReportStratDB {
+    public:
+        int changes = 0;
+
+    protected:
+        void strategyModifiedCallback_(HAXRReportStrategy*) override { ++changes; }
+    };
+    Recorder recorder;
+    m_strategy.add("route_design", "report_drc");
+    apply();
+    m_run->getReportStrategy()->attach(&recorder);
+    m_run->setReportStrategyName("heard");
+    EXPECT_EQ(recorder.changes, 1);
+    m_run.reset();
+    EXPECT_EQ(recorder.changes, 1);
 }
 
 TEST_F(RunReportsTest, IsMadeWithTheReportsOfItsReportStrategy) {
