@@ -197,9 +197,7 @@ bool HAXPExpRunBase::deleteReportConfig(HAXRReportConfig* config) {
     {
         const RunLock lock(m_data->mutex);
         HAXPExpRunStep* const step = findStep(m_data->steps, config->getAssociatedStepName());
-        // A copy: the name goes with the report.
-        const std::string name = config->getName();
-        if (step == nullptr || !step->deleteReportConfig(name))
+        if (step == nullptr || !step->deleteReportConfig(config->getName()))
             return false;
         dropUnusedStaticSpecs_();
     }

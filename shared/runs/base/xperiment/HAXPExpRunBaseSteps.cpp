@@ -95,10 +95,7 @@ HAXPExpRunStep* HAXPExpRunBase::getFirstStaleOrOwnStep(const std::string& stepId
     HSTStringUtils::to_lower(id);
     const RunLock lock(m_data->mutex);
     updatePlaces_();
-    const auto& places = m_data->places;
-    const auto own = places.byId.find(id);
-    const std::size_t place =
-        own == places.byId.end() ? places.firstStale : std::min(places.firstStale, own->second);
+    const std::size_t place = m_data->places.firstStaleOr(id);
     return place < m_data->steps.size() ? m_data->steps[place].get() : nullptr;
 }
 

@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <algorithm>
 #include <atomic>
 #include <cstddef>
 #include <memory>
@@ -34,6 +35,12 @@ struct StepPlaces {
     /// The number of steps when none is stale.
     std::size_t firstStale = 0;
     unsigned long changes = 0;
+
+    /// The place of the first stale step, or of the one with this id if it comes first.
+    std::size_t firstStaleOr(const std::string& id) const {
+        const auto own = byId.find(id);
+        return own == byId.end() ? firstStale : std::min(firstStale, own->second);
+    }
 };
 
 }  // namespace xperiment
