@@ -8,7 +8,6 @@
 #include "environment/containers/HSTFwdIter.h"
 #include "environment/containers/HSTVector.h"
 #include "environment/containers/heapIter.h"
-#include "environment/errors/HEXAlgException.h"
 #include "environment/filemgmt/HADAStaleOption.h"
 #include "environment/files/HUTFile.h"
 #include "environment/messages/ComMsgMgr.h"
@@ -24,18 +23,15 @@
 #include "runs/base/xpreport/HAXRReportSpec.h"
 #include "runs/base/xpreport/HAXRStaleOption.h"
 #include "runs/base/xpreport/reportConfigUtil.h"
+#include "runs/base/xpreport/runReports.h"
+
+using xpreport::required;
 
 using ReportHandles = mqi::tcltasks::native_cache<HAXRReportConfig*>;
 
 template class mqi::tcltasks::native_cache<HAXRReportConfig*>;
 
 namespace {
-
-template <class T> T& required(T* object, const char* text) {
-    if (object == nullptr)
-        throw HEXAlgException(text);
-    return *object;
-}
 
 const std::string& firstNonEmpty(const std::string& a, const std::string& b, const std::string& c) {
     if (!a.empty())
