@@ -16,6 +16,7 @@
 #include "shell/exitStatus.h"
 #include "shell/suggestion.h"
 #include "shell/verb.h"
+#include "workbench/printable.h"
 
 namespace shell {
 
@@ -24,7 +25,7 @@ namespace {
 const char kUsage[] = "usage: xp [-C DIR] VERB [ARGUMENTS]";
 
 void tellError(const std::string& text) {
-    fmt::print(stderr, "xp: error: {}\n", text);
+    fmt::print(stderr, "xp: error: {}\n", workbench::printableLines(text));
 }
 
 /// The command line taken apart: what stands before the verb, and the rest.
@@ -59,11 +60,16 @@ Words readWords(const std::vector<std::string>& words) {
     return read;
 }
 
-std::string verbList() {
+std::string verbList(const std::vector<VerbEntry>& all) {
     std::string text;
-    for (const VerbEntry& verb : verbs())
-        text += fmt::format("  {:<12}{}\n", verb.name, verb.summary);
-    return text + fmt::format("  {:<12}{}\n", "help", "show this list, or the help of a verb");
+    for (const VerbEntry& verb : all)
+        text += fmt::format("  {:<16}{}\n", verb.name, verb.summary);
+    return text;
+}
+
+std::string topList() {
+    return verbList(verbs()) +
+           fmt::format("  {:<16}{}\n", "help", "show this list, or the help of a verb");
 }
 
 void printHelp() {
@@ -77,65 +83,110 @@ void printHelp() {
                "Exit status: 0 done, 1 a run failed, 2 wrong usage, 5 a tool is missing,\n"
                "6 refused, 130 interrupted.\n\n"
                "\"xp help VERB\" tells more, with examples.\n",
-               kUsage, verbList());
+               kUsage, topList());
 }
 
-/// Fills `command` for `verb` with the options of `object`.
-void declare(const VerbEntry& verb, Verb& object, CLI::App& command) {
+/// The examples of a verb, one a line, moved in.
+std::string examplesOf(const VerbEntry& verb) {
     std::string examples = verb.example;
     for (std::size_t at = examples.find('\n'); at != std::string::npos;
          at = examples.find('\n', at + 3))
         examples.insert(at + 1, "  ");
-    command.footer("Examples:\n  " + examples + "\n");
-    object.declare(command);
+    return "Examples:\n  " + examples + "\n";
 }
 
-/// The verb called `name`. @throws CommandError there is none; it names a near one.
-const VerbEntry& requireVerb(const std::string& name) {
-    if (const VerbEntry* verb = findVerb(name))
+/// The one of `all` called `name`. @throws CommandError there is none; it names a near one.
+/// `listing` is the command that lists them.
+const VerbEntry& requireVerb(const std::vector<VerbEntry>& all, const std::string& name,
+                             const std::string& listing) {
+    if (const VerbEntry* verb = findVerb(all, name))
         return *verb;
     std::vector<std::string> known{"help"};
-    for (const VerbEntry& verb : verbs())
+    for (const VerbEntry& verb : all)
         known.emplace_back(verb.name);
     const std::string meant = suggestionFor(name, known);
     throw CommandError(kExitUsage,
                        meant.empty()
-                           ? fmt::format("There is no verb '{}'. \"xp help\" lists them.", name)
+                           ? fmt::format("There is no verb '{}'. \"{}\" lists them.", name, listing)
                            : fmt::format("There is no verb '{}'. Did you mean '{}'?", name, meant));
 }
 
-int printHelpOf(const std::string& name) {
-    if (name == "help") {
-        printHelp();
-        return kExitDone;
-    }
-    const VerbEntry& verb = requireVerb(name);
-    const std::unique_ptr<Verb> object = verb.make();
-    CLI::App command(fmt::format("xp {}: {}", verb.name, verb.summary),
-                     fmt::format("xp {}", verb.name));
-    declare(verb, *object, command);
+/// A verb and how it is called, such as "strategy copy".
+struct Call {
+    const VerbEntry* verb;
+    std::string name;
+};
+
+bool isHelp(const std::string& word) {
+    return word == "help" || word == "-h" || word == "--help";
+}
+
+/// Takes the words that name a verb from the front of `words`: one, or two when a verb of
+/// a group follows. @throws CommandError there is no such verb.
+Call takeVerb(std::vector<std::string>& words) {
+    Call call{&requireVerb(verbs(), words.front(), "xp help"), words.front()};
+    words.erase(words.begin());
+    if (call.verb->group == nullptr || words.empty() || isHelp(words.front()))
+        return call;
+    call.verb = &requireVerb(call.verb->group(), words.front(), "xp help " + call.name);
+    call.name += " " + words.front();
+    words.erase(words.begin());
+    return call;
+}
+
+int printGroupHelp(const Call& call) {
+    fmt::print("xp {0}: {1}\nUsage: xp {0} VERB [ARGUMENTS]\n\nVerbs:\n{2}\n{3}\n"
+               "\"xp help {0} VERB\" tells more.\n",
+               call.name, call.verb->summary, verbList(call.verb->group()), examplesOf(*call.verb));
+    return kExitDone;
+}
+
+int printHelpOf(const Call& call) {
+    if (call.verb->group != nullptr)
+        return printGroupHelp(call);
+    const std::unique_ptr<Verb> object = call.verb->make();
+    CLI::App command(fmt::format("xp {}: {}", call.name, call.verb->summary), "xp " + call.name);
+    command.footer(examplesOf(*call.verb));
+    object->declare(command);
     fmt::print("{}", command.help());
     return kExitDone;
 }
 
 int runVerb(const Words& words) {
-    const VerbEntry& verb = requireVerb(words.verb);
-    const std::unique_ptr<Verb> object = verb.make();
-    CLI::App command(verb.summary, fmt::format("xp {}", verb.name));
-    declare(verb, *object, command);
+    std::vector<std::string> rest = words.rest;
+    rest.insert(rest.begin(), words.verb);
+    const Call call = takeVerb(rest);
+    if (call.verb->group != nullptr) {
+        if (!rest.empty())
+            return printGroupHelp(call);
+        throw CommandError(kExitUsage,
+                           fmt::format("Say what to do: xp {} VERB [ARGUMENTS].\n\nVerbs:\n{}",
+                                       call.name, verbList(call.verb->group())));
+    }
+    const std::unique_ptr<Verb> object = call.verb->make();
+    CLI::App command(call.verb->summary, "xp " + call.name);
+    object->declare(command);
     Session session;
     session.projectDir = words.projectDir;
     command.add_option("-C", session.projectDir, "The project's folder");
-    std::vector<std::string> rest(words.rest.rbegin(), words.rest.rend());
+    std::reverse(rest.begin(), rest.end());
     try {
         command.parse(rest);
     } catch (const CLI::CallForHelp&) {
-        return printHelpOf(verb.name);
+        return printHelpOf(call);
     } catch (const CLI::ParseError& error) {
         throw CommandError(kExitUsage, fmt::format("{}: {}. \"xp help {}\" tells its arguments.",
-                                                   verb.name, error.what(), verb.name));
+                                                   call.name, error.what(), call.name));
     }
     return object->run(session);
+}
+
+int printHelpOf(std::vector<std::string> words) {
+    if (words.front() == "help") {
+        printHelp();
+        return kExitDone;
+    }
+    return printHelpOf(takeVerb(words));
 }
 
 int dispatch(const std::vector<std::string>& all) {
@@ -149,10 +200,10 @@ int dispatch(const std::vector<std::string>& all) {
         return kExitDone;
     }
     if (words.verb == "help")
-        return printHelpOf(words.rest.front());
+        return printHelpOf(words.rest);
     if (words.verb.empty())
         throw CommandError(kExitUsage,
-                           fmt::format("Say what to do. {}\n\nVerbs:\n{}", kUsage, verbList()));
+                           fmt::format("Say what to do. {}\n\nVerbs:\n{}", kUsage, topList()));
     return runVerb(words);
 }
 

@@ -8,31 +8,19 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include "runs/base/xperiment/HAXPFlow.h"
-#include "runs/base/xperiment/HAXPStrategy.h"
 #include "shell/exitStatus.h"
+#include "shell/jsonOutput.h"
 #include "shell/logTail.h"
 #include "shell/runDetails.h"
 #include "shell/runPlan.h"
 #include "shell/runView.h"
-#include "shell/textTable.h"
 #include "shell/verb.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
-#include "workbench/strategies.h"
 
 namespace shell {
 
 namespace {
-
-/// JSON for a script: names and paths that aren't UTF-8 don't stop it.
-void printJson(const nlohmann::json& json) {
-    fmt::print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
-}
-
-void addJsonFlag(CLI::App& command, bool& json) {
-    command.add_flag("--json", json, "For scripts: JSON");
-}
 
 class StatusVerb final : public Verb {
 public:
@@ -116,42 +104,6 @@ private:
     bool m_json = false;
 };
 
-class StrategiesVerb final : public Verb {
-public:
-    void declare(CLI::App& command) override {
-        command.add_option("--flow", m_flow, "synth or impl; both if unsaid");
-        addJsonFlag(command, m_json);
-    }
-
-    int run(const Session&) override {
-        nlohmann::json all = nlohmann::json::array();
-        TextTable table({{"Flow"}, {"Strategy"}, {"Options"}, {"What it does"}});
-        for (const std::string flow : {"synth", "impl"}) {
-            if (!m_flow.empty() && &flowOf(m_flow) != &flowOf(flow))
-                continue;
-            for (const HAXPStrategy* strategy : workbench::strategiesOf(flowOf(flow))) {
-                std::string options;
-                for (const OptionChoice& option : changedOptions(*strategy))
-                    options += (options.empty() ? "" : " ") + option.name + "=" + option.value;
-                table.addRow({flow, strategy->getName(), options, strategy->getDescription()});
-                all.push_back({{"flow", flow},
-                               {"name", strategy->getName()},
-                               {"description", strategy->getDescription()},
-                               {"options", optionsJson(*strategy)}});
-            }
-        }
-        if (m_json)
-            printJson(all);
-        else
-            fmt::print("{}", table.text());
-        return kExitDone;
-    }
-
-private:
-    std::string m_flow;
-    bool m_json = false;
-};
-
 }  // namespace
 
 std::unique_ptr<Verb> makeStatusVerb() {
@@ -164,10 +116,6 @@ std::unique_ptr<Verb> makeLogVerb() {
 
 std::unique_ptr<Verb> makeShowVerb() {
     return std::make_unique<ShowVerb>();
-}
-
-std::unique_ptr<Verb> makeStrategiesVerb() {
-    return std::make_unique<StrategiesVerb>();
 }
 
 }  // namespace shell

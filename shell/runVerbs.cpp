@@ -10,6 +10,7 @@
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "shell/exitStatus.h"
 #include "shell/runView.h"
+#include "shell/setting.h"
 #include "shell/verb.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
@@ -18,15 +19,9 @@ namespace shell {
 
 namespace {
 
-void setOptions(Project& project, HAXPExpRun& run, const std::vector<std::string>& settings) {
-    for (const std::string& setting : settings) {
-        const std::size_t sign = setting.find('=');
-        if (sign == std::string::npos || sign == 0)
-            throw CommandError(
-                kExitUsage,
-                fmt::format("'{}' sets nothing. Say option=value, for example seed=7.", setting));
-        project.setOption(run, setting.substr(0, sign), setting.substr(sign + 1));
-    }
+void setOptions(Project& project, HAXPExpRun& run, const std::vector<std::string>& words) {
+    for (const Setting& setting : readSettings(words))
+        project.setOption(run, setting.name, setting.value);
 }
 
 class CreateVerb final : public Verb {

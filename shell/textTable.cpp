@@ -8,6 +8,8 @@
 
 #include <fmt/format.h>
 
+#include "workbench/printable.h"
+
 namespace shell {
 
 TextTable::TextTable(std::vector<Column> columns) : m_columns(std::move(columns)) {}
@@ -15,8 +17,7 @@ TextTable::TextTable(std::vector<Column> columns) : m_columns(std::move(columns)
 void TextTable::addRow(std::vector<std::string> cells) {
     cells.resize(m_columns.size());
     for (std::string& cell : cells) {
-        if (cell.empty())
-            cell = "-";
+        cell = cell.empty() ? "-" : workbench::printable(cell);
     }
     m_rows.push_back(std::move(cells));
 }

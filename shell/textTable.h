@@ -18,7 +18,8 @@ public:
 
     explicit TextTable(std::vector<Column> columns);
 
-    /// A row has as many cells as there are columns; an empty cell shows as "-".
+    /// A row has as many cells as there are columns; an empty cell shows as "-", and what
+    /// a terminal would take as a command is escaped.
     void addRow(std::vector<std::string> cells);
 
     /// Title and rows, one a line, without blanks at the ends of lines.

@@ -30,16 +30,16 @@ const std::vector<VerbEntry>& verbs() {
          makeLogVerb},
         {"show", "show the project, or a run: its options, files and stale reasons",
          "xp show\nxp show impl_1\nxp show impl_1 --json", makeShowVerb},
-        {"strategies", "list the strategies that come with xp",
-         "xp strategies\nxp strategies --flow impl --json", makeStrategiesVerb},
+        {"strategy", "list, show, make and change strategies: named sets of options",
+         "xp strategy list\nxp strategy copy impl/Performance Fast", nullptr, strategyVerbs},
     };
     return all;
 }
 
-const VerbEntry* findVerb(const std::string& name) {
-    const auto found = std::find_if(verbs().begin(), verbs().end(),
+const VerbEntry* findVerb(const std::vector<VerbEntry>& verbs, const std::string& name) {
+    const auto found = std::find_if(verbs.begin(), verbs.end(),
                                     [&name](const VerbEntry& verb) { return name == verb.name; });
-    return found == verbs().end() ? nullptr : &*found;
+    return found == verbs.end() ? nullptr : &*found;
 }
 
 }  // namespace shell

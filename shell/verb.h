@@ -45,13 +45,24 @@ struct VerbEntry {
     /// Command lines that show its use, one a line.
     const char* example;
     std::unique_ptr<Verb> (*make)();
+    /// The verbs behind this one, such as "copy" behind "strategy"; null for a verb that
+    /// stands alone. A verb with others behind it has no make().
+    const std::vector<VerbEntry>& (*group)() = nullptr;
 };
 
 /// Every verb in the order of the help, "help" excepted.
 const std::vector<VerbEntry>& verbs();
 
-/// The verb called `name`, or null.
-const VerbEntry* findVerb(const std::string& name);
+/// The one of `verbs` that is called `name`, or null.
+const VerbEntry* findVerb(const std::vector<VerbEntry>& verbs, const std::string& name);
+
+/// The verbs behind "strategy".
+const std::vector<VerbEntry>& strategyVerbs();
+
+/// Makes a verb of the class V, for a table of verbs.
+template <class V> std::unique_ptr<Verb> makeVerb() {
+    return std::make_unique<V>();
+}
 
 std::unique_ptr<Verb> makeNewVerb();
 std::unique_ptr<Verb> makeAddVerb();
@@ -62,6 +73,5 @@ std::unique_ptr<Verb> makeWaitVerb();
 std::unique_ptr<Verb> makeStatusVerb();
 std::unique_ptr<Verb> makeLogVerb();
 std::unique_ptr<Verb> makeShowVerb();
-std::unique_ptr<Verb> makeStrategiesVerb();
 
 }  // namespace shell

@@ -10,7 +10,6 @@
 #include <sys/file.h>
 #include <unistd.h>
 
-#include "environment/containers/HSTFwdIter.h"
 #include "environment/errors/HEXAlgException.h"
 #include "environment/errors/HEXError.h"
 #include "environment/errors/HEXUserException.h"
@@ -19,22 +18,19 @@
 #include "environment/installation/HUTEnv.h"
 #include "environment/messages/ComMsgMgr.h"
 #include "environment/messages/ComMsgMgrInstance.h"
-#include "environment/options/HATAttrSpec.h"
-#include "environment/options/HATOptGroup.h"
-#include "environment/options/HATOptGroupSpec.h"
 #include "environment/strings/HSTStringUtils.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
 #include "runs/base/xperiment/HAXPFlow.h"
 #include "runs/base/xperiment/HAXPFlowStep.h"
-#include "runs/base/xperiment/HAXPFlowStepOptions.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/entryRules.h"
 #include "workbench/openFlows.h"
-#include "workbench/optionText.h"
+#include "workbench/printable.h"
 #include "workbench/projectEntry.h"
 #include "workbench/projectFile.h"
 #include "workbench/strategies.h"
+#include "workbench/strategyOptions.h"
 
 namespace {
 
@@ -84,49 +80,8 @@ const HAXPStrategy& strategyFor(const HAXPFlow& flow, const std::string& name) {
     }
     std::vector<std::string> names;
     for (const HAXPStrategy* strategy : workbench::strategiesOf(flow))
-        names.push_back(strategy->getName());
+        names.push_back(workbench::printable(strategy->getName()));
     fail("@60-22@%s%s", name, joined(names));
-}
-
-/// A group and an option of it that a name means.
-struct Choice {
-    HATOptGroup* group;
-    const HATAttrSpec* spec;
-};
-
-using EntryIter = std::unique_ptr<HSTFwdIter<HAXPFlowStepOptions*>>;
-
-/// Every option of a strategy that a user may set.
-std::vector<Choice> choicesOf(const HAXPStrategy& strategy) {
-    std::vector<Choice> choices;
-    const EntryIter entries(strategy.createFlowStepOptionsIter());
-    while (entries->hasNext()) {
-        const HAXPFlowStepOptions* entry = entries->next();
-        for (HATOptGroup* group : {entry->getOptions(), entry->getAttrs()}) {
-            for (const auto& spec : group->getOptionsSpec()->getAttrSpecs()) {
-                if (!spec->isReadOnly())
-                    choices.push_back({group, spec.get()});
-            }
-        }
-    }
-    return choices;
-}
-
-std::string fullName(const Choice& choice) {
-    return choice.group->getOptGrpId() + "." + choice.spec->getName();
-}
-
-Choice findChoice(const HAXPStrategy& strategy, const std::string& name) {
-    std::vector<Choice> found;
-    std::vector<std::string> known;
-    for (const Choice& choice : choicesOf(strategy)) {
-        known.push_back(fullName(choice));
-        if (name == known.back() || name == choice.spec->getName())
-            found.push_back(choice);
-    }
-    if (found.size() != 1)
-        fail("@60-24@%s%s", name, joined(known));
-    return found.front();
 }
 
 }  // namespace
@@ -257,11 +212,7 @@ void Project::setToStep(HAXPExpRun& run, const std::string& abbrev) {
 }
 
 void Project::setOption(HAXPExpRun& run, const std::string& name, const std::string& value) {
-    const Choice choice = findChoice(*run.getStrategy(), name);
-    workbench::requireOptionText(name, value);
-    std::string reason;
-    if (!workbench::setOptionText(*choice.group, *choice.spec, value, reason))
-        fail("@60-23@%s%s", fullName(choice), reason);
+    workbench::setOption(*run.getStrategy(), name, value);
 }
 
 void Project::updateRuns() {

@@ -8,12 +8,15 @@
 #include "environment/messages/ComMsgMgr.h"
 #include "environment/messages/ComMsgMgrInstance.h"
 #include "workbench/DesignInputs.h"
+#include "workbench/printable.h"
 
 namespace workbench {
 
 namespace {
 
 constexpr std::size_t kLongestRunName = 100;
+/// Flow id, number, suffix and what a temporary file adds still fit into a file name.
+constexpr std::size_t kLongestStrategyName = 100;
 
 bool isAlnum(char c) {
     return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9');
@@ -25,6 +28,23 @@ bool isRunNameChar(char c) {
 
 bool isControl(char c) {
     return static_cast<unsigned char>(c) < 0x20 || c == 0x7F;
+}
+
+/// What keeps `name` from being that of a strategy, in words; empty when nothing does.
+std::string findStrategyNameFault(const std::string& name) {
+    if (name.empty())
+        return "it is empty";
+    if (name.size() > kLongestStrategyName)
+        return "it is too long";
+    if (printable(name) != name)
+        return "it holds a character that can't be shown";
+    if (name.find_first_of("/\\") != std::string::npos)
+        return "it holds a separator of folders";
+    if (name.front() == '.' || name.front() == '-')
+        return "it begins with a dot or a dash";
+    if (name.front() == ' ' || name.back() == ' ')
+        return "it begins or ends with a blank";
+    return {};
 }
 
 /// The first character of `text` that is a control character or one of `refused`, in
@@ -46,6 +66,13 @@ void requireRunName(const std::string& name) {
                       std::all_of(name.begin(), name.end(), isRunNameChar);
     if (!good)
         throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-1@%s", name));
+}
+
+void requireStrategyName(const std::string& name) {
+    const std::string fault = findStrategyNameFault(name);
+    if (!fault.empty())
+        throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-4@%s%s",
+                                                 printable(name), fault));
 }
 
 void requireScriptPath(const std::string& path) {

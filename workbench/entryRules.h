@@ -16,6 +16,11 @@ namespace workbench {
 /// beginning with a letter or digit.
 WORKBENCH_API void requireRunName(const std::string& name);
 
+/// What may be the name of a strategy, and so of its file: up to 100 bytes of UTF-8 that a
+/// terminal shows, without a separator, a dot or a dash in front, or a blank at either end.
+/// @throws HEXUserException `name` is something else; the text says what is wrong with it.
+WORKBENCH_API void requireStrategyName(const std::string& name);
+
 /// @throws HEXUserException `path` holds a quote, backslash, dollar sign, backtick,
 /// control character or one of * ? [.
 WORKBENCH_API void requireScriptPath(const std::string& path);

@@ -106,20 +106,11 @@ load xp.bash
   [ "$(json 'j["runs"][0]["results"]["luts"]' <<<"$output")" = None ]
 }
 
-@test "strategies are listed for people and for scripts" {
-  run -0 --separate-stderr "$xp" strategies
-  [[ $output == *synth*Performance*abc9=true* ]]
-  run -0 --separate-stderr "$xp" strategies --flow impl --json
-  [ "$(json '{s["flow"] for s in j}' <<<"$output")" = "{'impl'}" ]
-  [ "$(json 'j[0]["name"], j[0]["options"]' <<<"$output")" = "('Default', [])" ]
-  [ "$(json 'len(j) >= 3' <<<"$output")" = True ]
-}
-
 @test "every strategy makes a run" {
   new_project
   "$xp" -C proj create synth_Default --flow synth
   for flow in synth impl; do
-    for strategy in $("$xp" strategies --flow $flow --json | json '" ".join(s["name"] for s in j)'); do
+    for strategy in $("$xp" strategy list --flow $flow --json | json '" ".join(s["name"] for s in j)'); do
       "$xp" -C proj create "r_${flow}_$strategy" --flow $flow --strategy "$strategy"
     done
   done

@@ -4,7 +4,7 @@
 
 load xp.bash
 
-verbs='new add create set launch wait status log show strategies'
+verbs='new add create set launch wait status log show'
 
 @test "without a verb it lists the verbs and ends with 2" {
   run -2 "$xp"
@@ -47,6 +47,34 @@ verbs='new add create set launch wait status log show strategies'
   done
 }
 
+@test "the help of a verb with others behind it lists them, each with a help of its own" {
+  local inner
+  run -0 --separate-stderr "$xp" help strategy
+  [[ $output == *'Usage: xp strategy VERB'* ]]
+  local by_help=$output
+  run -0 "$xp" strategy --help
+  [ "$output" = "$by_help" ]
+  for inner in list show create copy rename delete set compare export import; do
+    [[ $by_help == *"  $inner "* ]]
+    run -0 --separate-stderr "$xp" help strategy "$inner"
+    [[ $output == *"Usage: xp strategy $inner"*"Examples:"*"  xp strategy $inner"* ]]
+    local by_inner=$output
+    run -0 "$xp" strategy "$inner" --help
+    [ "$output" = "$by_inner" ]
+  done
+}
+
+@test "a verb with others behind it wants one of them" {
+  run -2 "$xp" strategy
+  assert_one_error 'Say what to do: xp strategy VERB' '  copy '
+  run -2 "$xp" strategy cpy
+  assert_one_error "There is no verb 'cpy'. Did you mean 'copy'?"
+  run -2 "$xp" strategy zzzzzz
+  assert_one_error '"xp help strategy" lists them.'
+  run -2 "$xp" strategy copy
+  assert_one_error 'strategy copy: ' '"xp help strategy copy"'
+}
+
 @test "help of a mistyped verb suggests one" {
   run -2 "$xp" help lanch
   assert_one_error "Did you mean 'launch'?"
@@ -86,7 +114,7 @@ verbs='new add create set launch wait status log show strategies'
 
 @test "off a terminal no escape byte is written" {
   new_project_with_runs
-  for words in help status 'show synth_1' strategies; do
+  for words in help status 'show synth_1' 'strategy list' 'strategy show Area'; do
     # shellcheck disable=SC2086
     run -0 "$xp" -C proj $words
     [[ $output != *$'\e'* ]]

@@ -15,6 +15,12 @@ TEST(TextTableTest, IsAsWideAsItsCells) {
                             "longer  12345  -\n");
 }
 
+TEST(TextTableTest, EscapesWhatATerminalWouldTakeAsACommand) {
+    shell::TextTable table({{"A"}, {"B"}});
+    table.addRow({"x\x1b[2J", "y\nz"});
+    EXPECT_EQ(table.text(), "A         B\nx\\x1b[2J  y\\nz\n");
+}
+
 TEST(TextTableTest, WithoutRowsIsItsTitles) {
     const shell::TextTable table({{"Run"}, {"Status"}});
     EXPECT_EQ(table.text(), "Run  Status\n");

@@ -13,31 +13,51 @@
 
 namespace {
 
-TEST(VerbTest, EachIsListedOnceWithASummaryAndAnExample) {
-    std::set<std::string> names;
+/// Every verb with what stands before its name: "xp " or "xp strategy ".
+template <class Look> void forEachVerb(Look look) {
     for (const shell::VerbEntry& verb : shell::verbs()) {
-        EXPECT_TRUE(names.insert(verb.name).second) << verb.name;
-        EXPECT_FALSE(std::string(verb.summary).empty()) << verb.name;
-        EXPECT_EQ(std::string(verb.example).find("xp " + std::string(verb.name)), 0U) << verb.name;
+        look(verb, "xp ");
+        if (verb.group == nullptr)
+            continue;
+        for (const shell::VerbEntry& inner : verb.group())
+            look(inner, "xp " + std::string(verb.name) + " ");
     }
 }
 
+TEST(VerbTest, EachIsListedOnceWithASummaryAndAnExample) {
+    std::set<std::string> names;
+    forEachVerb([&names](const shell::VerbEntry& verb, const std::string& before) {
+        const std::string name = before + verb.name;
+        EXPECT_TRUE(names.insert(name).second) << name;
+        EXPECT_FALSE(std::string(verb.summary).empty()) << name;
+        EXPECT_EQ(std::string(verb.example).find(name), 0U) << name;
+    });
+}
+
+TEST(VerbTest, EachStandsAloneOrHasOthersBehindIt) {
+    forEachVerb([](const shell::VerbEntry& verb, const std::string&) {
+        EXPECT_NE(verb.make == nullptr, verb.group == nullptr) << verb.name;
+    });
+}
+
 TEST(VerbTest, EachDescribesEveryArgument) {
-    for (const shell::VerbEntry& verb : shell::verbs()) {
+    forEachVerb([](const shell::VerbEntry& verb, const std::string& before) {
+        if (verb.make == nullptr)
+            return;
         CLI::App command;
         const std::unique_ptr<shell::Verb> object = verb.make();
         object->declare(command);
         for (const CLI::Option* option : command.get_options())
             EXPECT_FALSE(option->get_description().empty())
-                << verb.name << " " << option->get_name();
-    }
+                << before << verb.name << " " << option->get_name();
+    });
 }
 
 TEST(VerbTest, IsFoundByItsWholeName) {
-    ASSERT_NE(shell::findVerb("status"), nullptr);
-    EXPECT_STREQ(shell::findVerb("status")->name, "status");
-    EXPECT_EQ(shell::findVerb("stat"), nullptr);
-    EXPECT_EQ(shell::findVerb(""), nullptr);
+    ASSERT_NE(shell::findVerb(shell::verbs(), "status"), nullptr);
+    EXPECT_STREQ(shell::findVerb(shell::verbs(), "status")->name, "status");
+    EXPECT_EQ(shell::findVerb(shell::verbs(), "stat"), nullptr);
+    EXPECT_EQ(shell::findVerb(shell::verbs(), ""), nullptr);
 }
 
 }  // namespace

@@ -8,6 +8,7 @@
 
 #include "environment/errors/HEXUserException.h"
 #include "tests/support/thrownText.h"
+#include "workbench/printable.h"
 
 namespace {
 
@@ -47,6 +48,43 @@ INSTANTIATE_TEST_SUITE_P(
                       TextCase{"MinusFirst", "-x", "bad"}, TextCase{"Blank", "a b", "bad"},
                       TextCase{"LineFeed", "a\nb", "bad"}, TextCase{"Dollar", "a$b", "bad"},
                       TextCase{"NonAscii", "\xC3\xA4", "bad"}),
+    caseName);
+
+class StrategyNameTable : public ::testing::TestWithParam<TextCase> {};
+
+TEST_P(StrategyNameTable, TakesOrRefuses) {
+    const std::string text = GetParam().text;
+    const std::string thrown =
+        test::thrownText<HEXUserException>([&] { workbench::requireStrategyName(text); });
+    if (GetParam().refused.empty())
+        EXPECT_EQ(thrown, "nothing thrown");
+    else
+        EXPECT_EQ(thrown, "\"" + workbench::printable(text) +
+                              "\" can't be the name of a strategy: " + GetParam().refused +
+                              ". Use up to 100 letters, digits, blanks and signs other than a "
+                              "slash.");
+}
+
+const char kHiddenSign[] = "it holds a character that can't be shown";
+const char kSeparator[] = "it holds a separator of folders";
+const char kFirstSign[] = "it begins with a dot or a dash";
+const char kOuterBlank[] = "it begins or ends with a blank";
+
+INSTANTIATE_TEST_SUITE_P(
+    EntryRules, StrategyNameTable,
+    ::testing::Values(
+        TextCase{"Letters", "Fast", ""}, TextCase{"Words", "Fast and small", ""},
+        TextCase{"Signs", "50% (a+b)?*$&;", ""}, TextCase{"NonAscii", "sch\xC3\xB6n", ""},
+        TextCase{"HundredLetters", std::string(100, 'x'), ""},
+        TextCase{"OneTooLong", std::string(101, 'x'), "it is too long"},
+        TextCase{"Empty", "", "it is empty"}, TextCase{"Slash", "a/b", kSeparator},
+        TextCase{"Backslash", "a\\b", kSeparator}, TextCase{"Hidden", ".hidden", kFirstSign},
+        TextCase{"Aside", ".renamed.a", kFirstSign}, TextCase{"LikeAnOption", "-x", kFirstSign},
+        TextCase{"BlankFirst", " a", kOuterBlank}, TextCase{"BlankLast", "a ", kOuterBlank},
+        TextCase{"LineFeed", "a\nb", kHiddenSign}, TextCase{"Escape", "a\x1b[2J", kHiddenSign},
+        TextCase{"Null", std::string("a\0b", 3), kHiddenSign},
+        TextCase{"ZeroWidth", "a\xE2\x80\x8B", kHiddenSign},
+        TextCase{"NoUtf8", "a\xFF", kHiddenSign}),
     caseName);
 
 class ScriptPathTable : public ::testing::TestWithParam<TextCase> {};

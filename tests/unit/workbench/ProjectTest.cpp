@@ -242,9 +242,9 @@ TEST_F(ProjectTest, RefusesAnOptionThatIsNotThereOrIsMeantTwice) {
     addSynthesis();
     HAXPExpRun& run = addImplementation();
     const std::string unknown = refusal([&] { m_project->setOption(run, "sede", "9"); });
-    EXPECT_EQ(unknown.find("There is no option sede. The run has: init_design."), 0U) << unknown;
+    EXPECT_EQ(unknown.find("There is no option sede. There are: init_design."), 0U) << unknown;
     EXPECT_EQ(refusal([&] { m_project->setOption(run, "seed", "many"); }),
-              "Step option place_design.seed can't be set: 'many' is no whole number.");
+              "Option place_design.seed can't be set: 'many' is no whole number.");
     EXPECT_EQ(seedOf(run), "1");
 }
 

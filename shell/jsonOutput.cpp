@@ -1,0 +1,21 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "shell/jsonOutput.h"
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+namespace shell {
+
+void printJson(const nlohmann::json& json) {
+    fmt::print("{}\n", json.dump(2, ' ', false, nlohmann::json::error_handler_t::replace));
+}
+
+void addJsonFlag(CLI::App& command, bool& json) {
+    command.add_flag("--json", json, "For scripts: JSON");
+}
+
+}  // namespace shell

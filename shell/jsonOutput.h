@@ -1,0 +1,20 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <nlohmann/json_fwd.hpp>
+
+namespace CLI {
+class App;
+}
+
+/// JSON on standard output, for scripts.
+namespace shell {
+
+/// Names and paths that aren't UTF-8 don't stop it.
+void printJson(const nlohmann::json& json);
+
+/// Adds "--json" to a verb, which sets `json`.
+void addJsonFlag(CLI::App& command, bool& json);
+
+}  // namespace shell

@@ -1,0 +1,454 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "environment/files/HUTFile.h"
+#include "runs/base/xperiment/HAXPFlow.h"
+#include "runs/base/xperiment/HAXPStrategy.h"
+#include "shell/exitStatus.h"
+#include "shell/jsonOutput.h"
+#include "shell/runView.h"
+#include "shell/setting.h"
+#include "shell/strategyKinds.h"
+#include "shell/strategyNames.h"
+#include "shell/textTable.h"
+#include "shell/verb.h"
+#include "workbench/entryRules.h"
+#include "workbench/printable.h"
+#include "workbench/strategies.h"
+
+namespace shell {
+
+namespace {
+
+using workbench::printable;
+
+template <class Strategy> std::string shownName(const Strategy& strategy) {
+    return printable(fullName(strategy));
+}
+
+std::string ownerWord(bool isShipped) {
+    return isShipped ? "shipped" : "yours";
+}
+
+/// Tells a change that was made; data has standard output for itself.
+void tell(const std::string& text) {
+    fmt::print(stderr, "{}\n", text);
+}
+
+template <class Kind> nlohmann::json entryJson(const typename Kind::Strategy& strategy, bool all) {
+    return {
+        {"flow", flowWord(*strategy.getFlow())}, {"name", strategy.getName()},
+        {"shipped", !strategy.isUserDefined()},  {"description", strategy.getDescription()},
+        {"file", strategy.getFilename()},        {Kind::kContentsKey, Kind::json(strategy, all)}};
+}
+
+/// @throws CommandError the flow has one called `name` already.
+template <class Kind>
+void requireFree(const HAXPFlow& flow, const std::string& name, const std::string& advice) {
+    if (Kind::find(flow, name) != nullptr)
+        throw CommandError(kExitRefused, fmt::format("There is a {} {}/{} already. {}", Kind::kWord,
+                                                     flowWord(flow), name, advice));
+}
+
+const char kChooseAnother[] = "Choose another name.";
+
+template <class Kind> class ListVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("--flow", m_flow, "synth or impl; both if unsaid");
+        addJsonFlag(command, m_json);
+    }
+
+    int run(const Session&) override {
+        nlohmann::json all = nlohmann::json::array();
+        TextTable table({{"Flow"}, {Kind::kTitle}, {"Whose"}, {Kind::kContents}, {"What it is"}});
+        for (const HAXPFlow* flow : allFlows()) {
+            if (!m_flow.empty() && &flowOf(m_flow) != flow)
+                continue;
+            for (const auto* strategy : Kind::all(*flow)) {
+                table.addRow({flowWord(*flow), strategy->getName(),
+                              ownerWord(!strategy->isUserDefined()), Kind::summary(*strategy),
+                              strategy->getDescription()});
+                all.push_back(entryJson<Kind>(*strategy, false));
+            }
+        }
+        if (m_json)
+            printJson(all);
+        else
+            fmt::print("{}", table.text());
+        return kExitDone;
+    }
+
+private:
+    std::string m_flow;
+    bool m_json = false;
+};
+
+template <class Kind> class ShowVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("strategy", m_name, "NAME, or FLOW/NAME")->required();
+        addJsonFlag(command, m_json);
+    }
+
+    int run(const Session&) override {
+        const typename Kind::Strategy& strategy = chosenStrategy<Kind>(m_name);
+        if (m_json) {
+            printJson(entryJson<Kind>(strategy, true));
+            return kExitDone;
+        }
+        fmt::print("Name         {}\nWhose        {}\nFile         {}\nDescription  {}\n\n",
+                   shownName(strategy), ownerWord(!strategy.isUserDefined()),
+                   printable(strategy.getFilename()), shown_(strategy.getDescription()));
+        const Rows rows = Kind::rows(strategy);
+        std::vector<TextTable::Column> columns;
+        for (const std::string& title : rows.titles)
+            columns.push_back({title});
+        TextTable table(columns);
+        for (const auto& row : rows.rows)
+            table.addRow(row);
+        fmt::print("{}\n* differs from the default\n", table.text());
+        return kExitDone;
+    }
+
+private:
+    static std::string shown_(const std::string& text) {
+        return text.empty() ? "-" : printable(text);
+    }
+
+    std::string m_name;
+    bool m_json = false;
+};
+
+/// What create, copy and set have in common: a description and settings.
+class Wishes {
+public:
+    void declare(CLI::App& command, const char* settings) {
+        m_describe = command.add_option("--description", m_description,
+                                        "One line that says "
+                                        "what it is for");
+        command.add_option(settings, m_settings, "step.option=value; may be repeated")
+            ->allow_extra_args(settings[0] != '-');
+    }
+
+    bool isEmpty() const { return m_describe->count() == 0 && m_settings.empty(); }
+
+    /// Fulfils them on a strategy that nobody knows yet.
+    template <class Kind> void apply(typename Kind::Strategy& strategy) const {
+        for (const Setting& setting : readSettings(m_settings))
+            Kind::setOption(strategy, setting);
+        if (m_describe->count() > 0)
+            strategy.setDescription(m_description);
+    }
+
+private:
+    CLI::Option* m_describe = nullptr;
+    std::string m_description;
+    std::vector<std::string> m_settings;
+};
+
+template <class Kind> class CreateVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("name", m_name, "Name of the new one")->required();
+        command.add_option("--flow", m_flow, "synth or impl")->required();
+        m_wishes.declare(command, "--set");
+    }
+
+    int run(const Session&) override {
+        workbench::requireStrategyName(m_name);
+        const HAXPFlow& flow = flowOf(m_flow);
+        const workbench::StrategyLock lock;
+        requireFree<Kind>(flow, m_name, kChooseAnother);
+        const typename Kind::Owned wanted = Kind::makeNew(flow);
+        m_wishes.apply<Kind>(*wanted);
+        const auto* made = Kind::admit(*wanted, m_name);
+        tell(fmt::format("{} {} is made: {}", Kind::kTitle, shownName(*made),
+                         printable(made->getFilename())));
+        return kExitDone;
+    }
+
+private:
+    std::string m_name;
+    std::string m_flow;
+    Wishes m_wishes;
+};
+
+template <class Kind> class CopyVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("strategy", m_source, "NAME, or FLOW/NAME")->required();
+        command.add_option("name", m_name, "Name of the copy")->required();
+        m_wishes.declare(command, "--set");
+    }
+
+    int run(const Session&) override {
+        workbench::requireStrategyName(m_name);
+        const workbench::StrategyLock lock;
+        const typename Kind::Strategy& source = chosenStrategy<Kind>(m_source);
+        requireFree<Kind>(*source.getFlow(), m_name, kChooseAnother);
+        const typename Kind::Owned wanted = Kind::makeCopy(source);
+        m_wishes.apply<Kind>(*wanted);
+        const auto* made = Kind::admit(*wanted, m_name);
+        tell(fmt::format("{} {} is made: {}", Kind::kTitle, shownName(*made),
+                         printable(made->getFilename())));
+        return kExitDone;
+    }
+
+private:
+    std::string m_source;
+    std::string m_name;
+    Wishes m_wishes;
+};
+
+template <class Kind> class RenameVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("strategy", m_old, "NAME, or FLOW/NAME")->required();
+        command.add_option("name", m_name, "New name")->required();
+    }
+
+    int run(const Session&) override {
+        workbench::requireStrategyName(m_name);
+        const workbench::StrategyLock lock;
+        typename Kind::Strategy& strategy = chosenUsersStrategy<Kind>(m_old);
+        requireFree<Kind>(*strategy.getFlow(), m_name, kChooseAnother);
+        const std::string before = shownName(strategy);
+        Kind::rename(strategy, m_name);
+        tell(fmt::format("{} {} is {} now: {}", Kind::kTitle, before, shownName(strategy),
+                         printable(strategy.getFilename())));
+        return kExitDone;
+    }
+
+private:
+    std::string m_old;
+    std::string m_name;
+};
+
+template <class Kind> class DeleteVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("strategies", m_names, "NAME, or FLOW/NAME")->required();
+    }
+
+    int run(const Session&) override {
+        const workbench::StrategyLock lock;
+        // All are looked up first: one that is refused leaves the others alone.
+        std::vector<typename Kind::Strategy*> chosen;
+        for (const std::string& name : m_names) {
+            auto* strategy = &chosenUsersStrategy<Kind>(name);
+            if (std::find(chosen.begin(), chosen.end(), strategy) == chosen.end())
+                chosen.push_back(strategy);
+        }
+        for (auto* strategy : chosen) {
+            const std::string name = shownName(*strategy);
+            const std::string file = strategy->getFilename();
+            Kind::remove(*strategy);
+            requireGone_(file, name);
+            tell(fmt::format("{} {} is deleted, with its file {}", Kind::kTitle, name,
+                             printable(file)));
+        }
+        return kExitDone;
+    }
+
+private:
+    /// @throws CommandError the file is still there: what was deleted would come back.
+    static void requireGone_(const std::string& file, const std::string& name) {
+        if (HUTFile::exists(file) && !HUTFile(file).rm())
+            throw CommandError(kExitRefused,
+                               fmt::format("The {} {} stays, as its file {} can't be removed: {}. "
+                                           "Get the right to write there, then try again.",
+                                           Kind::kWord, name, file, std::strerror(errno)));
+    }
+
+    std::vector<std::string> m_names;
+};
+
+template <class Kind> class SetVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("strategy", m_name, "NAME, or FLOW/NAME")->required();
+        m_wishes.declare(command, "settings");
+    }
+
+    int run(const Session&) override {
+        if (m_wishes.isEmpty())
+            throw CommandError(kExitUsage, "There is nothing to set. Say step.option=value, or "
+                                           "--description.");
+        const workbench::StrategyLock lock;
+        typename Kind::Strategy& strategy = chosenUsersStrategy<Kind>(m_name);
+        const typename Kind::Owned wanted = Kind::makeCopy(strategy);
+        m_wishes.apply<Kind>(*wanted);
+        Kind::takeOver(strategy, *wanted);
+        return kExitDone;
+    }
+
+private:
+    std::string m_name;
+    Wishes m_wishes;
+};
+
+template <class Kind> class CompareVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("first", m_first, "NAME, or FLOW/NAME")->required();
+        command.add_option("second", m_second, "NAME, or FLOW/NAME")->required();
+        addJsonFlag(command, m_json);
+    }
+
+    int run(const Session&) override {
+        const auto [first, second] = chosenPair<Kind>(m_first, m_second);
+        if (first->getFlow() != second->getFlow())
+            throw CommandError(kExitRefused,
+                               fmt::format("{} and {} are of different flows and have no options "
+                                           "in common. Choose two of one flow.",
+                                           fullName(*first), fullName(*second)));
+        const std::vector<Difference> found = Kind::differences(*first, *second);
+        if (m_json)
+            printJson(json_(found, fullName(*first), fullName(*second)));
+        else if (found.empty())
+            tell(fmt::format("{} and {} don't differ", shownName(*first), shownName(*second)));
+        else
+            fmt::print("{}", table_(found, first->getName(), second->getName()));
+        return kExitDone;
+    }
+
+private:
+    static nlohmann::json json_(const std::vector<Difference>& found, const std::string& first,
+                                const std::string& second) {
+        nlohmann::json rows = nlohmann::json::array();
+        for (const Difference& row : found)
+            rows.push_back({{"step", row.step},
+                            {"option", row.name},
+                            {"first", row.first},
+                            {"second", row.second}});
+        return {{"first", first}, {"second", second}, {"differences", rows}};
+    }
+
+    static std::string table_(const std::vector<Difference>& found, const std::string& first,
+                              const std::string& second) {
+        TextTable table({{"Step"}, {"Option"}, {printable(first)}, {printable(second)}});
+        for (const Difference& row : found)
+            table.addRow({row.step, row.name, row.first, row.second});
+        return table.text();
+    }
+
+    std::string m_first;
+    std::string m_second;
+    bool m_json = false;
+};
+
+template <class Kind> class ExportVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("strategy", m_name, "NAME, or FLOW/NAME")->required();
+        command.add_option("file", m_file, "File to write, as a rule NAME.psg")->required();
+        command.add_flag("--force", m_force, "Replace a file that is there");
+    }
+
+    int run(const Session&) override {
+        typename Kind::Strategy& strategy = chosenStrategy<Kind>(m_name);
+        Kind::write(strategy, m_file, m_force);
+        tell(fmt::format("{} {} is written to {}", Kind::kTitle, shownName(strategy),
+                         printable(m_file)));
+        return kExitDone;
+    }
+
+private:
+    std::string m_name;
+    std::string m_file;
+    bool m_force = false;
+};
+
+template <class Kind> class ImportVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("file", m_file, "File to read")->required();
+        m_as = command.add_option("--as", m_name, "Another name than that in the file");
+    }
+
+    int run(const Session&) override {
+        if (m_as->count() > 0)
+            workbench::requireStrategyName(m_name);
+        const workbench::StrategyLock lock;
+        const std::vector<typename Kind::Owned> read = Kind::read(m_file);
+        if (m_as->count() > 0 && read.size() != 1)
+            throw CommandError(kExitRefused,
+                               fmt::format("{} holds {} of them, which can't all be called {}. "
+                                           "Import it without --as.",
+                                           m_file, read.size(), m_name));
+        // All are looked at first: nothing is taken unless all can be.
+        for (const auto& strategy : read) {
+            const std::string& name = nameFor_(*strategy);
+            workbench::requireStrategyName(name);
+            requireFree<Kind>(*strategy->getFlow(), name,
+                              fmt::format("Take it under another name: xp {} import {} --as NAME",
+                                          Kind::kVerb, m_file));
+        }
+        for (const auto& strategy : read) {
+            const auto* made = Kind::admit(*strategy, nameFor_(*strategy));
+            tell(fmt::format("{} {} is made: {}", Kind::kTitle, shownName(*made),
+                             printable(made->getFilename())));
+        }
+        return kExitDone;
+    }
+
+private:
+    const std::string& nameFor_(const typename Kind::Strategy& strategy) const {
+        return m_as->count() > 0 ? m_name : strategy.getName();
+    }
+
+    std::string m_file;
+    std::string m_name;
+    CLI::Option* m_as = nullptr;
+};
+
+}  // namespace
+
+const std::vector<VerbEntry>& strategyVerbs() {
+    using Kind = StrategyKind;
+    static const std::vector<VerbEntry> all{
+        {"list", "list the strategies: those that come with xp, and yours",
+         "xp strategy list\nxp strategy list --flow impl --json", makeVerb<ListVerb<Kind>>},
+        {"show", "show all options of a strategy, and which differ from the defaults",
+         "xp strategy show impl/Performance\nxp strategy show Annealing --json",
+         makeVerb<ShowVerb<Kind>>},
+        {"create", "make a strategy from the defaults",
+         "xp strategy create Fast --flow impl --set place_design.seed=7\n"
+         "xp strategy create Small --flow synth --set abc2=true --description 'Few LUTs'",
+         makeVerb<CreateVerb<Kind>>},
+        {"copy", "make a strategy from another one",
+         "xp strategy copy impl/Performance Fast\n"
+         "xp strategy copy Annealing Seed7 --set place_design.seed=7",
+         makeVerb<CopyVerb<Kind>>},
+        {"rename", "give a strategy of yours another name", "xp strategy rename Fast Faster",
+         makeVerb<RenameVerb<Kind>>},
+        {"delete", "delete strategies of yours, with their files", "xp strategy delete Fast",
+         makeVerb<DeleteVerb<Kind>>},
+        {"set", "change options of a strategy of yours",
+         "xp strategy set Fast place_design.seed=7 router=router2\n"
+         "xp strategy set Fast --description 'Another seed and router'",
+         makeVerb<SetVerb<Kind>>},
+        {"compare", "show the options in which two strategies differ",
+         "xp strategy compare Default Annealing\nxp strategy compare Fast impl/Performance --json",
+         makeVerb<CompareVerb<Kind>>},
+        {"export", "write a strategy into a file, for others", "xp strategy export Fast fast.psg",
+         makeVerb<ExportVerb<Kind>>},
+        {"import", "take a strategy from a file",
+         "xp strategy import fast.psg\nxp strategy import fast.psg --as Theirs",
+         makeVerb<ImportVerb<Kind>>},
+    };
+    return all;
+}
+
+}  // namespace shell
