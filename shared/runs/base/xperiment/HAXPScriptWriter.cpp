@@ -10,7 +10,6 @@
 #include "environment/files/HUTFileUtils.h"
 #include "environment/installation/HUTEnv.h"
 #include "environment/messages/ComMsgMgr.h"
-#include "environment/process/HUTFork.h"
 #include "environment/strings/HSTStringUtils.h"
 #include "runs/base/xperiment/HAXPDataMgr.h"
 #include "runs/base/xperiment/HAXPExpInfoBase.h"
@@ -22,113 +21,23 @@
 #include "runs/base/xperiment/HAXPTypes.h"
 #include "runs/base/xperiment/HAXPUtilsBase.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
+#include "runs/base/xperiment/scriptFrame.h"
 #include "runs/base/xperiment/scriptText.h"
 #include "runs/base/xperiment/scriptTools.h"
 #include "runs/base/xperiment/stepCheckpoints.h"
 #include "runs/base/xperiment/stepMarkers.h"
 
-using xperiment::environment;
 using xperiment::fill;
+using xperiment::SearchPaths;
 
 namespace {
 
-const std::string kStepWrapperSh = "ZUMWrap.sh";
-const std::string kStepWrapperJs = "ZUMWrap.js";
-
-constexpr char kBatHead[] = R"(@echo off
-
-rem  @{product} (TM)
-rem  runme.bat: a @{product}-generated Script
-rem  @{copyright}
-
-
-set MQ_SDIR=%~dp0
-cd /d "%MQ_SDIR%"
-)";
-constexpr char kBatPath[] = "set PATH=%SYSTEMROOT%\\system32;%PATH%\n";
-constexpr char kBatCall[] = "cscript /nologo /E:JScript \"%MQ_SDIR%\\rundef.js\" %*\n";
-
-constexpr char kShHead[] = R"(#!/bin/sh
-
-@{hash}
-# @{product}(TM)
-# runme.sh: a @{product}-generated Runs Script for UNIX
-# @{copyright}
-@{hash}
-
-if [ -z "$PATH" ]; then
-  PATH=@{path}
-else
-  PATH=@{path}:$PATH
-fi
-export PATH
-
-if [ -z "$LD_LIBRARY_PATH" ]; then
-  LD_LIBRARY_PATH=@{ldPath}
-else
-  LD_LIBRARY_PATH=@{ldPath}:$LD_LIBRARY_PATH
-fi
-export LD_LIBRARY_PATH
-
-MQ_PWD='@{runDir}'
-cd "$MQ_PWD"
-
-MQ_LOG=runme.log
-/bin/touch $MQ_LOG
-
-ZUMStep="./@{wrapper}"
-EAStep()
-{
-     $ZUMStep $MQ_LOG "$@" >> $MQ_LOG 2>&1
-     if [ $? -ne 0 ]
-     then
-         exit
-     fi
+/// The scripts of a run. Beside them stands "htr.txt".
+const xperiment::ScriptSet& runScripts() {
+    static const xperiment::ScriptSet set = {"Runs Script", "runme.sh",   "rundef.js", "runme.bat",
+                                             "runme.log",   "ZUMWrap.sh", "ZUMWrap.js"};
+    return set;
 }
-
-)";
-
-constexpr char kJsHead[] = R"(//
-// @{product}(TM)
-// rundef.js: a @{product}-generated Runs Script for WSH 5.1/5.6
-// @{copyright}
-//
-
-echo "This script was generated under a different operating system."
-echo "Please update the PATH variable below, before executing this script"
-exit
-
-var WshShell = new ActiveXObject( "WScript.Shell" );
-var ProcEnv = WshShell.Environment( "Process" );
-var PathVal = ProcEnv("PATH");
-if ( PathVal.length == 0 ) {
-  PathVal = "@{path}";
-} else {
-  PathVal = "@{path}" + PathVal;
-}
-
-ProcEnv("PATH") = PathVal;
-
-var RDScrFP = WScript.ScriptFullName;
-var RDScrN = WScript.ScriptName;
-var RDScrDir = RDScrFP.substr( 0, RDScrFP.length - RDScrN.length - 1 );
-var ZUMJScriptLib = RDScrDir + "/@{wrapper}";
-eval( EAInclude(ZUMJScriptLib) );
-
-
-)";
-
-constexpr char kJsFooter[] = R"(
-
-
-function EAInclude( EAInclFilename ) {
-  var EAFso = new ActiveXObject( "Scripting.FileSystemObject" );
-  var EAInclFile = EAFso.OpenTextFile( EAInclFilename );
-  var EAIFContents = EAInclFile.ReadAll();
-  EAInclFile.Close();
-  return EAIFContents;
-}
-)";
 
 constexpr char kHtrHead[] = R"(#
 # @{product}(TM)
@@ -140,34 +49,18 @@ constexpr char kHtrHead[] = R"(#
 
 )";
 
-/// The search paths that the head of a script sets.
-struct SearchPaths {
-    std::string unixPath;
-    std::string winPath;
-    std::string ldPath;
-};
-
 /// The programs of high-level synthesis, for the products that call them; else empty.
 std::string hlsBin(const std::string& product) {
     if (!HSTStringUtils::iequals(product, "zbuild") && !HSTStringUtils::iequals(product, "k++"))
         return {};
-    std::string root = environment("ORVANE_HLS");
+    std::string root = xperiment::environment("ORVANE_HLS");
     if (root.empty())
-        root = environment("ORVANE_TARNEL_HLS");
+        root = xperiment::environment("ORVANE_TARNEL_HLS");
     return root.empty() ? root : root + HUTFile::getDirSeparator() + "bin";
 }
 
-SearchPaths searchPaths(const std::string& product) {
-    SearchPaths paths;
-    const std::string prepended = environment("KPX_PREPEND_PATH");
-    paths.ldPath = environment("KPX_PREPEND_LD_LIBRARY_PATH");
-    const std::string binRoot = environment("KPX_BINROOT");
-    if (!prepended.empty())
-        paths.winPath = prepended + ";";
-    if (!paths.ldPath.empty())
-        paths.winPath += paths.ldPath + ";";
-    paths.unixPath = prepended + ":" + binRoot;
-    paths.winPath += binRoot + ";";
+SearchPaths pathsOfTools(const std::string& product) {
+    SearchPaths paths = xperiment::searchPaths();
     const std::string hls = hlsBin(product);
     if (!hls.empty()) {
         paths.unixPath = hls + ":" + paths.unixPath;
@@ -227,30 +120,14 @@ HAXPDataMgr* dataMgrOf(const HAXPExpRunBase& run) {
     return flow == nullptr ? nullptr : flow->getDataMgr();
 }
 
-/// What names in the run directory begin with.
-std::string dirOf(const HAXPExpRunBase* run) {
-    std::string dir;
-    if (run != nullptr)
-        run->getRunDir(dir);
-    if (dir.empty())
-        throw HEXAlgException("run scripts need a run with a directory");
-    return dir + HUTFile::getDirSeparator();
-}
-
-void copyHelper(const std::string& runDir, const std::string& name) {
-    const std::string& sep = HUTFile::getDirSeparator();
-    const std::string rel = "scripts" + sep + name;
-    HUTFile(HUTEnv::getKPXAppRoot(rel) + sep + rel)
-        .copyTo(runDir + name, HUTFile::kReplaceExisting);
-}
-
 }  // namespace
 
 /// The texts of one generation. They reach the disk when it ends, be it by an
 /// exception: what was written until then stands in the files.
 struct HAXPScriptWriter::Streams {
     explicit Streams(const std::string& runDir)
-        : shPath(runDir + "runme.sh"), jsPath(runDir + "rundef.js"), htrPath(runDir + "htr.txt") {}
+        : shPath(runDir + runScripts().sh), jsPath(runDir + runScripts().js),
+          htrPath(runDir + "htr.txt") {}
 
     ~Streams() {
         HUTFileUtils::rewriteFile(shPath, sh, true);
@@ -279,7 +156,7 @@ void HAXPScriptWriter::writeScript() {
     openOstrs();
     writeHeader();
     writePreCmds();
-    HUTFile(dirOf(m_run) + xperiment::stopMarker).rm();
+    HUTFile(xperiment::scriptDirOf(m_run) + xperiment::stopMarker).rm();
     writeSteps_();
     writePostCmds();
     writeFooter();
@@ -287,44 +164,25 @@ void HAXPScriptWriter::writeScript() {
 }
 
 void HAXPScriptWriter::copyHelperScripts() {
-    const std::string runDir = dirOf(m_run);
-    copyHelper(runDir, kStepWrapperJs);
-    copyHelper(runDir, kStepWrapperSh);
-    HUTFile(runDir + kStepWrapperSh).mkExecutable();
+    xperiment::copyWrappers(runScripts(), xperiment::scriptDirOf(m_run));
 }
 
 void HAXPScriptWriter::openOstrs() {
-    const std::string runDir = dirOf(m_run);
+    const std::string runDir = xperiment::scriptDirOf(m_run);
     // Files that a failed generation left open are written now, before those of this one.
     m_streams = std::make_unique<Streams>(runDir);
-    std::string bat = fill(
-        kBatHead, {{"product", HUTEnv::getProductName()}, {"copyright", HUTEnv::getCopyRight()}});
-    if (!HUTFork::isInPath("cscript.exe"))
-        bat += kBatPath;
-    const std::string batPath = runDir + "runme.bat";
-    HUTFile(batPath).rm();
-    HUTFileUtils::rewriteFile(batPath, bat + kBatCall, false);
+    xperiment::writeBat(runDir + runScripts().bat, xperiment::batScript(runScripts()));
 }
 
 void HAXPScriptWriter::writeHeader() {
     Streams& out = streams_();
     const std::string product = HUTEnv::getProductName();
-    const std::string copyright = HUTEnv::getCopyRight();
-    const SearchPaths paths = searchPaths(product);
+    const SearchPaths paths = pathsOfTools(product);
     std::string runDir;
     m_run->getRunDir(runDir);
-    out.sh += fill(kShHead, {{"hash", "# "},
-                             {"product", product},
-                             {"copyright", copyright},
-                             {"path", paths.unixPath},
-                             {"ldPath", paths.ldPath},
-                             {"runDir", runDir},
-                             {"wrapper", kStepWrapperSh}});
-    out.js += fill(kJsHead, {{"product", product},
-                             {"copyright", copyright},
-                             {"path", paths.winPath},
-                             {"wrapper", kStepWrapperJs}});
-    out.htr += fill(kHtrHead, {{"product", product}, {"copyright", copyright}});
+    out.sh += xperiment::shHead(runScripts(), paths, runDir);
+    out.js += xperiment::jsHead(runScripts(), paths);
+    out.htr += fill(kHtrHead, {{"product", product}, {"copyright", HUTEnv::getCopyRight()}});
 }
 
 void HAXPScriptWriter::writePreCmds() {
@@ -398,7 +256,7 @@ void HAXPScriptWriter::writePostCmds() {
 }
 
 void HAXPScriptWriter::writeFooter() {
-    streams_().js += kJsFooter;
+    streams_().js += xperiment::jsFooter();
 }
 
 void HAXPScriptWriter::closeOstrs() {

@@ -5,10 +5,7 @@
 
 #include "runs/base/xperiment/HAXPScriptWriter.h"
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -16,7 +13,6 @@
 #include <gtest/gtest.h>
 
 #include "environment/options/HATOptGroup.h"
-#include "environment/process/HUTFork.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
 #include "tests/unit/runs/xperiment/ScriptFixture.h"
 
@@ -26,21 +22,6 @@ namespace {
 
 constexpr int kDone = 3;
 constexpr int kFailed = 5;
-
-const char* const kGoldens = XPERIMENT_SOURCE_DIR "/tests/golden/scripts/";
-const char* const kWrapper = XPERIMENT_SOURCE_DIR "/data/scripts/ZUMWrap.sh";
-
-std::string wholeFile(const std::string& path) {
-    std::ifstream file(path, std::ios::binary);
-    EXPECT_TRUE(file) << path;
-    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
-}
-
-std::string replaced(std::string text, const std::string& word, const std::string& value) {
-    for (auto at = text.find(word); at != std::string::npos; at = text.find(word, at))
-        text.replace(at, word.size(), value);
-    return text;
-}
 
 class ScriptGolden : public test::ScriptTest {
 public:
@@ -54,37 +35,14 @@ public:
     using ScriptTest::set;
 
 protected:
-    /// What the file of a case has to hold.
-    std::string golden(const std::string& name, const std::string& file) const {
-        return replaced(wholeFile(kGoldens + name + "/" + file), "@RUNDIR@", runDir());
-    }
-
     void write() { HAXPScriptWriter(&run()).writeScript(); }
 
-    /// A program that notes its name and each of its words in a line of "words".
-    void addRecorder(const std::string& name, int status = 0) const {
-        addProgram(name, "#!/bin/sh\n{ printf '%s' '" + name +
-                             "'; for word; do printf '[%s]' \"$word\"; done; echo; } >> '" +
-                             m_folder.path("words") + "'\nexit " + std::to_string(status) + "\n");
-    }
-
-    /// Runs "runme.sh" with the programs of this test ahead of the system's, and gives
-    /// its status.
+    /// Runs "runme.sh" with the wrapper as it is shipped.
     int execute() const {
-        fs::copy_file(kWrapper, pathOf("ZUMWrap.sh"), fs::copy_options::overwrite_existing);
+        mark("ZUMWrap.sh", wrapper("ZUMWrap.sh"));
         fs::permissions(pathOf("ZUMWrap.sh"), fs::perms(0755));
-        HUTFork shell;
-        shell.setCmdLine("/bin/sh", false);
-        shell.addArg(pathOf("runme.sh"));
-        shell.setEnvVar("PATH", programs() + ":/usr/bin:/bin");
-        shell.setEnvVar("LD_LIBRARY_PATH", "");
-        shell.setEnvVar("XPERIMENT_SKIP_STEPS", "");
-        shell.setWorkingDir("/");
-        return shell.launch(true, false, false, true);
+        return ScriptTest::execute("runme.sh", {"/bin/sh"});
     }
-
-    /// The lines that the programs noted.
-    std::string words() const { return m_folder.has("words") ? m_folder.read("words") : ""; }
 };
 
 /// A run, and the words that its programs are called with.

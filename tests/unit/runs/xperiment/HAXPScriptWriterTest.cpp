@@ -2,7 +2,6 @@
 // Copyright the Xperiment authors
 #include "runs/base/xperiment/HAXPScriptWriter.h"
 
-#include <algorithm>
 #include <filesystem>
 #include <map>
 #include <memory>
@@ -48,24 +47,6 @@ protected:
     void addWrappers(const std::string& content) const {
         m_installation.addFile("scripts/ZUMWrap.sh", content);
         m_installation.addFile("scripts/ZUMWrap.js", content);
-    }
-
-    bool isExecutable(const std::string& file) const {
-        return (fs::status(pathOf(file)).permissions() & fs::perms(0111)) != fs::perms::none;
-    }
-
-    std::vector<std::string> files() const {
-        std::vector<std::string> names;
-        for (const fs::directory_entry& entry : fs::directory_iterator(runDir()))
-            names.push_back(entry.path().filename());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
-
-    std::vector<std::string> takeMessages() {
-        std::vector<std::string> summaries = m_messages.summaries();
-        m_messages.clear();
-        return summaries;
     }
 
     test::ScriptStep* m_synth = nullptr;

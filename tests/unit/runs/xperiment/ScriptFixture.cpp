@@ -4,12 +4,15 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <stdexcept>
 #include <utility>
 
 #include "environment/options/HATAttrSpec.h"
 #include "environment/options/HATOptGroup.h"
 #include "environment/options/HATOptGroupSpec.h"
+#include "environment/process/HUTFork.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
 
 namespace fs = std::filesystem;
@@ -17,6 +20,21 @@ namespace fs = std::filesystem;
 namespace test {
 
 namespace {
+
+const char* const kGoldens = XPERIMENT_SOURCE_DIR "/tests/golden/scripts/";
+const char* const kWrappers = XPERIMENT_SOURCE_DIR "/data/scripts/";
+
+std::string wholeFile(const std::string& path) {
+    std::ifstream file(path, std::ios::binary);
+    EXPECT_TRUE(file) << path;
+    return {std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>()};
+}
+
+std::string replaced(std::string text, const std::string& word, const std::string& value) {
+    for (auto at = text.find(word); at != std::string::npos; at = text.find(word, at))
+        text.replace(at, word.size(), value);
+    return text;
+}
 
 HATAttrSpec& declare(HATOptGroupSpec* group, HATAttrTypes::AttrType type, const std::string& name,
                      const std::string& invokeText) {
@@ -139,6 +157,50 @@ void ScriptTest::addProgram(const std::string& name, const std::string& text) co
 
 std::string ScriptTest::read(const std::string& file) const {
     return m_folder.read("a run & more/" + file);
+}
+
+std::vector<std::string> ScriptTest::files() const {
+    std::vector<std::string> names;
+    for (const fs::directory_entry& entry : fs::directory_iterator(runDir()))
+        names.push_back(entry.path().filename());
+    std::sort(names.begin(), names.end());
+    return names;
+}
+
+bool ScriptTest::isExecutable(const std::string& file) const {
+    return (fs::status(pathOf(file)).permissions() & fs::perms(0111)) != fs::perms::none;
+}
+
+std::vector<std::string> ScriptTest::takeMessages() {
+    std::vector<std::string> summaries = m_messages.summaries();
+    m_messages.clear();
+    return summaries;
+}
+
+std::string ScriptTest::golden(const std::string& name, const std::string& file) const {
+    return replaced(wholeFile(kGoldens + name + "/" + file), "@RUNDIR@", runDir());
+}
+
+std::string ScriptTest::wrapper(const std::string& name) {
+    return wholeFile(kWrappers + name);
+}
+
+void ScriptTest::addRecorder(const std::string& name, int status) const {
+    addProgram(name, "#!/bin/sh\n{ printf '%s' '" + name +
+                         "'; for word; do printf '[%s]' \"$word\"; done; echo; } >> '" +
+                         m_folder.path("words") + "'\nexit " + std::to_string(status) + "\n");
+}
+
+int ScriptTest::execute(const std::string& script, const std::vector<std::string>& shell) const {
+    HUTFork fork;
+    for (const std::string& word : shell)
+        fork.addArg(word);
+    fork.addArg(pathOf(script));
+    fork.setEnvVar("PATH", programs() + ":/usr/bin:/bin");
+    fork.setEnvVar("LD_LIBRARY_PATH", "");
+    fork.setEnvVar("XPERIMENT_SKIP_STEPS", "");
+    fork.setWorkingDir("/");
+    return fork.launch(true, false, false, true);
 }
 
 void ScriptTest::mark(const std::string& file, const std::string& content) const {

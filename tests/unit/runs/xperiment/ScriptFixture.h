@@ -100,6 +100,23 @@ protected:
     bool has(const std::string& file) const { return m_folder.has("a run & more/" + file); }
     std::string read(const std::string& file) const;
     void mark(const std::string& file, const std::string& content = "") const;
+    /// The names in the run directory, sorted.
+    std::vector<std::string> files() const;
+    bool isExecutable(const std::string& file) const;
+    /// The summaries of the messages so far, which are expected then.
+    std::vector<std::string> takeMessages();
+
+    /// What `file` of the case `name` has to hold.
+    std::string golden(const std::string& name, const std::string& file) const;
+    /// The wrapper `name` as it is shipped.
+    static std::string wrapper(const std::string& name);
+    /// A program that notes its name and each of its words in a line of "words".
+    void addRecorder(const std::string& name, int status = 0) const;
+    /// The lines that the programs noted.
+    std::string words() const { return m_folder.has("words") ? m_folder.read("words") : ""; }
+    /// Runs a script of the run directory by these words, the programs of this test ahead
+    /// of the system's, and gives its status.
+    int execute(const std::string& script, const std::vector<std::string>& shell) const;
 
     RunDir m_folder;
     TestInstallation m_installation;

@@ -1,0 +1,11 @@
+@echo off
+
+rem  tarnel (TM)
+rem  synth_design_reports.bat: a tarnel-generated Script
+rem  Copyright the testers
+
+
+set MQ_SDIR=%~dp0
+cd /d "%MQ_SDIR%"
+set PATH=%SYSTEMROOT%\system32;%PATH%
+cscript /nologo /E:JScript "%MQ_SDIR%\synth_design_reports.js" %*
