@@ -1,20 +1,23 @@
 # SPDX-License-Identifier: Apache-2.0
 # Copyright the Xperiment authors
 #
-# A run directory with the step wrapper in it, and programs for it to run.
+# A run directory with the step wrapper in it, and programs for it to run. A file of
+# tests for another wrapper sets `wrapper_name` and `wrapper_log` once this is loaded.
 # WRAPPER_SHELL names the shell that runs the wrapper (default: sh).
 
 bats_require_minimum_version 1.5.0
 
 source_dir=$(cd "$BATS_TEST_DIRNAME/../.." && pwd)
 wrapper_source=$source_dir/data/scripts/ZUMWrap.sh
+wrapper_name=ZUMWrap.sh
+wrapper_log=runme.log
 handle_schema=$source_dir/data/schemas/process-handle.xsd
 
 setup() {
   run_dir="$BATS_TEST_TMPDIR/run"
   bin_dir="$BATS_TEST_TMPDIR/bin"
   mkdir -p "$run_dir" "$bin_dir"
-  cp "$wrapper_source" "$run_dir"
+  cp "$source_dir/data/scripts/$wrapper_name" "$run_dir"
   cd "$run_dir"
   PATH=$bin_dir:$PATH
   unset XPERIMENT_SKIP_STEPS
@@ -49,14 +52,14 @@ program() {
 
 # The wrapper as a run script calls it.
 wrap() {
-  ${WRAPPER_SHELL:-sh} ./ZUMWrap.sh runme.log "$@" >>runme.log 2>&1 3>&-
+  ${WRAPPER_SHELL:-sh} "./$wrapper_name" "$wrapper_log" "$@" >>"$wrapper_log" 2>&1 3>&-
 }
 
 # The same beside the test, `wrapper` being its process id. A shell starts what runs
 # beside it with INT ignored; a run script's wrapper hasn't.
 start_wrap() {
   # shellcheck disable=SC2086
-  env --default-signal=INT,QUIT ${WRAPPER_SHELL:-sh} ./ZUMWrap.sh runme.log "$@" >>runme.log 2>&1 3>&- &
+  env --default-signal=INT,QUIT ${WRAPPER_SHELL:-sh} "./$wrapper_name" "$wrapper_log" "$@" >>"$wrapper_log" 2>&1 3>&- &
   wrapper=$!
 }
 
