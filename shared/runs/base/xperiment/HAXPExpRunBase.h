@@ -188,6 +188,7 @@ public:
     bool isUniqueReportConfigDisplayName(const std::string& displayName) const;
     /// Takes over the name of `reportStrategy` if the run's reports, as they are now,
     /// don't differ from it, and marks the run dirty then. Whether they don't.
+    /// @throws HEXAlgException the run has no strategy to tell its flow.
     bool copyNameIfSameAsRunReportStrategy(const HAXRReportStrategy* reportStrategy);
     /// Whether some report should be made now, apart from the run. (locks)
     bool isReportGenerationNeeded() const;
