@@ -45,7 +45,10 @@ std::vector<RunFile> filesOf(const HAXPExpRun& run) {
         HSTVector<std::string> names;
         info.getFiles(type, names);
         for (const std::string& name : names) {
-            const std::string path = name.empty() || name.front() == '/' ? name : run.pathOf(name);
+            // A report that isn't published leaves an empty name.
+            if (name.empty())
+                continue;
+            const std::string path = name.front() == '/' ? name : run.pathOf(name);
             files.push_back({HAXPTypes::getFileTypeId(type), path, HUTFile::isFile(path)});
         }
     }

@@ -2,16 +2,25 @@
 // Copyright the Xperiment authors
 #include "workbench/HAXPExpRun.h"
 
+#include <cstdio>
 #include <ctime>
+#include <utility>
+#include <vector>
 
 #include "environment/containers/HSTFwdIter.h"
+#include "environment/errors/HEXUserException.h"
 #include "environment/files/HUTFile.h"
+#include "environment/messages/ComMsgMgr.h"
+#include "environment/messages/ComMsgMgrInstance.h"
 #include "environment/strings/HSTStringUtils.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
 #include "runs/base/xperiment/HAXPFlow.h"
 #include "runs/base/xperiment/HAXPFlowStep.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
+#include "runs/base/xpreport/HAXRReportConfig.h"
+#include "runs/base/xpreport/HAXRReportStrategy.h"
+#include "runs/base/xpreport/reportConfigUtil.h"
 #include "workbench/DesignInputs.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/runGate.h"
@@ -25,6 +34,20 @@ namespace {
 constexpr long kLongestStartSec = 30;
 
 using StepIter = std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>>;
+
+template <class Visit> void forEachReport(const HAXPExpRunBase& run, Visit visit) {
+    const StepIter steps(run.createRunStepIter());
+    while (steps->hasNext()) {
+        const std::unique_ptr<HSTFwdIter<HAXRReportConfig*>> reports(
+            steps->next()->createReportConfigIter());
+        while (reports->hasNext())
+            visit(*reports->next());
+    }
+}
+
+std::string failMarkerName(const std::string& reportName) {
+    return "." + reportName + ".fail";
+}
 
 std::string queueMarker(const HAXPExpRunBase& run) {
     const HAXPStrategy* strategy = run.getStrategy();
@@ -43,6 +66,7 @@ struct HAXPExpRun::Poll {
     HAXPExpRunStep* latest = nullptr;
     bool anyDone = false;
     bool changed = false;
+    bool reportsChanged = false;
 };
 
 /// The run's status, in words for a table: "Running", and the step that it is about.
@@ -61,11 +85,12 @@ struct HAXPExpRun::Extra {
     workbench::RunGate gate;
 };
 
-HAXPExpRun::HAXPExpRun(const std::string& name, const HAXPStrategy* strategy, HAXPStratDB* owner)
-    : HAXPExpRunBase(name, strategy, nullptr), m_extra(std::make_unique<Extra>()) {
+HAXPExpRun::HAXPExpRun(const std::string& name, const HAXPStrategy* strategy, HAXPStratDB* owner,
+                       const HAXRReportStrategy* reportStrategy)
+    : HAXPExpRunBase(name, strategy, reportStrategy), m_extra(std::make_unique<Extra>()) {
     m_extra->owner = owner;
     try {
-        HAXPExpRun::initRun_(name, strategy, nullptr);
+        HAXPExpRun::initRun_(name, strategy, reportStrategy);
     } catch (...) {
         nukeSteps();
         setExpInfoBase(nullptr);
@@ -91,6 +116,32 @@ void HAXPExpRun::clearDirty() {
     m_extra->dirty = false;
 }
 
+void HAXPExpRun::renameRun(const std::string& newName) {
+    updateStatus();
+    const int code = getStatus()->getCode();
+    if (code == HDGUIStatus::statusRunning || code == HDGUIStatus::statusQueued)
+        throw HEXUserException(
+            ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-96@%s", getName()));
+    std::vector<std::pair<HAXRReportConfig*, std::string>> before;
+    forEachReport(
+        *this, [&](HAXRReportConfig& report) { before.emplace_back(&report, report.getName()); });
+    HAXPExpRunBase::renameRun(newName);
+    for (const auto& report : before)
+        moveFailMarker_(*report.first, report.second);
+}
+
+void HAXPExpRun::lookForReports() {
+    forEachReport(*this, [](HAXRReportConfig& report) { report.update(false); });
+    publishReports();
+}
+
+void HAXPExpRun::publishReports() {
+    if (getInfo().isSynthFlow())
+        reportConfigUtil::updateSynthConfigFileNames_(this);
+    else
+        reportConfigUtil::updateImplConfigFileNames_(this);
+}
+
 void HAXPExpRun::updateStatus() {
     std::string dir;
     getRunDir(dir);
@@ -113,9 +164,11 @@ void HAXPExpRun::updateStatus() {
         // Whoever just ended wrote its marker before it let the lock go.
         if (life == RunLife::kGone) {
             const bool changed = poll.changed;
+            const bool reportsChanged = poll.reportsChanged;
             poll = Poll();
             poll.queued = queued;
             poll.changed = changed;
+            poll.reportsChanged = reportsChanged;
             readSteps_(dir, poll);
         }
     }
@@ -156,6 +209,7 @@ bool HAXPExpRun::resetFrom(const HAXPExpRunStep* first) {
             ok = step->getFlowStep()->resetStep(dir, getExpInfoBase()) && ok;
         step->resetStatus();
         step->resetStaleReasons();
+        step->resetReportConfigs();
     }
     HUTFile(pathOf(queueMarker(*this))).rm();
     getInfo().removeAllStaleReasons();
@@ -173,7 +227,7 @@ std::string HAXPExpRun::pathOf(const std::string& name) const {
 }
 
 void HAXPExpRun::initRun_(const std::string& name, const HAXPStrategy* strategy,
-                          const HAXRReportStrategy*) {
+                          const HAXRReportStrategy* reportStrategy) {
     setExpInfoBase(new OpenRunInfo(this, name));
     const HAXPFlow* flow = strategy->getFlow();
     const bool isSynthesis = flow != nullptr && flow->supportsFlowType(HAXPTypes::FLOW_SYNTH);
@@ -185,6 +239,11 @@ void HAXPExpRun::initRun_(const std::string& name, const HAXPStrategy* strategy,
     getStrategy()->attach(static_cast<HATOptGroupObserver*>(this));
     applyStrategy(strategy);
     getStrategy()->attach(m_extra->owner);
+    // It exists before any report does, and names the flow for the static ones.
+    setReportStrategy_(new HAXRReportStrategy(flow));
+    getReportStrategy()->setInternal(true);
+    if (reportStrategy != nullptr)
+        applyReportStrategy(reportStrategy);
     createStats();
     clearDirty();
 }
@@ -200,7 +259,7 @@ void HAXPExpRun::readSteps_(const std::string& dir, Poll& poll) {
     while (steps->hasNext()) {
         HAXPExpRunStep* step = steps->next();
         const int before = step->getStatus()->getCode();
-        step->updateStatus(dir);
+        poll.reportsChanged = step->updateStatus(dir) || poll.reportsChanged;
         const int code = step->getStatus()->getCode();
         poll.changed = poll.changed || code != before;
         const bool counts = step->isEnabled() && !step->isVirtual();
@@ -254,6 +313,8 @@ void HAXPExpRun::publish_(const Poll& poll, const Verdict& verdict) {
         setLatestStep(poll.latest);
     if (poll.changed)
         getInfo().readMetrics();
+    if (poll.reportsChanged)
+        publishReports();
 }
 
 void HAXPExpRun::clearStatus_() {
@@ -278,4 +339,20 @@ const HAXPExpRunStep* HAXPExpRun::launchedTo_() const {
             return step;
     }
     return nullptr;
+}
+
+void HAXPExpRun::moveFailMarker_(HAXRReportConfig& report, const std::string& oldName) const {
+    std::string dir;
+    getRunDir(dir);
+    if (dir.empty() || report.getName() == oldName)
+        return;
+    const std::string from = pathOf(failMarkerName(oldName));
+    const std::string to = pathOf(failMarkerName(report.getName()));
+    if (!HUTFile::exists(from))
+        return;
+    if (!HUTFile::exists(to) && std::rename(from.c_str(), to.c_str()) == 0)
+        return;
+    ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "workbench", ComMsgMgr::kWarning,
+                             "@60-97@%s%s%s", oldName, report.getName(), to);
+    report.setName(oldName);
 }

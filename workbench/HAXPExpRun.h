@@ -10,6 +10,7 @@
 #include "workbench/runLock.h"
 
 class HAXPStratDB;
+class HAXRReportConfig;
 class OpenRunInfo;
 struct DesignInputs;
 
@@ -28,8 +29,10 @@ public:
     static const char kStoppedText[];
 
     /// `owner` hears of changes of the run's strategy; it isn't owned and outlives the
-    /// run, or is null. `strategy` is copied. @throws HEXAlgException a null strategy.
-    HAXPExpRun(const std::string& name, const HAXPStrategy* strategy, HAXPStratDB* owner);
+    /// run, or is null. The strategies are copied; without a report strategy the run has
+    /// no reports. @throws HEXAlgException a null strategy.
+    HAXPExpRun(const std::string& name, const HAXPStrategy* strategy, HAXPStratDB* owner,
+               const HAXRReportStrategy* reportStrategy = nullptr);
     ~HAXPExpRun() noexcept(false) override;
 
     OpenRunInfo& getInfo() const;
@@ -37,6 +40,16 @@ public:
     /// Whether setDirty() was called since the last clearDirty().
     bool isDirty() const;
     void clearDirty();
+
+    /// Renames the run and, with its reports, their fail markers. A report whose new
+    /// marker is there already keeps its name, with a message.
+    /// @throws HEXUserException the run is at work; nothing changes.
+    void renameRun(const std::string& newName) override;
+
+    /// Looks for the files of every report, to be called when a report script has ended.
+    void lookForReports();
+    /// Publishes the files of the reports among those of the run.
+    void publishReports();
 
     /// One call of stat() when nothing in the run directory changed.
     void updateStatus() override;
@@ -47,8 +60,8 @@ public:
     bool isUpToDate();
 
     /// Takes back every step from `first` on, so that a launch begins there: markers,
-    /// status and stale reasons go, outputs stay until they are written anew. False
-    /// when a marker can't be removed.
+    /// status, stale reasons and reports go, outputs stay until they are written anew.
+    /// False when a marker can't be removed.
     bool resetFrom(const HAXPExpRunStep* first);
 
     /// The path of `name` in the run directory.
@@ -68,6 +81,7 @@ private:
     void publish_(const Poll& poll, const Verdict& verdict);
     void clearStatus_();
     const HAXPExpRunStep* launchedTo_() const;
+    void moveFailMarker_(HAXRReportConfig& report, const std::string& oldName) const;
 
     struct Extra;
     std::unique_ptr<Extra> m_extra;

@@ -25,6 +25,7 @@
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
 #include "workbench/entryRules.h"
+#include "workbench/reportScript.h"
 
 namespace {
 
@@ -144,6 +145,7 @@ void LocalLauncher::takeBackSteps_(HAXPExpRun& run) {
 }
 
 void LocalLauncher::writeScripts_(HAXPExpRun& run) {
+    workbench::writeReportScript(run);
     HAXPScriptWriter(&run).writeScript();
     const bool hasWrapper = HUTFile(run.pathOf("ZUMWrap.sh")).size() > 0;
     if (!hasWrapper || !isWhole(run) || !parses(run))

@@ -12,6 +12,7 @@
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xperiment/HAXPUtilsBase.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
+#include "runs/base/xpreport/HAXRReportConfig.h"
 #include "workbench/product.h"
 #include "workbench/runLock.h"
 
@@ -64,12 +65,34 @@ std::string disabledSteps(const HAXPExpRunBase& run) {
     return names;
 }
 
+/// Whether a static report is the run's log, not what a tool leaves.
+bool isLog(const std::string& file) {
+    const std::string::size_type dot = file.rfind('.');
+    return dot != std::string::npos && (file.substr(dot) == ".tds" || file.substr(dot) == ".tdi");
+}
+
 /// What stands for `text` between single quotes of sh.
 std::string inSingleQuotes(const std::string& text) {
     std::string quoted;
     for (const char c : text)
         quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
     return quoted;
+}
+
+/// Gives the run's log the name by which its report is known; nothing without one.
+std::string linkLog(const HAXPExpRunBase& run) {
+    const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
+    while (steps->hasNext()) {
+        const std::unique_ptr<HSTFwdIter<HAXRReportConfig*>> reports(
+            steps->next()->createReportConfigIter());
+        while (reports->hasNext()) {
+            const HAXRReportConfig* report = reports->next();
+            const std::string& file = report->getReportFile();
+            if (report->isStaticReport() && isLog(file))
+                return "ln -sf \"$MQ_LOG\" '" + inSingleQuotes(file) + "'\n";
+        }
+    }
+    return {};
 }
 
 /// `text` with the one `mark` in it replaced.
@@ -94,7 +117,7 @@ void OpenDataMgr::scriptPreCmds_(HAXPExpRunBase* run, std::string& jsCmds, std::
     const std::string queueMarker = run->getStrategy()->getFlow()->getQueueMarkerName();
     shCmds = filled(kCleanPaths, "@BIN@", inSingleQuotes(workbench::binDir())) +
              filled(kTakeLock, "@LOCK@", workbench::kRunLockName) + "rm -f '" + queueMarker +
-             "'\n" + kSkipVariable + "='" + skip + "'\nexport " + kSkipVariable;
+             "'\n" + linkLog(*run) + kSkipVariable + "='" + skip + "'\nexport " + kSkipVariable;
     jsCmds = std::string("ProcEnv(\"") + kSkipVariable + "\") = \"" + skip + "\";";
     htrCmds.clear();
     if (!skip.empty())

@@ -10,10 +10,12 @@
 #include "environment/options/HATOptGroupSpec.h"
 #include "environment/strings/HUTConvert.h"
 #include "runs/base/xperiment/HAXPExpRunBase.h"
+#include "runs/base/xperiment/HAXPExpRunStep.h"
 #include "runs/base/xperiment/HAXPFileSpec.h"
 #include "runs/base/xperiment/HAXPUtilsBase.h"
 #include "workbench/DesignInputs.h"
 #include "workbench/OpenRunInfo.h"
+#include "workbench/reportScript.h"
 #include "workbench/stepTables.h"
 
 namespace {
@@ -125,6 +127,9 @@ void OpenFlowStep::writePrePostOpts_(std::string& pre, std::string& post, HATOpt
         before.add("--asc").add(info->getFile(HAXPTypes::FILE_ROUTE_DCP));
         before.add("--bin").add(info->getFile(HAXPTypes::FILE_BG_BIN));
     }
+    const HAXPExpRunStep* step = run->getRunStep(this);
+    if (step != nullptr && workbench::hasScriptedReports(*step))
+        before.add("--reports").add(workbench::kReportScript);
     pre = before.text();
     post = behind.text();
 }

@@ -5,7 +5,9 @@
 #include <set>
 
 #include "environment/containers/HSTFwdIter.h"
+#include "environment/filemgmt/HADAFileSet.h"
 #include "environment/filemgmt/HADAStaleReasons.h"
+#include "environment/filemgmt/HDDASrcOptions.h"
 #include "environment/files/HUTFile.h"
 #include "runs/base/xperiment/HAXPExpRunBase.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
@@ -13,6 +15,7 @@
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "workbench/DesignInputs.h"
 #include "workbench/ice40/metrics.h"
+#include "workbench/reportScript.h"
 #include "workbench/sourceReferences.h"
 
 namespace {
@@ -45,13 +48,17 @@ void noteIfNewer(const std::string& path, long launch, HADAStaleReason::StaleSum
 
 struct OpenRunInfo::Extra {
     DesignInputs inputs;
+    /// Tells the reports the top module.
+    HADAFileSet sources{"sources", HDDATypes::FST_DESIGN_SRCS};
     std::string launchedTo;
     workbench::InputRecord launchedInputs;
     ice40::StepMetrics metrics;
 };
 
 OpenRunInfo::OpenRunInfo(HAXPExpRunBase* run, const std::string& name)
-    : HAXPExpInfoBase(run, name), m_extra(std::make_unique<Extra>()) {}
+    : HAXPExpInfoBase(run, name), m_extra(std::make_unique<Extra>()) {
+    setSrcSet(&m_extra->sources, false);
+}
 
 OpenRunInfo::~OpenRunInfo() = default;
 
@@ -61,20 +68,18 @@ const DesignInputs& OpenRunInfo::getInputs() const {
 
 void OpenRunInfo::setInputs(const DesignInputs& inputs) {
     m_extra->inputs = inputs;
+    m_extra->sources.getSrcOptions().setTopName(inputs.top);
+    setFile(HAXPTypes::FILE_REPORTS_TCL, workbench::kReportScript);
     setFiles(HAXPTypes::FILE_RUN_SRCS, inputs.sources);
     if (!inputs.constraints.empty())
         setFile(HAXPTypes::FILE_RUN_CONSTRS, inputs.constraints);
     if (isSynthFlow()) {
         setFile(HAXPTypes::FILE_KDS_DCP, inputs.top + ".json");
-        setFile(HAXPTypes::FILE_KDS_UTIL, "synth_design.stat.json");
         return;
     }
     setFile(HAXPTypes::FILE_INPUT_DCP, inputs.netlist);
     setFile(HAXPTypes::FILE_PLACE_DCP, "place_design.json");
-    setFile(HAXPTypes::FILE_PLACE_UTIL, "place_design.report.json");
     setFile(HAXPTypes::FILE_ROUTE_DCP, inputs.top + ".asc");
-    setFile(HAXPTypes::FILE_ROUTE_STATUS, "route_design.report.json");
-    setFile(HAXPTypes::FILE_ROUTE_TIMINGSUMMARY, "route_design.timing.rpt");
     setFile(HAXPTypes::FILE_BG_BIN, inputs.top + ".bin");
 }
 

@@ -22,13 +22,17 @@
 #include "runs/base/xperiment/HAXPExpRunStep.h"
 #include "runs/base/xperiment/HAXPFlow.h"
 #include "runs/base/xperiment/HAXPFlowStep.h"
+#include "runs/base/xperiment/HAXPMgr.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
+#include "runs/base/xpreport/HAXRReportStrategy.h"
 #include "workbench/OpenRunInfo.h"
+#include "workbench/RunReports.h"
 #include "workbench/entryRules.h"
 #include "workbench/openFlows.h"
 #include "workbench/printable.h"
 #include "workbench/projectEntry.h"
 #include "workbench/projectFile.h"
+#include "workbench/reportRecords.h"
 #include "workbench/strategies.h"
 #include "workbench/strategyOptions.h"
 
@@ -82,6 +86,21 @@ const HAXPStrategy& strategyFor(const HAXPFlow& flow, const std::string& name) {
     for (const HAXPStrategy* strategy : workbench::strategiesOf(flow))
         names.push_back(workbench::printable(strategy->getName()));
     fail("@60-22@%s%s", name, joined(names));
+}
+
+/// The report strategy `name` of `flow`, its default for an empty name; null when there is
+/// no default. @throws HEXUserException there is none of that name.
+const HAXRReportStrategy* reportStrategyFor(const HAXPFlow& flow, const std::string& name) {
+    if (name.empty()) {
+        workbench::restoreStrategies();
+        return HAXPMgr::getGlobal()->getDefaultReportStrategy(&flow);
+    }
+    if (const HAXRReportStrategy* strategy = workbench::findReportStrategy(flow, name))
+        return strategy;
+    std::vector<std::string> names;
+    for (const HAXRReportStrategy* strategy : workbench::reportStrategiesOf(flow))
+        names.push_back(workbench::printable(strategy->getName()));
+    fail("@60-98@%s%s", name, joined(names));
 }
 
 }  // namespace
@@ -175,7 +194,8 @@ HAXPExpRun& Project::getRun(const std::string& name) const {
 }
 
 HAXPExpRun& Project::createRun(const std::string& name, const HAXPFlow& flow,
-                               const std::string& strategyName, const std::string& synthesis) {
+                               const std::string& strategyName, const std::string& synthesis,
+                               const std::string& reportStrategyName) {
     std::string from = synthesis;
     if (!isSynthesis(flow) && from.empty()) {
         const auto first = std::find_if(m_entries.begin(), m_entries.end(), [](const auto& entry) {
@@ -185,7 +205,12 @@ HAXPExpRun& Project::createRun(const std::string& name, const HAXPFlow& flow,
             fail("@60-27@");
         from = (*first)->run->getName();
     }
+    const HAXRReportStrategy* reports = reportStrategyFor(flow, reportStrategyName);
     Entry& entry = addEntry_(name, flow, strategyName, from);
+    if (reports != nullptr)
+        entry.run->applyReportStrategy(reports);
+    else
+        entry.run->addStaticReports();
     giveInputs_(entry);
     return *entry.run;
 }
@@ -197,8 +222,16 @@ HAXPExpRun* Project::getSynthesisOf(const HAXPExpRun& run) const {
 
 void Project::applyStrategy(HAXPExpRun& run, const std::string& name) {
     const HAXPStrategy& strategy = strategyFor(*entryOf_(run).flow, name);
+    const std::vector<workbench::ReportRecord> reports = workbench::recordReports(run);
     run.setLatestStep(nullptr);
     run.applyStrategy(&strategy);
+    keepLost_(entryOf_(run), workbench::restoreReports(run, reports));
+}
+
+void Project::applyReportStrategy(HAXPExpRun& run, const std::string& name) {
+    Entry& entry = entryOf_(run);
+    RunReports(run).applyStrategy(*reportStrategyFor(*entry.flow, name));
+    entry.lostReports.clear();
 }
 
 void Project::setToStep(HAXPExpRun& run, const std::string& abbrev) {
@@ -284,6 +317,13 @@ void Project::giveInputs_(const Entry& entry) const {
         inputs.netlistLaunch = findRun(entry.synthesis)->getInfo().getLaunchTime();
     }
     entry.run->getInfo().setInputs(inputs);
+    // Their files are called after the top module.
+    workbench::nameStaticReports(*entry.run);
+    entry.run->publishReports();
+}
+
+void Project::keepLost_(Entry& entry, const std::vector<workbench::ReportRecord>& lost) {
+    entry.lostReports.insert(entry.lostReports.end(), lost.begin(), lost.end());
 }
 
 Project::Entry& Project::entryOf_(const HAXPExpRun& run) const {

@@ -14,6 +14,10 @@ class HAXPExpRun;
 class HAXPFlow;
 class HAXPStrategy;
 
+namespace workbench {
+struct ReportRecord;
+}
+
 /// A design, its runs and where they lie: a folder with a project file.
 ///
 /// The file holds what the user chose and what was launched, never a status: that
@@ -63,16 +67,22 @@ public:
 
     /// Makes a run over `flow` with a copy of the shipped strategy `strategyName`. An
     /// implementation starts from the netlist of the synthesis run `synthesis`; empty
-    /// takes the project's first one.
+    /// takes the project's first one. Its reports are those of the report strategy
+    /// `reportStrategyName`; empty takes the flow's default, if it has one.
     /// @throws HEXUserException a bad or known name, no such strategy or synthesis.
     HAXPExpRun& createRun(const std::string& name, const HAXPFlow& flow,
-                          const std::string& strategyName, const std::string& synthesis);
+                          const std::string& strategyName, const std::string& synthesis,
+                          const std::string& reportStrategyName = "");
 
     /// The synthesis that an implementation starts from; null for a synthesis.
     HAXPExpRun* getSynthesisOf(const HAXPExpRun& run) const;
 
-    /// Gives `run` a copy of the shipped strategy `name`; its options are lost.
+    /// Gives `run` a copy of the strategy `name`; its options are lost, its reports stay.
     void applyStrategy(HAXPExpRun& run, const std::string& name);
+
+    /// Gives `run` the reports of the report strategy `name` in place of its own, whose
+    /// files go. @throws HEXUserException no such one, or the run is at work.
+    void applyReportStrategy(HAXPExpRun& run, const std::string& name);
 
     /// Makes `run` end at the step with the short name `abbrev`; empty: at its last one.
     /// @throws HEXUserException it has no such step.
@@ -102,6 +112,7 @@ private:
     Entry& addEntry_(const std::string& name, const HAXPFlow& flow, const std::string& strategyName,
                      const std::string& synthesis);
     void giveInputs_(const Entry& entry) const;
+    static void keepLost_(Entry& entry, const std::vector<workbench::ReportRecord>& lost);
     Entry& entryOf_(const HAXPExpRun& run) const;
     std::string netlistOf_(const std::string& synthesis) const;
 

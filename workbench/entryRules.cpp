@@ -7,6 +7,7 @@
 #include "environment/errors/HEXUserException.h"
 #include "environment/messages/ComMsgMgr.h"
 #include "environment/messages/ComMsgMgrInstance.h"
+#include "environment/strings/HSTStringUtils.h"
 #include "workbench/DesignInputs.h"
 #include "workbench/printable.h"
 
@@ -59,6 +60,21 @@ std::string findRefused(const std::string& text, const std::string& refused) {
     return {};
 }
 
+/// Whether quotes and braces of `text` stand in pairs.
+bool isBalanced(const std::string& text) {
+    int depth = 0;
+    bool quoted = false;
+    for (const char c : text) {
+        if (c == '"')
+            quoted = !quoted;
+        depth += c == '{' ? 1 : 0;
+        depth -= c == '}' ? 1 : 0;
+        if (depth < 0)
+            return false;
+    }
+    return depth == 0 && !quoted;
+}
+
 }  // namespace
 
 void requireRunName(const std::string& name) {
@@ -87,6 +103,25 @@ void requireOptionText(const std::string& name, const std::string& value) {
     if (!found.empty())
         throw HEXUserException(
             ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-3@%s%s%s", name, value, found));
+}
+
+void requireReportFile(const std::string& name) {
+    std::string found = findRefused(name, "/\\");
+    if (name == "." || name == "..")
+        found = "no name of a file";
+    if (!found.empty())
+        throw HEXUserException(
+            ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-99@%s%s", name, found));
+}
+
+void requireReportOption(const std::string& name, const std::string& value) {
+    const bool severalWords = HSTStringUtils::iequals(name, "MORE_OPTIONS");
+    std::string found = findRefused(value, severalWords ? "[]$;\\" : " \"[]{}$;\\");
+    if (found.empty() && severalWords && !isBalanced(value))
+        found = "a quote or brace without its partner";
+    if (!found.empty())
+        throw HEXUserException(
+            ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-95@%s%s%s", name, value, found));
 }
 
 void requireInputs(const DesignInputs& inputs) {

@@ -29,6 +29,15 @@ WORKBENCH_API void requireScriptPath(const std::string& path);
 /// takes as its own.
 WORKBENCH_API void requireOptionText(const std::string& name, const std::string& value);
 
+/// @throws HEXUserException `name`, of a report or its file, holds a separator or a
+/// control character, or is "." or "..".
+WORKBENCH_API void requireReportFile(const std::string& name);
+
+/// @throws HEXUserException the value of the report option `name` would be more than one
+/// word for Tcl. "MORE_OPTIONS" may hold several, without a substitution or a second
+/// command, quotes and braces in pairs.
+WORKBENCH_API void requireReportOption(const std::string& name, const std::string& value);
+
 /// The rules above for every text of `inputs` that reaches a script.
 /// @throws HEXUserException the first that breaks one.
 WORKBENCH_API void requireInputs(const DesignInputs& inputs);

@@ -4,9 +4,11 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
+#include "workbench/reportRecords.h"
 
 /// A run of a project, and what only the project knows of it.
 struct Project::Entry {
@@ -16,4 +18,6 @@ struct Project::Entry {
     std::string synthesis;
     /// The short name of the step to end at; empty for the last one.
     std::string toStep;
+    /// Reports that this installation can't make; they stay in the file.
+    std::vector<workbench::ReportRecord> lostReports;
 };

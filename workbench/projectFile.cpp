@@ -26,11 +26,13 @@
 #include "workbench/entryRules.h"
 #include "workbench/optionText.h"
 #include "workbench/projectEntry.h"
+#include "workbench/reportRecords.h"
+#include "workbench/strategies.h"
 
 namespace {
 
 constexpr int kVersion = 1;
-constexpr int kMinor = 0;
+constexpr int kMinor = 1;
 
 /// Elements and attributes of the format, for reader and writer.
 namespace name {
@@ -61,6 +63,16 @@ const char kValue[] = "Value";
 const char kLaunch[] = "Launch";
 const char kTime[] = "Time";
 const char kInput[] = "Input";
+const char kReports[] = "Reports";
+const char kReport[] = "Report";
+const char kStep[] = "Step";
+const char kCommand[] = "Command";
+const char kDisplayName[] = "DisplayName";
+const char kFile[] = "File";
+const char kEnabled[] = "Enabled";
+const char kBeforeStep[] = "BeforeStep";
+const char kStaleOption[] = "StaleOption";
+const char kLaunchValue[] = "LaunchValue";
 }  // namespace name
 
 using EntryIter = std::unique_ptr<HSTFwdIter<HAXPFlowStepOptions*>>;
@@ -156,6 +168,59 @@ long readTime(const xml::Document& document, const xml::Element& element) {
     return seconds;
 }
 
+/// A number from 0 on; 0 when there is none.
+std::int32_t readVersionPart(const xml::Document& document, const xml::Element& element,
+                             const char* attribute) {
+    const std::string& text = element.attribute(attribute);
+    int value = 0;
+    if (!text.empty() && (!HUTConvert::stringToInteger(text, value) || value < 0))
+        document.refuse(element, "\"" + text + "\" is no version of a report");
+    return value;
+}
+
+/// "true" and "false"; `absent` when there is no such attribute.
+bool readBool(const xml::Document& document, const xml::Element& element, const char* attribute,
+              bool absent) {
+    const std::string& text = element.attribute(attribute);
+    if (!text.empty() && text != "true" && text != "false")
+        document.refuse(element, "\"" + text + "\" is neither true nor false");
+    return text.empty() ? absent : text == "true";
+}
+
+/// A name that becomes part of a file name in the run directory, so it stays in there.
+const std::string& readFileName(const xml::Document& document, const xml::Element& element,
+                                const char* attribute) {
+    const std::string& text = element.attribute(attribute);
+    requireEntry(document, element, [&] { workbench::requireReportFile(text); });
+    return text;
+}
+
+workbench::ReportRecord readReport(const xml::Document& document, const xml::Element& element) {
+    workbench::ReportRecord record;
+    record.name = readFileName(document, element, name::kName);
+    if (record.name.empty())
+        document.refuse(element, "there is a report without a name");
+    record.stepId = element.attribute(name::kStep);
+    record.command = element.attribute(name::kCommand);
+    record.version = {readVersionPart(document, element, name::kVersion),
+                      readVersionPart(document, element, name::kMinor)};
+    record.displayName = element.attribute(name::kDisplayName);
+    record.file = readFileName(document, element, name::kFile);
+    record.enabled = readBool(document, element, name::kEnabled, true);
+    record.beforeStep = readBool(document, element, name::kBeforeStep, false);
+    for (const xml::Element& child : element.children()) {
+        const std::string& option = child.attribute(name::kId);
+        const std::string& value = child.attribute(name::kValue);
+        if (child.name() == name::kOption) {
+            requireEntry(document, child, [&] { workbench::requireReportOption(option, value); });
+            record.options.push_back({option, value});
+        } else if (child.name() == name::kStaleOption) {
+            record.staleOptions.push_back({option, child.attribute(name::kLaunchValue), value});
+        }
+    }
+    return record;
+}
+
 void writePath(HXMLWriterBase& out, const char* element, const std::string& path) {
     out.addAttr(name::kPath, path);
     out.wrEmptyTag(element);
@@ -164,6 +229,46 @@ void writePath(HXMLWriterBase& out, const char* element, const std::string& path
 void addIfSet(HXMLWriterBase& out, const char* attribute, const std::string& value) {
     if (!value.empty())
         out.addAttr(attribute, value);
+}
+
+void writeReport(HXMLWriterBase& out, const workbench::ReportRecord& record) {
+    out.addAttr(name::kName, record.name);
+    out.addAttr(name::kStep, record.stepId);
+    out.addAttr(name::kCommand, record.command);
+    out.addAttr(name::kVersion, std::to_string(record.version.major));
+    out.addAttr(name::kMinor, std::to_string(record.version.minor));
+    addIfSet(out, name::kDisplayName, record.displayName);
+    addIfSet(out, name::kFile, record.file);
+    if (!record.enabled)
+        out.addAttr(name::kEnabled, "false");
+    if (record.beforeStep)
+        out.addAttr(name::kBeforeStep, "true");
+    out.wrStartTag(name::kReport);
+    for (const workbench::ReportOptionRecord& option : record.options) {
+        out.addAttr(name::kId, option.name);
+        out.addAttr(name::kValue, option.value);
+        out.wrEmptyTag(name::kOption);
+    }
+    for (const workbench::StaleOptionRecord& option : record.staleOptions) {
+        out.addAttr(name::kId, option.name);
+        out.addAttr(name::kLaunchValue, option.launchValue);
+        out.addAttr(name::kValue, option.value);
+        out.wrEmptyTag(name::kStaleOption);
+    }
+    out.wrEndTag(name::kReport);
+}
+
+void writeReports(HXMLWriterBase& out, const HAXPExpRun& run,
+                  const std::vector<workbench::ReportRecord>& lost) {
+    std::vector<workbench::ReportRecord> records = workbench::recordReports(run);
+    records.insert(records.end(), lost.begin(), lost.end());
+    if (records.empty() && run.getReportStrategyName().empty())
+        return;
+    out.addAttr(name::kStrategy, run.getReportStrategyName());
+    out.wrStartTag(name::kReports);
+    for (const workbench::ReportRecord& record : records)
+        writeReport(out, record);
+    out.wrEndTag(name::kReports);
 }
 
 }  // namespace
@@ -280,7 +385,23 @@ void ProjectFile::readRun_(const xml::Document& document, const xml::Element& el
         run.getInfo().setRunSnapshotStrategy(snapshot.release());
         run.setRunMode(HAXPExpRunBase::kLaunched);
     }
+    readReports_(document, element, *entry);
     run.clearDirty();
+}
+
+void ProjectFile::readReports_(const xml::Document& document, const xml::Element& element,
+                               Project::Entry& entry) {
+    std::vector<workbench::ReportRecord> records;
+    if (const xml::Element* reports = element.child(name::kReports)) {
+        entry.run->setReportStrategyName(reports->attribute(name::kStrategy));
+        for (const xml::Element& child : reports->children()) {
+            if (child.name() == name::kReport)
+                records.push_back(readReport(document, child));
+        }
+    }
+    if (!records.empty())
+        workbench::restoreStrategies();
+    Project::keepLost_(entry, workbench::restoreReports(*entry.run, records));
 }
 
 void ProjectFile::writeRun_(HXMLWriterBase& out, const Project::Entry& entry) const {
@@ -297,6 +418,7 @@ void ProjectFile::writeRun_(HXMLWriterBase& out, const Project::Entry& entry) co
     addIfSet(out, name::kToStep, entry.toStep);
     out.wrStartTag(name::kRun);
     writeOptions(out, *run.getStrategy());
+    writeReports(out, run, entry.lostReports);
     if (info.getLaunchTime() != 0) {
         out.addAttr(name::kTime, std::to_string(info.getLaunchTime()));
         addIfSet(out, name::kToStep, info.getLaunchedTo());

@@ -28,6 +28,8 @@ private:
     void checkVersion_(const xml::Document& document) const;
     void readDesign_(const xml::Element& root);
     void readRun_(const xml::Document& document, const xml::Element& element);
+    void readReports_(const xml::Document& document, const xml::Element& element,
+                      Project::Entry& entry);
     void writeRun_(HXMLWriterBase& out, const Project::Entry& entry) const;
     void writeInputs_(HXMLWriterBase& out, const workbench::InputRecord& record) const;
     workbench::InputRecord readInputs_(const xml::Element& launch) const;

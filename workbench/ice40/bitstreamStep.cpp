@@ -86,7 +86,7 @@ int bitstreamMain(int argc, char** argv) {
     BitstreamOptions options;
     CLI::App app("Packs a routed iCE40 design into a bitstream with icepack.", "ice40_bitstream");
     declare(app, options);
-    return runStep(app, argc, argv, [&] { runBitstream(options); });
+    return runStep(app, "write_bitstream", argc, argv, [&] { runBitstream(options); });
 }
 
 }  // namespace ice40

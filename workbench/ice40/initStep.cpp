@@ -128,7 +128,7 @@ int initMain(int argc, char** argv) {
     CLI::App app("Checks netlist, constraints, device and package of an iCE40 implementation.",
                  "ice40_init");
     declare(app, options);
-    return runStep(app, argc, argv, [&] { runInit(options); });
+    return runStep(app, "init_design", argc, argv, [&] { runInit(options); });
 }
 
 }  // namespace ice40

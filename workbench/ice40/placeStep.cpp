@@ -142,7 +142,7 @@ int placeMain(int argc, char** argv) {
     PlaceOptions options;
     CLI::App app("Packs and places an iCE40 netlist with nextpnr-ice40.", "ice40_place");
     declare(app, options);
-    return runStep(app, argc, argv, [&] { runPlace(options); });
+    return runStep(app, "place_design", argc, argv, [&] { runPlace(options); });
 }
 
 }  // namespace ice40

@@ -161,7 +161,7 @@ int routeMain(int argc, char** argv) {
     CLI::App app("Routes a placed iCE40 design with nextpnr-ice40 and times it with icetime.",
                  "ice40_route");
     declare(app, options);
-    return runStep(app, argc, argv, [&] { runRoute(options); });
+    return runStep(app, "route_design", argc, argv, [&] { runRoute(options); });
 }
 
 }  // namespace ice40

@@ -35,6 +35,33 @@ double now() {
     return std::chrono::duration<double>(since).count();
 }
 
+/// The program `name` beside this one; the bare name, to be found in PATH, when there is
+/// none.
+std::string beside(const std::string& name) {
+    std::string path(4096, '\0');
+    const ssize_t size = ::readlink("/proc/self/exe", &path[0], path.size());
+    if (size <= 0)
+        return name;
+    path.resize(static_cast<std::size_t>(size));
+    path.replace(path.rfind('/') + 1, std::string::npos, name);
+    return ::access(path.c_str(), X_OK) == 0 ? path : name;
+}
+
+/// Whatever goes wrong here, the results of the step stand: it is told as a warning.
+void makeReports(const std::string& script, const std::string& step) {
+    ToolCommand command;
+    command.words = {beside("tarnel"), "-nolog",  "-nojournal", "-notrace", "-mode",
+                     "batch",          "-source", script,       "-tclargs", step};
+    try {
+        printLine("Command: " + command.shown());
+        const ToolEnd end = runTool(command, printLine, printLine);
+        if (!end.good())
+            warn("the reports aren't complete: tarnel " + end.shown());
+    } catch (const StepFailure& failure) {
+        warn(std::string("the reports aren't made: ") + failure.what());
+    }
+}
+
 /// Reads the command line; false when the program has nothing to do, with
 /// `status` what it ends with.
 bool readCommandLine(CLI::App& app, int argc, char** argv, int& status) {
@@ -54,13 +81,18 @@ bool readCommandLine(CLI::App& app, int argc, char** argv, int& status) {
 
 }  // namespace
 
-int runStep(CLI::App& app, int argc, char** argv, const std::function<void()>& work) {
+int runStep(CLI::App& app, const std::string& step, int argc, char** argv,
+            const std::function<void()>& work) {
+    std::string reports;
+    app.add_option("--reports", reports, "Report script to run when the step is done");
     int status = kExitDone;
     if (!readCommandLine(app, argc, argv, status))
         return status;
     catchStopSignals();
     try {
         work();
+        if (!reports.empty())
+            makeReports(reports, step);
         return kExitDone;
     } catch (const StepFailure& failure) {
         printError(app, failure.what());

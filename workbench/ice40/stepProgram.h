@@ -15,12 +15,15 @@ class App;
 
 namespace ice40 {
 
-/// Runs one step program: reads the command line, does the work, and turns
-/// what it throws into one message on standard error and an exit status.
+/// Runs the program of the step with the id `step`: reads the command line, does
+/// the work, and turns what it throws into one message on standard error and an
+/// exit status. When the work is done and the command line says "--reports
+/// SCRIPT", the reports of the step are made; one that fails is a warning.
 ///
 /// The status is one of ExitStatus; after a stop signal the program ends by
 /// that signal, its half-written files removed.
-int runStep(CLI::App& app, int argc, char** argv, const std::function<void()>& work);
+int runStep(CLI::App& app, const std::string& step, int argc, char** argv,
+            const std::function<void()>& work);
 
 /// Writes one line to standard output at once, so that a log can be followed.
 void printLine(const std::string& line);

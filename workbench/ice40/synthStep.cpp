@@ -277,7 +277,7 @@ int synthMain(int argc, char** argv) {
     SynthOptions options;
     CLI::App app("Synthesises Verilog for iCE40 devices with yosys.", "ice40_synth");
     declare(app, options);
-    return runStep(app, argc, argv, [&] { runSynthesis(options); });
+    return runStep(app, "synth_design", argc, argv, [&] { runSynthesis(options); });
 }
 
 }  // namespace ice40

@@ -65,7 +65,7 @@ TEST_F(ProjectFileTest, IsRefusedWhenANewerVersionWroteIt) {
 
 TEST_F(ProjectFileTest, IsReadWhenANewerMinorVersionWroteIt) {
     std::string newer = text();
-    newer.replace(newer.find("Minor=\"0\""), 9, "Minor=\"7\"");
+    newer.replace(newer.find("Minor=\"1\""), 9, "Minor=\"7\"");
     newer.replace(newer.find("<Run "), 5, "<Later Thing=\"1\"/><Run Later=\"2\" ");
     write(newer);
     EXPECT_EQ(refusal(), "nothing thrown");

@@ -1,0 +1,313 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "workbench/RunReports.h"
+
+#include <algorithm>
+#include <memory>
+#include <set>
+
+#include "environment/containers/HSTFwdIter.h"
+#include "environment/containers/HSTKeyValIter.h"
+#include "environment/errors/HEXUserException.h"
+#include "environment/files/HUTFile.h"
+#include "environment/messages/ComMsgMgr.h"
+#include "environment/messages/ComMsgMgrInstance.h"
+#include "environment/options/HATAttrSpec.h"
+#include "environment/options/HATOptGroup.h"
+#include "environment/options/HATOptGroupSpec.h"
+#include "environment/process/HUTFork.h"
+#include "runs/base/xperiment/HAXPExpInfoBase.h"
+#include "runs/base/xperiment/HAXPExpRunStep.h"
+#include "runs/base/xperiment/HAXPFlowStep.h"
+#include "runs/base/xperiment/HAXPScriptWriter.h"
+#include "runs/base/xperiment/HDGUIStatus.h"
+#include "runs/base/xpreport/HAXRReportConfig.h"
+#include "runs/base/xpreport/HAXRReportSpec.h"
+#include "runs/base/xpreport/HAXRReportSpecMgr.h"
+#include "runs/base/xpreport/reportConfigUtil.h"
+#include "workbench/HAXPExpRun.h"
+#include "workbench/OpenRunInfo.h"
+#include "workbench/entryRules.h"
+#include "workbench/optionText.h"
+#include "workbench/reportRecords.h"
+#include "workbench/reportScript.h"
+#include "workbench/strategies.h"
+
+namespace {
+
+using StepIter = std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>>;
+using ConfigIter = std::unique_ptr<HSTFwdIter<HAXRReportConfig*>>;
+
+template <class... Args> [[noreturn]] void fail(const char* format, const Args&... args) {
+    throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, format, args...));
+}
+
+std::string joined(const std::vector<std::string>& texts) {
+    std::string all;
+    for (const std::string& text : texts)
+        all += (all.empty() ? "" : ", ") + text;
+    return all.empty() ? "none" : all;
+}
+
+bool isNamed(const HAXRReportConfig& report, const std::string& name) {
+    return name == report.getName() || name == report.getDisplayName() ||
+           name == report.getSpecName();
+}
+
+/// Whether `name` is one of the report's names, or its step, a dot and one of them.
+bool isMeant(const HAXRReportConfig& report, const std::string& name) {
+    if (isNamed(report, name))
+        return true;
+    const std::string& stepId = report.getAssociatedStepName();
+    for (const std::string& step : {stepId, reportConfigUtil::getStepAlias(stepId)}) {
+        const std::string head = step + ".";
+        if (name.compare(0, head.size(), head) == 0 && isNamed(report, name.substr(head.size())))
+            return true;
+    }
+    return false;
+}
+
+std::vector<std::string> commandsOfCatalogue() {
+    std::vector<std::string> names;
+    const std::unique_ptr<HSTKeyValIter<std::string, HAXRReportSpec*>> specs(
+        HAXRReportSpecMgr::getGlobal()->createReportSpecIterator());
+    while (specs->hasNext())
+        names.push_back(specs->next().first);
+    return names;
+}
+
+HAXRReportSpec& specOf(const std::string& command) {
+    const std::vector<std::string> known = commandsOfCatalogue();
+    if (std::find(known.begin(), known.end(), command) == known.end())
+        fail("@60-84@%s%s", command, joined(known));
+    return *HAXRReportSpecMgr::getGlobal()->find(command);
+}
+
+/// `wanted`, with a number behind it where the run has a report of that display name.
+std::string freeDisplayName(const HAXPExpRun& run, const std::string& wanted) {
+    std::string name = wanted;
+    for (int n = 2; !run.isUniqueReportConfigDisplayName(name); ++n)
+        name = wanted + " " + std::to_string(n);
+    return name;
+}
+
+std::vector<std::string> optionNames(const HATOptGroup* group) {
+    std::vector<std::string> names;
+    if (group != nullptr) {
+        for (const auto& spec : group->getOptionsSpec()->getAttrSpecs())
+            names.push_back(spec->getName());
+    }
+    return names;
+}
+
+bool isAtWork(const HAXPExpRun& run) {
+    const int code = run.getStatus()->getCode();
+    return code == HDGUIStatus::statusRunning || code == HDGUIStatus::statusQueued;
+}
+
+/// Those whose reports a script of the step could never make.
+bool isMadeInLaunchOnly(const HAXPExpRunStep& step, const HAXPExpRun& run) {
+    const std::string& id = step.getFlowStep()->getFlowStepId();
+    return id == "init_design" || id == "write_bitstream" || id == "write_device_image" ||
+           (run.getExpInfoBase()->isImplFlow() && &step == run.getFirstStep());
+}
+
+}  // namespace
+
+RunReports::RunReports(HAXPExpRun& run) : m_run(run) {}
+
+std::vector<HAXRReportConfig*> RunReports::all() const {
+    std::vector<HAXRReportConfig*> all;
+    const StepIter steps(m_run.createRunStepIter());
+    while (steps->hasNext()) {
+        const ConfigIter reports(steps->next()->createReportConfigIter());
+        while (reports->hasNext())
+            all.push_back(reports->next());
+    }
+    return all;
+}
+
+HAXRReportConfig& RunReports::get(const std::string& name) const {
+    std::vector<HAXRReportConfig*> meant;
+    std::vector<std::string> names;
+    for (HAXRReportConfig* report : all()) {
+        names.push_back(report->getName());
+        if (report->getName() == name)
+            return *report;
+        if (isMeant(*report, name))
+            meant.push_back(report);
+    }
+    if (meant.empty())
+        fail("@60-85@%s%s%s", m_run.getName(), name, joined(names));
+    if (meant.size() > 1) {
+        names.clear();
+        for (const HAXRReportConfig* report : meant)
+            names.push_back(report->getName());
+        fail("@60-86@%s%s", name, joined(names));
+    }
+    return *meant.front();
+}
+
+HAXRReportConfig& RunReports::add(const std::string& stepName, const std::string& command,
+                                  const std::string& displayName) {
+    workbench::restoreStrategies();
+    HAXPExpRunStep& step = stepOf_(stepName);
+    HAXRReportSpec& spec = specOf(command);
+    m_run.updateStatus();
+    if (!m_run.canAddReport(&step))
+        fail("@60-87@%s%s", m_run.getName(), step.getFlowStep()->getFlowStepId());
+    if (!displayName.empty() && !m_run.isUniqueReportConfigDisplayName(displayName))
+        fail("@60-88@%s%s", m_run.getName(), displayName);
+    const std::string shown =
+        displayName.empty() ? freeDisplayName(m_run, spec.getDisplayName()) : displayName;
+    const std::string name = reportConfigUtil::createReportName(
+        &m_run, step.getFlowStep()->getFlowStepId(), spec.getName());
+    removeFailMarker_(name);
+    HAXRReportConfig* report = m_run.createReportConfig(name, &step, &spec, shown, true);
+    if (report == nullptr)
+        fail("@60-88@%s%s", m_run.getName(), name);
+    return *report;
+}
+
+void RunReports::remove(HAXRReportConfig& report) {
+    if (report.isStaticReport())
+        fail("@60-89@%s", report.getName());
+    m_run.deleteReportConfig(&report);
+    m_run.publishReports();
+}
+
+void RunReports::setEnabled(HAXRReportConfig& report, bool enable) {
+    m_run.updateStatus();
+    if (enable && !report.canEnableReport())
+        fail("@60-87@%s%s", m_run.getName(), report.getAssociatedStepName());
+    report.setEnabled(enable, true);
+    m_run.publishReports();
+}
+
+void RunReports::setOption(HAXRReportConfig& report, const std::string& option,
+                           const std::string& value) {
+    HATOptGroup* group = report.isStaticReport() ? nullptr : report.getOptions();
+    const HATAttrSpec* spec = group == nullptr ? nullptr : group->getAttrSpecByName(option);
+    if (spec == nullptr)
+        fail("@60-90@%s%s%s", report.getName(), option,
+             joined(report.isStaticReport() ? std::vector<std::string>() : optionNames(group)));
+    workbench::requireReportOption(option, value);
+    const std::string before = workbench::optionText(*group, *spec);
+    std::string reason;
+    if (!workbench::setOptionText(*group, *spec, value, reason))
+        fail("@60-91@%s%s%s", option, report.getName(), reason);
+    report.addOrUpdateStaleReason(option, before, workbench::optionText(*group, *spec));
+}
+
+void RunReports::applyStrategy(const HAXRReportStrategy& strategy) {
+    m_run.updateStatus();
+    if (isAtWork(m_run))
+        fail("@60-92@%s", m_run.getName());
+    const StepIter steps(m_run.createRunStepIter());
+    while (steps->hasNext())
+        steps->next()->resetReportConfigs();
+    m_run.applyReportStrategy(&strategy);
+    workbench::nameStaticReports(m_run);
+    m_run.publishReports();
+}
+
+std::vector<RunReports::Outcome> RunReports::generate(const std::vector<HAXRReportConfig*>& reports,
+                                                      bool again) {
+    m_run.updateStatus();
+    if (isAtWork(m_run))
+        fail("@60-92@%s", m_run.getName());
+    m_run.getInfo().updStaleReasons();
+    m_run.lookForReports();
+    std::vector<Outcome> outcomes;
+    std::set<const HAXRReportConfig*> wanted;
+    std::vector<HAXRReportConfig*> toReset;
+    std::vector<std::string> stepIds;
+    for (HAXRReportConfig* report : reports) {
+        outcomes.push_back({report, false, refusal_(*report, again)});
+        if (!outcomes.back().reason.empty() || !wanted.insert(report).second)
+            continue;
+        toReset.push_back(report);
+        const std::string& id = report->getAssociatedStepName();
+        if (std::find(stepIds.begin(), stepIds.end(), id) == stepIds.end())
+            stepIds.push_back(id);
+    }
+    if (wanted.empty())
+        return outcomes;
+    for (HAXRReportConfig* report : toReset)
+        report->reset(false);
+    workbench::writeReportScript(
+        m_run, [&](const HAXRReportConfig& report) { return wanted.count(&report) > 0; });
+    HAXPScriptWriter(&m_run).writeReportScript();
+    for (const std::string& id : stepIds)
+        runScript_(id);
+    m_run.lookForReports();
+    for (Outcome& outcome : outcomes) {
+        if (!outcome.reason.empty())
+            continue;
+        outcome.made = outcome.report->getState() == HAXRReportConfig::REPORT_GENERATED;
+        if (!outcome.made)
+            outcome.reason = "it failed; see " +
+                             m_run.pathOf(outcome.report->getAssociatedStepName() + "_reports.log");
+    }
+    return outcomes;
+}
+
+HAXPExpRunStep& RunReports::stepOf_(const std::string& name) const {
+    std::vector<std::string> known;
+    const StepIter steps(m_run.createRunStepIter());
+    while (steps->hasNext()) {
+        HAXPExpRunStep* step = steps->next();
+        const HAXPFlowStep* flowStep = step->getFlowStep();
+        if (name == flowStep->getFlowStepId() || name == flowStep->getAbbrev())
+            return *step;
+        known.push_back(flowStep->getFlowStepId());
+    }
+    fail("@60-93@%s%s%s", m_run.getName(), name, joined(known));
+}
+
+HAXPExpRunStep* RunReports::stepOf_(const HAXRReportConfig& report) const {
+    const StepIter steps(m_run.createRunStepIter());
+    while (steps->hasNext()) {
+        HAXPExpRunStep* step = steps->next();
+        if (step->getFlowStep()->getFlowStepId() == report.getAssociatedStepName())
+            return step;
+    }
+    return nullptr;
+}
+
+/// Why the report isn't to be made now; empty when it is.
+std::string RunReports::refusal_(const HAXRReportConfig& report, bool again) const {
+    const HAXPExpRunStep* step = stepOf_(report);
+    if (report.isStaticReport())
+        return "the run leaves it by itself";
+    if (!report.isEnabled())
+        return "it is disabled";
+    if (report.getState() == HAXRReportConfig::REPORT_GENERATED && !again)
+        return "it is up to date";
+    if (step == nullptr || isMadeInLaunchOnly(*step, m_run))
+        return "a report of this step is made in a launch only";
+    if (step->getStatus()->getCode() != HDGUIStatus::statusDone)
+        return "its step isn't done";
+    if (m_run.getExpInfoBase()->isCompleteRunResetRequired() ||
+        m_run.getFirstStaleOrOwnStep(report.getAssociatedStepName())->isStale())
+        return "the results of its step are stale; launch the run first";
+    return {};
+}
+
+void RunReports::runScript_(const std::string& stepId) const {
+    HUTFork script;
+    script.addArg(m_run.pathOf(stepId + "_reports.sh"));
+    std::string dir;
+    m_run.getRunDir(dir);
+    script.setWorkingDir(dir);
+    // What it ends with doesn't count: the reports tell by their files.
+    if (script.launch(true, false, false, true) < 0)
+        fail("@60-94@%s%s", m_run.getName(), script.getError());
+}
+
+void RunReports::removeFailMarker_(const std::string& reportName) const {
+    std::string dir;
+    m_run.getRunDir(dir);
+    if (!dir.empty())
+        HUTFile(m_run.pathOf("." + reportName + ".fail")).rm();
+}
