@@ -4,8 +4,10 @@
 
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "environment/containers/HSTFwdIter.h"
+#include "environment/containers/HSTVector.h"
 #include "environment/observers/HUTDirtyObserver.h"
 #include "environment/options/HATAttrObj.h"
 #include "environment/options/HATOptGroupObserver.h"
@@ -138,6 +140,25 @@ public:
     bool canResetStep(const HAXPFlowStep* flowStep, std::string& reason);
     bool canResetStep(const HAXPFlowStep* flowStep);
     bool canRemoveStep(HAXPExpRunStep* step, std::string& reason);
+    /// Deletes the step with its reports, its entry in the run's strategy and that in its
+    /// report strategy; files stay. Nothing happens when the step filter refuses it and
+    /// isn't skipped. `latestStep` is left: a concrete run clears it. (locks)
+    /// @throws HEXAlgException the run doesn't have the step; or steps and strategy didn't
+    /// go together before, in which case the step is gone.
+    void removeStep(HAXPExpRunStep* step, bool skipFilter);
+    /// The same for the step of `flowStep`; nothing if none.
+    void removeStep(const HAXPFlowStep* flowStep, bool skipFilter);
+    /// Takes back the step of `flowStep` and every one behind it, disabled ones too, from
+    /// the last to the first: status markers, status and stale reasons, and with
+    /// `cleanFiles` the files that it left. The queue markers of the run go as well. Mode,
+    /// activation and file tables stay. Whether every step was taken back; false when
+    /// there is none. (locks, not while it removes)
+    /// @throws HEXUserException `checkFilter` is set and the step filter refuses.
+    /// @throws HEXAlgException the same for a null step.
+    /// What HAXPExpRunStep::resetStep() throws passes on; later steps are taken back then.
+    bool resetStep(const HAXPFlowStep* flowStep, bool checkFilter, bool cleanFiles);
+    /// The same with the filter and with files.
+    bool resetStep(const HAXPFlowStep* flowStep);
     /// Takes over strategy, name and description of `strategy` and rebuilds the steps
     /// from it; with them go their report configurations and stale reasons. Whoever
     /// hears of the change finds the new steps; what that throws passes on, the
@@ -233,7 +254,11 @@ public:
     HAXPExpRunStep* getFirstIncompleteStep() const;  ///< Behind the last done step. (locks)
     HAXPExpRunStep* getResetFromStep() const;        ///< (locks)
     HAXPExpRunStep* getEffectiveNextStep() const;    ///< (locks)
-    HAXPExpRunStep* getEffectivePrevStep() const;    ///< The last attempted step. (locks)
+    /// Adds the abbreviations of the usable steps that a launch would go through, from
+    /// getEffectiveNextStep() to the end, whatever step was chosen to stop at. The size
+    /// of `names` afterwards. (locks)
+    int getNextSteps(HSTVector<std::string>& names) const;
+    HAXPExpRunStep* getEffectivePrevStep() const;  ///< The last attempted step. (locks)
     bool canResetPrevStep() const;
     /// Whether the next step may be launched. The run must have a last step.
     bool canLaunchNextStep() const;
@@ -303,6 +328,9 @@ private:
     HAXRReportStrategy& requireReportStrategy_() const;
     void appendStep_(const HAXPFlowStep* flowStep);
     void takeStep_(std::unique_ptr<HAXPExpRunStep> step);
+    void requireResettable_(const HAXPFlowStep* flowStep);
+    std::vector<HAXPExpRunStep*> stepsFrom_(const HAXPFlowStep* flowStep) const;
+    std::unique_ptr<HAXPExpRunStep> takeOut_(const HAXPExpRunStep* step);
     void dropStepsFrom_(int count);
     void buildSteps_();
     void updatePlaces_() const;

@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 // How the steps of a run come and go.
 
+#include <algorithm>
 #include <utility>
 
 #include "environment/errors/HEXAlgException.h"
@@ -13,6 +14,7 @@
 #include "runs/base/xperiment/HAXPFlowStep.h"
 #include "runs/base/xperiment/HAXPFlowStepOptions.h"
 #include "runs/base/xperiment/runData.h"
+#include "runs/base/xpreport/HAXRReportStrategy.h"
 
 using xperiment::RunLock;
 
@@ -84,6 +86,32 @@ bool HAXPExpRunBase::canRemoveStep(HAXPExpRunStep* step, std::string& reason) {
     return stepFilter().canRemoveStep(step, this, reason);
 }
 
+void HAXPExpRunBase::removeStep(HAXPExpRunStep* step, bool skipFilter) {
+    HAXPStrategy& strategy = requireStrategy_();
+    std::string reason;
+    if (!skipFilter && !canRemoveStep(step, reason))
+        return;
+    std::unique_ptr<HAXPExpRunStep> removed = takeOut_(step);
+    const HAXPFlowStep* flowStep = removed->getFlowStep();
+    const HATOptGroup* options = removed->getOptions();
+    // It points into the strategies, so it goes first.
+    removed.reset();
+    dropUnusedStaticSpecs_();
+    strategy.dropEntry_(options);
+    const bool isLastOfItsKind = getRunStep(flowStep) == nullptr;
+    if (m_data->reportStrategy != nullptr && isLastOfItsKind)
+        m_data->reportStrategy->removeStep(flowStep->getFlowStepId());
+    if (strategy.stepCount() != effectiveStepCount(false))
+        throw HEXAlgException("RunStep/Option mismatch");
+    updateStatus();
+    setDirty();
+}
+
+void HAXPExpRunBase::removeStep(const HAXPFlowStep* flowStep, bool skipFilter) {
+    if (HAXPExpRunStep* step = getRunStep(flowStep))
+        removeStep(step, skipFilter);
+}
+
 void HAXPExpRunBase::applyStrategy(const HAXPStrategy* strategy) {
     if (strategy == nullptr)
         throw HEXAlgException("Can't apply null strategy to run");
@@ -125,6 +153,21 @@ void HAXPExpRunBase::takeStep_(std::unique_ptr<HAXPExpRunStep> step) {
     step->countStaleChangesIn_(m_data->stepChanges);
     m_data->steps.push_back(std::move(step));
     ++m_data->stepChanges;
+}
+
+std::unique_ptr<HAXPExpRunStep> HAXPExpRunBase::takeOut_(const HAXPExpRunStep* step) {
+    const RunLock lock(m_data->mutex);
+    auto& steps = m_data->steps;
+    const auto at = std::find_if(steps.begin(), steps.end(),
+                                 [step](const auto& owned) { return owned.get() == step; });
+    if (at == steps.end())
+        throw HEXAlgException("step not found");
+    std::unique_ptr<HAXPExpRunStep> taken = std::move(*at);
+    steps.erase(at);
+    taken->removeRun(this);
+    m_data->msgHandles.remove(&taken->getMsgSrcHandle());
+    ++m_data->stepChanges;
+    return taken;
 }
 
 void HAXPExpRunBase::dropStepsFrom_(int count) {

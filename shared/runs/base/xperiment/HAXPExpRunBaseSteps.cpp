@@ -183,6 +183,18 @@ HAXPExpRunStep* HAXPExpRunBase::getEffectiveNextStep() const {
     return getNextStep(getLastDoneStep(), true);
 }
 
+int HAXPExpRunBase::getNextSteps(HSTVector<std::string>& names) const {
+    const HAXPExpRunStep* next = getEffectiveNextStep();
+    const RunLock lock(m_data->mutex);
+    bool isAhead = false;
+    for (const auto& step : m_data->steps) {
+        isAhead = isAhead || step.get() == next;
+        if (isAhead && isUsable(*step))
+            names.push_back(step->getFlowStep()->getAbbrev());
+    }
+    return static_cast<int>(names.size());
+}
+
 HAXPExpRunStep* HAXPExpRunBase::getEffectivePrevStep() const {
     return getLastAttemptedStep();
 }

@@ -163,6 +163,17 @@ public:
     /// forgotten. No file is touched.
     void resetStatus();
 
+    /// Takes the step back: removes its status markers from `runDir`, resets its status
+    /// and forgets its stale reasons; with `cleanFiles` it also removes its report files,
+    /// the files that its flow step generates, by the file tables of run and step, and its
+    /// message file. Nothing outside of `runDir` is reached through a link or a name. False
+    /// when a marker can't be removed: then reasons and files stay. Other files that can't
+    /// be removed don't change the answer.
+    /// @throws std::regex_error a generated file's pattern isn't one.
+    /// @throws boost::filesystem::filesystem_error the folder of a pattern can't be read;
+    /// after both, markers and status are gone and the stale reasons stay.
+    bool resetStep(const std::string& runDir, bool cleanFiles);
+
     /// The step's message handle, loaded or not; good as long as the step.
     ComMsgMgrSrcHandle& getMsgSrcHandle() const;
     /// The messages of the finished step, loaded from its message file in `runDir` at
@@ -177,6 +188,8 @@ private:
     /// outlives the step.
     void countStaleChangesIn_(std::atomic<unsigned long>& counter);
     std::string hookFile_(const std::string& dbId) const;
+    void removeReportFiles_(const std::string& runDir);
+    void removeGeneratedFiles_(const std::string& runDir);
     bool rebuildOptionReasons_(HAXPStrategy* current, HAXPStrategy* snapshot, bool compareAll);
     void checkDeviceImage_(const HADAFileSet* fileSet);
     void unloadMessages_();

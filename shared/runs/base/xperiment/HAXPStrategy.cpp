@@ -275,3 +275,14 @@ void HAXPStrategy::dropEntriesFrom_(int count) {
     while (static_cast<int>(m_stepOptions.size()) > count)
         m_stepOptions.pop_back();
 }
+
+void HAXPStrategy::dropEntry_(const HATOptGroup* options) {
+    const auto group = std::find(m_options.begin(), m_options.end(), options);
+    if (group != m_options.end())
+        m_options.erase(group);
+    const auto entry =
+        std::find_if(m_stepOptions.begin(), m_stepOptions.end(),
+                     [options](const auto& step) { return step->getOptions() == options; });
+    if (entry != m_stepOptions.end())
+        m_stepOptions.erase(entry);
+}

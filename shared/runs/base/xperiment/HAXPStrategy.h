@@ -153,6 +153,8 @@ private:
     void takeOver_(const HAXPStrategy* source, bool ignoreFilter,
                    boost::logic::tribool deviceImage);
     void dropEntriesFrom_(int count);
+    /// Removes the entry with these tool options, if there is one.
+    void dropEntry_(const HATOptGroup* options);
 
     static HAXPStepFilter* sp_stepFilter;
 

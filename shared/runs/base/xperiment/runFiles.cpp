@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "runs/base/xperiment/runFiles.h"
+
+#include <regex>
+#include <vector>
+
+#include <boost/filesystem.hpp>
+
+#include "environment/files/HUTFile.h"
+#include "environment/files/HUTFileUtils.h"
+
+namespace xperiment {
+
+namespace fs = boost::filesystem;
+
+namespace {
+
+constexpr char kAnyText = '*';
+constexpr std::size_t kMaxPatternBytes = 1024;
+
+std::string pathIn(const std::string& runDir, const std::string& name) {
+    return runDir + HUTFile::getDirSeparator() + name;
+}
+
+/// Whether a folder is there, and no link to one.
+bool isRealFolder(const std::string& path) {
+    boost::system::error_code failed;
+    return fs::symlink_status(path, failed).type() == fs::directory_file;
+}
+
+/// The time that a match takes grows with the lengths of pattern and name alone.
+std::regex compilePattern(const std::string& pattern) {
+    if (pattern.size() > kMaxPatternBytes)
+        throw std::regex_error(std::regex_constants::error_space);
+    auto flags = std::regex_constants::ECMAScript;
+#ifdef __GLIBCXX__
+    flags |= std::regex_constants::__polynomial;
+#endif
+    return std::regex(pattern, flags);
+}
+
+void removeMatches(const std::string& runDir, const std::string& name) {
+    const std::string& separator = HUTFile::getDirSeparator();
+    const std::size_t last = name.find_last_of(separator);
+    const std::string folder = last == std::string::npos ? "" : name.substr(0, last);
+    const std::regex pattern =
+        compilePattern(last == std::string::npos ? name : name.substr(last + 1));
+    std::vector<std::string> matches;
+    for (const fs::directory_entry& entry : fs::directory_iterator(pathIn(runDir, folder))) {
+        const std::string entryName = entry.path().filename().string();
+        if (std::regex_match(entryName, pattern))
+            matches.push_back(folder.empty() ? entryName : folder + separator + entryName);
+    }
+    for (const std::string& match : matches)
+        HUTFileUtils::removeBelow(runDir, match);
+}
+
+}  // namespace
+
+void removeRunFile(const std::string& runDir, const std::string& name) {
+    if (runDir.empty() || name.empty())
+        return;
+    const std::string path = pathIn(runDir, name);
+    if (name.find(HUTFile::getDirSeparator()) == std::string::npos)
+        HUTFile(path).rm();
+    else if (!isRealFolder(path))
+        HUTFileUtils::removeBelow(runDir, name);
+}
+
+void removeRunPath(const std::string& runDir, const std::string& path) {
+    const std::string start = pathIn(runDir, "");
+    if (!runDir.empty() && path.compare(0, start.size(), start) == 0)
+        removeRunFile(runDir, path.substr(start.size()));
+    else
+        HUTFile(path).rm();
+}
+
+void removeGenerated(const std::string& runDir, const std::string& name) {
+    if (runDir.empty() || name.empty())
+        return;
+    if (name.find(kAnyText) != std::string::npos) {
+        removeMatches(runDir, name);
+        return;
+    }
+    const HUTFile file(pathIn(runDir, name));
+    if (!file.isDir())
+        removeRunFile(runDir, name);
+    else if (HUTFileUtils::removeBelow(runDir, name))
+        file.mkDir();
+}
+
+}  // namespace xperiment

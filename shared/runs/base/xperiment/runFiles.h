@@ -1,0 +1,30 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <string>
+
+namespace xperiment {
+
+// The names of files in a run directory come from tables that a tool may have filled.
+// Whatever a name says, nothing outside of the directory is touched: no link below it is
+// followed, and no name goes up. An empty name, or an empty directory, names nothing.
+// What can't be removed stays without a word, unless said otherwise.
+
+/// Removes the file or link `name`; a folder of that name stays.
+void removeRunFile(const std::string& runDir, const std::string& name);
+
+/// removeRunFile() of a full path, which need not lie in the directory.
+void removeRunPath(const std::string& runDir, const std::string& path);
+
+/// Removes what was generated as `name`: a file as removeRunFile() does; a folder is
+/// emptied and made again; behind a '*' in it, `name` is a folder and a pattern, the
+/// part behind the last separator, and every entry of the folder whose whole name
+/// matches the pattern goes with all that is in it. The pattern is an ECMAScript regular
+/// expression without back-references.
+/// @throws std::regex_error the pattern isn't one, is longer than 1024 bytes, or needs
+///     too much memory; nothing is removed.
+/// @throws boost::filesystem::filesystem_error the folder of a pattern can't be read.
+void removeGenerated(const std::string& runDir, const std::string& name);
+
+}  // namespace xperiment
