@@ -41,16 +41,15 @@ std::regex compilePattern(const std::string& pattern) {
 }
 
 void removeMatches(const std::string& runDir, const std::string& name) {
-    const std::string& separator = HUTFile::getDirSeparator();
-    const std::size_t last = name.find_last_of(separator);
-    const std::string folder = last == std::string::npos ? "" : name.substr(0, last);
-    const std::regex pattern =
-        compilePattern(last == std::string::npos ? name : name.substr(last + 1));
+    const std::size_t last = name.find_last_of(HUTFile::getDirSeparator());
+    const std::size_t start = last == std::string::npos ? 0 : last + 1;
+    const std::string folder = name.substr(0, start);
+    const std::regex pattern = compilePattern(name.substr(start));
     std::vector<std::string> matches;
     for (const fs::directory_entry& entry : fs::directory_iterator(pathIn(runDir, folder))) {
         const std::string entryName = entry.path().filename().string();
         if (std::regex_match(entryName, pattern))
-            matches.push_back(folder.empty() ? entryName : folder + separator + entryName);
+            matches.push_back(folder + entryName);
     }
     for (const std::string& match : matches)
         HUTFileUtils::removeBelow(runDir, match);
