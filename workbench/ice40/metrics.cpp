@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "workbench/ice40/jsonNumbers.h"
 #include "workbench/ice40/stepFiles.h"
 
 namespace ice40 {
@@ -54,14 +55,20 @@ bool getNumber(const json& object, const char* key, double& value) {
     return true;
 }
 
+/// How long a step took: no more than some thousand years.
+bool getSeconds(const json& document, StepMetrics& metrics) {
+    constexpr double kMost = 1e11;
+    return getNumber(document, kSeconds, metrics.seconds) && metrics.seconds >= 0 &&
+           metrics.seconds <= kMost;
+}
+
 bool getCounts(const json& document, StepMetrics& metrics) {
     const auto found = document.find(kCounts);
     if (found == document.end() || !found->is_object())
         return false;
     for (const auto& item : found->items()) {
-        if (!item.value().is_number_integer())
+        if (!getCount(item.value(), metrics.counts[item.key()]))
             return false;
-        metrics.counts[item.key()] = item.value().get<long>();
     }
     return true;
 }
@@ -74,7 +81,7 @@ bool getClocks(const json& document, StepMetrics& metrics) {
         ClockTiming clock;
         if (!item.is_object() || !getText(item, kName, clock.name) ||
             !getNumber(item, kFmax, clock.fmaxMhz) || !getNumber(item, kTarget, clock.targetMhz) ||
-            !(clock.fmaxMhz > 0) || !(clock.targetMhz > 0))
+            !isFrequency(clock.fmaxMhz) || !isFrequency(clock.targetMhz))
             return false;
         metrics.clocks.push_back(clock);
     }
@@ -85,7 +92,7 @@ bool getIcetime(const json& document, StepMetrics& metrics) {
     if (!document.contains(kIcetime))
         return true;
     double mhz = 0;
-    if (!getNumber(document, kIcetime, mhz))
+    if (!getNumber(document, kIcetime, mhz) || !isFrequency(mhz))
         return false;
     metrics.icetimeMhz = mhz;
     return true;
@@ -174,7 +181,7 @@ bool parseMetrics(const std::string& text, StepMetrics& metrics, std::string& re
         return false;
     StepMetrics result;
     if (!getText(document, kStep, result.step) || !getText(document, kTool, result.tool) ||
-        !getNumber(document, kSeconds, result.seconds) || !getCounts(document, result) ||
+        !getSeconds(document, result) || !getCounts(document, result) ||
         !getClocks(document, result) || !getIcetime(document, result) ||
         !getFiles(document, result)) {
         reason = "a value of it is missing or of the wrong kind";

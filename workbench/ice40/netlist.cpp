@@ -6,6 +6,8 @@
 #include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
 
+#include "workbench/ice40/jsonNumbers.h"
+
 namespace ice40 {
 
 namespace {
@@ -43,7 +45,9 @@ std::string chooseTop(const json& modules) {
 
 int integerOr(const json& object, const char* key, int otherwise) {
     const auto found = object.find(key);
-    return found != object.end() && found->is_number_integer() ? found->get<int>() : otherwise;
+    if (found != object.end())
+        getWhole(*found, otherwise);
+    return otherwise;
 }
 
 /// Adds the bits of one port in the numbering of its declaration.
@@ -58,13 +62,13 @@ bool addPort(const std::string& name, const json& port, std::vector<PortBit>& po
     const bool upto = integerOr(port, "upto", 0) != 0;
     for (int i = 0; i < width; ++i) {
         PortBit bit;
-        const int index = offset + (upto ? width - 1 - i : i);
+        const long index = long{offset} + (upto ? width - 1 - i : i);
         const bool plain = width == 1 && offset == 0;
         bit.name = plain ? name : fmt::format("{}[{}]", name, index);
         bit.port = name;
         bit.direction = direction->get<std::string>();
         const json& net = (*bits)[static_cast<std::size_t>(i)];
-        bit.net = net.is_number_integer() ? net.get<int>() : -1;
+        getWhole(net, bit.net);
         ports.push_back(bit);
     }
     return true;

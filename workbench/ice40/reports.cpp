@@ -9,6 +9,8 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "workbench/ice40/jsonNumbers.h"
+
 namespace ice40 {
 
 namespace {
@@ -50,12 +52,14 @@ bool takeResource(const json& utilization, const Resource& resource, StepMetrics
         return true;
     const auto used = found->find("used");
     const auto available = found->find("available");
-    if (used == found->end() || !used->is_number_integer() || available == found->end() ||
-        !available->is_number_integer())
+    long count = 0;
+    if (available == found->end() || !getCount(*available, count))
         return false;
-    metrics.counts[resource.used] = used->get<long>();
     if (resource.available != nullptr)
-        metrics.counts[resource.available] = available->get<long>();
+        metrics.counts[resource.available] = count;
+    if (used == found->end() || !getCount(*used, count))
+        return false;
+    metrics.counts[resource.used] = count;
     return true;
 }
 
@@ -66,7 +70,7 @@ bool takeClock(const std::string& name, const json& entry, StepMetrics& metrics)
         !constraint->is_number())
         return false;
     ClockTiming clock{name, achieved->get<double>(), constraint->get<double>()};
-    if (!(clock.fmaxMhz > 0) || !(clock.targetMhz > 0))
+    if (!isFrequency(clock.fmaxMhz) || !isFrequency(clock.targetMhz))
         return false;
     metrics.clocks.push_back(clock);
     return true;
@@ -90,20 +94,18 @@ bool parseStatReport(const std::string& text, CellCounts& counts, std::string& r
     const json document = json::parse(text, nullptr, false);
     if (document.is_discarded() || !document.is_object())
         return refuse(reason, kNoJson);
+    CellCounts result;
     const auto design = document.find("design");
     if (design == document.end() || !design->is_object() || !design->contains("num_cells") ||
-        !(*design)["num_cells"].is_number_integer() || !design->contains("num_cells_by_type") ||
+        !getCount((*design)["num_cells"], result.cells) || !design->contains("num_cells_by_type") ||
         !(*design)["num_cells_by_type"].is_object())
         return refuse(reason, "it holds no cell counts of a design");
-    CellCounts result;
     result.creator = document.contains("creator") && document["creator"].is_string()
                          ? document["creator"].get<std::string>()
                          : std::string();
-    result.cells = (*design)["num_cells"].get<long>();
     for (const auto& item : (*design)["num_cells_by_type"].items()) {
-        if (!item.value().is_number_integer())
+        if (!getCount(item.value(), result.byType[item.key()]))
             return refuse(reason, "a cell count of it is not a number");
-        result.byType[item.key()] = item.value().get<long>();
     }
     counts = std::move(result);
     return true;
@@ -164,7 +166,8 @@ void PnrLog::readClock_(const std::string& line, std::size_t at) {
     std::string verdict;
     std::string preposition;
     if (!readNumber(rest, clock.fmaxMhz) || !(rest >> unit >> verdict >> preposition) ||
-        !readNumber(rest, clock.targetMhz) || !(clock.fmaxMhz > 0) || !(clock.targetMhz > 0))
+        !readNumber(rest, clock.targetMhz) || !isFrequency(clock.fmaxMhz) ||
+        !isFrequency(clock.targetMhz))
         return;
     const auto isSame = [&](const ClockTiming& known) { return known.name == clock.name; };
     const auto known = std::find_if(m_clocks.begin(), m_clocks.end(), isSame);
@@ -182,7 +185,7 @@ void PnrLog::readPacking_(const std::string& line) {
     words >> info >> count;
     std::getline(words, rest);
     static const std::string kUse = " LCs used as ";
-    if (words && rest.rfind(kUse, 0) == 0)
+    if (words && isCount(count) && rest.rfind(kUse, 0) == 0)
         m_packed[rest.substr(kUse.size())] = count;
 }
 
@@ -204,7 +207,7 @@ std::optional<double> parseIcetimeLine(const std::string& line) {
     std::istringstream rest(line.substr(bracket + 1));
     double mhz = 0;
     std::string unit;
-    if (!readNumber(rest, mhz) || !(rest >> unit) || unit != "MHz)" || !(mhz > 0))
+    if (!readNumber(rest, mhz) || !(rest >> unit) || unit != "MHz)" || !isFrequency(mhz))
         return std::nullopt;
     return mhz;
 }

@@ -143,6 +143,26 @@ INSTANTIATE_TEST_SUITE_P(
             METRICS_HEAD
             R"(,"seconds":1,"counts":{},"clocks":[{"name":"c","fmax_mhz":0,"target_mhz":1}]})",
             kWrongKind},
+        BadMetrics{"CountBeyondAll",
+                   METRICS_HEAD
+                   R"(,"seconds":1,"counts":{"luts":18446744073709551615},"clocks":[]})",
+                   kWrongKind},
+        BadMetrics{"CountBelowZero",
+                   METRICS_HEAD R"(,"seconds":1,"counts":{"luts":-1},"clocks":[]})", kWrongKind},
+        BadMetrics{"SecondsBelowZero", METRICS_HEAD R"(,"seconds":-1,"counts":{},"clocks":[]})",
+                   kWrongKind},
+        BadMetrics{"SecondsBeyondAll", METRICS_HEAD R"(,"seconds":1e300,"counts":{},"clocks":[]})",
+                   kWrongKind},
+        BadMetrics{
+            "ClockThatWouldBeWrittenAsZero",
+            METRICS_HEAD
+            R"(,"seconds":1,"counts":{},"clocks":[{"name":"c","fmax_mhz":1e-320,"target_mhz":1}]})",
+            kWrongKind},
+        BadMetrics{
+            "ClockBeyondAll",
+            METRICS_HEAD
+            R"(,"seconds":1,"counts":{},"clocks":[{"name":"c","fmax_mhz":1,"target_mhz":1e308}]})",
+            kWrongKind},
         BadMetrics{"IcetimeIsText",
                    METRICS_HEAD R"(,"seconds":1,"counts":{},"clocks":[],"icetime_mhz":"1"})",
                    kWrongKind}),

@@ -68,6 +68,16 @@ TEST(NetlistTest, NumbersBitsAsDeclared) {
     EXPECT_EQ(namesOf(netlist), (std::vector<std::string>{"p[3]"}));
 }
 
+TEST(NetlistTest, NumbersBitsBehindTheLargestOffset) {
+    Netlist netlist;
+    std::string reason;
+    ASSERT_TRUE(parseNetlist(
+        moduleWithPort(R"({"direction":"input","bits":[2,99999999999],"offset":2147483647})"), "m",
+        netlist, reason));
+    EXPECT_EQ(netlist.ports.at(1).name, "p[2147483648]");
+    EXPECT_EQ(netlist.ports.at(1).net, -1);
+}
+
 TEST(NetlistTest, IsRefusedWithoutTheTopModule) {
     Netlist netlist;
     netlist.top = "kept";
