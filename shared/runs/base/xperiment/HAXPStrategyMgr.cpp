@@ -6,13 +6,13 @@
 #include <map>
 #include <memory>
 #include <set>
+#include <stdexcept>
 #include <unordered_map>
 
 #include <boost/logic/tribool.hpp>
 
 #include "environment/messages/ComMsgMgr.h"
 #include "environment/strings/HSTStringUtils.h"
-#include "environment/xml/HXMLReadException.h"
 #include "runs/base/xperiment/HAXPMgr.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xperiment/HAXPTypes.h"
@@ -21,6 +21,7 @@
 #include "runs/base/xpreport/HAXRReportStrategy.h"
 #include "runs/base/xpreport/HAXRReportStrategyXMLParser1.h"
 #include "runs/base/xpreport/HAXRReportStrategyXMLWriter1.h"
+#include "runs/base/xpreport/documentRules.h"
 #include "runs/base/xpstratxio/HAXSStrategyXMLParser.h"
 #include "runs/base/xpstratxio/HAXSStrategyXMLWriter.h"
 
@@ -49,7 +50,7 @@ struct StrategyKind {
     static constexpr char kDeleteNoList[] = "no strategies registered for this flow";
     static constexpr char kDeleteUnregistered[] = "can't delete unregistered strategy";
 
-    static std::vector<Owned> read(const std::string& path, bool& isForeign, std::string& version);
+    static xperiment::StratFile<Owned> read(const std::string& path);
 
     static void write(Strategy& strategy, const std::string& path) {
         HAXSStrategyXMLWriter(path).writeStrategy(&strategy);
@@ -70,22 +71,22 @@ struct StrategyKind {
     static void markModified(Strategy&) {}
 };
 
-std::vector<StrategyKind::Owned> StrategyKind::read(const std::string& path, bool& isForeign,
-                                                    std::string& version) {
+xperiment::StratFile<StrategyKind::Owned> StrategyKind::read(const std::string& path) {
+    xperiment::StratFile<Owned> file;
+    file.isBroken = true;
     HAXSStrategyXMLParser parser;
     try {
-        parser.parseStrategies(path);
+        file.isBroken = !parser.parseStrategies(path);
     } catch (const std::exception&) {
         // All else is told by the parser itself.
         sendReadError(path, parser.getLine(), "the version of the tool is no number");
     }
-    std::vector<Owned> strategies;
     const std::unique_ptr<HSTFwdIter<HAXPStrategy*>> finished(parser.createStrategyIter());
     while (finished->hasNext())
-        strategies.emplace_back(finished->next());
-    isForeign = parser.needsBackup();
-    version = parser.getWriterVersion();
-    return strategies;
+        file.strategies.emplace_back(finished->next());
+    file.isForeign = parser.needsBackup();
+    file.version = parser.getWriterVersion();
+    return file;
 }
 
 struct ReportStrategyKind {
@@ -113,7 +114,7 @@ struct ReportStrategyKind {
     static constexpr char kDeleteNoList[] = "no report strategies registered for this flow";
     static constexpr char kDeleteUnregistered[] = "can't delete unregistered report strategy";
 
-    static std::vector<Owned> read(const std::string& path, bool& isForeign, std::string& version);
+    static xperiment::StratFile<Owned> read(const std::string& path);
 
     static void write(Strategy& strategy, const std::string& path) {
         HAXRReportStrategyXMLWriter1(path).writeReportStrategy(&strategy);
@@ -132,23 +133,26 @@ struct ReportStrategyKind {
     static void markModified(Strategy& strategy) { strategy.setModified(); }
 };
 
-std::vector<ReportStrategyKind::Owned>
-ReportStrategyKind::read(const std::string& path, bool& isForeign, std::string& version) {
+xperiment::StratFile<ReportStrategyKind::Owned> ReportStrategyKind::read(const std::string& path) {
+    xperiment::StratFile<Owned> file;
+    file.isBroken = true;
     HAXRReportStrategyXMLParser1 parser;
     try {
         parser.parseStrategies(path);
-    } catch (const HXMLReadException& error) {
-        sendReadError(error.getFileName(), error.getLine(), error.getReason());
+        file.isBroken = false;
+    } catch (const xpreport::ReadFailure& error) {
+        sendReadError(path, error.getLine(), error.getReason());
+    } catch (const std::logic_error&) {
+        sendReadError(path, parser.getLine(), "the version of the tool is no number");
     } catch (const std::exception& error) {
-        sendReadError(path, 0, error.what());
+        sendReadError(path, parser.getLine(), error.what());
     }
-    std::vector<Owned> strategies;
     const std::unique_ptr<HSTFwdIter<HAXRReportStrategy*>> finished(parser.createStrategyIter());
     while (finished->hasNext())
-        strategies.emplace_back(finished->next());
-    isForeign = parser.needsBackup();
-    version = parser.getWriterVersion();
-    return strategies;
+        file.strategies.emplace_back(finished->next());
+    file.isForeign = parser.needsBackup();
+    file.version = parser.getWriterVersion();
+    return file;
 }
 
 }  // namespace

@@ -86,14 +86,18 @@ public:
     /// taken, be it its own; nothing changes.
     void renameStrategy(HAXPStrategy* strategy, const std::string& name);
 
-    /// Unregisters the strategy, removes its file and destroys it.
+    /// Unregisters the strategy, removes its file and destroys it. Others that were read
+    /// from the file get files of their own; one that nobody could read to its end is
+    /// copied first.
     /// @throws HEXAlgException an enterprise or unregistered strategy; it stays.
+    /// @throws HXMLException what else is in the file can't be saved; it stays.
     void deleteStrategy(HAXPStrategy* strategy);
 
     /// Writes the strategy to its file, or to a new one in the personal directory:
     /// "<name>.<flow id>.psg", with "_2", "_3" ... behind the name when that is there.
     /// A file that another version wrote, or of which something was dropped, is copied
-    /// to "<file>.bak-<version>" before it is first written.
+    /// to "<file>.bak-<version>" before it is first written, and others that were read
+    /// from it get files of their own.
     /// @throws HEXAlgException an enterprise strategy.
     void saveStrat(HAXPStrategy* strategy);
 
@@ -110,10 +114,10 @@ public:
     /// read; all strategies are restored by then, and no report strategies.
     void restoreAllStrategies(const std::string& extension, bool parseReportSpecs);
 
-    /// Restores the files of a directory; one that is missing has none. A file that
-    /// can't be read gives a message and keeps what was finished before; a second
-    /// strategy of one flow and name is dropped, with a message unless the directory
-    /// was restored before.
+    /// Restores the files of a directory; one that is missing has none, and one that
+    /// can't be listed gives a message. A file that can't be read gives a message and keeps what
+    /// was finished before; a second strategy of one flow and name is dropped, with a message
+    /// unless the directory was restored before.
     void restoreStrategies(const std::string& dir, const std::string& extension, bool userDefined);
     /// The user's strategies of earlier versions, the last directory first.
     void restorePreviousReleaseStrategies(const std::string& extension);

@@ -8,6 +8,7 @@
 
 #include <boost/algorithm/string/classification.hpp>
 #include <boost/algorithm/string/split.hpp>
+#include <boost/filesystem/directory.hpp>
 #include <boost/filesystem/path.hpp>
 
 #include "environment/containers/HSTFwdIter.h"
@@ -141,6 +142,24 @@ std::string strategyPath(const std::string& folder, const std::string& name,
     return join(folder, name + tail + "." + flowId + kExtension);
 }
 
+void tellUnreadableFolder(const std::string& folder) {
+    boost::system::error_code error;
+    const boost::filesystem::directory_iterator entries(folder, error);
+    if (error)
+        ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "runs", ComMsgMgr::kWarning, "@36-561@%s%s",
+                                 folder, error.message());
+}
+
+void StratBackups::leave(const std::string& path) {
+    const auto noted = m_notes.find(path);
+    if (noted == m_notes.end())
+        return;
+    if (noted->second.isBroken)
+        keep(path);
+    else
+        m_notes.erase(noted);
+}
+
 void StratBackups::keep(const std::string& path) {
     // A strategy file that was read is no larger.
     constexpr std::size_t kMaxBytes = std::size_t{16} << 20U;
@@ -152,7 +171,7 @@ void StratBackups::keep(const std::string& path) {
     if (HUTFile::exists(path)) {
         if (!HUTFileUtils::readFile(path, kMaxBytes, content, reason))
             throw HXMLException("Can't keep a copy of " + reason + ". The file is as it was.");
-        const std::string backup = path + ".bak-" + noted->second;
+        const std::string backup = path + ".bak-" + noted->second.version;
         std::string target = backup;
         try {
             for (int number = 2; !HUTFileUtils::createFile(target, content); ++number)

@@ -44,13 +44,23 @@ void findPreviousDataDirs(std::vector<std::string>& dirs);
 std::string strategyPath(const std::string& folder, const std::string& name,
                          const std::string& flowId, int number);
 
+/// Says in a message that the entries of `folder`, which is there, can't be listed; silent
+/// when they can.
+void tellUnreadableFolder(const std::string& folder);
+
 /// Files that are copied before they are first written again, as saving loses
 /// something of them.
 class StratBackups {
 public:
-    /// Notes that `path` is to be kept as that of `version`.
-    void note(const std::string& path, const std::string& version) { m_notes[path] = version; }
-    void forget(const std::string& path) { m_notes.erase(path); }
+    /// Notes that `path` is to be kept as that of `version`; with `isBroken` also when
+    /// it is removed, as it holds what nobody could read.
+    void note(const std::string& path, const std::string& version, bool isBroken) {
+        m_notes[path] = {version, isBroken};
+    }
+
+    /// Forgets a file that is about to be removed, a broken one once it was kept.
+    /// @throws as keep().
+    void leave(const std::string& path);
 
     /// Copies the file, if that was noted, to "<path>.bak-<version>" or, when that is
     /// there, to a numbered name, and says so in a message.
@@ -58,7 +68,11 @@ public:
     void keep(const std::string& path);
 
 private:
-    std::unordered_map<std::string, std::string> m_notes;
+    struct Note {
+        std::string version;
+        bool isBroken = false;
+    };
+    std::unordered_map<std::string, Note> m_notes;
 };
 
 /// A file that goes aside, under a hidden name that a restore reads, until what

@@ -5,6 +5,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <unordered_map>
 #include <utility>
 #include <vector>
 
@@ -21,6 +22,18 @@
 
 namespace xperiment {
 
+/// What was read of a file.
+template <class Owned> struct StratFile {
+    /// Those that were finished, before a fault if there is one.
+    std::vector<Owned> strategies;
+    /// Reading ended at a fault.
+    bool isBroken = false;
+    /// Saving a strategy would lose something of the file.
+    bool isForeign = false;
+    /// That of the tool that wrote it.
+    std::string version;
+};
+
 /// What the strategy manager does with one kind of strategy: its registry, its
 /// directories and its files. HAXPStrategyMgr.h says what each operation does.
 ///
@@ -30,9 +43,8 @@ namespace xperiment {
 ///     Owned                           a unique_ptr that destroys a strategy rightly
 ///     FlowMap<T>                      a map from flows to T
 ///     kFolder, kSaveRefused, ...      names and texts
-///     read(path, isForeign, version)  the finished strategies of a file, whatever is
-///                                     wrong with it; whether saving would lose
-///                                     something of it, and its writer's version
+///     read(path)                      what a StratFile tells of a file, whatever is
+///                                     wrong with it
 ///     write, writeNew                 save a strategy; a new file's name must be free
 ///     sendDuplicate                   the message about a second one of a name
 ///     copy                            fills a new strategy from another
@@ -127,9 +139,11 @@ public:
             throw HEXAlgException(Kind::kDeleteRefused);
         if (list(strategy->getFlow()) == nullptr)
             throw HEXAlgException(Kind::kDeleteNoList);
-        if (!m_registry.remove(strategy->getFlow(), strategy))
+        if (!m_registry.has(strategy->getFlow(), strategy))
             throw HEXAlgException(Kind::kDeleteUnregistered);
-        m_backups.forget(strategy->getFilename());
+        takeFile_(*strategy);
+        m_backups.leave(strategy->getFilename());
+        m_registry.remove(strategy->getFlow(), strategy);
         HUTFile(strategy->getFilename()).rm();
         Owned(strategy).reset();
     }
@@ -144,6 +158,7 @@ public:
             return;
         }
         m_backups.keep(strategy->getFilename());
+        takeFile_(*strategy);
         Kind::write(*strategy, strategy->getFilename());
     }
 
@@ -155,6 +170,7 @@ public:
     void restore(const std::string& dir, const std::string& extension, bool userDefined) {
         if (dir.empty() || !HUTFile::exists(dir))
             return;
+        tellUnreadableFolder(dir);
         const std::unique_ptr<HSTFwdIter<HUTFile>> files(HUTFile(dir).createFileIter());
         while (files->hasNext()) {
             const HUTFile file = files->next();
@@ -214,6 +230,7 @@ private:
     void renameUsers_(Strategy& strategy, const std::string& name) {
         const std::string filename = strategy.getFilename();
         m_backups.keep(filename);
+        takeFile_(strategy);
         AsideFile old(filename);
         strategy.setFilename("");
         try {
@@ -240,6 +257,32 @@ private:
         strategy.setName(name);
     }
 
+    /// Makes the strategy the only one of its file, before that is written or removed:
+    /// others that were read from it get files of their own.
+    void takeFile_(const Strategy& strategy) {
+        const auto found = m_sharers.find(strategy.getFilename());
+        if (found == m_sharers.end())
+            return;
+        Strategies& sharers = found->second;
+        while (!sharers.empty()) {
+            if (sharers.back() != &strategy)
+                moveOut_(*sharers.back());
+            sharers.pop_back();
+        }
+        m_sharers.erase(found);
+    }
+
+    void moveOut_(Strategy& strategy) {
+        const std::string filename = strategy.getFilename();
+        strategy.setFilename("");
+        try {
+            saveNew_(strategy);
+        } catch (...) {
+            strategy.setFilename(filename);
+            throw;
+        }
+    }
+
     /// Saves it under the first free name in the personal directory.
     void saveNew_(Strategy& strategy) {
         if (strategy.getFlow() == nullptr)
@@ -256,9 +299,9 @@ private:
     }
 
     void restoreFile_(const std::string& dir, const std::string& path, bool userDefined) {
-        bool isForeign = false;
-        std::string version;
-        for (Owned& strategy : Kind::read(path, isForeign, version)) {
+        StratFile<Owned> file = Kind::read(path);
+        Strategies registered;
+        for (Owned& strategy : file.strategies) {
             strategy->setFilename(path);
             if (userDefined)
                 Kind::markModified(*strategy);
@@ -267,15 +310,19 @@ private:
             const Strategy* const first = find(strategy->getFlow(), strategy->getName());
             if (first == nullptr) {
                 add(strategy.get());
-                static_cast<void>(strategy.release());
-                if (userDefined && isForeign)
-                    m_backups.note(path, version);
+                registered.push_back(strategy.release());
                 continue;
             }
             if (m_parsedPaths.count(dir) == 0)
                 Kind::sendDuplicate(userDefined ? "User" : "Tool", strategy->getName(), path,
                                     first->getFilename());
         }
+        if (!userDefined || registered.empty())
+            return;
+        if (file.isForeign || file.isBroken)
+            m_backups.note(path, file.version, file.isBroken);
+        if (registered.size() > 1)
+            m_sharers[path] = registered;
     }
 
     typename Kind::Database& m_database;
@@ -283,6 +330,8 @@ private:
     StratFolders m_folders{Kind::kFolder};
     StratRegistry<Strategy, Kind::template FlowMap> m_registry;
     StratBackups m_backups;
+    /// The strategies of each file that more than one was read from.
+    std::unordered_map<std::string, Strategies> m_sharers;
 };
 
 }  // namespace xperiment

@@ -53,13 +53,19 @@ public:
         m_places[strategy] = place;
     }
 
+    /// Whether it is in the list of `flow`.
+    bool has(const HAXPFlow* flow, const Strategy* strategy) const {
+        const auto place = m_places.find(strategy);
+        return place != m_places.end() && place->second.flow == flow;
+    }
+
     /// Takes it out of the list of `flow`, and the list away with its last one. False
     /// when it isn't in that list.
     bool remove(const HAXPFlow* flow, const Strategy* strategy) {
+        if (!has(flow, strategy))
+            return false;
         const auto at = m_flows.find(flow);
         const auto place = m_places.find(strategy);
-        if (at == m_flows.end() || place == m_places.end() || place->second.flow != flow)
-            return false;
         Strategies& list = at->second.strategies;
         list.erase(std::find(list.begin(), list.end(), strategy));
         leave_(at->second, place->second);

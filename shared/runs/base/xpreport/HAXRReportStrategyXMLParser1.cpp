@@ -162,6 +162,7 @@ HAXRReportStrategyXMLParser1::~HAXRReportStrategyXMLParser1() {
 }
 
 void HAXRReportStrategyXMLParser1::parseStrategies(const std::string& path) {
+    m_line = 0;
     const Document document = readDocument(path);
     for (const Element& element : document.root().children()) {
         if (element.name() == format::kTool)
@@ -186,6 +187,7 @@ std::string HAXRReportStrategyXMLParser1::getWriterVersion() const {
 }
 
 void HAXRReportStrategyXMLParser1::parseToolVersion_(const std::string& path, const Element& tool) {
+    m_line = tool.line();
     const std::unique_ptr<ToolVersion> own = ownVersion();
     const std::string& majorText = tool.attribute(format::kToolMajor);
     const std::string& minorText = tool.attribute(format::kMinor);
@@ -201,6 +203,7 @@ void HAXRReportStrategyXMLParser1::parseToolVersion_(const std::string& path, co
 }
 
 void HAXRReportStrategyXMLParser1::parseReportStrategy_(const Element& strategy) {
+    m_line = strategy.line();
     const Element& handle = *strategy.child(format::kHandle);
     const std::string& name = handle.attribute(format::kName);
     const std::string& flowId = handle.attribute(format::kFlow);
@@ -231,6 +234,7 @@ void HAXRReportStrategyXMLParser1::parseStep_(const Element& step,
                                               const std::string& strategyName) {
     const SpecReader reader(strategyName, m_hasDropped);
     for (const Element& element : step.children()) {
+        m_line = element.line();
         std::unique_ptr<HAXRReportSpec> spec = reader.read(element);
         if (spec == nullptr)
             continue;

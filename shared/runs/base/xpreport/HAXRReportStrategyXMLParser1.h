@@ -45,6 +45,10 @@ public:
     /// and so is the iterator, which walks a copy of the list.
     HSTFwdIter<HAXRReportStrategy*>* createStrategyIter();
 
+    /// The line of the element that was read last, from 1: after an exception the one
+    /// that it came from. 0 when the file could not be read at all.
+    int getLine() const { return m_line; }
+
     /// Whether saving one of the strategies may lose something of the file: another
     /// version of the tool wrote it, something was left out, or it holds several.
     bool needsBackup() const;
@@ -64,6 +68,7 @@ private:
     std::size_t m_handedOver = 0;
     /// The strategy that is being filled; good in parseStep_().
     HAXRReportStrategy* m_current = nullptr;
+    int m_line = 0;
     std::string m_writerVersion;
     bool m_isOtherVersion = false;
     bool m_hasDropped = false;

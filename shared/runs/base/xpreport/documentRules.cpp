@@ -6,7 +6,6 @@
 
 #include <fmt/format.h>
 
-#include "environment/errors/HXMLException.h"
 #include "environment/messages/ComMsgMgrInstance.h"
 #include "environment/xml/xmlDocument.h"
 
@@ -117,10 +116,16 @@ long long numberOf(const xml::Element& element, const char* attribute) {
     return number;
 }
 
+ReadFailure::ReadFailure(const std::string& path, int line, const std::string& reason)
+    : HXMLException(
+          ComMsgMgrInstance("project", ComMsgMgr::kError, "@1-126@%s%d%s", path, line, reason)),
+      m_line(line), m_reason(reason) {}
+
+ReadFailure::~ReadFailure() = default;
+
 void failRead(const std::string& path, int line, const std::string& reason) {
     std::cout << path << ":" << line << ": Error: " << reason << std::endl;
-    throw HXMLException(
-        ComMsgMgrInstance("project", ComMsgMgr::kError, "@1-126@%s%d%s", path, line, reason));
+    throw ReadFailure(path, line, reason);
 }
 
 }  // namespace xpreport

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "environment/errors/HXMLException.h"
+
 namespace xml {
 class Document;
 class Element;
@@ -53,9 +55,25 @@ void checkDocument(const xml::Document& document, const ElementRule& root);
 /// attribute isn't there.
 long long numberOf(const xml::Element& element, const char* attribute);
 
+/// A file can't be read; the text is that of the message about it.
+class ReadFailure final : public HXMLException {
+public:
+    /// `line` is 0 when the reason belongs to no line.
+    ReadFailure(const std::string& path, int line, const std::string& reason);
+    ReadFailure(const ReadFailure&) = default;
+    ReadFailure& operator=(const ReadFailure&) = default;
+    ~ReadFailure() override;
+
+    int getLine() const noexcept { return m_line; }
+    const std::string& getReason() const noexcept { return m_reason; }
+
+private:
+    int m_line;
+    std::string m_reason;
+};
+
 /// Tells standard output why the file can't be read, and throws the same.
-/// `line` is 0 when the reason belongs to no line.
-/// @throws HXMLException always.
+/// @throws ReadFailure always.
 [[noreturn]] void failRead(const std::string& path, int line, const std::string& reason);
 
 }  // namespace xpreport

@@ -254,7 +254,8 @@ TEST_F(ReportStrategyMgrTest, KeepsAFileThatSavingWouldRob) {
     EXPECT_EQ(contentOfFile(reports() + "/several.psg.bak-2023.2"), several);
     EXPECT_EQ(contentOfFile(reports() + "/later.psg.bak-2022.1"), later);
     EXPECT_EQ(contentOfFile(reports() + "/robbed.psg.bak-2023.2"), robbed);
-    EXPECT_EQ(namesIn(reports()).size(), 7U);
+    EXPECT_EQ(find("b")->getFilename(), reports() + "/b.kept_flow.psg");
+    EXPECT_EQ(namesIn(reports()).size(), 8U);
 }
 
 TEST_F(ReportStrategyMgrTest, ReadsNoReportStrategiesWithoutTheReportCatalogue) {
