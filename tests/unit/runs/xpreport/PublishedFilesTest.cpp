@@ -56,9 +56,12 @@ protected:
         getRunReportMap(m_run.get(), map);
         Ids lines;
         for (const auto& [stepId, reports] : map) {
-            for (const auto& [name, files] : reports)
-                lines.push_back(stepId + " " + name + " " + files.rptFile + " " + files.rpxFile +
-                                " " + files.pbFile);
+            for (const auto& [name, files] : reports) {
+                std::string line = stepId;
+                for (const std::string& part : {name, files.rptFile, files.rpxFile, files.pbFile})
+                    line.append(" ").append(part);
+                lines.push_back(line);
+            }
         }
         return lines;
     }

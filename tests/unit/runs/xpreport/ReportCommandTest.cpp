@@ -17,7 +17,6 @@ using test::reports::flag;
 using test::reports::number;
 using test::reports::Option;
 using test::reports::text;
-using test::reports::valueOf;
 
 // Options --------------------------------------------------------------------
 
