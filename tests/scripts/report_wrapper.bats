@@ -195,7 +195,11 @@ P
   noting_tool 7
   signal_wrapper INT
   [ "$status" = 7 ]
-  [ "$(<signals)" = TERM ]
+  # Bash lets what it starts have INT, since the wrapper takes it itself.
+  case ${WRAPPER_SHELL:-sh} in
+    bash) [ "$(<signals)" = INT ] ;;
+    *) [ "$(<signals)" = TERM ] ;;
+  esac
 }
 
 @test "a command without a trap is ended by the signal" {
