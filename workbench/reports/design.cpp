@@ -3,7 +3,9 @@
 #include "workbench/reports/design.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <sstream>
+#include <tuple>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
@@ -48,8 +50,9 @@ bool readPins(const json& connections, const json& directions, DesignCell& cell)
         const auto direction = directions.find(item.key());
         DesignPin pin;
         pin.port = item.key();
-        pin.isOutput = direction != directions.end() && direction->is_string() &&
-                       direction->get<std::string>() != "input";
+        const bool isTold = direction != directions.end() && direction->is_string();
+        pin.isOutput = isTold && direction->get<std::string>() == "output";
+        pin.isBoth = isTold && direction->get<std::string>() == "inout";
         for (const json& bit : item.value()) {
             pin.net = netOf(bit);
             cell.pins.push_back(pin);

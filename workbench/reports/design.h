@@ -21,7 +21,8 @@ enum PinNet {
 struct DesignPin {
     std::string port;  ///< "D", or "RDATA" for each bit of a bus
     int net = kNoNet;
-    bool isOutput = false;
+    bool isOutput = false;  ///< it drives the net
+    bool isBoth = false;    ///< it may drive it, as a pad does
 };
 
 struct DesignCell {

@@ -35,6 +35,22 @@ std::string shown(const std::string& text) {
     return result;
 }
 
+/// Generated names grow without bound; their ends tell most.
+std::string shortened(const std::string& text) {
+    constexpr std::size_t kWidest = 48;
+    constexpr std::size_t kEnd = 20;
+    const bool isPlain = widthOf(text) == text.size();
+    if (!isPlain || text.size() <= kWidest)
+        return text;
+    return text.substr(0, kWidest - kEnd - 2) + ".." + text.substr(text.size() - kEnd);
+}
+
+/// The text of a cell in its column; the last column is open to the right.
+std::string shownCell(const Section& section, const std::vector<Cell>& row, std::size_t column) {
+    const std::string text = shown(row.at(column).text);
+    return column + 1 < section.columns.size() ? shortened(text) : text;
+}
+
 std::string padded(const std::string& text, std::size_t width, bool isNumber) {
     const std::string blanks(width - std::min(width, widthOf(text)), ' ');
     return isNumber ? blanks + text : text + blanks;
@@ -50,7 +66,7 @@ std::vector<std::size_t> widthsOf(const Section& section) {
     for (std::size_t i = 0; i < section.columns.size(); ++i) {
         std::size_t width = widthOf(section.columns[i].title);
         for (const std::vector<Cell>& row : section.rows)
-            width = std::max(width, widthOf(shown(row.at(i).text)));
+            width = std::max(width, widthOf(shownCell(section, row, i)));
         widths.push_back(width);
     }
     return widths;
@@ -70,7 +86,8 @@ void addTable(std::string& out, const Section& section) {
     for (const std::vector<Cell>& row : section.rows) {
         std::string line;
         for (std::size_t i = 0; i < widths.size(); ++i)
-            line += "  " + padded(shown(row[i].text), widths[i], section.columns[i].isNumber);
+            line +=
+                "  " + padded(shownCell(section, row, i), widths[i], section.columns[i].isNumber);
         addLine(out, line);
     }
 }
@@ -80,9 +97,11 @@ void addSection(std::string& out, std::size_t number, const Section& section) {
     out += "\n" + title + "\n" + std::string(widthOf(title), '-') + "\n\n";
     for (const std::string& line : section.lines)
         addLine(out, shown(line));
-    if (!section.lines.empty() && !section.columns.empty())
+    if (section.lines.empty() && section.rows.empty())
+        out += "None.\n";
+    if (!section.lines.empty() && !section.rows.empty())
         out += "\n";
-    if (!section.columns.empty())
+    if (!section.rows.empty())
         addTable(out, section);
 }
 
@@ -145,6 +164,10 @@ Cell numberCell(double value, int digits) {
 
 Cell noCell() {
     return {};
+}
+
+std::string counted(long count, const std::string& noun) {
+    return fmt::format("{} {}{}", count, noun, count == 1 ? "" : "s");
 }
 
 std::string formatText(const Report& report) {

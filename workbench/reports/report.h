@@ -24,6 +24,9 @@ Cell numberCell(double value, int digits);
 /// Nothing was told.
 Cell noCell();
 
+/// "1 level", "2 levels".
+std::string counted(long count, const std::string& noun);
+
 struct Column {
     std::string title;
     bool isNumber = false;  ///< stands at the right

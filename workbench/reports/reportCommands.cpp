@@ -65,6 +65,87 @@ ReportCommand timingSummary() {
             fillTimingSummary};
 }
 
+ReportCommand timing() {
+    return {"report_timing",
+            "Critical paths",
+            "The slowest paths, hop by hop, with their places in the source.",
+            {number("max_paths", 10, 0, 1000000, "Paths to show"),
+             text("from", "Pattern of the clock or cell that a path begins at"),
+             text("to", "Pattern of the clock or cell that a path ends at"), digits(),
+             flag("no_source", "Leave out the places in the source"),
+             number("slowest_nets", 0, 0, 1000000, "Nets to show that are reached last")},
+            {kRoute},
+            fillTiming};
+}
+
+ReportCommand clocks() {
+    return {"report_clocks",
+            "Clocks",
+            "The clocks, where they come from and what is asked of them.",
+            {},
+            {kPlace, kRoute},
+            fillClocks};
+}
+
+ReportCommand clockUtilization() {
+    return {"report_clock_utilization",
+            "Clock utilisation",
+            "Global buffers, and what each clock drives.",
+            {number("min_loads", 0, 0, 1000000, "Least loads of a clock to be shown")},
+            {kPlace, kRoute},
+            fillClockUtilization};
+}
+
+ReportCommand controlSets() {
+    return {"report_control_sets",
+            "Control sets",
+            "The combinations of clock, enable and reset that flip-flops use.",
+            {number("max_sets", 50, 0, 1000000, "Control sets to show")},
+            {kSynth, kPlace, kRoute},
+            fillControlSets};
+}
+
+ReportCommand highFanoutNets() {
+    return {"report_high_fanout_nets",
+            "High-fanout nets",
+            "The nets with the most loads.",
+            {number("max_nets", 10, 0, 1000000, "Nets to show"),
+             number("min_fanout", 1, 0, 1000000, "Least loads of a net to be shown")},
+            {kSynth, kPlace, kRoute},
+            fillHighFanoutNets};
+}
+
+ReportCommand io() {
+    return {"report_io",
+            "I/O placement",
+            "The ports, their pins and the constraints that place them.",
+            {flag("unconstrained_only", "Show only ports without a pin by constraint"),
+             text("sort", "Order of the ports: port or pin")},
+            {kPlace, kRoute},
+            fillIo};
+}
+
+ReportCommand drc() {
+    return {"report_drc",
+            "Design rule checks",
+            "What in netlist, constraints and timing is wrong or deserves a look.",
+            {text("checks", "Checks to make, such as \"NET-1 CLK-1\"; all without it"),
+             text("severity", "Least severity to be shown: error, warning or advice"),
+             number("max_messages", 100, 0, 1000000, "Findings to show"),
+             flag("messages", "Tell errors and warnings as messages too")},
+            {kSynth, kPlace, kRoute},
+            fillDrc};
+}
+
+ReportCommand routeStatus() {
+    return {"report_route_status",
+            "Route status",
+            "How many nets are routed, and which take the most wire.",
+            {number("list_nets", 10, 0, 1000000, "Longest nets to show")},
+            {kRoute},
+            fillRouteStatus};
+}
+
 /// Text or JSON, whole or not at all.
 void writeWhole(const std::string& path, const std::string& content) {
     ice40::OutputFile file(path);
@@ -161,7 +242,9 @@ std::string valueWord(OptionKind kind) {
 }  // namespace
 
 const std::vector<ReportCommand>& reportCommands() {
-    static const std::vector<ReportCommand> kCommands{timingSummary(), utilization()};
+    static const std::vector<ReportCommand> kCommands{
+        clockUtilization(), clocks(), controlSets(),   drc(),        highFanoutNets(), io(),
+        routeStatus(),      timing(), timingSummary(), utilization()};
     return kCommands;
 }
 

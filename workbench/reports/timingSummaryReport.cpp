@@ -135,13 +135,10 @@ void addSecondOpinion(const StepResults& results, int digits, Report& report) {
         return;
     }
     section.lines.push_back(
-        fmt::format("{:.2f} MHz: {:.{}f} ns through {} levels of logic, over all clocks and ports.",
-                    icetime->fmaxMhz, icetime->delayNs, digits, icetime->levels));
-    if (const ClockTiming* worst = results.metrics().worstClock())
-        section.lines.push_back(
-            fmt::format("nextpnr-ice40 says {:.2f} MHz for clock {}; where they differ, count on "
-                        "the lower one.",
-                        worst->fmaxMhz, designName(worst->name)));
+        fmt::format("{:.2f} MHz: {:.{}f} ns through {} of logic, over all clocks and ports.",
+                    icetime->fmaxMhz, icetime->delayNs, digits, counted(icetime->levels, "level")));
+    section.lines.emplace_back("icetime doesn't tell clocks apart and counts the delays from and "
+                               "to ports too.");
     report.sections.push_back(section);
     report.figures.push_back(
         {"icetime_fmax", "Fmax by icetime", icetime->fmaxMhz, "MHz", Figure::kHigher});
