@@ -24,6 +24,9 @@
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
 #include "workbench/optionText.h"
+#include "workbench/printable.h"
+#include "workbench/strategies.h"
+#include "workbench/strategyOptions.h"
 
 namespace shell {
 
@@ -82,6 +85,44 @@ std::string synthesisName(const Project& project, const HAXPExpRun& run) {
 std::string toStepWord(const HAXPExpRun& run) {
     const HAXPExpRunStep* last = run.getToStep();
     return last == nullptr ? std::string() : last->getFlowStep()->getFlowStepId();
+}
+
+/// The strategy that the run took its values from, as it is now; null when there is none
+/// of that name any more.
+HAXPStrategy* currentStrategy(const HAXPExpRun& run) {
+    const HAXPStrategy& own = *run.getStrategy();
+    return workbench::findStrategy(*own.getFlow(), own.getName());
+}
+
+std::vector<workbench::OptionDifference> strategyDifferences(const HAXPExpRun& run) {
+    HAXPStrategy* current = currentStrategy(run);
+    return current == nullptr ? std::vector<workbench::OptionDifference>()
+                              : workbench::differences(*run.getStrategy(), *current);
+}
+
+std::string strategyText(const HAXPExpRun& run) {
+    const std::string& name = run.getStrategy()->getName();
+    if (name.empty() || currentStrategy(run) != nullptr)
+        return workbench::printable(name);
+    return workbench::printable(name) + "  (gone; the run keeps its values)";
+}
+
+std::vector<std::string> differenceTexts(const HAXPExpRun& run) {
+    std::vector<std::string> texts;
+    for (const auto& found : strategyDifferences(run))
+        texts.push_back(workbench::printable(fmt::format("{}.{} = {}  (strategy {})", found.step,
+                                                         found.name, found.first, found.second)));
+    return texts;
+}
+
+nlohmann::json differencesJson(const HAXPExpRun& run) {
+    nlohmann::json all = nlohmann::json::array();
+    for (const auto& found : strategyDifferences(run))
+        all.push_back({{"step", found.step},
+                       {"option", found.name},
+                       {"value", found.first},
+                       {"strategy_value", found.second}});
+    return all;
 }
 
 }  // namespace
@@ -150,7 +191,7 @@ std::string runText(const Project& project, HAXPExpRun& run) {
     std::string dir;
     run.getRunDir(dir);
     std::string text = line("Run", run.getName()) + line("Flow", flowWord(run)) +
-                       line("Strategy", run.getStrategy()->getName()) +
+                       line("Strategy", strategyText(run)) +
                        line("Synthesis", synthesisName(project, run)) +
                        line("Status", statusWord(run)) + line("Step", stepWord(run)) +
                        line("Ends at", toStepWord(run)) + line("Directory", dir) +
@@ -159,7 +200,7 @@ std::string runText(const Project& project, HAXPExpRun& run) {
     for (const OptionChoice& option : changedOptions(*run.getStrategy()))
         options.push_back(fmt::format("{}.{} = {}  (default {})", option.step, option.name,
                                       option.value, option.defaultValue));
-    text += lines("Options", options);
+    text += lines("Options", options) + lines("Differs", differenceTexts(run));
     std::vector<std::string> files;
     for (const RunFile& file : filesOf(run)) {
         if (file.exists)
@@ -177,6 +218,8 @@ nlohmann::json runJson(const Project& project, HAXPExpRun& run) {
     json["synthesis"] = synthesisName(project, run);
     json["ends_at"] = toStepWord(run);
     json["options"] = optionsJson(*run.getStrategy());
+    json["strategy_exists"] = currentStrategy(run) != nullptr;
+    json["strategy_differences"] = differencesJson(run);
     json["stale_reasons"] = staleTexts(project, run);
     json["files"] = nlohmann::json::array();
     for (const RunFile& file : filesOf(run))

@@ -5,15 +5,19 @@
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
+#include <boost/logic/tribool.hpp>
 #include <fmt/format.h>
 
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "shell/exitStatus.h"
 #include "shell/runView.h"
 #include "shell/setting.h"
+#include "shell/strategyNames.h"
 #include "shell/verb.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
+#include "workbench/printable.h"
+#include "workbench/strategyOptions.h"
 
 namespace shell {
 
@@ -92,7 +96,46 @@ private:
     CLI::Option* m_to = nullptr;
 };
 
+class ApplyVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("run", m_name, "Name of the run")->required();
+        command.add_option("strategy", m_strategy,
+                           "Strategy to take over; the run's own one as it is now if unsaid");
+    }
+
+    int run(const Session& session) override {
+        const auto project = Project::open(session.projectDir, Project::kChange);
+        HAXPExpRun& run = project->getRun(m_name);
+        const HAXPFlow* flow = run.getStrategy()->getFlow();
+        const StrategyReference reference =
+            readReference(m_strategy.empty() ? run.getStrategy()->getName() : m_strategy);
+        if (reference.flow != nullptr && reference.flow != flow)
+            throw CommandError(kExitRefused,
+                               fmt::format("{} is a run of the flow {}, and {} is a strategy of "
+                                           "another one. Choose one of its own: xp strategy list "
+                                           "--flow {}",
+                                           m_name, flowWord(*flow), m_strategy, flowWord(*flow)));
+        HAXPStrategy before;
+        before.copyStrat(run.getStrategy(), true, boost::logic::indeterminate);
+        project->applyStrategy(run, reference.name);
+        project->save();
+        const std::size_t changes = workbench::differences(before, *run.getStrategy()).size();
+        fmt::print(stderr, "Run {} has the values of {} now: {} option{} changed\n", m_name,
+                   workbench::printable(reference.name), changes, changes == 1 ? "" : "s");
+        return kExitDone;
+    }
+
+private:
+    std::string m_name;
+    std::string m_strategy;
+};
+
 }  // namespace
+
+std::unique_ptr<Verb> makeApplyVerb() {
+    return std::make_unique<ApplyVerb>();
+}
 
 std::unique_ptr<Verb> makeCreateVerb() {
     return std::make_unique<CreateVerb>();

@@ -9,9 +9,11 @@
 #include <nlohmann/json_fwd.hpp>
 
 #include "shell/setting.h"
+#include "workbench/strategyFiles.h"
 
 class HAXPFlow;
 class HAXPStrategy;
+class HAXRReportStrategy;
 
 /// What the verbs of "xp strategy" and "xp reportstrategy" differ in. A kind has
 ///
@@ -68,6 +70,35 @@ struct StrategyKind {
     static std::vector<Difference> differences(HAXPStrategy& first, HAXPStrategy& second);
     static std::vector<Owned> read(const std::string& path);
     static void write(HAXPStrategy& strategy, const std::string& path, bool replace);
+};
+
+struct ReportStrategyKind {
+    using Strategy = HAXRReportStrategy;
+    using Owned = workbench::OwnedReportStrategy;
+
+    static constexpr char kVerb[] = "reportstrategy";
+    static constexpr char kWord[] = "report strategy";
+    static constexpr char kTitle[] = "Report strategy";
+    static constexpr char kContents[] = "Reports";
+    static constexpr char kContentsKey[] = "reports";
+
+    static std::vector<HAXRReportStrategy*> all(const HAXPFlow& flow);
+    static HAXRReportStrategy* find(const HAXPFlow& flow, const std::string& name);
+    static Owned makeNew(const HAXPFlow& flow);
+    static Owned makeCopy(const HAXRReportStrategy& source);
+    static void setOption(HAXRReportStrategy& strategy, const Setting& setting);
+    static HAXRReportStrategy* admit(const HAXRReportStrategy& source, const std::string& name);
+    static void takeOver(HAXRReportStrategy& strategy, const HAXRReportStrategy& source);
+    static void rename(HAXRReportStrategy& strategy, const std::string& name);
+    static void remove(HAXRReportStrategy& strategy);
+    static std::string summary(const HAXRReportStrategy& strategy);
+    static Rows rows(const HAXRReportStrategy& strategy);
+    /// With `all` every option of each report, else those that differ from their defaults.
+    static nlohmann::json json(const HAXRReportStrategy& strategy, bool all);
+    static std::vector<Difference> differences(HAXRReportStrategy& first,
+                                               HAXRReportStrategy& second);
+    static std::vector<Owned> read(const std::string& path);
+    static void write(HAXRReportStrategy& strategy, const std::string& path, bool replace);
 };
 
 }  // namespace shell

@@ -14,6 +14,7 @@
 #include "environment/files/HUTFile.h"
 #include "runs/base/xperiment/HAXPFlow.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
+#include "runs/base/xpreport/HAXRReportStrategy.h"
 #include "shell/exitStatus.h"
 #include "shell/jsonOutput.h"
 #include "shell/runView.h"
@@ -24,6 +25,7 @@
 #include "shell/verb.h"
 #include "workbench/entryRules.h"
 #include "workbench/printable.h"
+#include "workbench/reportStrategyOptions.h"
 #include "workbench/strategies.h"
 
 namespace shell {
@@ -137,7 +139,9 @@ public:
         m_describe = command.add_option("--description", m_description,
                                         "One line that says "
                                         "what it is for");
-        command.add_option(settings, m_settings, "step.option=value; may be repeated")
+        command
+            .add_option(settings, m_settings,
+                        "step.option=value, or step.report.option=value; may be repeated")
             ->allow_extra_args(settings[0] != '-');
     }
 
@@ -413,7 +417,115 @@ private:
     CLI::Option* m_as = nullptr;
 };
 
+/// Where a report stands.
+struct ReportPlace {
+    std::string strategy;
+    std::string step;
+    std::string report;
+
+    void declare(CLI::App& command, const char* report_) {
+        command.add_option("strategy", strategy, "NAME, or FLOW/NAME")->required();
+        command.add_option("step", step, "Step of its flow")->required();
+        command.add_option("report", report, report_)->required();
+    }
+};
+
+class AddReportVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        m_place.declare(command, "Report of the catalogue");
+        command.add_option("settings", m_settings, "option=value");
+        command.add_option("--version", m_version, "Its version; the latest if unsaid");
+        command.add_option("--name", m_displayName, "What it is shown as");
+    }
+
+    int run(const Session&) override {
+        const workbench::StrategyLock lock;
+        auto& strategy = chosenUsersStrategy<ReportStrategyKind>(m_place.strategy);
+        const auto wanted = ReportStrategyKind::makeCopy(strategy);
+        const std::string called =
+            workbench::addReport(*wanted, m_place.step, m_place.report, m_version, m_displayName);
+        // The first of its name has no number, but would be meant by "#1" alone later on.
+        const std::string number = called == m_place.report ? "#1" : "";
+        for (const Setting& setting : readSettings(m_settings))
+            workbench::setReportOption(
+                *wanted, m_place.step + "." + called + number + "." + setting.name, setting.value);
+        ReportStrategyKind::takeOver(strategy, *wanted);
+        tell(fmt::format("{} of {} is in {}", called, m_place.step, shownName(strategy)));
+        return kExitDone;
+    }
+
+private:
+    ReportPlace m_place;
+    std::vector<std::string> m_settings;
+    std::string m_version;
+    std::string m_displayName;
+};
+
+class RemoveReportVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        m_place.declare(command, "Report of the step; the second one of a name is NAME#2");
+    }
+
+    int run(const Session&) override {
+        const workbench::StrategyLock lock;
+        auto& strategy = chosenUsersStrategy<ReportStrategyKind>(m_place.strategy);
+        const auto wanted = ReportStrategyKind::makeCopy(strategy);
+        workbench::removeReport(*wanted, m_place.step, m_place.report);
+        ReportStrategyKind::takeOver(strategy, *wanted);
+        tell(fmt::format("{} of {} is removed from {}", m_place.report, m_place.step,
+                         shownName(strategy)));
+        return kExitDone;
+    }
+
+private:
+    ReportPlace m_place;
+};
+
 }  // namespace
+
+const std::vector<VerbEntry>& reportStrategyVerbs() {
+    using Kind = ReportStrategyKind;
+    static const std::vector<VerbEntry> all{
+        {"list", "list the report strategies: those that come with xp, and yours",
+         "xp reportstrategy list\nxp reportstrategy list --flow impl --json",
+         makeVerb<ListVerb<Kind>>},
+        {"show", "show the reports of a report strategy and their options",
+         "xp reportstrategy show Daily\nxp reportstrategy show Daily --json",
+         makeVerb<ShowVerb<Kind>>},
+        {"create", "make a report strategy without reports",
+         "xp reportstrategy create Daily --flow impl --description 'What I look at each day'",
+         makeVerb<CreateVerb<Kind>>},
+        {"copy", "make a report strategy from another one",
+         "xp reportstrategy copy 'Tarnel Implementation Default Reports' Daily",
+         makeVerb<CopyVerb<Kind>>},
+        {"rename", "give a report strategy of yours another name",
+         "xp reportstrategy rename Daily Weekly", makeVerb<RenameVerb<Kind>>},
+        {"delete", "delete report strategies of yours, with their files",
+         "xp reportstrategy delete Daily", makeVerb<DeleteVerb<Kind>>},
+        {"add", "add a report to a step",
+         "xp reportstrategy add Daily route_design report_timing max_paths=20\n"
+         "xp reportstrategy add Daily route_design report_timing --name 'Worst path'",
+         makeVerb<AddReportVerb>},
+        {"remove", "remove a report from a step",
+         "xp reportstrategy remove Daily route_design report_timing\n"
+         "xp reportstrategy remove Daily route_design report_timing#2",
+         makeVerb<RemoveReportVerb>},
+        {"set", "change options of the reports of a report strategy of yours",
+         "xp reportstrategy set Daily route_design.report_timing.max_paths=10",
+         makeVerb<SetVerb<Kind>>},
+        {"compare", "show the reports and options in which two report strategies differ",
+         "xp reportstrategy compare Daily Weekly\nxp reportstrategy compare Daily Weekly --json",
+         makeVerb<CompareVerb<Kind>>},
+        {"export", "write a report strategy into a file, for others",
+         "xp reportstrategy export Daily daily.psg", makeVerb<ExportVerb<Kind>>},
+        {"import", "take report strategies from a file",
+         "xp reportstrategy import daily.psg\nxp reportstrategy import daily.psg --as Theirs",
+         makeVerb<ImportVerb<Kind>>},
+    };
+    return all;
+}
 
 const std::vector<VerbEntry>& strategyVerbs() {
     using Kind = StrategyKind;

@@ -21,6 +21,8 @@ const std::vector<VerbEntry>& verbs() {
         {"set", "change the options, the strategy or the last step of a run",
          "xp set impl_1 seed=7 router=router2\nxp set impl_1 --strategy Explore --to route",
          makeSetVerb},
+        {"apply", "give a run the values of a strategy; what was set on the run is lost",
+         "xp apply impl_1 Performance\nxp apply impl_1", makeApplyVerb},
         {"launch", "launch runs, and wait for them with live progress",
          "xp launch\nxp launch impl_1\nxp launch synth_1 --no-wait", makeLaunchVerb},
         {"wait", "wait for runs that were launched", "xp wait\nxp wait impl_1", makeWaitVerb},
@@ -32,6 +34,8 @@ const std::vector<VerbEntry>& verbs() {
          "xp show\nxp show impl_1\nxp show impl_1 --json", makeShowVerb},
         {"strategy", "list, show, make and change strategies: named sets of options",
          "xp strategy list\nxp strategy copy impl/Performance Fast", nullptr, strategyVerbs},
+        {"reportstrategy", "the same for report strategies: named sets of reports",
+         "xp reportstrategy list\nxp reportstrategy show Daily", nullptr, reportStrategyVerbs},
     };
     return all;
 }

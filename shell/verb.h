@@ -56,8 +56,9 @@ const std::vector<VerbEntry>& verbs();
 /// The one of `verbs` that is called `name`, or null.
 const VerbEntry* findVerb(const std::vector<VerbEntry>& verbs, const std::string& name);
 
-/// The verbs behind "strategy".
+/// The verbs behind "strategy" and "reportstrategy".
 const std::vector<VerbEntry>& strategyVerbs();
+const std::vector<VerbEntry>& reportStrategyVerbs();
 
 /// Makes a verb of the class V, for a table of verbs.
 template <class V> std::unique_ptr<Verb> makeVerb() {
@@ -68,6 +69,7 @@ std::unique_ptr<Verb> makeNewVerb();
 std::unique_ptr<Verb> makeAddVerb();
 std::unique_ptr<Verb> makeCreateVerb();
 std::unique_ptr<Verb> makeSetVerb();
+std::unique_ptr<Verb> makeApplyVerb();
 std::unique_ptr<Verb> makeLaunchVerb();
 std::unique_ptr<Verb> makeWaitVerb();
 std::unique_ptr<Verb> makeStatusVerb();

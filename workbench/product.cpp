@@ -47,11 +47,12 @@ void declareInstallation() {
     HUTEnv::setInstallation(installation);
 }
 
-/// Steps keep report configurations. Timing summaries warn of violations, unless the
-/// user has said otherwise.
+/// Steps keep report configurations, and report strategies the names of reports. Timing summaries
+/// warn of violations, unless the user has said otherwise.
 void setParameters() {
     HPAParamMgr& params = *HPAParamMgr::getParamMgr();
     params.setValueAsBool("project.enableReportConfiguration", true);
+    params.setValueAsBool("runs.enableReportDisplayName", true);
     if (!params.hasValue("project.enableWarnOnViolation"))
         params.setValueAsBool("project.enableWarnOnViolation", true);
 }

@@ -6,11 +6,13 @@
 #include <set>
 
 #include "environment/containers/HSTFwdIter.h"
+#include "environment/containers/HSTKeyValIter.h"
 #include "environment/errors/HEXUserException.h"
 #include "environment/files/HUTFileUtils.h"
 #include "environment/messages/ComMsgMgr.h"
 #include "environment/messages/ComMsgMgrInstance.h"
 #include "environment/options/HATAttrSpec.h"
+#include "environment/options/HATOptGroup.h"
 #include "environment/options/HATOptGroupSpec.h"
 #include "environment/strings/HUTConvert.h"
 #include "environment/xml/HXMLReadException.h"
@@ -19,6 +21,12 @@
 #include "runs/base/xperiment/HAXPFlowStep.h"
 #include "runs/base/xperiment/HAXPMgr.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
+#include "runs/base/xpreport/HAXRReportSpec.h"
+#include "runs/base/xpreport/HAXRReportSpecMgr.h"
+#include "runs/base/xpreport/HAXRReportStrategy.h"
+#include "runs/base/xpreport/HAXRReportStrategyXMLParser1.h"
+#include "runs/base/xpreport/HAXRReportStrategyXMLWriter1.h"
+#include "runs/base/xpreport/VersionInfo.h"
 #include "runs/base/xpstratxio/HAXSStrategyXMLParser.h"
 #include "runs/base/xpstratxio/HAXSStrategyXMLWriter.h"
 #include "workbench/entryRules.h"
@@ -38,6 +46,11 @@ std::string quoted(const std::string& text) {
         place += ", line " + std::to_string(line);
     throw HEXUserException(
         ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-65@%s%s", place, reason));
+}
+
+[[noreturn]] void failToReplace(const std::string& path) {
+    throw HEXUserException(
+        ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-66@%s", printable(path)));
 }
 
 void requireNumber(const xml::Document& document, const xml::Element& element, const char* name) {
@@ -169,7 +182,100 @@ void checkStrategy(const xml::Document& document) {
         document.refuse(root, "there is no StratHandle");
 }
 
+/// The report of the catalogue that a "Spec" means.
+const HAXRReportSpec& checkSpec(const xml::Document& document, const xml::Element& element) {
+    const std::string& name = element.attribute("Name");
+    VersionInfo version;
+    if (element.hasAttribute("Version") && element.hasAttribute("Minor")) {
+        requireNumber(document, element, "Version");
+        requireNumber(document, element, "Minor");
+        HUTConvert::stringToInteger(element.attribute("Version"), version.major);
+        HUTConvert::stringToInteger(element.attribute("Minor"), version.minor);
+    }
+    const std::unique_ptr<HSTKeyValIter<std::string, HAXRReportSpec*>> reports(
+        HAXRReportSpecMgr::getGlobal()->createReportSpecIterator());
+    while (reports->hasNext()) {
+        const auto entry = reports->next();
+        if (entry.first != name)
+            continue;
+        const HAXRReportSpec* spec =
+            version.isLatest() ? entry.second : HAXRReportSpecMgr::getGlobal()->find(name, version);
+        if (spec == nullptr)
+            document.refuse(element, "the report " + name + " has no version " +
+                                         element.attribute("Version") + "." +
+                                         element.attribute("Minor"));
+        return *spec;
+    }
+    document.refuse(element, "there is no report " + quoted(name));
+}
+
+void checkReportOption(const xml::Document& document, const xml::Element& element,
+                       const HAXRReportSpec& report) {
+    if (element.name() != "Option")
+        document.refuse(element, "an element " + quoted(element.name()) + " isn't known here");
+    const std::string& name = element.attribute("name");
+    const HATOptGroup* options = report.getOptions();
+    const HATAttrSpec* spec = options == nullptr ? nullptr : options->getAttrSpecByName(name);
+    if (spec == nullptr)
+        document.refuse(element,
+                        "the report " + report.getName() + " has no option " + quoted(name));
+    checkValue(document, element, *spec, element.attribute("def_value"));
+}
+
+void checkReports(const xml::Document& document, const xml::Element& element,
+                  const HAXPFlow& flow) {
+    const std::string& id = element.attribute("Id");
+    if (element.name() != "Step")
+        document.refuse(element, "an element " + quoted(element.name()) + " doesn't belong here");
+    if (flow.getFlowStepForFSId(id) == nullptr)
+        document.refuse(element, "the flow " + flow.getFlowId() + " has no step " + quoted(id));
+    for (const xml::Element& child : element.children()) {
+        if (child.name() != "Spec")
+            document.refuse(child, "an element " + quoted(child.name()) + " doesn't belong here");
+        const HAXRReportSpec& report = checkSpec(document, child);
+        for (const xml::Element& option : child.children())
+            checkReportOption(document, option, report);
+    }
+}
+
+void checkReportStrategy(const xml::Document& document, const xml::Element& element) {
+    const xml::Element* handle = element.child("ReportStratHandle");
+    if (handle == nullptr)
+        document.refuse(element, "there is no ReportStratHandle");
+    const HAXPFlow& flow = checkHandle(document, *handle);
+    if (handle->child("Desc") == nullptr)
+        document.refuse(*handle, "there is no Desc");
+    for (const xml::Element& child : element.children()) {
+        if (&child != handle)
+            checkReports(document, child, flow);
+    }
+}
+
+void checkReportStrategies(const xml::Document& document) {
+    const xml::Element& root = document.root();
+    if (root.name() != "ReportStrategies")
+        document.refuse(root,
+                        "this is no report strategy file: its root is " + quoted(root.name()));
+    for (const xml::Element& child : root.children()) {
+        if (child.name() == "Tool") {
+            requireNumber(document, child, "Major");
+            requireNumber(document, child, "Minor");
+        } else if (child.name() == "ReportStrategy") {
+            checkReportStrategy(document, child);
+        } else {
+            document.refuse(child, "an element " + quoted(child.name()) + " doesn't belong here");
+        }
+    }
+    if (root.child("ReportStrategy") == nullptr)
+        document.refuse(root, "there is no report strategy in it");
+}
+
 }  // namespace
+
+void DestroyReportStrategy::operator()(HAXRReportStrategy* strategy) const {
+    strategy->nukeSteps();
+    delete strategy;
+}
 
 std::vector<std::unique_ptr<HAXPStrategy>> readStrategyFile(const std::string& path) {
     try {
@@ -188,6 +294,21 @@ std::vector<std::unique_ptr<HAXPStrategy>> readStrategyFile(const std::string& p
     return strategies;
 }
 
+std::vector<OwnedReportStrategy> readReportStrategyFile(const std::string& path) {
+    try {
+        checkReportStrategies(xml::Document::fromFile(path));
+    } catch (const HXMLReadException& error) {
+        refuse(error.getFileName(), error.getLine(), error.getReason());
+    }
+    HAXRReportStrategyXMLParser1 parser;
+    parser.parseStrategies(path);
+    std::vector<OwnedReportStrategy> strategies;
+    const std::unique_ptr<HSTFwdIter<HAXRReportStrategy*>> read(parser.createStrategyIter());
+    while (read->hasNext())
+        strategies.emplace_back(read->next());
+    return strategies;
+}
+
 void writeStrategyFile(HAXPStrategy& strategy, const std::string& path, bool replace) {
     std::string full = path;
     HUTFileUtils::makeAbsolutePath(full);
@@ -195,8 +316,17 @@ void writeStrategyFile(HAXPStrategy& strategy, const std::string& path, bool rep
     if (replace)
         writer.writeStrategy(&strategy);
     else if (!writer.writeNewStrategy(&strategy))
-        throw HEXUserException(
-            ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-66@%s", printable(full)));
+        failToReplace(full);
+}
+
+void writeReportStrategyFile(HAXRReportStrategy& strategy, const std::string& path, bool replace) {
+    std::string full = path;
+    HUTFileUtils::makeAbsolutePath(full);
+    HAXRReportStrategyXMLWriter1 writer(full);
+    if (replace)
+        writer.writeReportStrategy(&strategy);
+    else if (!writer.writeNewReportStrategy(&strategy))
+        failToReplace(full);
 }
 
 }  // namespace workbench

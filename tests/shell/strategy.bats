@@ -341,6 +341,51 @@ value_of() {
   assert_one_error 'neither XDG_CONFIG_HOME nor HOME names one'
 }
 
+@test "a run tells what differs from its strategy, and takes it over again" {
+  new_project
+  "$xp" -C proj create synth_1 --flow synth
+  "$xp" -C proj create impl_1 --flow impl --strategy Performance
+  run -0 --separate-stderr "$xp" -C proj show impl_1
+  [[ $output != *Differs* ]]
+  "$xp" -C proj set impl_1 seed=7
+  run -0 --separate-stderr "$xp" -C proj show impl_1
+  [[ $output == *'Differs       place_design.seed = 7  (strategy 1)'* ]]
+  run -0 --separate-stderr "$xp" -C proj show impl_1 --json
+  [ "$(json 'j["strategy_exists"], [(d["option"], d["value"], d["strategy_value"]) for d in j["strategy_differences"]]' <<<"$output")" = \
+    "(True, [('seed', '7', '1')])" ]
+  run -0 --separate-stderr "$xp" -C proj apply impl_1
+  [[ $stderr == *'Run impl_1 has the values of Performance now: 1 option changed'* ]]
+  run -0 --separate-stderr "$xp" -C proj show impl_1
+  [[ $output != *Differs* ]]
+  run -0 "$xp" -C proj apply impl_1 impl/Annealing
+  [[ $output == *'Annealing now: 3 options changed'* ]]
+  run -0 --separate-stderr "$xp" -C proj show impl_1 --json
+  [ "$(json 'j["strategy"]' <<<"$output")" = Annealing ]
+  run -6 "$xp" -C proj apply impl_1 synth/Area
+  assert_one_error 'is a run of the flow impl' 'xp strategy list --flow impl'
+  run -6 "$xp" -C proj apply impl_1 Anealing
+  assert_one_error 'There is no strategy Anealing' Annealing
+  run -6 "$xp" -C proj apply nosuch Annealing
+  assert_one_error 'There is no run nosuch'
+}
+
+@test "a run follows a change of its strategy only when it is applied" {
+  new_project
+  "$xp" strategy create Mine --flow synth
+  "$xp" -C proj create synth_1 --flow synth --strategy Mine
+  "$xp" strategy set Mine abc9=true
+  run -0 --separate-stderr "$xp" -C proj show synth_1
+  [[ $output == *'Differs       synth_design.abc9 = false  (strategy true)'* ]]
+  "$xp" -C proj apply synth_1
+  run -0 --separate-stderr "$xp" -C proj show synth_1
+  [[ $output == *'Options       synth_design.abc9 = true'* ]]
+  [[ $output != *Differs* ]]
+  "$xp" strategy delete Mine
+  run -0 --separate-stderr "$xp" -C proj show synth_1
+  [[ $output == *'Mine  (gone; the run keeps its values)'* ]]
+  [ "$("$xp" -C proj show synth_1 --json 2>/dev/null | json 'j["strategy_exists"]')" = False ]
+}
+
 @test "a run starts from a strategy of the user, and keeps its values when that is gone" {
   new_project
   "$xp" strategy create Mine --flow synth --set abc9=true

@@ -4,7 +4,7 @@
 
 load xp.bash
 
-verbs='new add create set launch wait status log show'
+verbs='new add create set apply launch wait status log show'
 
 @test "without a verb it lists the verbs and ends with 2" {
   run -2 "$xp"
@@ -54,6 +54,8 @@ verbs='new add create set launch wait status log show'
   local by_help=$output
   run -0 "$xp" strategy --help
   [ "$output" = "$by_help" ]
+  run -0 "$xp" help reportstrategy
+  [[ $output == *"  add "*"  remove "* ]]
   for inner in list show create copy rename delete set compare export import; do
     [[ $by_help == *"  $inner "* ]]
     run -0 --separate-stderr "$xp" help strategy "$inner"
