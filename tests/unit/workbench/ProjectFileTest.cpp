@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include "environment/errors/HEXUserException.h"
 #include "tests/support/FaultyDisk.h"
 #include "tests/support/thrownText.h"
@@ -82,6 +84,15 @@ TEST_F(ProjectFileTest, IsRefusedWhereverItIsCutOff) {
             << size << ": " << told;
         ASSERT_EQ(text(), cut);
     }
+}
+
+TEST_F(ProjectFileTest, IsRefusedWithAnAttributeOfAGigabyteWithoutBeingRead) {
+    // The disk holds its beginning alone.
+    write("<Project Version=\"1\" Name=\"");
+    ASSERT_EQ(::truncate(path().c_str(), off_t{1} << 30), 0);
+    const std::string told = refusal();
+    EXPECT_NE(told.find(path()), std::string::npos) << told;
+    EXPECT_NE(told.find("Larger than "), std::string::npos) << told;
 }
 
 TEST_F(ProjectFileTest, IsReadWhenTheLastLineEndIsMissing) {

@@ -4,6 +4,7 @@
 #include <string>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
@@ -70,6 +71,14 @@ TEST_F(HandleReaderTest, GivesTheWholeRecord) {
     m_handle.getPidNamespace(text);
     EXPECT_EQ(text, "4026531836");
     EXPECT_EQ(command(), "/bin/place");
+}
+
+TEST_F(HandleReaderTest, ReadsNothingOfAFileOfAGigabyte) {
+    // The disk holds its beginning alone.
+    m_dir.mark("marker", record(kIdentity));
+    ASSERT_EQ(::truncate(m_dir.path("marker").c_str(), off_t{1} << 30), 0);
+    EXPECT_FALSE(HUTProcHandleXMLParser().parsePH(m_dir.path("marker"), &m_handle));
+    EXPECT_FALSE(m_handle.isPartialComplete());
 }
 
 TEST_F(HandleReaderTest, NotesTheFolderOfTheFile) {

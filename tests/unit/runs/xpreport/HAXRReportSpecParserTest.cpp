@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include <unistd.h>
+
 #include "environment/containers/HSTKeyValIter.h"
 #include "environment/errors/HEXFileNotFoundException.h"
 #include "environment/errors/HXMLException.h"
@@ -497,6 +499,17 @@ TEST_F(ReportSpecParserTest, RefusesHostileFiles) {
         optionsOf("<Option type=\"int\" name=\"" + std::string((1 << 20) + 1, 'x') + "\"/>");
     EXPECT_EQ(errorOf(wide).substr(0, 58),
               "1: the attribute \"name\" is longer than 1048576 bytes. Corr");
+    EXPECT_EQ(reportCount(), 0);
+}
+
+TEST_F(ReportSpecParserTest, RefusesAnAttributeOfAGigabyteWithoutReadingIt) {
+    // The disk holds its beginning alone.
+    m_dir.mark("report.xml", "<Reports><ReportSpec name=\"");
+    ASSERT_EQ(::truncate(path().c_str(), off_t{1} << 30), 0);
+    const HAXRReportSpecParser parser(m_catalogue.get(), path());
+    const std::string told =
+        reports::outputOf([&] { EXPECT_THROW(parser.parseReportSpecs(), HXMLException); });
+    EXPECT_EQ(told.rfind(path() + ":0: Error: Larger than ", 0), 0U) << told;
     EXPECT_EQ(reportCount(), 0);
 }
 

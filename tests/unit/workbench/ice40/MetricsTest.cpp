@@ -6,6 +6,8 @@
 
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include "tests/support/RunDir.h"
 
 using namespace ice40;
@@ -175,6 +177,17 @@ TEST(MetricsFileTest, IsReadFromItsFolder) {
     std::string reason;
     EXPECT_TRUE(readMetrics(dir.path("route_design.metrics.json"), read, reason));
     EXPECT_EQ(read.count(counts::kLuts), 1076);
+}
+
+TEST(MetricsFileTest, IsRefusedWithItsPathWhenItHoldsAGigabyte) {
+    const test::RunDir dir;
+    // The disk holds its beginning alone.
+    dir.mark("large.json", "{\"format\":\"");
+    ASSERT_EQ(::truncate(dir.path("large.json").c_str(), off_t{1} << 30), 0);
+    StepMetrics read;
+    std::string reason;
+    EXPECT_FALSE(readMetrics(dir.path("large.json"), read, reason));
+    EXPECT_EQ(reason.rfind("'" + dir.path("large.json") + "' can't be read: ", 0), 0U) << reason;
 }
 
 TEST(MetricsFileTest, IsRefusedWithItsPathWhenItIsNotThere) {
