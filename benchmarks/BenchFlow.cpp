@@ -41,12 +41,16 @@ private:
 
 }  // namespace
 
-HAXPFlow* makeFlow(int steps, int options) {
+HAXPFlow* makeFlow(int steps, int options, bool hasAttributes) {
     static int s_count = 0;
     const std::string id = "bench_" + std::to_string(s_count++);
     HAXPFlow* flow = HAXPMgr::getGlobal()->createFlow(id, "1", id);
-    for (int i = 0; i < steps; ++i)
-        flow->addDefaultFlowStep(new BenchStep(stepName(i), options));
+    for (int i = 0; i < steps; ++i) {
+        auto step = std::make_unique<BenchStep>(stepName(i), options);
+        step->canDisable(hasAttributes);
+        step->hasTclHooks(hasAttributes);
+        flow->addDefaultFlowStep(step.release());
+    }
     return flow;
 }
 

@@ -10,8 +10,9 @@ class HAXPFlow;
 
 namespace bench {
 
-/// A new flow of `steps` steps with `options` options each; the catalogue keeps it.
-HAXPFlow* makeFlow(int steps, int options);
+/// A new flow of `steps` steps with `options` options each; the catalogue keeps it. With
+/// `hasAttributes` a step can be switched off and has scripts before and behind it.
+HAXPFlow* makeFlow(int steps, int options, bool hasAttributes = false);
 
 /// The tracking name of a step of such a flow.
 std::string stepName(int index);
