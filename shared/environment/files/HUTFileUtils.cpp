@@ -142,10 +142,18 @@ bool openPlain(const std::string& path, bool executable, Generated& opened) {
 }
 
 /// Reads all that is behind `fd`, but no more than `maxBytes` + 1 bytes;
-/// 0, or the error. `expected` is the size that the file seems to have.
+/// 0, or the error. `expected` is the size that the file seems to have; one that
+/// holds just that isn't asked for more.
 int readAll(int fd, std::size_t expected, std::size_t maxBytes, std::string& content) {
     content.resize(std::min(expected, maxBytes) + 1);
     std::size_t size = 0;
+    const ssize_t first = files::disk().read(fd, &content[0], content.size());
+    if (first > 0)
+        size = static_cast<std::size_t>(first);
+    if (size == expected && size > 0) {
+        content.resize(size);
+        return 0;
+    }
     for (;;) {
         const ssize_t got = files::readUpTo(fd, &content[size], content.size() - size);
         if (got < 0)
