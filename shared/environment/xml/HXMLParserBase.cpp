@@ -235,9 +235,9 @@ void HXMLParserBase::doneOptGroup() {
 void HXMLParserBase::startElem_(const std::string& name, const CAttributeList& attributes) {
     Data& data = *m_data;
     const std::size_t below = data.group == nullptr ? 0 : data.depth - data.groupDepth;
-    if (below == 1 && name == xml::kOptionElem)
+    if (below == 1 && xml::isNamed(name, xml::kOptionElem))
         data.beginOption(attributes);
-    else if (below == 2 && name == xml::kItemElem && data.list != nullptr)
+    else if (below == 2 && xml::isNamed(name, xml::kItemElem) && data.list != nullptr)
         data.items.push_back(attributes.getValue(xml::kValueAttr));
     else
         noteDropped_();

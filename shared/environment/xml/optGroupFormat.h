@@ -2,6 +2,8 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <cstddef>
+#include <cstring>
 #include <string>
 
 class HATAttrSpec;
@@ -15,6 +17,12 @@ constexpr char kIdAttr[] = "Id";
 constexpr char kOptionElem[] = "Option";
 constexpr char kItemElem[] = "Item";
 constexpr char kValueAttr[] = "Value";
+
+/// Whether `name` is the name `expected` of a format; it costs less than comparing the
+/// texts, as those of a format differ in length more often than not.
+template <std::size_t size> bool isNamed(const std::string& name, const char (&expected)[size]) {
+    return name.size() == size - 1 && std::memcmp(name.data(), expected, size - 1) == 0;
+}
 
 /// Whether the option is a list, kept as items in place of a value.
 bool isList(const HATAttrSpec& spec);

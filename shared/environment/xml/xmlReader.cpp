@@ -14,6 +14,7 @@
 #include <libxml/parserInternals.h>
 
 #include "environment/xml/HXMLReadException.h"
+#include "environment/xml/plainDocument.h"
 #include "environment/xml/xmlSource.h"
 #include "environment/xml/xmlText.h"
 
@@ -31,12 +32,16 @@ struct FreeContext {
     void operator()(xmlParserCtxtPtr context) const { xmlFreeParserCtxt(context); }
 };
 
-std::string textOf(const xmlChar* text) {
+const char* charsOf(const xmlChar* text) {
     return reinterpret_cast<const char*>(text);
 }
 
-std::string qualifiedName(const xmlChar* local, const xmlChar* prefix) {
-    return prefix == nullptr ? textOf(local) : textOf(prefix) + ":" + textOf(local);
+/// Makes `name` the name with its prefix, if it has one.
+const std::string& makeName(const xmlChar* local, const xmlChar* prefix, std::string& name) {
+    name.clear();
+    if (prefix != nullptr)
+        name.append(charsOf(prefix)).append(":");
+    return name.append(charsOf(local));
 }
 
 /// One document on its way from the parser's callbacks to the events.
@@ -72,19 +77,19 @@ private:
     static void onStart_(void* self, const xmlChar* local, const xmlChar* prefix, const xmlChar*,
                          int, const xmlChar**, int attributeCount, int,
                          const xmlChar** attributes) {
-        from_(self).guarded_(
-            [&] { from_(self).start_(qualifiedName(local, prefix), attributeCount, attributes); });
+        Reading& own = from_(self);
+        own.guarded_(
+            [&] { own.start_(makeName(local, prefix, own.m_name), attributeCount, attributes); });
     }
 
     static void onEnd_(void* self, const xmlChar* local, const xmlChar* prefix, const xmlChar*) {
-        from_(self).guarded_([&] { from_(self).end_(qualifiedName(local, prefix)); });
+        Reading& own = from_(self);
+        own.guarded_([&] { own.end_(makeName(local, prefix, own.m_name)); });
     }
 
     static void onText_(void* self, const xmlChar* text, int length) {
-        from_(self).guarded_([&] {
-            from_(self).m_text.append(reinterpret_cast<const char*>(text),
-                                      static_cast<std::size_t>(length));
-        });
+        from_(self).guarded_(
+            [&] { from_(self).m_text.append(charsOf(text), static_cast<std::size_t>(length)); });
     }
 
     // The parser may not be stopped here; it gives no more events by itself.
@@ -128,6 +133,10 @@ private:
     std::size_t m_elements = 0;
     /// Of each open element, whether it has a child.
     std::vector<bool> m_hasChild;
+    // Filled anew by each event.
+    std::string m_name;
+    std::string m_attributeName;
+    CAttributeList m_attributes;
     std::string m_text;
 };
 
@@ -153,16 +162,16 @@ void Reading::start_(const std::string& name, int attributeCount, const xmlChar*
         m_elements < m_source.elementLines.size() ? m_source.elementLines[m_elements++] : line_();
     if (m_hasChild.size() > kMaxDepth)
         refuse_(begin, fmt::format("elements nested deeper than {}", kMaxDepth));
-    CAttributeList list;
+    m_attributes.clear();
     for (int i = 0; i < attributeCount; ++i, attributes += 5) {
         const auto length = static_cast<std::size_t>(attributes[4] - attributes[3]);
-        const std::string attribute = qualifiedName(attributes[0], attributes[1]);
+        const std::string& attribute = makeName(attributes[0], attributes[1], m_attributeName);
         if (length > kMaxAttributeBytes)
             refuse_(begin, fmt::format("the attribute \"{}\" is longer than {} bytes", attribute,
                                        kMaxAttributeBytes));
-        list.addAttribute(attribute, {reinterpret_cast<const char*>(attributes[3]), length});
+        m_attributes.addAttribute(attribute, {charsOf(attributes[3]), length});
     }
-    m_events.startElement(name, list, begin);
+    m_events.startElement(name, m_attributes, begin);
 }
 
 void Reading::end_(const std::string& name) {
@@ -174,9 +183,9 @@ void Reading::end_(const std::string& name) {
 void Reading::flushText_(bool besideElement) {
     if (m_text.empty())
         return;
-    const std::string text = std::exchange(m_text, {});
     if (!m_hasChild.empty())
-        m_events.text(text, besideElement && isLayout(text), line_());
+        m_events.text(m_text, besideElement && isLayout(m_text), line_());
+    m_text.clear();
 }
 
 void Reading::keepReason_(const xmlError& error) noexcept {
@@ -190,7 +199,10 @@ void Reading::keepReason_(const xmlError& error) noexcept {
 Events::~Events() = default;
 
 void parse(std::string content, const std::string& fileName, Events& events) {
-    const Source source = checkSource(std::move(content), fileName);
+    std::string text = decode(std::move(content), fileName);
+    if (readPlain(text, events))
+        return;
+    const Source source = checkSource(std::move(text), fileName);
     Reading(source, fileName, events).run();
 }
 

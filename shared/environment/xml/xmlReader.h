@@ -11,7 +11,7 @@
 namespace xml {
 
 /// Takes the events of a document. Names and texts are UTF-8.
-class Events {
+class ENVIRONMENT_API Events {
 public:
     virtual ~Events();
 

@@ -20,8 +20,8 @@ namespace {
 constexpr std::size_t npos = std::string::npos;
 constexpr char kUtf8Mark[] = "\xEF\xBB\xBF";
 
-bool startsWith(const std::string& text, const std::string& prefix, std::size_t at = 0) {
-    return text.compare(at, prefix.size(), prefix) == 0;
+bool startsWith(std::string_view text, std::string_view prefix, std::size_t at = 0) {
+    return text.substr(at, prefix.size()) == prefix;
 }
 
 // Encodings ---------------------------------------------------------------
@@ -93,9 +93,9 @@ std::string declaredEncoding(const std::string& text) {
 }
 
 bool isUtf16(const std::string& content, bool& bigEndian) {
-    using namespace std::string_literals;
-    bigEndian = startsWith(content, "\xFE\xFF") || startsWith(content, "\0<\0?"s);
-    return bigEndian || startsWith(content, "\xFF\xFE") || startsWith(content, "<\0?\0"s);
+    using namespace std::string_view_literals;
+    bigEndian = startsWith(content, "\xFE\xFF") || startsWith(content, "\0<\0?"sv);
+    return bigEndian || startsWith(content, "\xFF\xFE") || startsWith(content, "<\0?\0"sv);
 }
 
 /// Takes a document in any encoding that we read to UTF-8 without a mark.
@@ -127,6 +127,16 @@ std::size_t countOf(std::string_view word, std::string_view text) {
     return count;
 }
 
+/// The characters that mean something inside a tag.
+struct TagCharacters {
+    constexpr TagCharacters() {
+        for (const char c : {'<', '>', '=', '"', '\''})
+            isOne[static_cast<unsigned char>(c)] = true;
+    }
+    bool isOne[256] = {};
+};
+constexpr TagCharacters kTagCharacters;
+
 /// Walks over the markup of a document, from '<' to '<'. It reads just enough
 /// to tell tags from comments and texts; whether the document is well-formed is
 /// the parser's to say. But the parser goes on behind an error, so whatever
@@ -134,7 +144,11 @@ std::size_t countOf(std::string_view word, std::string_view text) {
 class MarkupWalk {
 public:
     MarkupWalk(Source& source, const std::string& fileName)
-        : m_text(source.text), m_lines(source.elementLines), m_fileName(fileName) {}
+        : m_text(source.text), m_lines(source.elementLines), m_fileName(fileName),
+          m_hasNamespaces(m_text.find(kNamespace) != npos) {
+        constexpr std::size_t kUsualElement = 32;
+        m_lines.reserve(m_text.size() / kUsualElement);
+    }
 
     void run() {
         while ((m_at = m_text.find('<', m_at)) != npos)
@@ -142,18 +156,21 @@ public:
     }
 
 private:
-    bool is_(const char* prefix) const { return startsWith(m_text, prefix, m_at); }
+    static constexpr char kNamespace[] = "xmlns";
+
+    bool is_(std::string_view prefix) const { return startsWith(m_text, prefix, m_at); }
 
     void markup_() {
-        if (is_("<!--"))
+        const char kind = m_at + 1 < m_text.size() ? m_text[m_at + 1] : '\0';
+        if (kind == '!' && is_("<!--"))
             skipTo_("-->", "a comment has no end");
-        else if (is_("<![CDATA["))
+        else if (kind == '!' && is_("<![CDATA["))
             skipTo_("]]>", "a CDATA section has no end");
-        else if (is_("<!DOCTYPE"))
+        else if (kind == '!' && is_("<!DOCTYPE"))
             refuse_(line_(), "a DOCTYPE isn't allowed in this file");
-        else if (is_("<?"))
+        else if (kind == '?')
             instruction_();
-        else if (is_("</"))
+        else if (kind == '/')
             m_at += 2;
         else
             startTag_();
@@ -179,7 +196,8 @@ private:
         m_lines.push_back(begin);
         const std::size_t attributes = skipTag_(begin);
         m_attributes += attributes;
-        m_namespaces += countOf("xmlns", std::string_view(m_text).substr(tag, m_at - tag));
+        if (m_hasNamespaces)
+            m_namespaces += countOf(kNamespace, std::string_view(m_text).substr(tag, m_at - tag));
         if (m_lines.size() > kMaxElements)
             refuse_(begin, fmt::format("more than {} elements", kMaxElements));
         if (attributes > kMaxAttributesOfElement)
@@ -197,6 +215,8 @@ private:
         char quote = 0;
         for (++m_at; m_at < m_text.size(); ++m_at) {
             const char c = m_text[m_at];
+            if (!kTagCharacters.isOne[static_cast<unsigned char>(c)])
+                continue;
             if (c == '<')
                 refuse_(begin, "'<' inside a tag");
             if (quote != 0)
@@ -231,6 +251,7 @@ private:
     int m_line = 1;
     std::size_t m_attributes = 0;
     std::size_t m_namespaces = 0;
+    bool m_hasNamespaces;
 };
 
 void checkCharacters(const std::string& text, const std::string& fileName) {
@@ -262,11 +283,16 @@ std::string readFile(const std::string& path) {
                             startsWith(reason, prefix) ? reason.substr(prefix.size()) : reason);
 }
 
-Source checkSource(std::string content, const std::string& fileName) {
+std::string decode(std::string content, const std::string& fileName) {
     checkSize(content.size(), fileName);
+    std::string text = toUtf8(std::move(content), fileName);
+    checkCharacters(text, fileName);
+    return text;
+}
+
+Source checkSource(std::string text, const std::string& fileName) {
     Source source;
-    source.text = toUtf8(std::move(content), fileName);
-    checkCharacters(source.text, fileName);
+    source.text = std::move(text);
     MarkupWalk(source, fileName).run();
     return source;
 }

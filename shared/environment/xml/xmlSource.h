@@ -24,17 +24,21 @@ constexpr std::size_t kMaxNamespaces = 64;
 /// @throws HXMLReadException it can't be read, or is too large.
 std::string readFile(const std::string& path);
 
-/// A document in UTF-8, within the bounds on its size, elements and attributes,
-/// without a DOCTYPE and without characters that XML can't hold.
+/// The bytes of a document of a size that is read, in UTF-8, without characters that XML
+/// can't hold. `fileName` stands for it in errors, here and below.
+/// @throws HXMLReadException it is no such document.
+std::string decode(std::string content, const std::string& fileName);
+
+/// A document in UTF-8, within the bounds on its elements and attributes, without a
+/// DOCTYPE.
 struct Source {
     std::string text;
     /// The line on which each element's tag begins, in document order.
     std::vector<int> elementLines;
 };
 
-/// Takes the bytes of a document apart far enough to know the bounds.
-/// `fileName` stands for it in errors.
+/// Takes what decode() gives apart far enough to know the bounds.
 /// @throws HXMLReadException it is no such document.
-Source checkSource(std::string content, const std::string& fileName);
+Source checkSource(std::string text, const std::string& fileName);
 
 }  // namespace xml

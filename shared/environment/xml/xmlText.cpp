@@ -2,6 +2,8 @@
 // Copyright the Xperiment authors
 #include "environment/xml/xmlText.h"
 
+#include <algorithm>
+
 #include <fmt/format.h>
 #include <libxml/tree.h>
 
@@ -51,6 +53,25 @@ CodePoint decode(const std::string& text, std::size_t at) {
     return isShortestForm(value, length) ? CodePoint{value, length} : kNotUtf8;
 }
 
+/// Where the first run of plain ASCII characters from `at` on ends, or short of it:
+/// most documents are nothing else, so it goes by blocks that the compiler can look
+/// at as a whole.
+std::size_t skipPlain(const std::string& text, std::size_t at) {
+    constexpr std::size_t kBlock = 64;
+    for (; text.size() - at >= kBlock; at += kBlock) {
+        const char* const block = text.data() + at;
+        unsigned char bad = 0;
+        for (std::size_t i = 0; i < kBlock; ++i) {
+            const auto c = static_cast<Byte>(block[i]);
+            const auto blank = static_cast<Byte>((c == '\t') | (c == '\n') | (c == '\r'));
+            bad |= static_cast<Byte>((c >= 0x80) | ((c < 0x20) & (blank ^ 1u)));
+        }
+        if (bad != 0)
+            break;
+    }
+    return at;
+}
+
 bool isAllowed(unsigned value) {
     if (value < 0x20)
         return value == '\t' || value == '\n' || value == '\r';
@@ -60,12 +81,16 @@ bool isAllowed(unsigned value) {
 }  // namespace
 
 std::size_t findInvalid(const std::string& text) {
+    constexpr std::size_t kBetweenRuns = 64;
     std::size_t at = 0;
-    while (at < text.size()) {
-        const CodePoint point = decode(text, at);
-        if (point.length == 0 || !isAllowed(point.value))
-            return at;
-        at += point.length;
+    while ((at = skipPlain(text, at)) < text.size()) {
+        const std::size_t last = at + std::min(kBetweenRuns, text.size() - at);
+        while (at < last) {
+            const CodePoint point = decode(text, at);
+            if (point.length == 0 || !isAllowed(point.value))
+                return at;
+            at += point.length;
+        }
     }
     return std::string::npos;
 }

@@ -15,6 +15,7 @@
 #include "environment/options/HATEnumRange.h"
 #include "environment/options/HATOptGroup.h"
 #include "environment/options/HATOptGroupSpec.h"
+#include "environment/xml/optGroupFormat.h"
 #include "runs/base/xperiment/HAXPFlow.h"
 #include "runs/base/xperiment/HAXPFlowStepOptions.h"
 #include "runs/base/xperiment/HAXPMgr.h"
@@ -23,6 +24,7 @@
 
 using CSL::XML::CAttributeList;
 using namespace xpstratxio;
+using xml::isNamed;
 
 namespace {
 
@@ -73,11 +75,8 @@ void HAXSStrategyXMLParser::getFailReasons(HSTVector<std::string>& reasons) cons
 }
 
 bool HAXSStrategyXMLParser::needsBackup() const {
-    if (hasDropped() || m_finished.size() > 1 || getFileMajor() != kFormatMajor ||
-        getFileMinor() != kFormatMinor)
-        return true;
-    Version running;
-    return !m_writerVersion.empty() && toolVersion(running) && m_writerVersion != textOf(running);
+    return hasDropped() || m_finished.size() > 1 || m_isOtherTool ||
+           getFileMajor() != kFormatMajor || getFileMinor() != kFormatMinor;
 }
 
 std::string HAXSStrategyXMLParser::getWriterVersion() const {
@@ -88,30 +87,30 @@ void HAXSStrategyXMLParser::startDoc_() {}
 
 void HAXSStrategyXMLParser::startElem_(const std::string& name, const CAttributeList& attributes) {
     // The group that is being read may be of the strategy that goes.
-    if (name == kStrategyElem || name == kStratHandleElem)
+    if (isNamed(name, kStrategyElem) || isNamed(name, kStratHandleElem))
         doneOptGroup();
-    if (name == kStrategyElem)
+    if (isNamed(name, kStrategyElem))
         m_current = std::make_unique<HAXPStrategy>();
-    else if (name == kToolElem)
+    else if (isNamed(name, kToolElem))
         reToolVersion_(attributes);
     else if (m_current == nullptr)
         noteDropped_();
-    else if (name == kStratHandleElem)
+    else if (isNamed(name, kStratHandleElem))
         reStratHandle_(attributes);
-    else if (name == kDescElem)
+    else if (isNamed(name, kDescElem))
         m_inDescription = true;
-    else if (name == kStepElem)
+    else if (isNamed(name, kStepElem))
         reStep_(attributes);
     else
         HXMLParserBase::startElem_(name, attributes);
 }
 
 void HAXSStrategyXMLParser::endElem_(const std::string& name) {
-    if (name == kDescElem)
+    if (isNamed(name, kDescElem))
         endDescription_();
-    else if (name == kStepElem)
+    else if (isNamed(name, kStepElem))
         doneOptGroup();
-    else if (name == kStrategyElem)
+    else if (isNamed(name, kStrategyElem))
         endStrategy_();
 }
 
@@ -211,6 +210,7 @@ void HAXSStrategyXMLParser::reToolVersion_(const CAttributeList& attributes) {
     const bool isKnown = toolVersion(running);
     const Version writer(std::stoi(major), std::stoi(minor));
     m_writerVersion = textOf(writer);
+    m_isOtherTool = isKnown && writer != running;
     if (isKnown && running < writer)
         ComMsgMgr::sendMsg::eval(3, __FILE__, __LINE__, "runs", ComMsgMgr::kWarning,
                                  "@36-549@%s%s%s", getFileName(), major + "." + minor,

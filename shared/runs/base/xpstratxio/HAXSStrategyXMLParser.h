@@ -77,4 +77,5 @@ private:
     std::string m_description;
     HSTVector<std::string> m_failReasons;
     std::string m_writerVersion;
+    bool m_isOtherTool = false;
 };
