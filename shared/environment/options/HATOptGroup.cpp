@@ -200,12 +200,12 @@ const OptionValue& HATOptGroup::valueAt_(std::size_t slot) const {
     return own != nullptr ? *own : *specAt_(slot).m_default;
 }
 
-bool HATOptGroup::store_(std::size_t slot, const OptionValue& value) {
+bool HATOptGroup::store_(std::size_t slot, OptionValue&& value) {
     if (value == *specAt_(slot).m_default)
         return drop_(slot);
     if (value == valueAt_(slot))
         return false;
-    keep_(slot, value);
+    keep_(slot, std::move(value));
     return true;
 }
 
@@ -216,15 +216,15 @@ bool HATOptGroup::drop_(std::size_t slot) {
     return !(*before == *specAt_(slot).m_default);
 }
 
-void HATOptGroup::keep_(std::size_t slot, const OptionValue& value) {
-    std::unique_ptr<OptionValue> kept = std::make_unique<OptionValue>(value);
+void HATOptGroup::keep_(std::size_t slot, OptionValue&& value) {
+    std::unique_ptr<OptionValue> kept = std::make_unique<OptionValue>(std::move(value));
     if (slot >= m_values.size())
-        m_values.resize(slot + 1);
+        m_values.resize(m_spec->attrSpecCount());
     m_values[slot] = std::move(kept);
 }
 
-void HATOptGroup::storeAndTell_(std::size_t slot, const OptionValue& value, bool notify) {
-    if (store_(slot, value) && notify)
+void HATOptGroup::storeAndTell_(std::size_t slot, OptionValue&& value, bool notify) {
+    if (store_(slot, std::move(value)) && notify)
         tellObservers_();
 }
 
@@ -235,7 +235,7 @@ bool HATOptGroup::storeText_(std::size_t slot, const std::string& text, bool not
         return false;
     if (!options::parseText(spec.getAttrType(), text, value))
         return false;
-    storeAndTell_(slot, value, notify);
+    storeAndTell_(slot, std::move(value), notify);
     return true;
 }
 
@@ -248,7 +248,7 @@ bool HATOptGroup::copyBySlot_(const HATOptGroup& source) {
             changed = drop_(slot) || changed;
         } else if (ownAt_(slot) == nullptr || !(*ownAt_(slot) == *theirs)) {
             changed = !(valueAt_(slot) == *theirs) || changed;
-            keep_(slot, *theirs);
+            keep_(slot, OptionValue(*theirs));
         }
     }
     return changed;
@@ -266,7 +266,7 @@ bool HATOptGroup::copyByDbId_(const HATOptGroup& source) {
         if (spec.getAttrType() == HATAttrTypes::kEnum && !value.text.empty() &&
             !options::isAllowedEnum(spec, value.text))
             continue;
-        changed = store_(slot, value) || changed;
+        changed = store_(slot, OptionValue(value)) || changed;
     }
     return changed;
 }
@@ -298,6 +298,10 @@ bool HATOptGroup::differsByDbId_(const HATOptGroup& other) const {
 }
 
 void HATOptGroup::tellObservers_() {
+    if (m_observers.size() == 1) {
+        m_observers.front()->optionsChangedCallback(this);
+        return;
+    }
     const std::vector<HATOptGroupObserver*> toTell = m_observers;
     std::exception_ptr firstThrown;
     for (HATOptGroupObserver* observer : toTell) {

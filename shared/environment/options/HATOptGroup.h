@@ -132,10 +132,10 @@ private:
     const options::OptionValue& valueAt_(std::size_t slot) const;
 
     /// Stores without telling anybody. True when the value that holds changed.
-    bool store_(std::size_t slot, const options::OptionValue& value);
+    bool store_(std::size_t slot, options::OptionValue&& value);
     bool drop_(std::size_t slot);
-    void keep_(std::size_t slot, const options::OptionValue& value);
-    void storeAndTell_(std::size_t slot, const options::OptionValue& value, bool notify);
+    void keep_(std::size_t slot, options::OptionValue&& value);
+    void storeAndTell_(std::size_t slot, options::OptionValue&& value, bool notify);
     bool storeText_(std::size_t slot, const std::string& text, bool notify);
     bool copyBySlot_(const HATOptGroup& source);
     bool copyByDbId_(const HATOptGroup& source);
@@ -145,7 +145,7 @@ private:
 
     std::unique_ptr<const HATOptGroupSpec> m_ownedSpec;
     const HATOptGroupSpec* m_spec;
-    /// One for each slot up to the last that was ever set; null follows the
+    /// Empty until a value is set, then one for each slot there was at the time; null follows the
     /// default.
     std::vector<std::unique_ptr<options::OptionValue>> m_values;
     /// In order of attachment; not owned.

@@ -2,23 +2,35 @@
 // Copyright the Xperiment authors
 #include "environment/options/HATOptGroupSpec.h"
 
-#include <iterator>
+#include <utility>
 
 #include "environment/containers/heapIter.h"
 #include "environment/errors/HEXAlgException.h"
 #include "environment/options/HATAttrSpec.h"
+#include "environment/options/textIndex.h"
 
 namespace {
 
 /// Up to here comparing the texts one by one beats hashing.
 constexpr std::size_t kHandful = 8;
 
-void dropSlot(std::unordered_map<std::string, std::size_t>& index, std::size_t slot) {
-    for (auto at = index.begin(); at != index.end();)
-        at = at->second == slot ? index.erase(at) : std::next(at);
-}
-
 }  // namespace
+
+struct HATOptGroupSpec::DbIdAt {
+    const HATOptGroupSpec& own;
+    const std::string& operator()(std::size_t slot) const { return own.m_texts[slot].dbId; }
+};
+
+struct HATOptGroupSpec::NameAt {
+    const HATOptGroupSpec& own;
+    const std::string& operator()(std::size_t slot) const { return own.m_specs[slot]->getName(); }
+};
+
+/// The first slot for each text.
+struct HATOptGroupSpec::Indices {
+    options::TextIndex ofDbId;
+    options::TextIndex ofName;
+};
 
 HATOptGroupSpec::HATOptGroupSpec() = default;
 
@@ -32,18 +44,17 @@ void HATOptGroupSpec::registerAttrSpec(HATAttrSpec* ownedSpec, const std::string
         throw HEXAlgException("attribute spec \"" + ownedSpec->getName() +
                               "\" is registered already");
     const std::size_t slot = m_specs.size();
-    m_specs.emplace_back();
     try {
         m_texts.push_back({dbId, invokeText});
-        index_(slot, ownedSpec->getName());
+        m_specs.emplace_back();
+        reserveIndices_(slot + 1);
     } catch (...) {
-        dropSlot(m_slotOfDbId, slot);
-        dropSlot(m_slotOfName, slot);
         m_specs.resize(slot);
         m_texts.resize(slot);
         throw;
     }
     m_specs.back().reset(ownedSpec);
+    index_(slot);
     ownedSpec->m_owner = this;
     ownedSpec->m_slot = slot;
 }
@@ -54,9 +65,9 @@ HATAttrSpec* HATOptGroupSpec::getAttrSpecForDbId(const std::string& dbId) const 
 }
 
 HATAttrSpec* HATOptGroupSpec::getAttrSpecByName(const std::string& name) const {
-    if (m_specs.size() > kHandful) {
-        const Index::const_iterator found = m_slotOfName.find(name);
-        return found == m_slotOfName.end() ? nullptr : m_specs[found->second].get();
+    if (m_indices != nullptr) {
+        const std::size_t slot = m_indices->ofName.find(name, NameAt{*this});
+        return slot == kNoSlot ? nullptr : m_specs[slot].get();
     }
     for (const std::unique_ptr<HATAttrSpec>& spec : m_specs) {
         if (spec->getName() == name)
@@ -84,10 +95,8 @@ std::size_t HATOptGroupSpec::findSlot_(const HATAttrSpec* spec) const {
 }
 
 std::size_t HATOptGroupSpec::findSlotForDbId_(const std::string& dbId) const {
-    if (m_texts.size() > kHandful) {
-        const Index::const_iterator found = m_slotOfDbId.find(dbId);
-        return found == m_slotOfDbId.end() ? kNoSlot : found->second;
-    }
+    if (m_indices != nullptr)
+        return m_indices->ofDbId.find(dbId, DbIdAt{*this});
     for (std::size_t slot = 0; slot < m_texts.size(); ++slot) {
         if (m_texts[slot].dbId == dbId)
             return slot;
@@ -111,20 +120,33 @@ std::size_t HATOptGroupSpec::requireSlot_(const HATAttrSpec* spec) const {
     return slot;
 }
 
-void HATOptGroupSpec::index_(std::size_t slot, const std::string& name) {
-    if (slot < kHandful)
+void HATOptGroupSpec::reserveIndices_(std::size_t count) {
+    if (count <= kHandful)
+        return;
+    const bool isFirst = m_indices == nullptr;
+    std::unique_ptr<Indices> made = isFirst ? std::make_unique<Indices>() : nullptr;
+    Indices& indices = isFirst ? *made : *m_indices;
+    indices.ofDbId.reserve(count, DbIdAt{*this});
+    indices.ofName.reserve(count, NameAt{*this});
+    if (isFirst)
+        m_indices = std::move(made);
+}
+
+void HATOptGroupSpec::index_(std::size_t slot) {
+    if (m_indices == nullptr)
         return;
     for (std::size_t at = slot == kHandful ? 0 : slot; at <= slot; ++at) {
-        m_slotOfDbId.emplace(m_texts[at].dbId, at);
-        m_slotOfName.emplace(at == slot ? name : m_specs[at]->getName(), at);
+        m_indices->ofDbId.add(m_texts[at].dbId, at, DbIdAt{*this});
+        m_indices->ofName.add(m_specs[at]->getName(), at, NameAt{*this});
     }
 }
 
 void HATOptGroupSpec::reindexNames_() {
-    if (m_specs.size() <= kHandful)
+    if (m_indices == nullptr)
         return;
-    Index slotOfName;
+    options::TextIndex ofName;
+    ofName.reserve(m_specs.size(), NameAt{*this});
     for (std::size_t slot = 0; slot < m_specs.size(); ++slot)
-        slotOfName.emplace(m_specs[slot]->getName(), slot);
-    m_slotOfName.swap(slotOfName);
+        ofName.add(m_specs[slot]->getName(), slot, NameAt{*this});
+    m_indices->ofName = std::move(ofName);
 }

@@ -5,7 +5,6 @@
 #include <cstddef>
 #include <memory>
 #include <string>
-#include <unordered_map>
 #include <vector>
 
 #include "environment/EnvironmentExport.h"
@@ -62,7 +61,10 @@ public:
 private:
     friend class HATAttrSpec;
     friend class HATOptGroup;
-    using Index = std::unordered_map<std::string, std::size_t>;
+
+    struct DbIdAt;
+    struct NameAt;
+    struct Indices;
 
     /// What a spec was registered with.
     struct Texts {
@@ -84,7 +86,9 @@ private:
     std::size_t requireSlot_(const HATAttrSpec* spec) const;
     /// Adds the option at `slot`, the last one, to the indices; all of them when
     /// it is the one that makes them worth their while.
-    void index_(std::size_t slot, const std::string& name);
+    void index_(std::size_t slot);
+    /// Makes room for that, so that it can't fail half-way.
+    void reserveIndices_(std::size_t count);
     /// After a spec got another name.
     void reindexNames_();
 
@@ -92,7 +96,6 @@ private:
     std::string m_displayName;
     std::vector<std::unique_ptr<HATAttrSpec>> m_specs;
     std::vector<Texts> m_texts;
-    /// The first slot for each text; empty while there are but a handful.
-    Index m_slotOfDbId;
-    Index m_slotOfName;
+    /// Null while there are but a handful.
+    std::unique_ptr<Indices> m_indices;
 };
