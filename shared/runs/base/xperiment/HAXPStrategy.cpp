@@ -74,6 +74,9 @@ void HAXPStrategy::setFlow(const HAXPFlow* flow, bool addDefaultSteps) {
     if (flow == nullptr || !addDefaultSteps)
         return;
     const std::unique_ptr<HSTFwdIter<HAXPFlowStep*>> steps(flow->createDefaultFlowStepIter());
+    const auto count = static_cast<std::size_t>(flow->defaultFlowStepCount());
+    m_stepOptions.reserve(count);
+    m_options.reserve(count);
     while (steps->hasNext())
         addStep(steps->next(), false);
 }
@@ -196,9 +199,13 @@ void HAXPStrategy::optionsChangedCallback_(HATOptGroup*) {
 HAXPFlowStepOptions* HAXPStrategy::addStep_(const HATOptGroupSpec* options,
                                             const HATOptGroupSpec* attrs) {
     std::unique_ptr<HAXPFlowStepOptions> entry = makeEntry_(options, attrs);
-    m_options.reserve(m_options.size() + 1);
-    m_stepOptions.push_back(std::move(entry));
-    m_options.push_back(m_stepOptions.back()->getOptions());
+    m_options.push_back(entry->getOptions());
+    try {
+        m_stepOptions.push_back(std::move(entry));
+    } catch (...) {
+        m_options.pop_back();
+        throw;
+    }
     return m_stepOptions.back().get();
 }
 

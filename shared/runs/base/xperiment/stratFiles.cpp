@@ -204,6 +204,8 @@ void AsideFile::remove() {
 }
 
 std::string AsideFile::recovered(const std::string& path) {
+    if (path.find(kAsidePrefix) == std::string::npos)
+        return path;
     const SplitPath split(path);
     if (split.name.compare(0, kAsidePrefixSize, kAsidePrefix) != 0)
         return path;

@@ -86,8 +86,7 @@ public:
             throw HEXAlgException(Kind::kRegisterNull);
         if (find(strategy->getFlow(), strategy->getName()) != nullptr)
             throw HEXDataException(Kind::kNotUnique);
-        m_registry.add(strategy);
-        strategy->attach(&m_database);
+        enter_(strategy);
     }
 
     void addInternal(Strategy* strategy) {
@@ -206,6 +205,11 @@ public:
     }
 
 private:
+    void enter_(Strategy* strategy) {
+        m_registry.add(strategy);
+        strategy->attach(&m_database);
+    }
+
     static void requireSource_(const Strategy* source) {
         if (source == nullptr)
             throw HEXAlgException("can't copy null strategy");
@@ -309,7 +313,7 @@ private:
                 strategy->setUserDefined(false);
             const Strategy* const first = find(strategy->getFlow(), strategy->getName());
             if (first == nullptr) {
-                add(strategy.get());
+                enter_(strategy.get());
                 registered.push_back(strategy.release());
                 continue;
             }
