@@ -170,6 +170,49 @@ public:
     /// group of the caller's own. @throws HEXAlgException a null step.
     HATOptGroup* createOptionsForStep(const HAXPFlowStep* flowStep) const;
 
+    // Reset.
+
+    /// Takes the run back to its start, or to the step of its flow with this abbreviation,
+    /// whatever the case; an empty one stands for the first step of the run. In this order:
+    /// a launched run is stopped when `killFirst` says so; the step and those behind it are
+    /// reset without asking the step filter, and with `emptyDir` their files go; from the
+    /// first step on a launched run's directory is emptied with `emptyDir`, the information
+    /// object forgets the results, and the run is deactivated; with `markDirty` the run is
+    /// dirty. Mode, directory and latest step stay: the concrete run decides about them.
+    ///
+    /// A run that can't be stopped is reset all the same, but keeps its outputs: what still
+    /// runs may write them. Whether all of it worked; for each thing that didn't, `errors`
+    /// gets a sentence behind what is in it. With "project.enableLSFforRuns" on, a run that
+    /// the first attempts don't end is ended on its own host or through its cluster: then
+    /// that outcome alone decides whether outputs go, and what stands in `errors` is dropped
+    /// once it is known which way is taken, or that it worked.
+    ///
+    /// With "runs.enableTemplatizedFlows" and "runs.launchI2FlowInProcess" on, a run of a
+    /// local flow executes in this process: it is asked to stop, nothing is killed, and
+    /// `emptyDir` counts as set.
+    ///
+    /// Takes up to eight seconds for each of two attempts to end what doesn't listen, with
+    /// 500 ms between them, and as long as a kill command takes. Nothing of it happens under
+    /// the run's mutex.
+    /// @throws HEXAlgException the run has no step, strategy or information object; nothing
+    /// changes. What resetStep() throws passes on; the run is stopped then.
+    bool resetRun(const std::string& stepAbbrev, HSTVector<std::string>& errors, bool emptyDir,
+                  bool killFirst, bool markDirty);
+    /// The same to the start.
+    bool resetRun(HSTVector<std::string>& errors, bool emptyDir, bool killFirst, bool markDirty);
+    /// Removes what the run left in its directory; the directory stays. Of a flow whose name
+    /// begins with "ZUM", "QSY" or "Tarnel Synthesis" that is every entry, and the answer
+    /// is whether all of them are gone. Of any other flow it is the files of the information
+    /// object's table, the scripts, logs and job files of a launch, and the files "*.mif",
+    /// "*.txt" and "*.tmp"; what else lies there stays, what can't be removed too, and the
+    /// answer is true. True without a directory. No link is followed, no name leads out.
+    /// @throws HEXAlgException the run has no strategy, or no information object.
+    bool emptyRunDir();
+    /// Runs `killCommand` with `argument` as its last word, and waits for it. Whether its
+    /// program, the text up to the first blank, is found, and ends with status 0. The last
+    /// argument isn't read.
+    bool killRun(const std::string& killCommand, const std::string& argument, bool ignored);
+
     // Reports. A report belongs to a step and goes with it. A refusal to make one is a
     // message and null.
 
@@ -317,8 +360,14 @@ protected:
     /// already, is ignored. Not owned.
     void addMsgHandle_(ComMsgMgrSrcHandle* handle);
     bool isActivated_() const;  ///< (locks)
+    /// The whole content of the file "job.id" in the run directory, as the layer that
+    /// submits jobs wrote it, a line end included; empty when it can't be read, or is larger
+    /// than any identifier.
+    std::string readClusterJobIdentifier_() const;
 
 private:
+    class Stopper;
+
     int statusCode_() const;
     HAXPExpInfoBase& requireInfo_() const;
     HAXPStrategy& requireStrategy_() const;
@@ -329,6 +378,11 @@ private:
     void appendStep_(const HAXPFlowStep* flowStep);
     void takeStep_(std::unique_ptr<HAXPExpRunStep> step);
     void requireResettable_(const HAXPFlowStep* flowStep);
+    HAXPExpRunStep& requireFirstStep_() const;
+    bool executesInProcess_() const;
+    bool stopForReset_(const std::string& runDir, bool killFirst, HSTVector<std::string>& errors,
+                       bool& emptyDir);
+    void removeLaunchFiles_(const std::string& runDir) const;
     std::vector<HAXPExpRunStep*> stepsFrom_(const HAXPFlowStep* flowStep) const;
     std::unique_ptr<HAXPExpRunStep> takeOut_(const HAXPExpRunStep* step);
     void dropStepsFrom_(int count);

@@ -19,10 +19,6 @@ namespace {
 constexpr char kAnyText = '*';
 constexpr std::size_t kMaxPatternBytes = 1024;
 
-std::string pathIn(const std::string& runDir, const std::string& name) {
-    return runDir + HUTFile::getDirSeparator() + name;
-}
-
 /// Whether a folder is there, and no link to one.
 bool isRealFolder(const std::string& path) {
     boost::system::error_code failed;
@@ -57,6 +53,10 @@ void removeMatches(const std::string& runDir, const std::string& name) {
 
 }  // namespace
 
+std::string pathIn(const std::string& runDir, const std::string& name) {
+    return runDir + HUTFile::getDirSeparator() + name;
+}
+
 void removeRunFile(const std::string& runDir, const std::string& name) {
     if (runDir.empty() || name.empty())
         return;
@@ -73,6 +73,15 @@ void removeRunPath(const std::string& runDir, const std::string& path) {
         removeRunFile(runDir, path.substr(start.size()));
     else
         HUTFile(path).rm();
+}
+
+bool removeRunEntry(const std::string& runDir, const std::string& name) {
+    if (runDir.empty() || name.empty())
+        return false;
+    // Most entries are files, which go, or aren't there, with one system call.
+    const bool isPlain = name.find(HUTFile::getDirSeparator()) == std::string::npos;
+    return (isPlain && HUTFile(pathIn(runDir, name)).rm()) ||
+           HUTFileUtils::removeBelow(runDir, name);
 }
 
 void removeGenerated(const std::string& runDir, const std::string& name) {

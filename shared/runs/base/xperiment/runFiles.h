@@ -11,11 +11,26 @@ namespace xperiment {
 // followed, and no name goes up. An empty name, or an empty directory, names nothing.
 // What can't be removed stays without a word, unless said otherwise.
 
+/// The script that runs the steps under UNIX. A cluster job is known by its path.
+constexpr const char* runScriptFile = "runme.sh";
+
+/// The identifier of the run's cluster job, and the log of its submission. The layer that
+/// submits the job writes them.
+constexpr const char* jobIdFile = "job.id";
+constexpr const char* jobLogFile = "job.id.log";
+
+/// The path of `name` in the directory.
+std::string pathIn(const std::string& runDir, const std::string& name);
+
 /// Removes the file or link `name`; a folder of that name stays.
 void removeRunFile(const std::string& runDir, const std::string& name);
 
 /// removeRunFile() of a full path, which need not lie in the directory.
 void removeRunPath(const std::string& runDir, const std::string& path);
+
+/// Removes the file, link or folder `name`, a folder with all that is in it. True when
+/// nothing of that name is left; false also for a name that may not be reached.
+bool removeRunEntry(const std::string& runDir, const std::string& name);
 
 /// Removes what was generated as `name`: a file as removeRunFile() does; a folder is
 /// emptied and made again; behind a '*' in it, `name` is a folder and a pattern, the
