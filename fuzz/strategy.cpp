@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
 
-// A strategy file in a user's directory: what is restored has a flow, a name and all steps,
+// A strategy file in a user's directory: what is restored has a flow and all its steps,
 // and is the same when it is saved and restored again. The file stays as it is.
 #include <algorithm>
 #include <filesystem>
@@ -63,7 +63,6 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     static_cast<void>(setting());
     const std::string path = fuzz::scratch().write("strategies/input.psg", data, size);
     for (const OwnedStrategy& strategy : restored()) {
-        fuzz::require(!strategy->getName().empty(), "a strategy has a name");
         fuzz::require(strategy->stepCount() == 2, "a strategy has the steps of its flow");
         fuzz::require(strategy->getFilename() == path, "a strategy knows its file");
         checkSaving(*strategy);

@@ -129,8 +129,6 @@ void HAXSStrategyXMLParser::reStratHandle_(const CAttributeList& attributes) {
         std::cerr << "ERROR: no flowId given\n";
         return;
     }
-    if (name.empty())
-        refuse_("the strategy has no name");
     if (const HAXPFlow* const flow = HAXPMgr::getGlobal()->getFlowById(flowId)) {
         m_current->setFlow(flow, true);
         return;

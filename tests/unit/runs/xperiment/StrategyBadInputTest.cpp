@@ -552,6 +552,15 @@ TYPED_TEST(StrategyBadInput, IsSilentAboutAFolderThatIsMissing) {
     EXPECT_THAT(this->m_messages.ids(), IsEmpty());
 }
 
+TYPED_TEST(StrategyBadInput, RestoresAStrategyWhoseNameIsEmpty) {
+    this->startWithTwo();
+    TypeParam::rename(*this->m_manager, this->find("mine"), "");
+    this->startAnewAndRestore();
+    EXPECT_THAT(this->restoredNames(), ElementsAre("", "other"));
+    this->expectWhole("", "kept");
+    EXPECT_THAT(this->m_messages.ids(), IsEmpty());
+}
+
 // Files that hold more than one strategy -------------------------------------
 
 TYPED_TEST(StrategyBadInput, KeepsTheOthersOfAFileWhenOneOfThemIsDeleted) {

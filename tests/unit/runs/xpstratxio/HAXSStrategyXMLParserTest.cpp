@@ -131,11 +131,11 @@ TEST_F(StrategyParserTest, StopsAtAFlowThatTheCatalogueDoesNotHave) {
     EXPECT_THAT(m_messages.ids(), IsEmpty());
 }
 
-TEST_F(StrategyParserTest, RefusesAStrategyWithoutAName) {
-    EXPECT_FALSE(read(fileOf("<StratHandle Flow=\"kept_flow\"/>")));
-    EXPECT_THAT(m_messages.summaries(),
-                ElementsAre("project ERROR 1-126(" + path() + ", 3, the strategy has no name)"));
-    EXPECT_EQ(m_parser->strategyCount(), 0);
+TEST_F(StrategyParserTest, TakesAStrategyWithoutAName) {
+    EXPECT_TRUE(read(fileOf("<StratHandle Flow=\"kept_flow\"/>")));
+    EXPECT_THAT(m_messages.ids(), IsEmpty());
+    EXPECT_EQ(one().getName(), "");
+    EXPECT_EQ(one().stepCount(), 2);
 }
 
 TEST_F(StrategyParserTest, JoinsTheTextsOfADescription) {

@@ -55,7 +55,7 @@ TEST_F(StrategySchemaTest, AcceptsWhatIsWritten) {
 TEST_F(StrategySchemaTest, RefusesWhatNoReaderTakes) {
     EXPECT_TRUE(isValid(fileWith("")));
     EXPECT_FALSE(isValid(fileOf("")));
-    EXPECT_FALSE(isValid(fileOf("<StratHandle Name=\"\" Flow=\"kept_flow\"/>")));
+    EXPECT_FALSE(isValid(fileOf("<StratHandle Name=\"Quick\" Flow=\"\"/>")));
     EXPECT_FALSE(isValid(fileOf("<StratHandle Name=\"Quick\"/>")));
     EXPECT_FALSE(isValid(fileWith("<Step/>")));
     EXPECT_FALSE(isValid(fileWith("<Stop Id=\"synth\"/>")));
