@@ -50,7 +50,7 @@ public:
     /// The cell of that name; null when there is none.
     const DesignCell* findCell(const std::string& name) const;
 
-    void addName(int net, const std::string& name, bool isHidden);
+    void addName(int net, const std::string& name, bool isNameHidden);
     void addSource(const std::string& name, const std::string& source);
     /// Call it when all cells are in.
     void indexCells();
