@@ -10,6 +10,7 @@
 #include <CLI/Formatter.hpp>
 #include <fmt/format.h>
 
+#include "workbench/ice40/pcf.h"
 #include "workbench/ice40/pnrTool.h"
 #include "workbench/ice40/stepFailure.h"
 #include "workbench/ice40/stepFiles.h"
@@ -38,11 +39,32 @@ Placement readPlacement(const std::string& path) {
     return placement;
 }
 
+/// Ports and pins of the constraints alone: icetime aborts at an option of set_io.
+std::string plainPins(const std::string& path) {
+    std::string text;
+    std::string reason;
+    if (!readText(path, text, reason))
+        throw StepFailure(fmt::format("constraints '{}' can't be read: {}", path, reason),
+                          kPlaceAgain);
+    std::vector<PcfProblem> problems;
+    std::string lines = "# Ports and pins\n";
+    for (const PinConstraint& pin : parsePcf(text, problems).pins)
+        lines += fmt::format("set_io {} {}\n", pin.port, pin.pin);
+    return lines;
+}
+
 /// icetime's own estimate of the routed design; it knows nothing of nextpnr.
 void addIcetime(const Placement& placement, const std::string& asc, const OutputFile& report,
                 StepMetrics& metrics) {
+    Placement plain = placement;
+    std::optional<OutputFile> pins;
+    if (!placement.constraints.empty()) {
+        pins.emplace(report.path() + ".pcf");
+        pins->write(plainPins(placement.constraints));
+        plain.constraints = pins->partPath();
+    }
     ToolCommand command;
-    command.words = icetimeWords(placement, asc, report.partPath());
+    command.words = icetimeWords(plain, asc, report.partPath());
     runLoggedTool(command, [&](const std::string& line) {
         if (const std::optional<double> mhz = parseIcetimeLine(line))
             metrics.icetimeMhz = mhz;

@@ -24,6 +24,18 @@ protected:
     }
 };
 
+TEST_F(Ice40FlowTest, TimesADesignWhoseConstraintsHaveOptions) {
+    m_dir.mark("board.pcf", "set_io -nowarn absent A3\nset_io -nowarn -pullup yes clk J3\n"
+                            "set_io led[0] B5\nset_frequency clk 20\n");
+    ASSERT_TRUE(synthesise().end.good());
+    ASSERT_TRUE(run("ice40_place", {"--netlist", "blinky.json", "--pcf", "board.pcf"}).end.good());
+    const test::StepResult result = route();
+    ASSERT_TRUE(result.end.good()) << result.errorText();
+    EXPECT_TRUE(metricsOf("route_design").icetimeMhz);
+    for (const std::string& name : files())
+        EXPECT_EQ(name.find(".part"), std::string::npos) << name;
+}
+
 TEST_F(Ice40FlowTest, TakesVerilogToABitstream) {
     for (const test::StepResult& result :
          {synthesise(), check({"--pcf", pcf()}), place(), route(), pack()}) {
