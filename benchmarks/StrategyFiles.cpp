@@ -103,6 +103,34 @@ struct CloseFolder {
     void operator()(DIR* folder) const { closedir(folder); }
 };
 
+xmlSAXHandler emptyHandlers() {
+    xmlSAXHandler handlers;
+    std::memset(&handlers, 0, sizeof handlers);
+    handlers.initialized = XML_SAX2_MAGIC;
+    handlers.startElementNs = onStart;
+    handlers.endElementNs = onEnd;
+    handlers.characters = onText;
+    handlers.ignorableWhitespace = onText;
+    return handlers;
+}
+
+void requireParsed(int status) {
+    if (status != 0)
+        throw std::runtime_error("a document isn't well-formed");
+}
+
+template <class Visit> int forEachFile(const std::string& folder, Visit visit) {
+    int count = 0;
+    const std::unique_ptr<DIR, CloseFolder> open(opendir(folder.c_str()));
+    while (const dirent* const entry = readdir(open.get())) {
+        if (entry->d_name[0] == '.')
+            continue;
+        visit(folder + "/" + entry->d_name);
+        ++count;
+    }
+    return count;
+}
+
 std::string readPlainly(const std::string& path) {
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
     struct stat info {};
@@ -171,29 +199,20 @@ StrategyFiles::StrategyFiles(int count, std::string (*textOf)(const std::string&
     }
 }
 
-int parseFolderPlainly(const std::string& folder) {
-    int count = 0;
-    const std::unique_ptr<DIR, CloseFolder> open(opendir(folder.c_str()));
-    while (const dirent* const entry = readdir(open.get())) {
-        if (entry->d_name[0] == '.')
-            continue;
-        parsePlainly(readPlainly(folder + "/" + entry->d_name));
-        ++count;
-    }
-    return count;
+int parseFolder(const std::string& folder) {
+    xmlSAXHandler handlers = emptyHandlers();
+    return forEachFile(folder, [&](const std::string& path) {
+        requireParsed(xmlSAXUserParseFile(&handlers, nullptr, path.c_str()));
+    });
 }
 
-void parsePlainly(const std::string& document) {
-    xmlSAXHandler handlers;
-    std::memset(&handlers, 0, sizeof handlers);
-    handlers.initialized = XML_SAX2_MAGIC;
-    handlers.startElementNs = onStart;
-    handlers.endElementNs = onEnd;
-    handlers.characters = onText;
-    handlers.ignorableWhitespace = onText;
-    if (xmlSAXUserParseMemory(&handlers, nullptr, document.data(),
-                              static_cast<int>(document.size())) != 0)
-        throw std::runtime_error("a document isn't well-formed");
+int parseFolderFromMemory(const std::string& folder) {
+    xmlSAXHandler handlers = emptyHandlers();
+    return forEachFile(folder, [&](const std::string& path) {
+        const std::string text = readPlainly(path);
+        requireParsed(
+            xmlSAXUserParseMemory(&handlers, nullptr, text.data(), static_cast<int>(text.size())));
+    });
 }
 
 }  // namespace bench

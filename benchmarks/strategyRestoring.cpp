@@ -71,7 +71,15 @@ void floorOfRestoring(benchmark::State& state) {
     const auto count = static_cast<int>(state.range(0));
     const Files& files = strategyFiles(count);
     for (auto _ : state)
-        mustBe(bench::parseFolderPlainly(files.path()), count);
+        mustBe(bench::parseFolder(files.path()), count);
+    countFiles(state);
+}
+
+void floorOfRestoringFromMemory(benchmark::State& state) {
+    const auto count = static_cast<int>(state.range(0));
+    const Files& files = strategyFiles(count);
+    for (auto _ : state)
+        mustBe(bench::parseFolderFromMemory(files.path()), count);
     countFiles(state);
 }
 
@@ -93,7 +101,7 @@ void floorOfRestoringReports(benchmark::State& state) {
     const auto count = static_cast<int>(state.range(0));
     const Files& files = reportStrategyFiles(count);
     for (auto _ : state)
-        mustBe(bench::parseFolderPlainly(files.path()), count);
+        mustBe(bench::parseFolder(files.path()), count);
     countFiles(state);
 }
 
@@ -118,7 +126,7 @@ void floorOfCatalogue(benchmark::State& state) {
     const bench::BenchFolder folder;
     bench::writePlainly(folder.path() + "/report.xml", bench::catalogueText(kReports), 0644);
     for (auto _ : state)
-        mustBe(bench::parseFolderPlainly(folder.path()), 1);
+        mustBe(bench::parseFolder(folder.path()), 1);
 }
 
 void readCatalogue(benchmark::State& state) {
@@ -159,15 +167,24 @@ void readDescription(benchmark::State& state) {
                                                         benchmark::Counter::kInvert);
 }
 
+/// Restored once a process and never destroyed.
+const HAXPStrategyMgr& restored(int count) {
+    static std::map<int, HAXPStrategyMgr*> s_managers;
+    HAXPStrategyMgr*& mgr = s_managers[count];
+    if (mgr == nullptr) {
+        mgr = std::make_unique<HAXPStrategyMgr>().release();
+        mgr->restoreStrategies(strategyFiles(count).path(), "psg", true);
+    }
+    return *mgr;
+}
+
 /// A look-up by name among that many strategies of one flow.
 void findStrategy(benchmark::State& state) {
     const auto count = static_cast<int>(state.range(0));
-    HAXPStrategyMgr mgr;
-    mgr.restoreStrategies(strategyFiles(count).path(), "psg", true);
+    const HAXPStrategyMgr& mgr = restored(count);
     const std::string name = "Strategy " + std::to_string(count - 1);
     for (auto _ : state)
         benchmark::DoNotOptimize(mgr.findStrategy(&bench::strategyFlow(), name));
-    deleteStrategies(mgr);
 }
 
 }  // namespace
@@ -176,6 +193,11 @@ BENCHMARK(floorOfRestoring)
     ->Arg(1000)
     ->Arg(10000)
     ->Arg(100000)
+    ->Iterations(1)
+    ->Unit(benchmark::kMillisecond)
+    ->UseRealTime();
+BENCHMARK(floorOfRestoringFromMemory)
+    ->Arg(10000)
     ->Iterations(1)
     ->Unit(benchmark::kMillisecond)
     ->UseRealTime();
