@@ -28,6 +28,18 @@ void setOptions(Project& project, HAXPExpRun& run, const std::vector<std::string
         project.setOption(run, setting.name, setting.value);
 }
 
+/// The name of the strategy that `text` means, NAME or FLOW/NAME, for a run of `flow`.
+/// @throws CommandError it is one of another flow.
+std::string strategyName(const HAXPFlow& flow, const std::string& text) {
+    const StrategyReference reference = readReference(text);
+    if (reference.flow != nullptr && reference.flow != &flow)
+        throw CommandError(kExitRefused,
+                           fmt::format("The run has the flow {0}, and {1} is of another one. "
+                                       "Choose one of its own: xp strategy list --flow {0}",
+                                       flowWord(flow), text));
+    return reference.name;
+}
+
 class CreateVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
@@ -44,7 +56,9 @@ public:
 
     int run(const Session& session) override {
         const auto project = Project::open(session.projectDir, Project::kChange);
-        HAXPExpRun& run = project->createRun(m_name, flowOf(m_flow), m_strategy, m_synthesis);
+        const HAXPFlow& flow = flowOf(m_flow);
+        HAXPExpRun& run =
+            project->createRun(m_name, flow, strategyName(flow, m_strategy), m_synthesis);
         if (!m_toStep.empty())
             project->setToStep(run, m_toStep);
         setOptions(*project, run, m_settings);
@@ -80,7 +94,7 @@ public:
         const auto project = Project::open(session.projectDir, Project::kChange);
         HAXPExpRun& run = project->getRun(m_name);
         if (!m_strategy.empty())
-            project->applyStrategy(run, m_strategy);
+            project->applyStrategy(run, strategyName(*run.getStrategy()->getFlow(), m_strategy));
         if (m_to->count() > 0)
             project->setToStep(run, m_toStep);
         setOptions(*project, run, m_settings);
@@ -108,21 +122,15 @@ public:
         const auto project = Project::open(session.projectDir, Project::kChange);
         HAXPExpRun& run = project->getRun(m_name);
         const HAXPFlow* flow = run.getStrategy()->getFlow();
-        const StrategyReference reference =
-            readReference(m_strategy.empty() ? run.getStrategy()->getName() : m_strategy);
-        if (reference.flow != nullptr && reference.flow != flow)
-            throw CommandError(kExitRefused,
-                               fmt::format("{} is a run of the flow {}, and {} is a strategy of "
-                                           "another one. Choose one of its own: xp strategy list "
-                                           "--flow {}",
-                                           m_name, flowWord(*flow), m_strategy, flowWord(*flow)));
+        const std::string name =
+            m_strategy.empty() ? run.getStrategy()->getName() : strategyName(*flow, m_strategy);
         HAXPStrategy before;
         before.copyStrat(run.getStrategy(), true, boost::logic::indeterminate);
-        project->applyStrategy(run, reference.name);
+        project->applyStrategy(run, name);
         project->save();
         const std::size_t changes = workbench::differences(before, *run.getStrategy()).size();
         fmt::print(stderr, "Run {} has the values of {} now: {} option{} changed\n", m_name,
-                   workbench::printable(reference.name), changes, changes == 1 ? "" : "s");
+                   workbench::printable(name), changes, changes == 1 ? "" : "s");
         return kExitDone;
     }
 

@@ -423,10 +423,10 @@ struct ReportPlace {
     std::string step;
     std::string report;
 
-    void declare(CLI::App& command, const char* report_) {
+    void declare(CLI::App& command, const char* whatReport) {
         command.add_option("strategy", strategy, "NAME, or FLOW/NAME")->required();
         command.add_option("step", step, "Step of its flow")->required();
-        command.add_option("report", report, report_)->required();
+        command.add_option("report", report, whatReport)->required();
     }
 };
 
@@ -449,9 +449,11 @@ public:
         const std::string number = called == m_place.report ? "#1" : "";
         for (const Setting& setting : readSettings(m_settings))
             workbench::setReportOption(
-                *wanted, m_place.step + "." + called + number + "." + setting.name, setting.value);
+                *wanted, fmt::format("{}.{}{}.{}", m_place.step, called, number, setting.name),
+                setting.value);
         ReportStrategyKind::takeOver(strategy, *wanted);
-        tell(fmt::format("{} of {} is in {}", called, m_place.step, shownName(strategy)));
+        tell(
+            fmt::format("{} of {} is in {}", printable(called), m_place.step, shownName(strategy)));
         return kExitDone;
     }
 
@@ -474,7 +476,7 @@ public:
         const auto wanted = ReportStrategyKind::makeCopy(strategy);
         workbench::removeReport(*wanted, m_place.step, m_place.report);
         ReportStrategyKind::takeOver(strategy, *wanted);
-        tell(fmt::format("{} of {} is removed from {}", m_place.report, m_place.step,
+        tell(fmt::format("{} of {} is removed from {}", printable(m_place.report), m_place.step,
                          shownName(strategy)));
         return kExitDone;
     }

@@ -76,7 +76,7 @@ void requireScriptValues(const HATOptGroup& group) {
 
 /// The folder for what is the user's, made if need be.
 std::string userFolder() {
-    const std::string folder = HUTEnv::getInstallation().appDataDir;
+    std::string folder = HUTEnv::getInstallation().appDataDir;
     if (folder.empty())
         throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-62@"));
     std::error_code failed;

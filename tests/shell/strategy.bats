@@ -344,7 +344,11 @@ value_of() {
 @test "a run tells what differs from its strategy, and takes it over again" {
   new_project
   "$xp" -C proj create synth_1 --flow synth
-  "$xp" -C proj create impl_1 --flow impl --strategy Performance
+  "$xp" -C proj create impl_1 --flow impl --strategy impl/Performance
+  run -6 "$xp" -C proj create impl_2 --flow impl --strategy synth/Performance
+  assert_one_error 'is of another one'
+  run -6 "$xp" -C proj set impl_1 --strategy synth/Performance
+  assert_one_error 'is of another one'
   run -0 --separate-stderr "$xp" -C proj show impl_1
   [[ $output != *Differs* ]]
   "$xp" -C proj set impl_1 seed=7
@@ -362,7 +366,7 @@ value_of() {
   run -0 --separate-stderr "$xp" -C proj show impl_1 --json
   [ "$(json 'j["strategy"]' <<<"$output")" = Annealing ]
   run -6 "$xp" -C proj apply impl_1 synth/Area
-  assert_one_error 'is a run of the flow impl' 'xp strategy list --flow impl'
+  assert_one_error 'The run has the flow impl, and synth/Area is of another one' 'xp strategy list --flow impl'
   run -6 "$xp" -C proj apply impl_1 Anealing
   assert_one_error 'There is no strategy Anealing' Annealing
   run -6 "$xp" -C proj apply nosuch Annealing
