@@ -6,6 +6,7 @@
 #include <cerrno>
 #include <climits>
 #include <csignal>
+#include <utility>
 
 namespace test {
 
@@ -41,10 +42,18 @@ void FaultyDisk::killAt(int number) {
     m_kill = number;
 }
 
+void FaultyDisk::doAt(int number, std::function<void()> action) {
+    m_calls.clear();
+    m_actionAt = number;
+    m_action = std::move(action);
+}
+
 bool FaultyDisk::fails_(const char* name) {
     m_calls.emplace_back(name);
     if (calls() == m_kill)
         ::raise(SIGKILL);
+    if (calls() == m_actionAt)
+        m_action();
     const bool fails =
         (m_first > 0 && calls() >= m_first && calls() <= m_last) || m_failingName == name;
     if (fails) {

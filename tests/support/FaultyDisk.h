@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -34,6 +35,10 @@ public:
     /// anything. For a process that a test forked.
     void killAt(int number);
 
+    /// Starts counting anew; the call `number` does `action` first, once: what others do
+    /// to the disk meanwhile.
+    void doAt(int number, std::function<void()> action);
+
     /// From now on writes say yes and lose one byte.
     void loseBytes() { m_loses = true; }
 
@@ -65,6 +70,8 @@ private:
     int m_last = 0;
     int m_error = 0;
     int m_kill = 0;
+    int m_actionAt = 0;
+    std::function<void()> m_action;
     std::size_t m_most = 0;
     bool m_hasFailed = false;
     bool m_loses = false;

@@ -212,15 +212,23 @@ bool mayRemove(int parent, int fd) {
            !isMountPoint(fd) && !isProtected(folder);
 }
 
-/// Removes `name` from the folder behind `parent`.
+bool removeFolder(int parent, const char* name) {
+    Descriptor folder = openFolder(parent, name);
+    return folder && mayRemove(parent, folder.get()) && Emptier(std::move(folder)).run() &&
+           removeEmptyFolder(parent, name);
+}
+
+bool isGone(int parent, const char* name) {
+    struct stat status = {};
+    return ::fstatat(parent, name, &status, AT_SYMLINK_NOFOLLOW) != 0 && errno == ENOENT;
+}
+
+/// Removes `name` from the folder behind `parent`. Someone else may be faster.
 bool removeFrom(int parent, const std::string& name) {
     const Removal removal = removeEntry(parent, name.c_str());
     if (removal != Removal::kIsFolder)
         return removal == Removal::kDone;
-    Descriptor folder = openFolder(parent, name.c_str());
-    if (!folder || !mayRemove(parent, folder.get()))
-        return false;
-    return Emptier(std::move(folder)).run() && removeEmptyFolder(parent, name.c_str());
+    return removeFolder(parent, name.c_str()) || isGone(parent, name.c_str());
 }
 
 /// Opens a folder to reach what is in it.

@@ -250,6 +250,25 @@ TEST_F(RemoveTreeTest, TellsThatSomethingStayed) {
     EXPECT_GE(failures, 5);
 }
 
+TEST_F(RemoveTreeTest, IsDoneWhenSomeoneElseIsFasterAtAnyMoment) {
+    int calls = 0;
+    {
+        const test::FaultyDisk disk;
+        EXPECT_TRUE(remove("run"));
+        calls = disk.calls();
+    }
+    for (int call = 1; call <= calls; ++call) {
+        m_dir.folder("run/deep/deeper");
+        m_dir.mark("run/a");
+        m_dir.mark("run/.hidden");
+        m_dir.mark("run/deep/deeper/b");
+        test::FaultyDisk disk;
+        disk.doAt(call, [this] { fs::remove_all(m_dir.path("run")); });
+        EXPECT_TRUE(remove("run")) << "call " << call;
+        EXPECT_FALSE(m_dir.has("run")) << "call " << call;
+    }
+}
+
 TEST_F(RemoveTreeTest, GoesOnBesideWhatStays) {
     m_dir.mark("run/c");
     test::FaultyDisk disk;
