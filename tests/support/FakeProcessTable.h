@@ -19,8 +19,8 @@ enum class Nature {
     kForeign,   ///< belongs to someone else: the host refuses
 };
 
-/// Made-up processes on the host "here", in use while the object lives. The
-/// program itself has pid 100 in group 100.
+/// Made-up processes on the host "here", unless it is told another name, in use while the object
+/// lives. The program itself has pid 100 in group 100.
 class FakeProcessTable final : public process::ProcessTable {
 public:
     FakeProcessTable();
@@ -33,6 +33,7 @@ public:
     void add(long pid, long group, unsigned long long startTicks,
              Nature nature = Nature::kObedient);
     void makeZombie(long pid) { m_processes.at(pid).entry.state = 'Z'; }
+    void setHostName(const std::string& name) { m_hostName = name; }
     void remove(long pid) { m_processes.erase(pid); }
     void setUser(long pid, long user) { m_processes.at(pid).entry.user = user; }
     void letWorkIn(long pid, const std::string& folder) { m_processes.at(pid).folder = folder; }
@@ -42,7 +43,7 @@ public:
     const std::vector<std::pair<long, int>>& signals() const { return m_signals; }
     bool hasSignalled(long pid) const;
 
-    std::string hostName() override { return "here"; }
+    std::string hostName() override { return m_hostName; }
     std::string bootId() override { return "6d1f0a52-88c4-4b0e-9d1e-0f6c2b7a4e11"; }
     std::string pidNamespace() override { return "4026531836"; }
     long ownPid() override { return 100; }
@@ -59,6 +60,7 @@ private:
         std::string folder;
     };
 
+    std::string m_hostName = "here";
     std::map<long, Process> m_processes;
     std::vector<std::pair<long, int>> m_signals;
 };

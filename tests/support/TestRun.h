@@ -46,6 +46,7 @@ public:
     ~TestRun() noexcept(false) override;
 
     using HAXPExpRunBase::addMsgHandle_;
+    using HAXPExpRunBase::readClusterJobIdentifier_;
     using HAXPExpRunBase::setReportStrategy_;
     using HAXPExpRunBase::setStatus_;
     using HAXPExpRunBase::setStrategy_;

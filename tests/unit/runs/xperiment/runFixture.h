@@ -30,8 +30,10 @@ using Ids = std::vector<std::string>;
 /// A run "impl_1" over the default steps of a flow, and an empty folder.
 class RunFixture : public ::testing::Test {
 protected:
-    explicit RunFixture(const std::vector<StepTraits>& steps)
-        : m_flow(makeFlowOf(steps)), m_run(std::make_unique<TestRun>("impl_1", m_flow.get())) {}
+    explicit RunFixture(const std::vector<StepTraits>& steps,
+                        const std::string& flowName = "Test Flow")
+        : m_flow(makeFlowOf(steps, flowName)),
+          m_run(std::make_unique<TestRun>("impl_1", m_flow.get())) {}
     /// With the steps "a", "b" and "c", and the optional step "extra".
     RunFixture() : RunFixture(threeSteps()) {}
 
