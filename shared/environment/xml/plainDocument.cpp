@@ -39,15 +39,17 @@ struct Characters {
             of[c] = of[c - 'a' + 'A'] = kNameStart | kNamePart;
         for (int c = '0'; c <= '9'; ++c)
             of[c] = kNamePart;
-        of['_'] = kNameStart | kNamePart;
-        of['-'] = of['.'] = kNamePart;
-        of[' '] = kBlank;
-        of['\t'] = kBlank | kStopsValue;
-        of['\n'] = kBlank | kStopsText | kStopsValue;
-        of['<'] = of['&'] = of['\r'] = kStopsText | kStopsValue;
-        of[']'] = kStopsText;
-        of['"'] = of['\''] = kStopsValue;
+        at('_') = kNameStart | kNamePart;
+        at('-') = at('.') = kNamePart;
+        at(' ') = kBlank;
+        at('\t') = kBlank | kStopsValue;
+        at('\n') = kBlank | kStopsText | kStopsValue;
+        at('<') = at('&') = at('\r') = kStopsText | kStopsValue;
+        at(']') = kStopsText;
+        at('"') = at('\'') = kStopsValue;
     }
+    constexpr unsigned char& at(int c) { return of[c]; }
+
     unsigned char of[256] = {};
 };
 constexpr Characters kCharacters;
