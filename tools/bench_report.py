@@ -16,6 +16,7 @@ RATIOS = [
     ("freshScripts", "floorOfFresh", "fresh scripts / bare writes", 1.5),
     ("rewrittenScripts", "floorOfFresh", "scripts over the same ones / bare writes", 1.5),
     ("changedScripts", "floorOfFresh", "scripts over other ones / bare writes", 1.5),
+    ("resetSteps", "floorOfReset", "reset of 1,000 runs / bare unlinks", 1.5),
     ("buildRun", "floorOfBuilding", "building a run of 1,000 steps / its groups and steps", None),
     ("walkRun", "floorOfWalking", "walking it / walking an array", None),
     ("listOptions", "floorOfListing", "listing 20 x 60 options / making the list", None),

@@ -1,0 +1,116 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+// Taking back the steps of 1,000 runs with what they left, against the unlinks that must
+// happen.
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <unistd.h>
+
+#include <benchmark/benchmark.h>
+
+#include "benchmarks/BenchFlow.h"
+#include "benchmarks/BenchFolder.h"
+#include "environment/containers/HSTFwdIter.h"
+#include "environment/containers/HSTVector.h"
+#include "runs/base/xperiment/HAXPExpRunStep.h"
+#include "runs/base/xperiment/HAXPFileSpec.h"
+#include "runs/base/xperiment/HAXPFlow.h"
+#include "runs/base/xperiment/HAXPFlowStep.h"
+#include "workbench/HAXPExpRun.h"
+
+namespace {
+
+constexpr int kRuns = 1000;
+constexpr int kSteps = 4;
+constexpr int kOutputs = 6;
+
+/// 1,000 runs whose steps are done and left files.
+class Runs {
+public:
+    Runs() : m_flow(bench::makeFlow(kSteps, 0)) {
+        m_generated.addFileType(HAXPTypes::FILE_PLACE_UTIL);
+        for (int i = 0; i < kRuns; ++i) {
+            const std::string name = "run_" + std::to_string(i);
+            const std::string dir = m_folder.folder(name);
+            m_runs.push_back(bench::makeRun(name, *m_flow, dir));
+            addFiles_(*m_runs.back(), dir);
+        }
+    }
+
+    void make() const {
+        for (const std::string& file : m_files)
+            bench::writePlainly(file, "", 0644);
+    }
+    const std::vector<std::string>& files() const { return m_files; }
+    const std::vector<std::unique_ptr<HAXPExpRun>>& runs() const { return m_runs; }
+    const HAXPFlowStep* firstStep() const { return m_runs.front()->getFirstStep()->getFlowStep(); }
+
+private:
+    void addFiles_(const HAXPExpRun& run, const std::string& dir) {
+        const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
+        for (int s = 0; s < kSteps; ++s) {
+            HAXPExpRunStep* step = steps->next();
+            HSTVector<std::string> outputs;
+            for (int o = 0; o < kOutputs; ++o)
+                outputs.push_back(bench::stepName(s) + "_output_" + std::to_string(o) + ".rpt");
+            step->setFiles(HAXPTypes::FILE_PLACE_UTIL, outputs);
+            m_flow->getFlowStepForFSId(step->getFlowStep()->getFlowStepId())
+                ->setGenFilter(&m_generated);
+            for (const char* kind : {".begin.rst", ".end.rst"})
+                m_files.push_back(dir + "/." + bench::stepName(s) + kind);
+            for (const std::string& output : outputs)
+                m_files.push_back(dir + "/" + output);
+        }
+    }
+
+    bench::BenchFolder m_folder;
+    HAXPFlow* m_flow;
+    HAXPFileSpec m_generated{"generated"};
+    std::vector<std::string> m_files;
+    std::vector<std::unique_ptr<HAXPExpRun>> m_runs;
+};
+
+const Runs& allRuns() {
+    static const Runs s_runs;
+    return s_runs;
+}
+
+void floorOfReset(benchmark::State& state) {
+    const Runs& all = allRuns();
+    for (auto _ : state) {
+        state.PauseTiming();
+        all.make();
+        state.ResumeTiming();
+        for (const std::string& file : all.files()) {
+            if (::unlink(file.c_str()) != 0)
+                state.SkipWithError("a file could not be removed");
+        }
+    }
+}
+
+void resetSteps(benchmark::State& state) {
+    const Runs& all = allRuns();
+    for (auto _ : state) {
+        state.PauseTiming();
+        all.make();
+        state.ResumeTiming();
+        for (const auto& run : all.runs()) {
+            if (!run->resetStep(all.firstStep(), false, true))
+                state.SkipWithError("a step could not be reset");
+        }
+        state.PauseTiming();
+        for (const std::string& file : all.files()) {
+            if (::access(file.c_str(), F_OK) == 0)
+                state.SkipWithError("a file is left");
+        }
+        state.ResumeTiming();
+    }
+}
+
+}  // namespace
+
+BENCHMARK(floorOfReset)->Unit(benchmark::kMillisecond)->Iterations(5);
+BENCHMARK(resetSteps)->Unit(benchmark::kMillisecond)->Iterations(5);
