@@ -59,6 +59,11 @@ void HATOptGroupSpec::registerAttrSpec(HATAttrSpec* ownedSpec, const std::string
     ownedSpec->m_slot = slot;
 }
 
+void HATOptGroupSpec::reserve(std::size_t count) {
+    m_specs.reserve(count);
+    m_texts.reserve(count);
+}
+
 HATAttrSpec* HATOptGroupSpec::getAttrSpecForDbId(const std::string& dbId) const {
     const std::size_t slot = findSlotForDbId_(dbId);
     return slot == kNoSlot ? nullptr : m_specs[slot].get();

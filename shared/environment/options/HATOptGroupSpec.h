@@ -39,6 +39,9 @@ public:
     void registerAttrSpec(HATAttrSpec* ownedSpec, const std::string& dbId,
                           const std::string& invokeText);
 
+    /// Makes room for `count` specs.
+    void reserve(std::size_t count);
+
     /// The spec under exactly this database id, or null.
     HATAttrSpec* getAttrSpecForDbId(const std::string& dbId) const;
     /// The first spec with exactly this name, or null.

@@ -2,7 +2,6 @@
 // Copyright the Xperiment authors
 #include "environment/xml/CXMLWriter.h"
 
-#include <utility>
 #include <vector>
 
 #include <libxml/xmlwriter.h>
@@ -132,12 +131,13 @@ void CXMLWriter::beginElement_(const std::string& name) {
     if (!xml::isName(name))
         refuse_("\"" + name + "\" can't be the name of an element");
     m_data->hasRoot = true;
-    const CAttributeList held = std::exchange(m_data->held, {});
+    const CAttributeList& held = m_data->held;
     xmlTextWriterPtr const writer = m_data->writer.get();
     bool written = xmlTextWriterStartElement(writer, xmlText(name)) >= 0;
     for (std::size_t i = 0; written && i < held.getLength(); ++i)
         written = xmlTextWriterWriteAttribute(writer, xmlText(held.getName(i)),
                                               xmlText(held.getValue(i))) >= 0;
+    m_data->held.clear();
     if (!written)
         refuse_("out of memory");
 }

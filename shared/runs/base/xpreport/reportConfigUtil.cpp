@@ -45,6 +45,7 @@ std::unique_ptr<HATOptGroupSpec> copySpecs(const HATOptGroup& source,
     auto copies = std::make_unique<HATOptGroupSpec>();
     copies->setOptGrpId("OPTIONS");
     copies->setOptGrpPrettyDisplayName(displayName);
+    copies->reserve(source.getOptionsSpec()->attrSpecCount());
     for (const auto& spec : source.getOptionsSpec()->getAttrSpecs()) {
         auto copy = std::make_unique<HATAttrSpec>(spec->getAttrType(), HATAttrSpec::kOption);
         copyDefault(*spec, *copy);
@@ -97,8 +98,11 @@ HATOptGroup* getOptGroupCopy(HATOptGroup* group, const std::string& displayName,
     auto copy = std::make_unique<HATOptGroup>(std::move(specs));
     const auto& sources = group->getOptionsSpec()->getAttrSpecs();
     const auto& copies = copy->getOptionsSpec()->getAttrSpecs();
-    for (std::size_t i = 0; i < sources.size(); ++i)
-        copyValue(*group, *sources[i], *copy, *copies[i]);
+    for (std::size_t i = 0; i < sources.size(); ++i) {
+        // A copy holds the default already.
+        if (!group->isDefault(sources[i].get()))
+            copyValue(*group, *sources[i], *copy, *copies[i]);
+    }
     return copy.release();
 }
 
