@@ -24,9 +24,16 @@
 #include "runs/base/xperiment/HAXPFlowStepOptions.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
+#include "runs/base/xpreport/HAXRReportConfig.h"
+#include "runs/base/xpreport/HAXRReportSpec.h"
+#include "runs/base/xpreport/HAXRReportStrategy.h"
+#include "tests/support/FakeClock.h"
+#include "tests/support/FakeProcessTable.h"
 #include "tests/support/RunDir.h"
+#include "tests/support/TestParam.h"
 #include "tests/support/drained.h"
 #include "tests/support/thrownText.h"
+#include "tests/unit/runs/xpreport/reportFixture.h"
 
 /// What every concrete run class must keep, whatever tools it drives.
 ///
@@ -35,8 +42,10 @@
 ///     struct MyRunMaker {
 ///         static constexpr const char* kName = "MyRun";
 ///         const HAXPFlow* flow();   // three default steps or more, all usable
+///         // The report strategy may be null.
 ///         std::unique_ptr<HAXPExpRunBase> make(const std::string& name,
-///                                              const HAXPStrategy* strategy);
+///                                              const HAXPStrategy* strategy,
+///                                              const HAXRReportStrategy* reportStrategy);
 ///         bool isDirty(const HAXPExpRunBase& run) const;   // since clearDirty()
 ///         void clearDirty(HAXPExpRunBase& run) const;
 ///     };
@@ -52,7 +61,7 @@ protected:
 
     std::unique_ptr<HAXPExpRunBase> make(const std::string& name) {
         const HAXPStrategy defaults(m_maker.flow());
-        auto run = m_maker.make(name, &defaults);
+        auto run = m_maker.make(name, &defaults, nullptr);
         m_maker.clearDirty(*run);
         return run;
     }
@@ -112,7 +121,46 @@ protected:
         return strategy;
     }
 
+    /// A launched run whose steps are all done, and what a tool left beside them.
+    void finish() {
+        launch();
+        for (const HAXPExpRunStep* step : steps())
+            markDone(*step);
+        m_dir.mark("notes.txt");
+        m_run->updateStatus();
+    }
+    /// Takes the run back to the step with this abbreviation, and empties its directory.
+    bool reset(const std::string& abbrev = "", bool killFirst = false) {
+        return m_run->resetRun(abbrev, m_errors, true, killFirst, false);
+    }
+    /// Makes the run anew with a report "report_drc" of its last step.
+    void makeWithReport() {
+        const HAXPStrategy defaults(m_maker.flow());
+        HAXRReportStrategy reports(m_maker.flow());
+        reports.setName("mine");
+        reports.addSpec(ids().back(), test::reports::makeReport("report_drc").release(), false);
+        m_run = m_maker.make("run_1", &defaults, &reports);
+        reports.nukeSteps();
+        m_maker.clearDirty(*m_run);
+    }
+    /// The report that makeWithReport() asks for; null if none.
+    HAXRReportConfig* report() const {
+        for (HAXRReportConfig* config : test::drained(steps().back()->createReportConfigIter())) {
+            if (config->getSpecName() == "report_drc")
+                return config;
+        }
+        return nullptr;
+    }
+    /// Has the report written into its file.
+    void generate(HAXRReportConfig& config) const {
+        config.setReportFile("drc.rpt", true);
+        m_dir.mark("drc.rpt");
+        config.update(false);
+        ASSERT_EQ(config.getState(), HAXRReportConfig::REPORT_GENERATED);
+    }
+
     Maker m_maker;
+    HSTVector<std::string> m_errors;
     test::RunDir m_dir;
     std::unique_ptr<HAXPExpRunBase> m_run;
 };
@@ -145,7 +193,8 @@ TYPED_TEST_P(RunConformance, StartsNeitherLaunchedNorActivated) {
 }
 
 TYPED_TEST_P(RunConformance, RefusesANullStrategy) {
-    EXPECT_EQ(test::thrownText<HEXAlgException>([this] { this->m_maker.make("run_2", nullptr); }),
+    EXPECT_EQ(test::thrownText<HEXAlgException>(
+                  [this] { this->m_maker.make("run_2", nullptr, nullptr); }),
               "ExpRun: null strategy");
 }
 
@@ -166,7 +215,7 @@ TYPED_TEST_P(RunConformance, HasStepsOverItsOwnGroups) {
 
 TYPED_TEST_P(RunConformance, HoldsAnInternalCopyOfItsStrategy) {
     const auto strategy = this->shortened();
-    const auto run = this->m_maker.make("run_2", strategy.get());
+    const auto run = this->m_maker.make("run_2", strategy.get(), nullptr);
     EXPECT_NE(run->getStrategy(), strategy.get());
     EXPECT_TRUE(run->getStrategy()->isInternal());
     EXPECT_EQ(run->getStrategy()->getName(), "short");
@@ -377,16 +426,117 @@ TYPED_TEST_P(RunConformance, MakesItsScriptHandleInvalidWhenItGoes) {
     Tcl_DeleteInterp(interp);
 }
 
-REGISTER_TYPED_TEST_SUITE_P(RunConformance, HasItsParts, StartsNeitherLaunchedNorActivated,
-                            RefusesANullStrategy, HasAStepForEachOfItsStrategy,
-                            HasStepsOverItsOwnGroups, HoldsAnInternalCopyOfItsStrategy,
-                            HasStepsThatAreNotStarted, FollowsTheMarkersOfEachStep,
-                            ForgetsAStepWhoseMarkersAreGone, LooksAtNoMarkerBeforeItIsLaunched,
-                            TouchesNoFileWithoutADirectory, TakesAMissingDirectoryForAnEmptyOne,
-                            IsNotStartedInAnEmptyDirectory, RunsWhileAStepRuns, FailsWithAStep,
-                            IsDoneWithEveryStep, KnowsTheStepThatWasStartedLast,
-                            GoesOnBehindTheLastDoneStep, SetsTheStatusOfAStepOrOfItself,
-                            ChangesNothingElseByAPoll, IsNotDirtyByWhatTheDiskTells,
-                            IsDirtyByAnOption, IsDirtyByItsNameAndDescription, AppliesAStrategy,
-                            AddsAStepOfItsFlowOnce, HasNoStaleReasonsBeforeItIsLaunched,
-                            MakesItsScriptHandleInvalidWhenItGoes);
+// Reset ----------------------------------------------------------------------
+
+TYPED_TEST_P(RunConformance, IsNotStartedAfterAReset) {
+    this->finish();
+    EXPECT_TRUE(this->reset());
+    EXPECT_TRUE(this->m_errors.empty());
+    EXPECT_EQ(this->m_run->getStatus()->getCode(), HDGUIStatus::statusNotStarted);
+    for (const HAXPExpRunStep* step : this->steps())
+        EXPECT_EQ(step->getStatus()->getCode(), HDGUIStatus::statusNotStarted);
+    EXPECT_EQ(this->m_run->getLatestStep(), nullptr);
+    EXPECT_FALSE(this->m_run->isActivated());
+    EXPECT_FALSE(this->m_dir.has("notes.txt"));
+    EXPECT_EQ(this->poll(), HDGUIStatus::statusNotStarted);
+}
+
+TYPED_TEST_P(RunConformance, GoesOnBehindTheStepsThatAResetLeaves) {
+    this->finish();
+    const auto all = this->steps();
+    EXPECT_TRUE(this->reset(all[1]->getFlowStep()->getAbbrev()));
+    EXPECT_EQ(this->m_run->getLastDoneStep(), all[0]);
+    EXPECT_EQ(this->m_run->getLatestStep(), all[0]);
+    EXPECT_EQ(this->m_run->getEffectiveNextStep(), all[1]);
+    EXPECT_TRUE(this->m_dir.has("notes.txt"));
+}
+
+TYPED_TEST_P(RunConformance, KeepsModeAndDirectoryInAReset) {
+    this->finish();
+    EXPECT_TRUE(this->reset());
+    EXPECT_EQ(this->m_run->getRunMode(), HAXPExpRunBase::kLaunched);
+    EXPECT_EQ(this->runDir(), this->m_dir.path());
+}
+
+TYPED_TEST_P(RunConformance, IsDirtyByAResetWhenAsked) {
+    this->finish();
+    EXPECT_TRUE(this->reset());
+    EXPECT_FALSE(this->m_maker.isDirty(*this->m_run));
+    EXPECT_TRUE(this->m_run->resetRun(this->m_errors, true, false, true));
+    EXPECT_TRUE(this->m_maker.isDirty(*this->m_run));
+}
+
+TYPED_TEST_P(RunConformance, FollowsTheMarkersOfALaunchBehindAReset) {
+    this->finish();
+    EXPECT_TRUE(this->reset());
+    this->mark(*this->steps()[0], "begin");
+    EXPECT_EQ(this->poll(), HDGUIStatus::statusRunning);
+    EXPECT_EQ(this->m_run->getLatestStep(), this->steps()[0]);
+}
+
+TYPED_TEST_P(RunConformance, KeepsTheOutputsOfWhatItCantStop) {
+    const test::FakeClock clock;
+    const test::FakeProcessTable host;
+    this->finish();
+    this->m_dir.unmark(this->marker(*this->steps().back(), "end"));
+    EXPECT_FALSE(this->reset("", true)) << "no record tells of its process";
+    EXPECT_EQ(this->m_errors.size(), 1U);
+    EXPECT_TRUE(this->m_dir.has("notes.txt"));
+    EXPECT_TRUE(this->m_dir.has(".stop.rst"));
+    EXPECT_EQ(this->poll(), HDGUIStatus::statusNotStarted);
+}
+
+// Reports --------------------------------------------------------------------
+
+TYPED_TEST_P(RunConformance, HoldsAnInternalCopyOfItsReportStrategy) {
+    this->makeWithReport();
+    const HAXRReportStrategy* own = this->m_run->getReportStrategy();
+    ASSERT_NE(own, nullptr);
+    EXPECT_TRUE(own->isInternal());
+    EXPECT_EQ(own->getName(), "mine");
+    EXPECT_EQ(own->getFlow(), this->m_maker.flow());
+    ASSERT_NE(this->report(), nullptr);
+    EXPECT_EQ(this->report()->getAssociatedRun(), this->m_run.get());
+}
+
+TYPED_TEST_P(RunConformance, ResetsNoReportByAPoll) {
+    this->makeWithReport();
+    this->finish();
+    HAXRReportConfig* config = this->report();
+    ASSERT_NE(config, nullptr);
+    this->generate(*config);
+    this->m_dir.unmark(this->marker(*this->steps().back(), "begin"));
+    EXPECT_EQ(this->poll(*this->steps().back()), HDGUIStatus::statusNotStarted);
+    this->m_run->updateRun();
+    EXPECT_EQ(config->getState(), HAXRReportConfig::REPORT_GENERATED);
+    EXPECT_TRUE(this->m_dir.has("drc.rpt"));
+    EXPECT_FALSE(this->m_maker.isDirty(*this->m_run));
+}
+
+TYPED_TEST_P(RunConformance, TakesReportsBackInAReset) {
+    const test::TestParam configurations("project.enableReportConfiguration", true);
+    this->makeWithReport();
+    this->finish();
+    HAXRReportConfig* config = this->report();
+    ASSERT_NE(config, nullptr);
+    this->generate(*config);
+    EXPECT_TRUE(this->reset());
+    EXPECT_EQ(config->getState(), HAXRReportConfig::REPORT_NOT_GENERATED);
+    EXPECT_FALSE(this->m_dir.has("drc.rpt"));
+    EXPECT_EQ(this->report(), config) << "the report itself stays";
+}
+
+REGISTER_TYPED_TEST_SUITE_P(
+    RunConformance, HasItsParts, StartsNeitherLaunchedNorActivated, RefusesANullStrategy,
+    HasAStepForEachOfItsStrategy, HasStepsOverItsOwnGroups, HoldsAnInternalCopyOfItsStrategy,
+    HasStepsThatAreNotStarted, FollowsTheMarkersOfEachStep, ForgetsAStepWhoseMarkersAreGone,
+    LooksAtNoMarkerBeforeItIsLaunched, TouchesNoFileWithoutADirectory,
+    TakesAMissingDirectoryForAnEmptyOne, IsNotStartedInAnEmptyDirectory, RunsWhileAStepRuns,
+    FailsWithAStep, IsDoneWithEveryStep, KnowsTheStepThatWasStartedLast,
+    GoesOnBehindTheLastDoneStep, SetsTheStatusOfAStepOrOfItself, ChangesNothingElseByAPoll,
+    IsNotDirtyByWhatTheDiskTells, IsDirtyByAnOption, IsDirtyByItsNameAndDescription,
+    AppliesAStrategy, AddsAStepOfItsFlowOnce, HasNoStaleReasonsBeforeItIsLaunched,
+    MakesItsScriptHandleInvalidWhenItGoes, IsNotStartedAfterAReset,
+    GoesOnBehindTheStepsThatAResetLeaves, KeepsModeAndDirectoryInAReset, IsDirtyByAResetWhenAsked,
+    FollowsTheMarkersOfALaunchBehindAReset, KeepsTheOutputsOfWhatItCantStop,
+    HoldsAnInternalCopyOfItsReportStrategy, ResetsNoReportByAPoll, TakesReportsBackInAReset);

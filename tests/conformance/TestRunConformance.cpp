@@ -11,8 +11,9 @@ struct TestRunMaker {
     static constexpr const char* kName = "TestRun";
     const HAXPFlow* flow() const { return m_flow.get(); }
     static std::unique_ptr<HAXPExpRunBase> make(const std::string& name,
-                                                const HAXPStrategy* strategy) {
-        return std::make_unique<test::TestRun>(name, strategy);
+                                                const HAXPStrategy* strategy,
+                                                const HAXRReportStrategy* reportStrategy) {
+        return std::make_unique<test::TestRun>(name, strategy, reportStrategy);
     }
     static bool isDirty(const HAXPExpRunBase& run) {
         return static_cast<const test::TestRun&>(run).dirtyCalls > 0;

@@ -14,8 +14,9 @@ struct WorkbenchRunMaker {
 
     static const HAXPFlow* flow() { return OpenFlows::getImplementation(); }
     static std::unique_ptr<HAXPExpRunBase> make(const std::string& name,
-                                                const HAXPStrategy* strategy) {
-        return std::make_unique<HAXPExpRun>(name, strategy, nullptr);
+                                                const HAXPStrategy* strategy,
+                                                const HAXRReportStrategy* reportStrategy) {
+        return std::make_unique<HAXPExpRun>(name, strategy, nullptr, reportStrategy);
     }
     static bool isDirty(const HAXPExpRunBase& run) {
         return static_cast<const HAXPExpRun&>(run).isDirty();
