@@ -10,6 +10,7 @@
 #include "environment/containers/HSTKeyValIter.h"
 #include "environment/errors/HEXUserException.h"
 #include "environment/files/HUTFile.h"
+#include "environment/files/HUTFileUtils.h"
 #include "environment/messages/ComMsgMgr.h"
 #include "environment/messages/ComMsgMgrInstance.h"
 #include "environment/options/HATAttrSpec.h"
@@ -37,6 +38,9 @@ namespace {
 
 using StepIter = std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>>;
 using ConfigIter = std::unique_ptr<HSTFwdIter<HAXRReportConfig*>>;
+
+/// More than any command says of itself.
+constexpr std::size_t kLongestReason = 64 * 1024;
 
 template <class... Args> [[noreturn]] void fail(const char* format, const Args&... args) {
     throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, format, args...));
@@ -83,6 +87,13 @@ HAXRReportSpec& specOf(const std::string& command) {
     return *HAXRReportSpecMgr::getGlobal()->find(command);
 }
 
+std::vector<std::string> namesOf(const std::vector<HAXRReportConfig*>& reports) {
+    std::vector<std::string> names;
+    for (const HAXRReportConfig* report : reports)
+        names.push_back(report->getName());
+    return names;
+}
+
 /// `wanted`, with a number behind it where the run has a report of that display name.
 std::string freeDisplayName(const HAXPExpRun& run, const std::string& wanted) {
     std::string name = wanted;
@@ -127,24 +138,23 @@ std::vector<HAXRReportConfig*> RunReports::all() const {
     return all;
 }
 
-HAXRReportConfig& RunReports::get(const std::string& name) const {
+std::vector<HAXRReportConfig*> RunReports::find(const std::string& name) const {
     std::vector<HAXRReportConfig*> meant;
-    std::vector<std::string> names;
     for (HAXRReportConfig* report : all()) {
-        names.push_back(report->getName());
         if (report->getName() == name)
-            return *report;
+            return {report};
         if (isMeant(*report, name))
             meant.push_back(report);
     }
+    return meant;
+}
+
+HAXRReportConfig& RunReports::get(const std::string& name) const {
+    const std::vector<HAXRReportConfig*> meant = find(name);
     if (meant.empty())
-        fail("@60-85@%s%s%s", m_run.getName(), name, joined(names));
-    if (meant.size() > 1) {
-        names.clear();
-        for (const HAXRReportConfig* report : meant)
-            names.push_back(report->getName());
-        fail("@60-86@%s%s", name, joined(names));
-    }
+        fail("@60-85@%s%s%s", m_run.getName(), name, joined(namesOf(all())));
+    if (meant.size() > 1)
+        fail("@60-86@%s%s", name, joined(namesOf(meant)));
     return *meant.front();
 }
 
@@ -153,6 +163,8 @@ HAXRReportConfig& RunReports::add(const std::string& stepName, const std::string
     workbench::restoreStrategies();
     HAXPExpRunStep& step = stepOf_(stepName);
     HAXRReportSpec& spec = specOf(command);
+    if (!displayName.empty())
+        workbench::requireReportFile(displayName);
     m_run.updateStatus();
     if (!m_run.canAddReport(&step))
         fail("@60-87@%s%s", m_run.getName(), step.getFlowStep()->getFlowStepId());
@@ -245,11 +257,21 @@ std::vector<RunReports::Outcome> RunReports::generate(const std::vector<HAXRRepo
         if (!outcome.reason.empty())
             continue;
         outcome.made = outcome.report->getState() == HAXRReportConfig::REPORT_GENERATED;
-        if (!outcome.made)
+        outcome.failed = !outcome.made;
+        if (outcome.failed)
             outcome.reason = "it failed; see " +
                              m_run.pathOf(outcome.report->getAssociatedStepName() + "_reports.log");
     }
     return outcomes;
+}
+
+std::string RunReports::whyFailed(const HAXRReportConfig& report) const {
+    std::string text;
+    if (!HUTFileUtils::readFile(markerOf_(report.getName()), kLongestReason, text))
+        return {};
+    while (!text.empty() && (text.back() == '\n' || text.back() == ' '))
+        text.pop_back();
+    return text;
 }
 
 HAXPExpRunStep& RunReports::stepOf_(const std::string& name) const {
@@ -305,9 +327,13 @@ void RunReports::runScript_(const std::string& stepId) const {
         fail("@60-94@%s%s", m_run.getName(), script.getError());
 }
 
+std::string RunReports::markerOf_(const std::string& reportName) const {
+    return m_run.pathOf("." + reportName + ".fail");
+}
+
 void RunReports::removeFailMarker_(const std::string& reportName) const {
     std::string dir;
     m_run.getRunDir(dir);
     if (!dir.empty())
-        HUTFile(m_run.pathOf("." + reportName + ".fail")).rm();
+        HUTFile(markerOf_(reportName)).rm();
 }

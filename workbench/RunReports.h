@@ -26,6 +26,8 @@ public:
         bool made;
         /// Why it wasn't made; empty when it was.
         std::string reason;
+        /// Whether its command was called, and failed.
+        bool failed = false;
     };
 
     /// The run isn't owned.
@@ -33,13 +35,15 @@ public:
 
     /// All of them, by step and in the order of their making.
     std::vector<HAXRReportConfig*> all() const;
+    /// Those that `name` may mean; the one that bears it as its name alone, if there is one.
+    std::vector<HAXRReportConfig*> find(const std::string& name) const;
     /// The report that `name` means. @throws HEXUserException none or several.
     HAXRReportConfig& get(const std::string& name) const;
 
     /// A new report of the step with the short name or id `step`, made by `command` of the
     /// catalogue's latest version. An empty `displayName` takes the catalogue's, with a
-    /// number behind it where the run has that one already. An old fail marker of its
-    /// name goes.
+    /// number behind it where the run has that one already; one with a separator or control
+    /// character is refused. An old fail marker of its name goes.
     HAXRReportConfig& add(const std::string& step, const std::string& command,
                           const std::string& displayName);
     /// Removes the report and its files.
@@ -56,11 +60,16 @@ public:
     /// files. @throws HEXUserException the run is at work, or the scripts can't be written.
     std::vector<Outcome> generate(const std::vector<HAXRReportConfig*>& reports, bool again);
 
+    /// What the command of a failed report left as its reason; empty when it left none.
+    std::string whyFailed(const HAXRReportConfig& report) const;
+
 private:
     HAXPExpRunStep& stepOf_(const std::string& name) const;
     HAXPExpRunStep* stepOf_(const HAXRReportConfig& report) const;
     std::string refusal_(const HAXRReportConfig& report, bool again) const;
     void runScript_(const std::string& stepId) const;
+    /// The path of the fail marker of the report `reportName`.
+    std::string markerOf_(const std::string& reportName) const;
     void removeFailMarker_(const std::string& reportName) const;
 
     HAXPExpRun& m_run;

@@ -105,6 +105,21 @@ TEST_F(RunReportsTest, AReportIsCalledByEveryNameThatIsItsAlone) {
               "whole name.");
 }
 
+TEST_F(RunReportsTest, ANameMayMeanSeveralReportsOrNone) {
+    EXPECT_TRUE(reports().find("report_nothing").empty());
+    EXPECT_EQ(reports().find("implementation_log").size(), 2U);
+    EXPECT_EQ(reports().find(kTiming), std::vector<HAXRReportConfig*>{&timing()});
+    // The whole name of one wins over the display name of another.
+    reports().add("place", "report_utilization", kTiming);
+    EXPECT_EQ(reports().find(kTiming), std::vector<HAXRReportConfig*>{&timing()});
+}
+
+TEST_F(RunReportsTest, TheReasonOfAFailureIsWhatItsCommandLeft) {
+    EXPECT_EQ(reports().whyFailed(timing()), "");
+    mark(std::string(".") + kTiming + ".fail", "unknown option -x\n");
+    EXPECT_EQ(reports().whyFailed(timing()), "unknown option -x");
+}
+
 TEST_F(RunReportsTest, AReportIsAddedBesideAnotherOfItsKind) {
     const HAXRReportConfig& second = reports().add("route", "report_timing_summary", "");
     EXPECT_EQ(second.getName(), "impl_1_route_report_timing_summary_1");
@@ -304,8 +319,10 @@ TEST_F(RunReportsTest, WhatCannotBeMadeNowIsToldWithItsReason) {
     HAXRReportConfig& drc = reports().get("route.report_drc");
     reports().setEnabled(drc, false);
     for (const RunReports::Outcome& outcome : reports().generate(
-             {&drc, &timing(), &reports().get("impl_1_bitstream_implementation_log_0")}, false))
+             {&drc, &timing(), &reports().get("impl_1_bitstream_implementation_log_0")}, false)) {
         told.push_back(outcome.reason);
+        EXPECT_FALSE(outcome.failed);
+    }
     EXPECT_EQ(told, (std::vector<std::string>{"it is disabled", "its step isn't done",
                                               "the run leaves it by itself"}));
 }
@@ -315,6 +332,7 @@ TEST_F(RunReportsTest, AReportThatCannotBeMadeFromWhatTheStepLeftHasFailed) {
     const std::vector<RunReports::Outcome> outcomes = reports().generate({&timing()}, false);
     ASSERT_EQ(outcomes.size(), 1U);
     EXPECT_FALSE(outcomes.front().made);
+    EXPECT_TRUE(outcomes.front().failed);
     EXPECT_EQ(outcomes.front().reason,
               "it failed; see " + m_bench.path("run/route_design_reports.log"));
     EXPECT_TRUE(has("route_design_reports.log"));
