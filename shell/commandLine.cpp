@@ -73,17 +73,18 @@ std::string topList() {
 }
 
 void printHelp() {
-    fmt::print("{}\n\n"
-               "Takes a Verilog design through runs to a bitstream for iCE40 devices.\n\n"
-               "Verbs:\n{}\n"
-               "Options before the verb:\n"
-               "  -C DIR      work on the project in DIR instead of the one here\n"
-               "  -h, --help  show this help\n"
-               "  --version   show the version\n\n"
-               "Exit status: 0 done, 1 a run failed, 2 wrong usage, 5 a tool is missing,\n"
-               "6 refused, 130 interrupted.\n\n"
-               "\"xp help VERB\" tells more, with examples.\n",
-               kUsage, topList());
+    fmt::print(
+        "{}\n\n"
+        "Takes a Verilog design through runs to a bitstream for iCE40 devices.\n\n"
+        "Verbs:\n{}\n"
+        "Options before the verb:\n"
+        "  -C DIR      work on the project in DIR instead of the one here\n"
+        "  -h, --help  show this help\n"
+        "  --version   show the version\n\n"
+        "Exit status: 0 done, 1 a run or a report failed, 2 wrong usage, 5 a tool is missing,\n"
+        "6 refused, 130 interrupted.\n\n"
+        "\"xp help VERB\" tells more, with examples.\n",
+        kUsage, topList());
 }
 
 /// The examples of a verb, one a line, moved in.

@@ -10,7 +10,7 @@ namespace shell {
 /// How xp ends; scripts rely on it. 3 and 4 are kept for verbs to come.
 enum ExitStatus {
     kExitDone = 0,
-    kExitRunFailed = 1,    ///< a run that was asked for failed
+    kExitRunFailed = 1,    ///< a run or report that was asked for failed
     kExitUsage = 2,        ///< the command line is wrong
     kExitToolMissing = 5,  ///< a tool that a run needs isn't installed
     kExitRefused = 6,      ///< the project, an input or the disk doesn't allow it

@@ -23,16 +23,21 @@ bool isTerminal() {
            std::strcmp(term, "dumb") != 0;
 }
 
-int widthOfTerminal() {
-    if (const char* columns = std::getenv("COLUMNS")) {
-        const long width = std::strtol(columns, nullptr, 10);
-        if (width > 0 && width < 10000)
-            return static_cast<int>(width);
-    }
+/// What COLUMNS says; 0 when it says nothing of use.
+int askedWidth() {
+    const char* columns = std::getenv("COLUMNS");
+    const long width = columns == nullptr ? 0 : std::strtol(columns, nullptr, 10);
+    return width > 0 && width < 10000 ? static_cast<int>(width) : 0;
+}
+
+/// The width of the terminal behind `stream`, or `otherwise`.
+int widthOfTerminal(int stream, int otherwise) {
+    if (const int asked = askedWidth())
+        return asked;
     winsize size{};
-    if (ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
+    if (ioctl(stream, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
         return size.ws_col;
-    return kUsualWidth;
+    return otherwise;
 }
 
 bool continuesCharacter(char c) {
@@ -53,6 +58,10 @@ std::string fitLine(const std::string& text, int width) {
     return line;
 }
 
+int widthOfOutput() {
+    return widthOfTerminal(STDOUT_FILENO, isatty(STDOUT_FILENO) == 1 ? kUsualWidth : 0);
+}
+
 ProgressLine::ProgressLine() : m_live(isTerminal()) {}
 
 ProgressLine::~ProgressLine() {
@@ -64,7 +73,8 @@ void ProgressLine::draw(const std::string& text) {
     if (!m_live || (m_drawn && now - m_last < kLeastPause))
         return;
     // The last column stays free: a terminal would wrap there.
-    fmt::print(stderr, "\r{}\x1b[K", fitLine(text, widthOfTerminal() - 1));
+    fmt::print(stderr, "\r{}\x1b[K",
+               fitLine(text, widthOfTerminal(STDERR_FILENO, kUsualWidth) - 1));
     std::fflush(stderr);
     m_drawn = true;
     m_last = now;

@@ -11,6 +11,10 @@ namespace shell {
 /// and what doesn't fit is cut. Counts a character of UTF-8 as one column.
 std::string fitLine(const std::string& text, int width);
 
+/// The columns that lines on standard output may take: what COLUMNS says, else the width of
+/// the terminal; 0, any number, off a terminal.
+int widthOfOutput();
+
 /// What is told on standard error while runs are at work.
 ///
 /// On a terminal one line at the bottom is drawn anew, at most five times a second;

@@ -57,7 +57,7 @@ public:
 
     int run(const Session& session) override {
         const auto project = Project::open(session.projectDir, Project::kRead);
-        const HAXPExpRun& run = project->getRun(m_name);
+        const HAXPExpRun& run = chosenRun(*project, m_name);
         const std::string path = logPath(run);
         if (path.empty())
             throw CommandError(kExitRefused,
@@ -92,10 +92,10 @@ public:
         const auto project = Project::open(session.projectDir, Project::kRead);
         if (m_json)
             printJson(m_name.empty() ? projectJson(*project)
-                                     : runJson(*project, project->getRun(m_name)));
+                                     : runJson(*project, chosenRun(*project, m_name)));
         else
             fmt::print("{}", m_name.empty() ? projectText(*project)
-                                            : runText(*project, project->getRun(m_name)));
+                                            : runText(*project, chosenRun(*project, m_name)));
         return kExitDone;
     }
 

@@ -18,6 +18,7 @@
 #include "runs/base/xperiment/HAXPFlowStepOptions.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xperiment/HAXPTypes.h"
+#include "shell/reportView.h"
 #include "shell/runView.h"
 #include "workbench/DesignInputs.h"
 #include "workbench/HAXPExpRun.h"
@@ -210,7 +211,8 @@ std::string runText(const Project& project, HAXPExpRun& run) {
     std::vector<std::string> stale;
     for (const std::string& reason : staleTexts(project, run))
         stale.push_back(movedIn(reason));
-    return text + lines("Stale", stale);
+    return text + lines("Stale", stale) +
+           lines("Reports", reportLines(reportsOf(project, run, false)));
 }
 
 nlohmann::json runJson(const Project& project, HAXPExpRun& run) {
@@ -221,6 +223,10 @@ nlohmann::json runJson(const Project& project, HAXPExpRun& run) {
     json["strategy_exists"] = currentStrategy(run) != nullptr;
     json["strategy_differences"] = differencesJson(run);
     json["stale_reasons"] = staleTexts(project, run);
+    json["report_strategy"] = run.getReportStrategyName();
+    json["reports"] = nlohmann::json::array();
+    for (const ReportEntry& report : reportsOf(project, run, true))
+        json["reports"].push_back(reportJson(report));
     json["files"] = nlohmann::json::array();
     for (const RunFile& file : filesOf(run))
         json["files"].push_back(

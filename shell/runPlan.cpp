@@ -4,6 +4,10 @@
 
 #include <algorithm>
 
+#include <fmt/format.h>
+
+#include "shell/exitStatus.h"
+#include "shell/suggestion.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
 
@@ -29,12 +33,25 @@ bool RunPlan::launchesRun(const HAXPExpRun& run) const {
     return contains(launches, &run);
 }
 
+HAXPExpRun& chosenRun(const Project& project, const std::string& name) {
+    if (HAXPExpRun* run = project.findRun(name))
+        return *run;
+    std::vector<std::string> known;
+    for (const HAXPExpRun* run : project.getRuns())
+        known.push_back(run->getName());
+    const std::string meant = suggestionFor(name, known);
+    if (meant.empty())
+        return project.getRun(name);
+    throw CommandError(kExitRefused,
+                       fmt::format("There is no run '{}'. Did you mean '{}'?", name, meant));
+}
+
 std::vector<HAXPExpRun*> chosenRuns(const Project& project, const std::vector<std::string>& names) {
     if (names.empty())
         return project.getRuns();
     std::vector<HAXPExpRun*> runs;
     for (const std::string& name : names) {
-        HAXPExpRun* run = &project.getRun(name);
+        HAXPExpRun* run = &chosenRun(project, name);
         if (!contains(runs, run))
             runs.push_back(run);
     }

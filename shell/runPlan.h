@@ -10,8 +10,12 @@ class Project;
 
 namespace shell {
 
+/// The run called `name`. @throws CommandError there is one that is called nearly so.
+/// @throws HEXUserException there is no such run.
+HAXPExpRun& chosenRun(const Project& project, const std::string& name);
+
 /// The runs called `names`, each once, or all of the project.
-/// @throws HEXUserException one isn't there.
+/// Throws as chosenRun() does.
 std::vector<HAXPExpRun*> chosenRuns(const Project& project, const std::vector<std::string>& names);
 
 /// What a launch has to do.

@@ -10,6 +10,8 @@
 
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "shell/exitStatus.h"
+#include "shell/reportNames.h"
+#include "shell/runPlan.h"
 #include "shell/runView.h"
 #include "shell/setting.h"
 #include "shell/strategyNames.h"
@@ -50,6 +52,9 @@ public:
         command.add_option("--synth", m_synthesis,
                            "Synthesis that an implementation starts from; the first one if unsaid");
         command.add_option("--to", m_toStep, "Short name of the step to end at");
+        command.add_option(
+            "--reports", m_reports,
+            "Report strategy to take the reports from; the flow's default if unsaid");
         command.add_option("--set", m_settings, "option=value; may be repeated")
             ->allow_extra_args(false);
     }
@@ -58,7 +63,8 @@ public:
         const auto project = Project::open(session.projectDir, Project::kChange);
         const HAXPFlow& flow = flowOf(m_flow);
         HAXPExpRun& run =
-            project->createRun(m_name, flow, strategyName(flow, m_strategy), m_synthesis);
+            project->createRun(m_name, flow, strategyName(flow, m_strategy), m_synthesis,
+                               m_reports.empty() ? "" : chosenReportStrategy(flow, m_reports));
         if (!m_toStep.empty())
             project->setToStep(run, m_toStep);
         setOptions(*project, run, m_settings);
@@ -73,6 +79,7 @@ private:
     std::string m_strategy = "Default";
     std::string m_synthesis;
     std::string m_toStep;
+    std::string m_reports;
     std::vector<std::string> m_settings;
 };
 
@@ -92,7 +99,7 @@ public:
             throw CommandError(kExitUsage, "There is nothing to set. Say option=value, --strategy "
                                            "or --to.");
         const auto project = Project::open(session.projectDir, Project::kChange);
-        HAXPExpRun& run = project->getRun(m_name);
+        HAXPExpRun& run = chosenRun(*project, m_name);
         if (!m_strategy.empty())
             project->applyStrategy(run, strategyName(*run.getStrategy()->getFlow(), m_strategy));
         if (m_to->count() > 0)
@@ -120,7 +127,7 @@ public:
 
     int run(const Session& session) override {
         const auto project = Project::open(session.projectDir, Project::kChange);
-        HAXPExpRun& run = project->getRun(m_name);
+        HAXPExpRun& run = chosenRun(*project, m_name);
         const HAXPFlow* flow = run.getStrategy()->getFlow();
         const std::string name =
             m_strategy.empty() ? run.getStrategy()->getName() : strategyName(*flow, m_strategy);

@@ -16,7 +16,8 @@ const std::vector<VerbEntry>& verbs() {
          "xp add uart.v fifo.v\nxp add board.pcf", makeAddVerb},
         {"create", "make a run, without launching it",
          "xp create synth_1 --flow synth\n"
-         "xp create impl_1 --flow impl --strategy Performance --set place_design.seed=7",
+         "xp create impl_1 --flow impl --strategy Performance --set place_design.seed=7\n"
+         "xp create impl_2 --flow impl --reports 'Tarnel Implementation Default Reports'",
          makeCreateVerb},
         {"set", "change the options, the strategy or the last step of a run",
          "xp set impl_1 seed=7 router=router2\nxp set impl_1 --strategy Explore --to route",
@@ -36,6 +37,12 @@ const std::vector<VerbEntry>& verbs() {
          "xp strategy list\nxp strategy copy impl/Performance Fast", nullptr, strategyVerbs},
         {"reportstrategy", "the same for report strategies: named sets of reports",
          "xp reportstrategy list\nxp reportstrategy show Daily", nullptr, reportStrategyVerbs},
+        {"compare", "compare runs: key figures, options that differ, and which is best",
+         "xp compare\nxp compare impl_1 impl_2 --goal luts,fmax\nxp compare --json",
+         makeCompareVerb},
+        {"report", "list, make, show, add and change the reports of runs",
+         "xp report list impl_1\nxp report open impl_1 report_timing_summary", nullptr,
+         reportVerbs},
     };
     return all;
 }

@@ -60,6 +60,9 @@ const VerbEntry* findVerb(const std::vector<VerbEntry>& verbs, const std::string
 const std::vector<VerbEntry>& strategyVerbs();
 const std::vector<VerbEntry>& reportStrategyVerbs();
 
+/// The verbs behind "report".
+const std::vector<VerbEntry>& reportVerbs();
+
 /// Makes a verb of the class V, for a table of verbs.
 template <class V> std::unique_ptr<Verb> makeVerb() {
     return std::make_unique<V>();
@@ -75,5 +78,6 @@ std::unique_ptr<Verb> makeWaitVerb();
 std::unique_ptr<Verb> makeStatusVerb();
 std::unique_ptr<Verb> makeLogVerb();
 std::unique_ptr<Verb> makeShowVerb();
+std::unique_ptr<Verb> makeCompareVerb();
 
 }  // namespace shell

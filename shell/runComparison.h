@@ -1,0 +1,96 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "workbench/reports/reportFigures.h"
+
+/// Runs side by side: their key figures, the options in which they differ, and which of
+/// them is best.
+namespace shell {
+
+/// An option of a run as texts; "step.option".
+struct ComparedOption {
+    std::string name;
+    std::string value;
+};
+
+/// A run as it is compared.
+struct ComparedRun {
+    std::string name;
+    std::string status;
+    bool isDone = false;
+    bool isStale = false;
+    std::string strategy;
+    /// The synthesis that it starts from; empty for a synthesis.
+    std::string synthesis;
+    /// Each name once.
+    std::vector<reports::Figure> figures;
+    std::vector<ComparedOption> options;
+};
+
+/// The figure `name` of `run`; null when it lacks it.
+const reports::Figure* figureOf(const ComparedRun& run, const std::string& name);
+
+/// Puts `figures` into those of `run`; a figure of a name that is there already takes its
+/// place, so that a later step's counts.
+void addFigures(ComparedRun& run, const std::vector<reports::Figure>& figures);
+
+/// Every figure that one of the runs has, once, in the order in which they have them.
+std::vector<reports::Figure> figureRows(const std::vector<ComparedRun>& runs);
+
+/// An option and its value in each run; empty with `isThere` false where a run lacks it.
+struct OptionRow {
+    struct Cell {
+        bool isThere;
+        std::string value;
+    };
+    std::string name;
+    std::vector<Cell> cells;
+};
+
+/// The options that two runs at least have, with different values.
+std::vector<OptionRow> differingOptions(const std::vector<ComparedRun>& runs);
+
+/// A figure that is to be as high or as low as can be.
+struct Goal {
+    /// What the user typed: "fmax", "slack", "luts", "time" or a figure's name.
+    std::string word;
+    /// Its name among the figures.
+    std::string figure;
+    std::string label;
+    std::string unit;
+    bool isHigherBetter = true;
+};
+
+/// The figure that a run's time on the clock is shown as.
+extern const char kTimeFigure[];
+
+/// The goals of `text`, words with commas between: the first decides, the others decide
+/// ties. Any figure of `runs` will do that knows which way is better.
+/// @throws CommandError a word is none of them; it names one that may be meant.
+std::vector<Goal> readGoals(const std::string& text, const std::vector<ComparedRun>& runs);
+
+/// Which run is best.
+struct Verdict {
+    /// A run that isn't judged, and why: "it isn't done (running)".
+    struct LeftOut {
+        const ComparedRun* run;
+        std::string reason;
+    };
+    /// More than one when all goals are equal; empty when no run can be judged.
+    std::vector<const ComparedRun*> best;
+    /// The others that are judged, the better ones first.
+    std::vector<const ComparedRun*> others;
+    std::vector<LeftOut> leftOut;
+    /// Those judged that miss the goal of their clocks.
+    std::vector<const ComparedRun*> missing;
+};
+
+/// Judges `runs` under `goals`, one at least. What isn't done, is stale or lacks a figure
+/// of the first goal is left out. The verdict points into `runs`.
+Verdict judge(const std::vector<ComparedRun>& runs, const std::vector<Goal>& goals);
+
+}  // namespace shell
