@@ -2,7 +2,8 @@
 # SPDX-License-Identifier: Apache-2.0
 # Copyright the Xperiment authors
 #
-# Takes the example processor from Verilog to bitstreams, with two strategies.
+# Takes the example processor from Verilog to bitstreams, with three strategies, and
+# compares them.
 #
 #   demo.sh BUILD_DIR [PROJECT_DIR]
 #
@@ -46,4 +47,18 @@ fi
 create_run synth_1 --flow synth
 create_run impl_default --flow impl --synth synth_1
 create_run impl_performance --flow impl --synth synth_1 --strategy Performance
+create_run impl_explore --flow impl --synth synth_1 --strategy Explore
 xp -C "$project" launch
+xp -C "$project" compare --goal fmax
+
+shown=$program
+case $shown in
+  "$PWD"/*) shown=${shown#"$PWD"/} ;;
+esac
+cat <<END
+
+The reports lie in $project/runs, in the folder of each run. To see them:
+
+  $shown -C $project report list
+  $shown -C $project report open impl_performance report_timing_summary
+END
