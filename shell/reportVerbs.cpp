@@ -206,9 +206,7 @@ private:
                                            entry.reason.empty() ? "." : ": " + entry.reason, call));
         if (entry.exists)
             return;
-        // A file that went away leaves the report up to date.
-        const char* again = entry.state == "generated" ? " --again" : "";
-        std::string advice = fmt::format("Make it with: xp report generate {}{}", call, again);
+        std::string advice = fmt::format("Make it with: xp report generate {}", call);
         if (entry.isStatic)
             advice = fmt::format("The run leaves it: xp launch {}", entry.run);
         else if (!entry.enabled)

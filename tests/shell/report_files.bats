@@ -146,8 +146,9 @@ PY
   launched_project
   rm "$(report_of impl_1 report_timing file)"
   run -6 "$xp" -C proj report open impl_1 report_timing
-  assert_one_error "isn't there" 'xp report generate impl_1 report_timing --again'
-  run -0 "$xp" -C proj report generate impl_1 report_timing --again
+  assert_one_error "isn't there" 'xp report generate impl_1 report_timing'
+  run -0 "$xp" -C proj report generate impl_1
+  [[ $output == *'Report report_timing of run impl_1 is made: '* ]]
   run -0 "$xp" -C proj report open impl_1 report_timing
 }
 
@@ -197,9 +198,9 @@ PY
 @test "a comparison stays within the columns that there are" {
   launched_project
   "$xp" -C proj create impl_2 --flow impl --set place_design.seed=7
-  COLUMNS=35 run -0 --separate-stderr "$xp" -C proj compare
-  [ "$(grep -c '^Run ' <<<"$output")" = 2 ]
-  [ "$(sed '/^Goal/,$d' <<<"$output" | awk 'length > 35' | wc -l)" = 0 ]
+  COLUMNS=42 run -0 --separate-stderr "$xp" -C proj compare
+  [ "$(grep -Ec '^Run +impl_' <<<"$output")" = 2 ]
+  [ "$(sed '/^Goal/,$d' <<<"$output" | awk 'length > 42' | wc -l)" = 0 ]
 }
 
 @test "figures that can't be read are told and left out" {
