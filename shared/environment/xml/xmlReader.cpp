@@ -14,7 +14,6 @@
 #include <libxml/parserInternals.h>
 
 #include "environment/xml/HXMLReadException.h"
-#include "environment/xml/plainDocument.h"
 #include "environment/xml/xmlSource.h"
 #include "environment/xml/xmlText.h"
 
@@ -199,10 +198,7 @@ void Reading::keepReason_(const xmlError& error) noexcept {
 Events::~Events() = default;
 
 void parse(std::string content, const std::string& fileName, Events& events) {
-    std::string text = decode(std::move(content), fileName);
-    if (readPlain(text, events))
-        return;
-    const Source source = checkSource(std::move(text), fileName);
+    const Source source = checkSource(decode(std::move(content), fileName), fileName);
     Reading(source, fileName, events).run();
 }
 
