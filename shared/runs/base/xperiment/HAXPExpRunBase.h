@@ -182,10 +182,10 @@ public:
     ///
     /// A run that can't be stopped is reset all the same, but keeps its outputs: what still
     /// runs may write them. Whether all of it worked; for each thing that didn't, `errors`
-    /// gets a sentence behind what is in it. With "project.enableLSFforRuns" on, a run that
-    /// the first attempts don't end is ended on its own host or through its cluster: then
-    /// that outcome alone decides whether outputs go, and what stands in `errors` is dropped
-    /// once it is known which way is taken, or that it worked.
+    /// gets a sentence behind what is in it. With "project.enableLSFforRuns" on, a run of
+    /// another host that the first attempts don't end is ended there, or through its cluster
+    /// when it has a "job.id". Then that outcome alone decides whether outputs go, and what
+    /// stands in `errors` is dropped when it worked, and before an attempt on the other host.
     ///
     /// With "runs.enableTemplatizedFlows" and "runs.launchI2FlowInProcess" on, a run of a
     /// local flow executes in this process: it is asked to stop, nothing is killed, and
@@ -209,8 +209,8 @@ public:
     /// @throws HEXAlgException the run has no strategy, or no information object.
     bool emptyRunDir();
     /// Runs `killCommand` with `argument` as its last word, and waits for it. Whether its
-    /// program, the text up to the first blank, is found, and ends with status 0. The last
-    /// argument isn't read.
+    /// program, the text up to the first blank, is found, and ends with status 0. False for
+    /// an argument with a zero byte in it. The last argument isn't read.
     bool killRun(const std::string& killCommand, const std::string& argument, bool ignored);
 
     // Reports. A report belongs to a step and goes with it. A refusal to make one is a

@@ -81,10 +81,14 @@ private:
 
     /// A step whose marker tells of no process may run in that of the whole run.
     void completeRecord_() {
-        const std::string ofProcess = pathIn(
-            m_runDir, xperiment::stepMarker(xperiment::tarnelProcess, xperiment::beginMarker));
-        if (!m_handle->isPartialComplete() && HUTFile::exists(ofProcess))
-            HUTProcHandleXMLParser().parsePH(ofProcess, m_handle);
+        const std::string ofProcess =
+            xperiment::stepMarker(xperiment::tarnelProcess, xperiment::beginMarker);
+        if (!m_handle->isPartialComplete() && isThere_(ofProcess))
+            HUTProcHandleXMLParser().parsePH(pathIn(m_runDir, ofProcess), m_handle);
+    }
+
+    bool isThere_(const std::string& name) const {
+        return !m_runDir.empty() && HUTFile::exists(pathIn(m_runDir, name));
     }
 
     bool ranHere_() const {
@@ -100,8 +104,7 @@ private:
 
     bool endElsewhere_() {
         try {
-            return HUTFile::exists(pathIn(m_runDir, xperiment::jobIdFile)) ? endJob_()
-                                                                           : endRemotely_();
+            return isThere_(xperiment::jobIdFile) ? endJob_() : endRemotely_();
         } catch (...) {
             m_errors.push_back(failure_());
             return false;
@@ -193,7 +196,9 @@ bool HAXPExpRunBase::killRun(const std::string& killCommand, const std::string& 
     std::string program;
     words.next(program);
     std::string fullPath;
-    if (!HUTFork::findInPath(program, fullPath))
+    // A command would see the part before the zero alone, and perhaps end another job.
+    const bool isWord = argument.find('\0') == std::string::npos;
+    if (!isWord || !HUTFork::findInPath(program, fullPath))
         return false;
     HUTFork fork;
     fork.setCmdLine(killCommand, true);
@@ -203,7 +208,7 @@ bool HAXPExpRunBase::killRun(const std::string& killCommand, const std::string& 
 
 std::string HAXPExpRunBase::readClusterJobIdentifier_() const {
     // No identifier is that long: what is longer isn't one, and might not fit into memory.
-    constexpr std::size_t kMostBytes = 64 * 1024 * 1024;
+    constexpr std::size_t kMostBytes = std::size_t{64} << 20;
     std::string runDir;
     getRunDir(runDir);
     const std::string path = pathIn(runDir, xperiment::jobIdFile);

@@ -254,6 +254,16 @@ TEST_F(RunDirTest, AssignsAnOccupiedDirectory) {
     EXPECT_TRUE(m_dir.has("impl_1/netlist.json"));
 }
 
+TEST_F(RunDirTest, WipesTheRunsOwnMarkersWhenItAssignsTheDirectoryAgain) {
+    HAXPDataMgr::assignRunDir(m_run.get(), m_dir.path());
+    occupy();
+    HAXPDataMgr::assignRunDir(m_run.get(), m_dir.path());
+    EXPECT_EQ(ofRun(), m_dir.path("impl_1"));
+    EXPECT_FALSE(m_dir.has("impl_1/.a.begin.rst"));
+    EXPECT_FALSE(m_dir.has("impl_1/.a.end.rst"));
+    EXPECT_TRUE(m_dir.has("impl_1/netlist.json"));
+}
+
 TEST_F(RunDirTest, KeepsTheOldDirectoryWhenTheNewOneCantBeMade) {
     // A file in the way stops everyone, the system's administrator included.
     m_dir.mark("file");

@@ -148,6 +148,15 @@ TEST_F(RunKillTest, LooksAnewBeforeItDecides) {
     EXPECT_TRUE(m_host.has(42)) << "the step is done meanwhile";
 }
 
+TEST_F(RunKillTest, LooksForNoFileOfARunWithoutADirectory) {
+    const TestParam beyond("project.enableLSFforRuns", true);
+    m_run->updateStatus();
+    m_run->setRunDir("", false);
+    EXPECT_TRUE(kill());
+    EXPECT_FALSE(m_host.has(42)) << "its record is known";
+    expectOutputsKept();
+}
+
 TEST_F(RunKillTest, EmptiesAnOlderRequestToStop) {
     mark(".stop.rst", "old");
     EXPECT_TRUE(kill(false));
@@ -699,6 +708,16 @@ TEST_F(KillCommandTest, FailsWhenTheProgramDiesOfASignal) {
     m_dir.mark("dying", "#!/bin/sh\nkill -9 $$\n");
     ASSERT_EQ(::chmod(m_dir.path("dying").c_str(), 0755), 0);
     EXPECT_FALSE(m_run->killRun(m_dir.path("dying"), "1", false));
+}
+
+TEST_F(KillCommandTest, TakesNoArgumentThatACommandWouldSeeCut) {
+    m_programs.add("end", 0);
+    EXPECT_FALSE(m_run->killRun("end",
+                                std::string("47\0"
+                                            "11",
+                                            5),
+                                false));
+    EXPECT_EQ(m_programs.calls("end"), "");
 }
 
 TEST_F(KillCommandTest, TellsItsArgumentWhenDebugging) {

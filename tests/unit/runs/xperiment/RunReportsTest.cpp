@@ -522,6 +522,9 @@ TEST_F(RunReportsTest, RenamesItsReportsWithItself) {
 
 /// A run with the reports of "mine", which the catalogue knows.
 class SameReportsTest : public test::RunReportFixture {
+public:
+    ~SameReportsTest() noexcept override = default;
+
 protected:
     SameReportsTest() : m_other(m_flow.get()) {
         static const bool s_filled = fillCatalogue();
@@ -534,8 +537,6 @@ protected:
         m_other.setDescription("Of another");
         m_other.add("route_design", "report_io", 20);
     }
-
-    ~SameReportsTest() noexcept override = default;
 
     static bool fillCatalogue() {
         HAXRReportSpecMgr* const catalogue = HAXRReportSpecMgr::getGlobal();

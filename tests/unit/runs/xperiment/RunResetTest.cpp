@@ -4,6 +4,7 @@
 #include <ostream>
 #include <regex>
 #include <string>
+#include <thread>
 
 #include <gtest/gtest.h>
 
@@ -279,11 +280,11 @@ TEST_F(RunResetTest, ResetsARunWhoseDirectoryIsGone) {
     EXPECT_FALSE(m_dir.has("run")) << "it isn't made anew";
 }
 
-/// Runs of two kinds of flow, in a directory with a bit of everything.
-class VanishingRunDirTest : public RunResetFixture,
-                            public ::testing::WithParamInterface<const char*> {
+/// What others do at each moment at which a reset touches the disk. Runs of two kinds of
+/// flow, in a directory with a bit of everything.
+class ResetMomentTest : public RunResetFixture, public ::testing::WithParamInterface<const char*> {
 protected:
-    VanishingRunDirTest() : RunResetFixture(GetParam()) {}
+    ResetMomentTest() : RunResetFixture(GetParam()) {}
 
     void fill() {
         m_dir.folder("run/c_files/deep");
@@ -304,7 +305,7 @@ protected:
     }
 };
 
-TEST_P(VanishingRunDirTest, IsNoFailureAtAnyMoment) {
+TEST_P(ResetMomentTest, MindsNoDirectoryThatVanishes) {
     const int calls = callsOfAReset();
     EXPECT_GT(calls, 15);
     for (int call = 1; call <= calls; ++call) {
@@ -317,7 +318,22 @@ TEST_P(VanishingRunDirTest, IsNoFailureAtAnyMoment) {
     }
 }
 
-INSTANTIATE_TEST_SUITE_P(Flows, VanishingRunDirTest, ::testing::Values("Test Flow", "ZUM Flow"),
+TEST_P(ResetMomentTest, LeavesTheRunToOthers) {
+    const int calls = callsOfAReset();
+    for (int call = 1; call <= calls; ++call) {
+        fill();
+        bool looked = false;
+        test::FaultyDisk disk;
+        disk.doAt(call, [&] {
+            std::thread other([&] { looked = m_run->getRunMode() == HAXPExpRunBase::kLaunched; });
+            other.join();
+        });
+        EXPECT_TRUE(reset()) << call;
+        EXPECT_TRUE(looked) << call;
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Flows, ResetMomentTest, ::testing::Values("Test Flow", "ZUM Flow"),
                          [](const auto& row) { return std::string(row.param, row.param + 3); });
 
 // A directory that belongs to the run alone ----------------------------------

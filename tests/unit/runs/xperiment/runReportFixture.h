@@ -36,6 +36,9 @@ public:
 /// A run "impl_1" of an implementation with a report strategy of its own, which is
 /// empty, and another one to apply. No message is expected.
 class RunReportFixture : public RunFixture {
+public:
+    ~RunReportFixture() noexcept override = default;
+
 protected:
     RunReportFixture()
         : RunReportFixture(steps(
@@ -47,7 +50,6 @@ protected:
         m_strategy.setName("mine");
         m_strategy.setDescription("What I look at");
     }
-    ~RunReportFixture() noexcept override = default;
 
     void TearDown() override {
         m_run.reset();
