@@ -125,6 +125,7 @@ std::string valueText(const ComparedRun& run, const Goal& goal) {
 /// "highest Fmax, then lowest LUTs".
 std::string wishText(const std::vector<Goal>& goals) {
     std::vector<std::string> words;
+    words.reserve(goals.size());
     for (const Goal& goal : goals)
         words.push_back(
             fmt::format("{} {}", goal.isHigherBetter ? "highest" : "lowest", goal.label));
@@ -134,6 +135,7 @@ std::string wishText(const std::vector<Goal>& goals) {
 /// The values of all goals: "55.2 MHz Fmax, 1200 LUTs".
 std::string valuesText(const ComparedRun& run, const std::vector<Goal>& goals) {
     std::vector<std::string> words;
+    words.reserve(goals.size());
     for (const Goal& goal : goals)
         words.push_back(fmt::format("{} {}", goal.label, valueText(run, goal)));
     return fmt::format("{}", fmt::join(words, ", "));

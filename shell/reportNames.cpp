@@ -25,11 +25,11 @@ namespace {
 
 /// The names of `report`, the handiest first; a report of the run's own has no command.
 std::vector<std::string> namesOf(const HAXRReportConfig& report) {
-    const std::string step = reportConfigUtil::getStepAlias(report.getAssociatedStepName());
+    const std::string head = reportConfigUtil::getStepAlias(report.getAssociatedStepName()) + ".";
     std::vector<std::string> names;
     for (const std::string& name : {report.getSpecName(), report.getDisplayName()}) {
         if (!name.empty())
-            names.insert(names.end(), {name, step + "." + name});
+            names.insert(names.end(), {name, head + name});
     }
     names.push_back(report.getName());
     return names;

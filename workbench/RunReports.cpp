@@ -40,7 +40,7 @@ using StepIter = std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>>;
 using ConfigIter = std::unique_ptr<HSTFwdIter<HAXRReportConfig*>>;
 
 /// More than any command says of itself.
-constexpr std::size_t kLongestReason = 64 * 1024;
+constexpr std::size_t kLongestReason = 65536;
 
 template <class... Args> [[noreturn]] void fail(const char* format, const Args&... args) {
     throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, format, args...));
@@ -89,6 +89,7 @@ HAXRReportSpec& specOf(const std::string& command) {
 
 std::vector<std::string> namesOf(const std::vector<HAXRReportConfig*>& reports) {
     std::vector<std::string> names;
+    names.reserve(reports.size());
     for (const HAXRReportConfig* report : reports)
         names.push_back(report->getName());
     return names;
