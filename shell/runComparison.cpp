@@ -81,7 +81,7 @@ std::string whyLeftOut(const ComparedRun& run, const Goal& goal) {
     if (run.isStale)
         return fmt::format("its results are stale; bring it up to date: xp launch {}", run.name);
     if (figureOf(run, goal.figure) == nullptr)
-        return fmt::format("no report tells its {}; make its reports: xp report generate {}",
+        return fmt::format("no report tells its {}; look at them with: xp report list {}",
                            goal.label, run.name);
     return {};
 }

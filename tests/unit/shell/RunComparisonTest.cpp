@@ -106,7 +106,7 @@ TEST(RunComparisonTest, RunsWithoutTheFigureAreLeftOut) {
     EXPECT_EQ(namesOf(verdict.best), Names{"b"});
     ASSERT_EQ(verdict.leftOut.size(), 1U);
     EXPECT_EQ(verdict.leftOut[0].reason,
-              "no report tells its Fmax; make its reports: xp report generate a");
+              "no report tells its Fmax; look at them with: xp report list a");
 }
 
 TEST(RunComparisonTest, ARunThatMissesItsClockGoalIsTold) {
