@@ -75,6 +75,18 @@ bool isBalanced(const std::string& text) {
     return depth == 0 && !quoted;
 }
 
+/// Files of a run are called after the top module, so it stays in the run directory.
+void requireTop(const std::string& top) {
+    std::string found;
+    if (top.find('/') != std::string::npos)
+        found = "holds a separator of folders";
+    else if (!top.empty() && (top.front() == '.' || top.front() == '-'))
+        found = "begins with a dot or a dash";
+    if (!found.empty())
+        throw HEXUserException(
+            ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-100@%s%s", top, found));
+}
+
 }  // namespace
 
 void requireRunName(const std::string& name) {
@@ -107,8 +119,9 @@ void requireOptionText(const std::string& name, const std::string& value) {
 
 void requireReportFile(const std::string& name) {
     std::string found = findRefused(name, "/\\");
-    if (name == "." || name == "..")
-        found = "no name of a file";
+    // Hidden files are the markers of the run.
+    if (found.empty() && !name.empty() && name.front() == '.')
+        found = "a dot in front";
     if (!found.empty())
         throw HEXUserException(
             ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-99@%s%s", name, found));
@@ -133,6 +146,7 @@ void requireInputs(const DesignInputs& inputs) {
     for (const std::string& define : inputs.defines)
         requireOptionText("define", define);
     requireOptionText("top", inputs.top);
+    requireTop(inputs.top);
     requireOptionText("device", inputs.device);
     requireOptionText("package", inputs.package);
     requireOptionText("frequency", inputs.frequencyMhz);

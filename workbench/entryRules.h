@@ -30,7 +30,7 @@ WORKBENCH_API void requireScriptPath(const std::string& path);
 WORKBENCH_API void requireOptionText(const std::string& name, const std::string& value);
 
 /// @throws HEXUserException `name`, of a report or its file, holds a separator or a
-/// control character, or is "." or "..".
+/// control character, or begins with a dot, as the markers of a run do.
 WORKBENCH_API void requireReportFile(const std::string& name);
 
 /// @throws HEXUserException the value of the report option `name` would be more than one
@@ -38,7 +38,8 @@ WORKBENCH_API void requireReportFile(const std::string& name);
 /// command, quotes and braces in pairs.
 WORKBENCH_API void requireReportOption(const std::string& name, const std::string& value);
 
-/// The rules above for every text of `inputs` that reaches a script.
+/// The rules above for every text of `inputs` that reaches a script, and what may be the
+/// first part of a file name for its top module.
 /// @throws HEXUserException the first that breaks one.
 WORKBENCH_API void requireInputs(const DesignInputs& inputs);
 

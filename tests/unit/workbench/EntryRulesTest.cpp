@@ -118,6 +118,30 @@ INSTANTIATE_TEST_SUITE_P(EntryRules, ScriptPathTable,
                                            TextCase{"Delete", "/a\x7F", "a control character"}),
                          caseName);
 
+class ReportFileTable : public ::testing::TestWithParam<TextCase> {};
+
+TEST_P(ReportFileTable, TakesOrRefuses) {
+    const std::string text = GetParam().text;
+    const std::string thrown =
+        test::thrownText<HEXUserException>([&] { workbench::requireReportFile(text); });
+    if (GetParam().refused.empty())
+        EXPECT_EQ(thrown, "nothing thrown");
+    else
+        EXPECT_EQ(thrown, "\"" + text + "\" can't be the name of a report or its file: it holds " +
+                              GetParam().refused + ".");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    EntryRules, ReportFileTable,
+    ::testing::Values(TextCase{"Plain", "top_drc_routed.rpt", ""},
+                      TextCase{"Words", "my own report", ""}, TextCase{"None", "", ""},
+                      TextCase{"Separator", "a/b", "the character /"},
+                      TextCase{"OtherSeparator", "a\\b", "the character \\"},
+                      TextCase{"LineFeed", "a\nb", "a control character"},
+                      TextCase{"Folder", "..", "a dot in front"},
+                      TextCase{"Marker", ".ice40_route.end.rst", "a dot in front"}),
+    caseName);
+
 class OptionTextTable : public ::testing::TestWithParam<TextCase> {};
 
 TEST_P(OptionTextTable, TakesOrRefuses) {

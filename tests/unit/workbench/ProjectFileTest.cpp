@@ -165,7 +165,11 @@ INSTANTIATE_TEST_SUITE_P(
         DamageCase{"NoSuchSynthesis", "Synthesis=\"synth_1\"", "Synthesis=\"gone\"", "gone"},
         DamageCase{"Doctype", "<Project ", "<!DOCTYPE p [<!ENTITY e 'x'>]><Project ", "DOCTYPE"},
         DamageCase{"PathForAShell", "blinky.v", "$(reboot).v", "$"},
-        DamageCase{"TopForAShell", "Top=\"blinky\"", "Top=\"a;b\"", ";"}),
+        DamageCase{"TopForAShell", "Top=\"blinky\"", "Top=\"a;b\"", ";"},
+        DamageCase{"TopThatLeadsOut", "Top=\"blinky\"", "Top=\"../../x\"",
+                   "\"../../x\" can't be the top module: it holds a separator of folders"},
+        DamageCase{"TopThatIsAnOption", "Top=\"blinky\"", "Top=\"-x\"",
+                   "\"-x\" can't be the top module: it begins with a dot or a dash"}),
     [](const auto& row) { return std::string(row.param.name); });
 
 }  // namespace
