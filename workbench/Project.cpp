@@ -33,6 +33,7 @@
 #include "workbench/projectEntry.h"
 #include "workbench/projectFile.h"
 #include "workbench/reportRecords.h"
+#include "workbench/reportStrategyOptions.h"
 #include "workbench/strategies.h"
 #include "workbench/strategyOptions.h"
 
@@ -89,14 +90,17 @@ const HAXPStrategy& strategyFor(const HAXPFlow& flow, const std::string& name) {
 }
 
 /// The report strategy `name` of `flow`, its default for an empty name; null when there is
-/// no default. @throws HEXUserException there is none of that name.
+/// no default. @throws HEXUserException there is none of that name, or it holds a value that
+/// a report script can't carry.
 const HAXRReportStrategy* reportStrategyFor(const HAXPFlow& flow, const std::string& name) {
     if (name.empty()) {
         workbench::restoreStrategies();
         return HAXPMgr::getGlobal()->getDefaultReportStrategy(&flow);
     }
-    if (const HAXRReportStrategy* strategy = workbench::findReportStrategy(flow, name))
+    if (const HAXRReportStrategy* strategy = workbench::findReportStrategy(flow, name)) {
+        workbench::requireReportValues(*strategy);
         return strategy;
+    }
     std::vector<std::string> names;
     for (const HAXRReportStrategy* strategy : workbench::reportStrategiesOf(flow))
         names.push_back(workbench::printable(strategy->getName()));

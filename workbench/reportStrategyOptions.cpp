@@ -226,13 +226,20 @@ void setReportOption(const HAXRReportStrategy& strategy, const std::string& name
         append(known, option->getName());
         if (option->getName() != optionName)
             continue;
-        requireOptionText(name, value);
+        requireReportOption(optionName, value);
         std::string reason;
         if (!setOptionText(*report.spec->getOptions(), *option, value, reason))
             fail("@60-23@%s%s", printable(name), reason);
         return;
     }
     fail("@60-24@%s%s", printable(name), orNone(known));
+}
+
+void requireReportValues(const HAXRReportStrategy& strategy) {
+    for (const StrategyReport& report : reportsOf(strategy)) {
+        for (const HATAttrSpec* option : report.options())
+            requireReportOption(option->getName(), valueOf(report, *option));
+    }
 }
 
 std::string addReport(HAXRReportStrategy& strategy, const std::string& step,

@@ -33,9 +33,14 @@ struct WORKBENCH_API StrategyReport {
 WORKBENCH_API std::vector<StrategyReport> reportsOf(const HAXRReportStrategy& strategy);
 
 /// Sets an option, named as "step.report.option", from a text.
-/// @throws HEXUserException no such report or option, or a value that isn't one.
+/// @throws HEXUserException no such report or option, or a value that isn't one or that a
+/// report script can't carry.
 WORKBENCH_API void setReportOption(const HAXRReportStrategy& strategy, const std::string& name,
                                    const std::string& value);
+
+/// Refuses a strategy whose values a report script can't carry: a file may hold what a
+/// user couldn't type in. @throws HEXUserException names option and value.
+WORKBENCH_API void requireReportValues(const HAXRReportStrategy& strategy);
 
 /// Adds the report `name` of the catalogue to a step and gives what it is called there.
 /// An empty `version` means the latest, an empty `displayName` one that is free.

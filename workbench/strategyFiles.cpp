@@ -74,12 +74,14 @@ bool isValue(const HATAttrSpec& spec, const std::string& text) {
     }
 }
 
+/// `requireText` says what a script can carry.
 void checkValue(const xml::Document& document, const xml::Element& element, const HATAttrSpec& spec,
-                const std::string& text) {
+                const std::string& text,
+                void (*requireText)(const std::string&, const std::string&) = requireOptionText) {
     if (!isValue(spec, text))
         document.refuse(element, quoted(text) + " is no value of the option " + spec.getName());
     try {
-        requireOptionText(spec.getName(), text);
+        requireText(spec.getName(), text);
     } catch (const HEXUserException& error) {
         document.refuse(element, error.what());
     }
@@ -219,7 +221,7 @@ void checkReportOption(const xml::Document& document, const xml::Element& elemen
     if (spec == nullptr)
         document.refuse(element,
                         "the report " + report.getName() + " has no option " + quoted(name));
-    checkValue(document, element, *spec, element.attribute("def_value"));
+    checkValue(document, element, *spec, element.attribute("def_value"), requireReportOption);
 }
 
 void checkReports(const xml::Document& document, const xml::Element& element,

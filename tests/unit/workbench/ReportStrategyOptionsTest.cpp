@@ -33,8 +33,11 @@ public:
             test::reports::makeReport(kReport, {test::reports::number("depth", 1)}, {1, 0})
                 .release());
         catalogue.addReportSpec(
-            test::reports::makeReport(
-                kReport, {test::reports::number("depth", 3), test::reports::flag("full")}, {1, 2})
+            test::reports::makeReport(kReport,
+                                      {test::reports::number("depth", 3),
+                                       test::reports::flag("full"), test::reports::text("from"),
+                                       test::reports::text("MORE_OPTIONS")},
+                                      {1, 2})
                 .release());
         catalogue.populateLatestSpecs();
     }
@@ -133,6 +136,25 @@ TEST_F(ReportStrategyOptionsTest, WhatCantBeSetIsTold) {
     EXPECT_EQ(refusalOfSet("route_design.report_of_tests.depth", "1"),
               "There are 2 reports route_design.report_of_tests. Say which with #1, #2 and so on "
               "behind the name.");
+}
+
+TEST_F(ReportStrategyOptionsTest, AValueIsRefusedThatTclWouldTakeApart) {
+    add();
+    for (const std::string text : {"a b", "[exit]", "$x", "{a", "a;b"})
+        EXPECT_EQ(refusalOfSet("route_design.report_of_tests.from", text)
+                      .find("The value \"" + text + "\" of option from holds "),
+                  0U)
+            << text;
+    EXPECT_EQ(refusalOfSet("route_design.report_of_tests.from", "clk*"), "nothing thrown");
+    EXPECT_EQ(refusalOfSet("route_design.report_of_tests.MORE_OPTIONS", "-nets {a b}"),
+              "nothing thrown");
+    workbench::requireReportValues(*m_strategy);
+    HATOptGroup* options = workbench::reportsOf(*m_strategy).front().spec->getOptions();
+    options->setStrVal(test::reports::optionOf(options, "from"), "a b", true);
+    EXPECT_EQ(test::thrownText<HEXUserException>([&] {
+                  workbench::requireReportValues(*m_strategy);
+              }).find("The value \"a b\" of option from holds "),
+              0U);
 }
 
 TEST_F(ReportStrategyOptionsTest, ARemovedReportIsGone) {
