@@ -117,6 +117,14 @@ bool isAtWork(const HAXPExpRun& run) {
     return code == HDGUIStatus::statusRunning || code == HDGUIStatus::statusQueued;
 }
 
+/// A launch makes its reports as they were when it began.
+/// @throws HEXUserException the run is at work.
+void requireIdle(HAXPExpRun& run) {
+    run.updateStatus();
+    if (isAtWork(run))
+        fail("@60-92@%s", run.getName());
+}
+
 /// Those whose reports a script of the step could never make.
 bool isMadeInLaunchOnly(const HAXPExpRunStep& step, const HAXPExpRun& run) {
     const std::string& id = step.getFlowStep()->getFlowStepId();
@@ -185,6 +193,7 @@ HAXRReportConfig& RunReports::add(const std::string& stepName, const std::string
 void RunReports::remove(HAXRReportConfig& report) {
     if (report.isStaticReport())
         fail("@60-89@%s", report.getName());
+    requireIdle(m_run);
     m_run.deleteReportConfig(&report);
     m_run.publishReports();
 }
@@ -205,6 +214,7 @@ void RunReports::setOption(HAXRReportConfig& report, const std::string& option,
         fail("@60-90@%s%s%s", report.getName(), option,
              joined(report.isStaticReport() ? std::vector<std::string>() : optionNames(group)));
     workbench::requireReportOption(option, value);
+    requireIdle(m_run);
     const std::string before = workbench::optionText(*group, *spec);
     std::string reason;
     if (!workbench::setOptionText(*group, *spec, value, reason))
@@ -213,22 +223,19 @@ void RunReports::setOption(HAXRReportConfig& report, const std::string& option,
 }
 
 void RunReports::applyStrategy(const HAXRReportStrategy& strategy) {
-    m_run.updateStatus();
-    if (isAtWork(m_run))
-        fail("@60-92@%s", m_run.getName());
+    requireIdle(m_run);
     const StepIter steps(m_run.createRunStepIter());
     while (steps->hasNext())
         steps->next()->resetReportConfigs();
     m_run.applyReportStrategy(&strategy);
+    forgetOldFailures_();
     workbench::nameStaticReports(m_run);
     m_run.publishReports();
 }
 
 std::vector<RunReports::Outcome> RunReports::generate(const std::vector<HAXRReportConfig*>& reports,
                                                       bool again) {
-    m_run.updateStatus();
-    if (isAtWork(m_run))
-        fail("@60-92@%s", m_run.getName());
+    requireIdle(m_run);
     m_run.getInfo().updStaleReasons();
     m_run.lookForReports();
     std::vector<Outcome> outcomes;
@@ -330,6 +337,14 @@ void RunReports::runScript_(const std::string& stepId) const {
 
 std::string RunReports::markerOf_(const std::string& reportName) const {
     return m_run.pathOf("." + reportName + ".fail");
+}
+
+/// A new report that reads as failed stands on the marker of one that is gone.
+void RunReports::forgetOldFailures_() const {
+    for (HAXRReportConfig* report : all()) {
+        if (report->getState() == HAXRReportConfig::REPORT_FAILED)
+            report->reset(false);
+    }
 }
 
 void RunReports::removeFailMarker_(const std::string& reportName) const {

@@ -46,12 +46,14 @@ public:
     /// character is refused. An old fail marker of its name goes.
     HAXRReportConfig& add(const std::string& step, const std::string& command,
                           const std::string& displayName);
-    /// Removes the report and its files.
+    /// Removes the report and its files. A launch would make it all the same, so a run at
+    /// work refuses, as in setOption() and applyStrategy().
     void remove(HAXRReportConfig& report);
     void setEnabled(HAXRReportConfig& report, bool enable);
     /// Sets an option from a text; a report that was made with another value is stale.
     void setOption(HAXRReportConfig& report, const std::string& option, const std::string& value);
-    /// Takes the reports of `strategy` in place of all that there are; their files go.
+    /// Takes the reports of `strategy` in place of all that there are; their files and
+    /// old fail markers of the new names go.
     void applyStrategy(const HAXRReportStrategy& strategy);
 
     /// Makes the reports now, apart from the run, and waits for them: those of `reports`
@@ -70,6 +72,7 @@ private:
     void runScript_(const std::string& stepId) const;
     /// The path of the fail marker of the report `reportName`.
     std::string markerOf_(const std::string& reportName) const;
+    void forgetOldFailures_() const;
     void removeFailMarker_(const std::string& reportName) const;
 
     HAXPExpRun& m_run;

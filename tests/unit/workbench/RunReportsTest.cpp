@@ -10,9 +10,14 @@
 #include <gtest/gtest.h>
 
 #include "environment/errors/HEXUserException.h"
+#include "environment/options/HATOptGroup.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
+#include "runs/base/xperiment/HAXPStrategyMgr.h"
 #include "runs/base/xperiment/HAXPTypes.h"
 #include "runs/base/xpreport/HAXRReportConfig.h"
+#include "runs/base/xpreport/HAXRReportSpec.h"
+#include "runs/base/xpreport/HAXRReportSpecMgr.h"
+#include "runs/base/xpreport/HAXRReportStrategy.h"
 #include "tests/support/MessageRecorder.h"
 #include "tests/support/thrownText.h"
 #include "tests/unit/workbench/TestBench.h"
@@ -259,6 +264,36 @@ TEST_F(RunReportsTest, AnotherReportStrategyTakesTheFilesOfTheOldReportsAway) {
               std::string::npos);
 }
 
+TEST_F(RunReportsTest, AnOldFailMarkerDoesNotFailTheReportsOfANewStrategy) {
+    reports().remove(timing());
+    mark(std::string(".") + kTiming + ".fail", "of the one that is gone");
+    m_project->applyReportStrategy(run(), "Tarnel Implementation Default Reports");
+    EXPECT_EQ(timing().getState(), HAXRReportConfig::REPORT_NOT_GENERATED);
+    EXPECT_FALSE(has(std::string(".") + kTiming + ".fail"));
+}
+
+TEST_F(RunReportsTest, AStrategyThatNoReportScriptCanCarryIsNotTaken) {
+    HAXPStrategyMgr* const manager = HAXPStrategyMgr::getGlobal();
+    HAXRReportStrategy* const strategy =
+        manager->createReportStrategy(OpenFlows::getImplementation(), "Careless");
+    const std::unique_ptr<HAXRReportSpec> drc(
+        HAXRReportSpecMgr::getGlobal()->getReportSpec("report_drc"));
+    HATOptGroup* const options = drc->getOptions();
+    options->setStrVal(options->getAttrSpecByName("checks"), "NET-1 CLK-1", true);
+    strategy->addSpec("route_design", std::make_unique<HAXRReportSpec>(*drc).release(), false);
+    const std::string refusal = "The value \"NET-1 CLK-1\" of option checks holds the character "
+                                " , which Tcl would take as its own. Choose another value.";
+    EXPECT_EQ(thrown([this] { m_project->applyReportStrategy(run(), "Careless"); }), refusal);
+    EXPECT_EQ(thrown([this] {
+                  m_project->createRun("impl_2", *OpenFlows::getImplementation(), "Default",
+                                       "synth_1", "Careless");
+              }),
+              refusal);
+    EXPECT_EQ(m_project->findRun("impl_2"), nullptr);
+    EXPECT_EQ(run().getReportStrategyName(), "Tarnel Implementation Default Reports");
+    manager->deleteReportStrategy(strategy);
+}
+
 TEST_F(RunReportsTest, FilesOfReportsArePublishedAmongThoseOfTheRun) {
     EXPECT_EQ(run().getInfo().getFile(HAXPTypes::FILE_ROUTE_TIMINGSUMMARY), "");
     makeTiming();
@@ -307,6 +342,9 @@ TEST_F(RunReportsTest, ARunAtWorkKeepsItsNameAndItsReports) {
     const std::string refusal = "The reports of run impl_1 stay as they are: the run is at work. "
                                 "Wait for it with \"xp wait\".";
     EXPECT_EQ(thrown([this] { reports().generate(reports().all(), false); }), refusal);
+    EXPECT_EQ(thrown([this] { reports().setOption(timing(), "MORE_OPTIONS", "-all"); }), refusal);
+    EXPECT_EQ(thrown([this] { reports().remove(timing()); }), refusal);
+    EXPECT_EQ(timing().getSpecName(), "report_timing_summary");
     EXPECT_EQ(thrown([this] {
                   m_project->applyReportStrategy(run(), "Tarnel Implementation Default Reports");
               }),

@@ -350,8 +350,8 @@ protected:
     /// deleted.
     void setStatus_(HDGUIStatus* ownedStatus);
     void setStrategy_(HAXPStrategy* ownedStrategy);
-    /// The reports of the one before are deleted first: they point to its
-    /// specifications.
+    /// The caller deletes the reports of the one before first: they point to its
+    /// specifications, which go with it.
     void setReportStrategy_(HAXRReportStrategy* ownedStrategy);
     /// What applyStrategy() hands to HAXPStrategy::copyStrat() as its last argument:
     /// whether "write_device_image" stands in place of "write_bitstream".
