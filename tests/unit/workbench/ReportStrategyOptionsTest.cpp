@@ -157,6 +157,18 @@ TEST_F(ReportStrategyOptionsTest, AValueIsRefusedThatTclWouldTakeApart) {
               0U);
 }
 
+TEST_F(ReportStrategyOptionsTest, AFileWithAValueThatTclWouldTakeApartIsRefused) {
+    const test::RunDir folder;
+    add();
+    HATOptGroup* options = workbench::reportsOf(*m_strategy).front().spec->getOptions();
+    options->setStrVal(test::reports::optionOf(options, "from"), "a b", true);
+    workbench::writeReportStrategyFile(*m_strategy, folder.path("s.psg"), false);
+    EXPECT_NE(test::thrownText<HEXUserException>([&] {
+                  workbench::readReportStrategyFile(folder.path("s.psg"));
+              }).find("The value \"a b\" of option from holds "),
+              std::string::npos);
+}
+
 TEST_F(ReportStrategyOptionsTest, ARemovedReportIsGone) {
     add();
     add("1.0");
