@@ -9,7 +9,9 @@
 
 #include <gtest/gtest.h>
 
+#include "environment/files/HUTFile.h"
 #include "environment/process/HUTFork.h"
+#include "environment/process/HUTProcessHandle.h"
 #include "environment/process/HUTSysCall.h"
 #include "environment/process/processTable.h"
 #include "tests/support/FakeClock.h"
@@ -26,14 +28,20 @@ using test::Texts;
 class RunKillRealTest : public RunResetFixture {
 protected:
     void TearDown() override {
-        if (m_pid > 1)
-            ::kill(-m_pid, SIGKILL);
+        for (const long group : {static_cast<long>(m_pid), m_group}) {
+            if (group > 1)
+                ::kill(static_cast<pid_t>(-group), SIGKILL);
+        }
+    }
+
+    void executable(const std::string& name, const std::string& body) const {
+        m_dir.mark(name, "#!/bin/sh\n" + body + "\n");
+        ASSERT_EQ(::chmod(m_dir.path(name).c_str(), 0755), 0);
     }
 
     /// Starts `body`, waits until it has made the file "ready", and records its process.
     void start(const std::string& body) {
-        m_dir.mark("script", "#!/bin/sh\n" + body + "\n");
-        ASSERT_EQ(::chmod(m_dir.path("script").c_str(), 0755), 0);
+        executable("script", body);
         m_fork.setCmdLine(m_dir.path("script"), false);
         m_fork.setWorkingDir(runDir());
         m_pid = m_fork.launch(false, true, false, true);
@@ -53,12 +61,36 @@ protected:
                "\" BootId=\"" + table.bootId() + "\" PidNamespace=\"" + table.pidNamespace() +
                "\"/><Command>script</Command></ProcessHandle>\n";
     }
-    /// Living processes of the script's group.
-    int living() const {
+    /// Living processes of the script's group, or of another one.
+    int living() const { return living(m_pid); }
+    static int living(long group) {
         int count = 0;
-        for (const process::Entry& entry : process::processTable().members(m_pid))
+        for (const process::Entry& entry : process::processTable().members(group))
             count += entry.isZombie() ? 0 : 1;
         return count;
+    }
+    /// Has the shipped wrapper run `body` as step "a", until it has made the file "ready".
+    void startWrapped(const std::string& body) {
+        executable("run/a", body);
+        const std::string wrapper = m_dir.path("run/ZUMWrap.sh");
+        ASSERT_TRUE(
+            HUTFile(XPERIMENT_SCRIPTS "/ZUMWrap.sh").copyTo(wrapper, HUTFile::kKeepExisting));
+        ASSERT_TRUE(HUTFile(wrapper).mkExecutable());
+        m_fork.setCmdLine(wrapper, false);
+        m_fork.addArg("runme.log");
+        m_fork.addArg(m_dir.path("run/a"));
+        m_pid = m_fork.launch(false, true, false, true);
+        ASSERT_GT(m_pid, 0) << m_fork.getError();
+        while (!has("ready"))
+            HUTSysCall::msSleep(1);
+        m_run->updateStatus();
+        m_group = step("a")->getProcInfo()->getGroup();
+        ASSERT_GT(m_group, 1);
+    }
+    void awaitEnd() {
+        int status = 0;
+        while (!m_fork.hasEnded(status))
+            ::usleep(1000);
     }
     void expectGone() const {
         EXPECT_EQ(living(), 0);
@@ -69,6 +101,8 @@ protected:
 
     HUTFork m_fork;
     int m_pid = 0;
+    /// The group of a wrapped step.
+    long m_group = 0;
 };
 
 /// A child and a grandchild, all of which ignore the request to end.
@@ -95,9 +129,7 @@ TEST_F(RunKillRealTest, EndsAToolThatIgnoresTheRequestWithItsGrandchildren) {
 TEST_F(RunKillRealTest, EndsWhatTheToolLeftBehind) {
     start("sleep 1000 & : >ready; wait");
     ASSERT_EQ(::kill(m_pid, SIGKILL), 0);
-    int status = 0;
-    while (!m_fork.hasEnded(status))
-        HUTSysCall::msSleep(1);
+    awaitEnd();
     EXPECT_EQ(living(), 1);
     EXPECT_TRUE(kill());
     expectGone();
@@ -108,6 +140,21 @@ TEST_F(RunKillRealTest, LetsAToolPutItsFilesInOrder) {
     EXPECT_TRUE(kill());
     EXPECT_EQ(living(), 0);
     EXPECT_EQ(entries(), (Ids{"ready", "saved.v"}));
+}
+
+TEST_F(RunKillRealTest, LeavesNoResultOfAStepThatItsWrapperOutlives) {
+    startWrapped("cd \"${0%/*}\"; trap '' TERM; sh -c 'sleep 1000 & : >ready; wait' & "
+                 "while :; do wait; sleep 1; done");
+    EXPECT_GE(living(m_group), 3);
+    test::FakeClock hasty;
+    hasty.onSleep([] { ::usleep(100); });
+    EXPECT_TRUE(kill());
+    EXPECT_EQ(living(m_group), 0);
+    awaitEnd();
+    m_run->updateStatus();
+    EXPECT_EQ(step("a")->getStatus()->getCode(), test::kNotStarted);
+    EXPECT_EQ(m_run->getLatestStep(), nullptr);
+    EXPECT_FALSE(has(".a.begin.rst"));
 }
 
 TEST_F(RunKillRealTest, SparesAProcessThatHasThePidNow) {

@@ -598,6 +598,7 @@ TEST_F(RunKillElsewhereTest, NeedsLeaveToKillThroughAConfiguration) {
 }
 
 TEST_F(RunKillElsewhereTest, FailsForAConfigurationWithoutAKillCommand) {
+    const TestParam debug("runs.debug", true);
     const TestParam byConfiguration("runs.enableClusterConf", true);
     configure("");
     submit("4711");
@@ -605,13 +606,14 @@ TEST_F(RunKillElsewhereTest, FailsForAConfigurationWithoutAKillCommand) {
     EXPECT_FALSE(kill());
     EXPECT_EQ(m_errors, (Texts{outOfReach()}));
     EXPECT_EQ(m_programs.calls("bkill"), "");
+    m_expectedMessages = {"runs INFO 36-555(4711)"};
     expectOutputsKept();
 }
 
 TEST_F(RunKillElsewhereTest, SurvivesAHugeIdentifier) {
     const TestParam byConfiguration("runs.enableClusterConf", true);
     configure("qdel");
-    submit(std::string(4 * 1024 * 1024, '7'));
+    submit(std::string(std::size_t{4} << 20, '7'));
     program("qdel", 0);
     EXPECT_FALSE(kill()) << "no command takes it";
     EXPECT_EQ(m_errors, (Texts{outOfReach()}));
