@@ -123,8 +123,9 @@ private:
         const HAXPExpRun* synthesis = project.getSynthesisOf(run);
         if (synthesis == nullptr || !hasFailed(*synthesis))
             return false;
-        line.say(fmt::format("{}: not launched, its synthesis {} failed", run.getName(),
-                             synthesis->getName()));
+        line.say(fmt::format(
+            "{}: not launched, its synthesis {} {}", run.getName(), synthesis->getName(),
+            statusWord(*synthesis) == "lost" ? "was lost" : statusWord(*synthesis)));
         return true;
     }
 

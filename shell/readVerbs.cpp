@@ -38,11 +38,20 @@ public:
             fmt::print(stderr, "The project has no runs. Make one: xp create synth_1 --flow "
                                "synth\n");
         else
-            fmt::print("{}", statusTable(*project, runs));
+            printStatus_(*project, runs);
         return kExitDone;
     }
 
 private:
+    static void printStatus_(const Project& project, const std::vector<HAXPExpRun*>& runs) {
+        fmt::print("{}", statusTable(project, runs));
+        std::fflush(stdout);
+        for (const HAXPExpRun* run : runs) {
+            if (!adviceFor(*run).empty())
+                fmt::print(stderr, "{}\n", adviceFor(*run));
+        }
+    }
+
     std::vector<std::string> m_names;
     bool m_json = false;
 };

@@ -103,7 +103,8 @@ std::string statusWord(const HAXPExpRun& run) {
     const std::string& text = run.getStatus()->getText();
     if (text == HAXPExpRun::kLostText)
         return "lost";
-    return text == HAXPExpRun::kStoppedText ? "stopped" : "failed";
+    const bool stopped = text == HAXPExpRun::kStoppedText || text == HAXPExpRun::kStoppedInText;
+    return stopped ? "stopped" : "failed";
 }
 
 bool isAtWork(const HAXPExpRun& run) {
@@ -124,6 +125,23 @@ std::string stepWord(const HAXPExpRun& run) {
         return about;
     const HAXPExpRunStep* latest = run.getLatestStep();
     return latest == nullptr ? std::string() : latest->getFlowStep()->getFlowStepId();
+}
+
+std::string stopPlace(const HAXPExpRun& run) {
+    const bool within = run.getStatus()->getText() == HAXPExpRun::kStoppedInText;
+    return (within ? " in " : " before ") + stepWord(run);
+}
+
+std::string adviceFor(const HAXPExpRun& run) {
+    const std::string word = statusWord(run);
+    if (word != "lost" && word != "stopped")
+        return {};
+    const std::string what = word == "lost"
+                                 ? " was lost in " + stepWord(run) + ": its processes are gone"
+                                 : " stopped" + stopPlace(run);
+    return fmt::format("{0}{1}. Go on with \"xp launch {0}\", or take it back with \"xp reset "
+                       "{0}\".",
+                       run.getName(), what);
 }
 
 std::vector<const HAXPExpRunStep*> stepsOf(const HAXPExpRun& run) {

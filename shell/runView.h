@@ -36,6 +36,13 @@ bool hasFailed(const HAXPExpRun& run);
 /// last that began; empty when none did.
 std::string stepWord(const HAXPExpRun& run);
 
+/// Where a run stopped: " in place_design", or " before place_design".
+std::string stopPlace(const HAXPExpRun& run);
+
+/// What became of a run that was lost or stopped, and what can be done; empty for every
+/// other.
+std::string adviceFor(const HAXPExpRun& run);
+
 /// The steps of `run` that a launch runs, in order.
 std::vector<const HAXPExpRunStep*> stepsOf(const HAXPExpRun& run);
 

@@ -112,7 +112,7 @@ std::string failureText(const HAXPExpRun& run) {
         text = fmt::format("Run {} was lost in step {}: its processes are gone.", run.getName(),
                            stepWord(run));
     else if (word == "stopped")
-        text = fmt::format("Run {} stopped before step {}.", run.getName(), stepWord(run));
+        text = fmt::format("Run {} stopped{}.", run.getName(), stopPlace(run));
     else
         text = fmt::format("Run {} failed in step {}.", run.getName(), stepWord(run));
     std::string reason;

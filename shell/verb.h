@@ -75,6 +75,8 @@ std::unique_ptr<Verb> makeSetVerb();
 std::unique_ptr<Verb> makeApplyVerb();
 std::unique_ptr<Verb> makeLaunchVerb();
 std::unique_ptr<Verb> makeWaitVerb();
+std::unique_ptr<Verb> makeKillVerb();
+std::unique_ptr<Verb> makeResetVerb();
 std::unique_ptr<Verb> makeStatusVerb();
 std::unique_ptr<Verb> makeLogVerb();
 std::unique_ptr<Verb> makeShowVerb();

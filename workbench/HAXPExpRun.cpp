@@ -7,6 +7,8 @@
 #include <utility>
 #include <vector>
 
+#include <sys/stat.h>
+
 #include "environment/containers/HSTFwdIter.h"
 #include "environment/errors/HEXUserException.h"
 #include "environment/files/HUTFile.h"
@@ -18,6 +20,7 @@
 #include "runs/base/xperiment/HAXPFlowStep.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
+#include "runs/base/xperiment/stepMarkers.h"
 #include "runs/base/xpreport/HAXRReportConfig.h"
 #include "runs/base/xpreport/HAXRReportStrategy.h"
 #include "runs/base/xpreport/reportConfigUtil.h"
@@ -77,6 +80,7 @@ struct HAXPExpRun::Verdict {
 };
 
 const char HAXPExpRun::kLostText[] = "Lost in";
+const char HAXPExpRun::kStoppedInText[] = "Stopped in";
 const char HAXPExpRun::kStoppedText[] = "Stopped before";
 
 struct HAXPExpRun::Extra {
@@ -286,9 +290,24 @@ bool HAXPExpRun::isQueued_() const {
            std::time(nullptr) - made <= kLongestStartSec;
 }
 
+/// Whether the request to stop came before the step ended badly.
+bool HAXPExpRun::isStoppedFailure_(const HAXPExpRunStep& failed) const {
+    struct stat stop {};
+    struct stat error {};
+    const std::string marker =
+        xperiment::stepMarker(failed.getFlowStep()->getStatusTrackingStr(), xperiment::errorMarker);
+    if (::lstat(pathOf(xperiment::stopMarker).c_str(), &stop) != 0 ||
+        ::lstat(pathOf(marker).c_str(), &error) != 0)
+        return false;
+    return error.st_mtim.tv_sec != stop.st_mtim.tv_sec
+               ? error.st_mtim.tv_sec > stop.st_mtim.tv_sec
+               : error.st_mtim.tv_nsec >= stop.st_mtim.tv_nsec;
+}
+
 HAXPExpRun::Verdict HAXPExpRun::decide_(const Poll& poll, RunLife life) const {
     if (poll.failed != nullptr)
-        return {HDGUIStatus::statusError, "Failed", poll.failed};
+        return {HDGUIStatus::statusError,
+                isStoppedFailure_(*poll.failed) ? kStoppedInText : "Failed", poll.failed};
     if (poll.missing == nullptr)
         return {HDGUIStatus::statusDone, "Done", nullptr};
     const bool begun = poll.running != nullptr || poll.anyDone;
@@ -298,8 +317,11 @@ HAXPExpRun::Verdict HAXPExpRun::decide_(const Poll& poll, RunLife life) const {
     if (life == RunLife::kUnknown && !begun)
         return {HDGUIStatus::statusNotStarted, "Not started", nullptr};
     const HAXPExpRunStep* at = poll.running != nullptr ? poll.running : poll.missing;
-    if (life == RunLife::kGone)
-        return {HDGUIStatus::statusError, poll.running != nullptr ? kLostText : kStoppedText, at};
+    if (life == RunLife::kGone) {
+        const bool wasAsked = HUTFile::exists(pathOf(xperiment::stopMarker));
+        const char* within = wasAsked ? kStoppedInText : kLostText;
+        return {HDGUIStatus::statusError, poll.running != nullptr ? within : kStoppedText, at};
+    }
     return {HDGUIStatus::statusRunning, "Running", at};
 }
 

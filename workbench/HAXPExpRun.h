@@ -20,12 +20,15 @@ struct DesignInputs;
 /// every step up to the last one of its launch is done, queued while its queue marker
 /// stands and no step is at work, running while a step or the time between two steps
 /// is. A run whose processes are gone without an end is failed, and its text says that
-/// it was lost.
+/// it was lost. One that was asked to stop is failed too, and its text says so; a step
+/// that had failed before stays the cause.
 class WORKBENCH_API HAXPExpRun final : public HAXPExpRunBase {
 public:
     /// The texts of the status of a failed run whose processes went away in the middle
-    /// of a step, and between two steps.
+    /// of a step, of one that was stopped there on request, and of one that ended between
+    /// two steps.
     static const char kLostText[];
+    static const char kStoppedInText[];
     static const char kStoppedText[];
 
     /// `owner` hears of changes of the run's strategy; it isn't owned and outlives the
@@ -77,6 +80,7 @@ private:
     struct Verdict;
     void readSteps_(const std::string& dir, Poll& poll);
     bool isQueued_() const;
+    bool isStoppedFailure_(const HAXPExpRunStep& failed) const;
     Verdict decide_(const Poll& poll, workbench::RunLife life) const;
     void publish_(const Poll& poll, const Verdict& verdict);
     void clearStatus_();

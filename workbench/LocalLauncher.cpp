@@ -8,6 +8,7 @@
 
 #include "environment/errors/HEXError.h"
 #include "environment/errors/HEXUserException.h"
+#include "environment/errors/HXMLException.h"
 #include "environment/files/HUTFile.h"
 #include "environment/files/HUTFileUtils.h"
 #include "environment/messages/ComMsgMgr.h"
@@ -99,6 +100,7 @@ void LocalLauncher::launch(HAXPExpRun& run) {
     prepareDirectory_(run);
     takeBackSteps_(run);
     writeScripts_(run);
+    takeLease_(run);
     recordLaunch_(run);
     start_(run);
 }
@@ -166,10 +168,20 @@ void LocalLauncher::recordLaunch_(HAXPExpRun& run) {
     m_project.setInputs(m_project.getInputs());
 }
 
+void LocalLauncher::takeLease_(HAXPExpRun& run) {
+    m_lease = workbench::makeLease();
+    try {
+        workbench::writeLease(run.pathOf(workbench::kLeaseName), m_lease);
+    } catch (const HXMLException&) {
+        fail("@60-43@%s%s", run.getName(), adviceFor(dirOf(run)));
+    }
+}
+
 void LocalLauncher::start_(HAXPExpRun& run) {
     const std::string marker = queueMarker(run);
     HUTFileUtils::createFile(marker, "");
     HUTFork script;
+    script.setEnvVar(workbench::kLaunchVariable, m_lease.id);
     script.addArg(run.pathOf("runme.sh"));
     script.setWorkingDir(dirOf(run));
     if (script.launch(false, true, false, true) < 1) {

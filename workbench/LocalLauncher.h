@@ -5,6 +5,7 @@
 #include <string>
 
 #include "workbench/WorkbenchExport.h"
+#include "workbench/launchLease.h"
 
 class HAXPExpRun;
 class Project;
@@ -29,7 +30,9 @@ private:
     void takeBackSteps_(HAXPExpRun& run);
     void writeScripts_(HAXPExpRun& run);
     void recordLaunch_(HAXPExpRun& run);
+    void takeLease_(HAXPExpRun& run);
     void start_(HAXPExpRun& run);
 
     Project& m_project;
+    workbench::LaunchLease m_lease;
 };

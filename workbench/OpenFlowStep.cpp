@@ -84,12 +84,24 @@ void addDesign(const DesignInputs& inputs, Words& pre) {
 }  // namespace
 
 OpenFlowStep::OpenFlowStep(const workbench::StepTable& table)
-    : HAXPFlowStep(table.name, table.abbrev, table.program, table.id, ""), m_table(table) {
+    : HAXPFlowStep(table.name, table.abbrev, table.program, table.id, ""), m_table(table),
+      m_outputType(std::string(table.id) + " outputs"), m_generated(m_outputType.getName()) {
     isVisible(true);
     canDisable(table.canDisable);
+    for (const HAXPTypes::FileType type : table.outputTypes)
+        m_generated.addFileType(type);
+    m_generated.addFileType(m_outputType);
+    setGenFilter(&m_generated);
 }
 
 OpenFlowStep::~OpenFlowStep() = default;
+
+HSTVector<std::string> OpenFlowStep::getOutputNames() const {
+    HSTVector<std::string> names;
+    for (const char* name : m_table.outputs)
+        names.push_back(name);
+    return names;
+}
 
 void OpenFlowStep::configOptions_(HATOptGroupSpec* optionsSpec) {
     for (const workbench::OptionTable& option : m_table.options)

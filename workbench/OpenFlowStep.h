@@ -4,6 +4,9 @@
 
 #include <string>
 
+#include "environment/containers/HSTVector.h"
+#include "runs/base/xperiment/HAXPFileSpec.h"
+#include "runs/base/xperiment/HAXPFileType.h"
 #include "runs/base/xperiment/HAXPFlowStep.h"
 #include "workbench/WorkbenchExport.h"
 
@@ -21,6 +24,11 @@ public:
     explicit OpenFlowStep(const workbench::StepTable& table);
     ~OpenFlowStep() override;
 
+    /// The file type under which a run knows what the step makes by name, and those
+    /// names.
+    const HAXPFileType& getOutputType() const { return m_outputType; }
+    HSTVector<std::string> getOutputNames() const;
+
 protected:
     void configOptions_(HATOptGroupSpec* optionsSpec) override;
     void configReports_() override;
@@ -30,4 +38,7 @@ protected:
 
 private:
     const workbench::StepTable& m_table;
+    HAXPFileType m_outputType;
+    /// What goes when the step is reset.
+    HAXPFileSpec m_generated;
 };

@@ -14,6 +14,7 @@
 #include "runs/base/xperiment/HAXPFlowStep.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "workbench/DesignInputs.h"
+#include "workbench/OpenFlowStep.h"
 #include "workbench/ice40/metrics.h"
 #include "workbench/reportScript.h"
 #include "workbench/sourceReferences.h"
@@ -69,6 +70,7 @@ const DesignInputs& OpenRunInfo::getInputs() const {
 void OpenRunInfo::setInputs(const DesignInputs& inputs) {
     m_extra->inputs = inputs;
     m_extra->sources.getSrcOptions().setTopName(inputs.top);
+    nameOutputs_();
     setFile(HAXPTypes::FILE_REPORTS_TCL, workbench::kReportScript);
     setFiles(HAXPTypes::FILE_RUN_SRCS, inputs.sources);
     if (!inputs.constraints.empty())
@@ -81,6 +83,14 @@ void OpenRunInfo::setInputs(const DesignInputs& inputs) {
     setFile(HAXPTypes::FILE_PLACE_DCP, "place_design.json");
     setFile(HAXPTypes::FILE_ROUTE_DCP, inputs.top + ".asc");
     setFile(HAXPTypes::FILE_BG_BIN, inputs.top + ".bin");
+}
+
+void OpenRunInfo::nameOutputs_() {
+    const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(getRun()->createRunStepIter());
+    while (steps->hasNext()) {
+        if (const auto* step = dynamic_cast<const OpenFlowStep*>(steps->next()->getFlowStep()))
+            setFilesUniversal(step->getOutputType(), step->getOutputNames());
+    }
 }
 
 void OpenRunInfo::setLaunch(long launchTime, const std::string& toStep) {

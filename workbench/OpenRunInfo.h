@@ -49,6 +49,7 @@ public:
     void updStaleReasons() override;
 
 private:
+    void nameOutputs_();
     void addNewerFiles_();
     void addOtherInputs_();
 

@@ -6,6 +6,9 @@ namespace workbench {
 
 namespace {
 
+/// What a killed step leaves of files that weren't whole yet; a pattern.
+const char kParts[] = R"(\..*\.part)";
+
 OptionTable flag(const char* name, const char* switchText, const char* description) {
     return {HATAttrTypes::kBool, name, switchText, "", {}, description};
 }
@@ -45,7 +48,9 @@ StepTable synthDesign() {
              number("dffe_min_ce_use", "--dffe-min-ce-use", "0",
                     "Least flip-flops that share an enable for it to be used; 0 leaves it to the "
                     "tool")},
-            {{"Cell usage", HAXPTypes::FILE_KDS_UTIL}}};
+            {{"Cell usage", HAXPTypes::FILE_KDS_UTIL}},
+            {HAXPTypes::FILE_KDS_DCP},
+            {"synth_design.stat.json", "synth_design.metrics.json", kParts}};
 }
 
 StepTable initDesign() {
@@ -56,7 +61,9 @@ StepTable initDesign() {
             false,
             {flag("allow_unconstrained", "--allow-unconstrained",
                   "Let the placer choose pins for ports without one")},
-            {}};
+            {},
+            {},
+            {"init_design.metrics.json", kParts}};
 }
 
 StepTable placeDesign() {
@@ -80,7 +87,9 @@ StepTable placeDesign() {
              flag("placer_budgets", "--placer-budgets",
                   "Weigh nets by their timing budget instead of their criticality"),
              flag("ignore_loops", "--ignore-loops", "Leave combinational loops out of the timing")},
-            {{"Placement", HAXPTypes::FILE_PLACE_UTIL}}};
+            {{"Placement", HAXPTypes::FILE_PLACE_UTIL}},
+            {HAXPTypes::FILE_PLACE_DCP},
+            {"place_design.report.json", "place_design.metrics.json", kParts}};
 }
 
 StepTable routeDesign() {
@@ -96,7 +105,10 @@ StepTable routeDesign() {
          flag("skip_icetime", "--skip-icetime", "Don't ask icetime for a second opinion"),
          flag("require_timing", "--require-timing", "Fail when a clock misses its frequency")},
         {{"Timing", HAXPTypes::FILE_ROUTE_TIMINGSUMMARY},
-         {"Routing", HAXPTypes::FILE_ROUTE_STATUS}}};
+         {"Routing", HAXPTypes::FILE_ROUTE_STATUS}},
+        {HAXPTypes::FILE_ROUTE_DCP},
+        {"route_design.report.json", "route_design.timing.rpt", "route_design.metrics.json",
+         kParts}};
 }
 
 StepTable writeBitstream() {
@@ -108,7 +120,9 @@ StepTable writeBitstream() {
             {flag("no_deep_sleep", "--no-deep-sleep",
                   "Leave the configuration flash awake after loading"),
              flag("skip_ram_init", "--skip-ram-init", "Leave out the contents of block RAMs")},
-            {{"Bitstream", HAXPTypes::FILE_BG_BIN}}};
+            {{"Bitstream", HAXPTypes::FILE_BG_BIN}},
+            {HAXPTypes::FILE_BG_BIN},
+            {"write_bitstream.metrics.json", kParts}};
 }
 
 }  // namespace

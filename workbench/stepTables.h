@@ -40,6 +40,10 @@ struct StepTable {
     bool canDisable;
     std::vector<OptionTable> options;
     std::vector<ReportTable> reports;
+    /// What it makes beside its reports: by type, where the run names the file, and by
+    /// name. All of it goes when the step is reset.
+    std::vector<HAXPTypes::FileType> outputTypes;
+    std::vector<const char*> outputs;
 };
 
 const std::vector<StepTable>& synthesisSteps();

@@ -175,7 +175,7 @@ holders_of() {
   status=0
   wait "$xp_pid" || status=$?
   [ "$status" = 1 ]
-  run_is synth_1 failed
+  run_is synth_1 stopped
   rm "$tool_dir/yosys"
   run -0 "$xp" -C proj launch synth_1
 }

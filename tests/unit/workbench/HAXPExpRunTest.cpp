@@ -141,6 +141,35 @@ TEST_F(RunStatusTest, IsStoppedWhenNobodyGoesOnBehindAStep) {
     EXPECT_EQ(poll(), "Stopped before place_design (5)");
 }
 
+TEST_F(RunStatusTest, IsStoppedInAStepWhenItWasAskedTo) {
+    end("ice40_init");
+    begin("ice40_place");
+    lockFree();
+    m_dir.mark(".stop.rst");
+    EXPECT_EQ(poll(), "Stopped in place_design (5)");
+}
+
+TEST_F(RunStatusTest, IsStoppedInAStepThatFailedBehindTheRequest) {
+    m_dir.mark(".stop.rst");
+    m_dir.touch(".stop.rst", 1000);
+    fail("ice40_init");
+    EXPECT_EQ(poll(), "Stopped in init_design (5)");
+}
+
+TEST_F(RunStatusTest, StaysFailedWhenTheRequestCameLater) {
+    fail("ice40_init");
+    m_dir.touch(".ice40_init.error.rst", 1000);
+    m_dir.mark(".stop.rst");
+    EXPECT_EQ(poll(), "Failed init_design (5)");
+}
+
+TEST_F(RunStatusTest, IsDoneThoughItWasAskedToStop) {
+    for (const char* program : {"ice40_init", "ice40_place", "ice40_route", "ice40_bitstream"})
+        end(program);
+    m_dir.mark(".stop.rst");
+    EXPECT_EQ(poll(), "Done (3)");
+}
+
 TEST_F(RunStatusTest, RunsWhenThereIsNoLockToAskAndAStepBegan) {
     begin("ice40_init");
     EXPECT_EQ(poll(), "Running init_design (2)");

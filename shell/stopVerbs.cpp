@@ -1,0 +1,128 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+// The verbs that stop a run and take it back.
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <fmt/format.h>
+
+#include "environment/containers/HSTVector.h"
+#include "environment/errors/HEXUserException.h"
+#include "shell/exitStatus.h"
+#include "shell/runPlan.h"
+#include "shell/runView.h"
+#include "shell/verb.h"
+#include "workbench/HAXPExpRun.h"
+#include "workbench/Project.h"
+#include "workbench/runReset.h"
+#include "workbench/runStop.h"
+
+namespace shell {
+
+namespace {
+
+using Runs = std::vector<HAXPExpRun*>;
+
+std::string processesWord(std::size_t count) {
+    return fmt::format("{} process{}", count, count == 1 ? "" : "es");
+}
+
+/// What became of the run, such as "stopped in place_design: 4 processes ended in 21 ms".
+std::string stopText(const HAXPExpRun& run, const workbench::StopResult& result) {
+    std::string text = statusWord(run);
+    if (text == "stopped")
+        text += stopPlace(run);
+    if (text == "done" || text == "failed")
+        text += " before it could be stopped";
+    text += fmt::format(": {} ended in {} ms", processesWord(result.asked), result.ms);
+    if (result.killed > 0)
+        text += fmt::format(", {} of them killed", result.killed);
+    return text;
+}
+
+class KillVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("runs", m_names, "Names of the runs to stop");
+        command.add_flag("--all", m_all, "Stop every run of the project that is at work");
+    }
+
+    int run(const Session& session) override {
+        if (m_names.empty() != m_all)
+            throw CommandError(kExitUsage, "Say which runs to stop, or --all for every one that "
+                                           "is at work.");
+        // An xp that waits for its runs has the project open for changes.
+        const auto project = Project::open(session.projectDir, Project::kRead);
+        int status = kExitDone;
+        bool isAnyStopped = false;
+        for (HAXPExpRun* run : chosenRuns(*project, m_names))
+            isAnyStopped = stop_(*run, status) || isAnyStopped;
+        if (m_all && !isAnyStopped && status == kExitDone)
+            fmt::print(stderr, "No run is at work\n");
+        return status;
+    }
+
+private:
+    bool stop_(HAXPExpRun& run, int& status) const {
+        try {
+            const workbench::StopResult result = workbench::stopRun(run);
+            if (!result.wasIdle)
+                fmt::print(stderr, "{}: {}\n", run.getName(), stopText(run, result));
+            else if (!m_all)
+                fmt::print(stderr, "{}: not at work ({})\n", run.getName(), statusWord(run));
+            return !result.wasIdle;
+        } catch (const HEXUserException& error) {
+            fmt::print(stderr, "xp: error: {}\n", error.what());
+            status = kExitRefused;
+            return false;
+        }
+    }
+
+    std::vector<std::string> m_names;
+    bool m_all = false;
+};
+
+class ResetVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("run", m_name, "Name of the run")->required();
+        command.add_option("--from", m_fromStep,
+                           "Short name of the first step to take back; all if unsaid");
+        command.add_flag("--keep-files", m_keepFiles, "Leave what the steps made");
+        command.add_flag("--kill", m_kill, "Stop the run first if it is at work");
+    }
+
+    int run(const Session& session) override {
+        const auto project = Project::open(session.projectDir, Project::kChange);
+        HAXPExpRun& run = project->getRun(m_name);
+        if (m_kill && isAtWork(run))
+            fmt::print(stderr, "{}: {}\n", m_name, stopText(run, workbench::stopRun(run)));
+        HSTVector<std::string> errors;
+        const bool ok = workbench::resetRun(*project, run, m_fromStep, !m_keepFiles, errors);
+        for (const std::string& error : errors)
+            fmt::print(stderr, "xp: error: {}\n", error);
+        if (!ok)
+            return kExitRefused;
+        fmt::print(stderr, "{}: reset{}. Next: xp launch {}\n", m_name,
+                   m_fromStep.empty() ? "" : " from " + m_fromStep, m_name);
+        return kExitDone;
+    }
+
+private:
+    std::string m_name;
+    std::string m_fromStep;
+    bool m_keepFiles = false;
+    bool m_kill = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Verb> makeKillVerb() {
+    return std::make_unique<KillVerb>();
+}
+
+std::unique_ptr<Verb> makeResetVerb() {
+    return std::make_unique<ResetVerb>();
+}
+
+}  // namespace shell

@@ -1,0 +1,93 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "workbench/launchLease.h"
+
+#include <string>
+
+#include <gtest/gtest.h>
+
+#include "tests/support/RunDir.h"
+
+namespace {
+
+using workbench::LaunchLease;
+
+class LaunchLeaseTest : public ::testing::Test {
+protected:
+    std::string path() const { return m_dir.path(workbench::kLeaseName); }
+
+    bool reads(const std::string& content) const {
+        m_dir.mark(workbench::kLeaseName, content);
+        LaunchLease lease;
+        lease.id = "before";
+        const bool read = workbench::readLease(path(), lease);
+        EXPECT_TRUE(read || lease.id == "before");
+        return read;
+    }
+
+    test::RunDir m_dir;
+};
+
+TEST_F(LaunchLeaseTest, IsReadAsItWasWritten) {
+    LaunchLease written = workbench::makeLease();
+    written.launcher.setUser("a \"user\" & <more>");
+    workbench::writeLease(path(), written);
+    LaunchLease read;
+    ASSERT_TRUE(workbench::readLease(path(), read));
+    EXPECT_EQ(read.id, written.id);
+    EXPECT_EQ(read.time, written.time);
+    EXPECT_EQ(read.launcher.getPid(), written.launcher.getPid());
+    EXPECT_EQ(read.launcher.getUid(), written.launcher.getUid());
+    EXPECT_EQ(read.launcher.getGroup(), written.launcher.getGroup());
+    EXPECT_EQ(read.launcher.getStartTicks(), written.launcher.getStartTicks());
+    std::string text;
+    read.launcher.getUser(text);
+    EXPECT_EQ(text, "a \"user\" & <more>");
+}
+
+TEST_F(LaunchLeaseTest, KnowsThisProcessAsAlive) {
+    workbench::writeLease(path(), workbench::makeLease());
+    LaunchLease read;
+    ASSERT_TRUE(workbench::readLease(path(), read));
+    EXPECT_EQ(workbench::lookAtLauncher(read), HUTProcessHandle::Life::kAlive);
+}
+
+TEST_F(LaunchLeaseTest, KnowsAProcessOfOtherStartAsGone) {
+    LaunchLease lease = workbench::makeLease();
+    lease.launcher.setStartTicks(lease.launcher.getStartTicks() + 1);
+    EXPECT_EQ(workbench::lookAtLauncher(lease), HUTProcessHandle::Life::kGone);
+}
+
+TEST_F(LaunchLeaseTest, HasAnIdentityOfItsOwn) {
+    EXPECT_NE(workbench::makeLease().id, workbench::makeLease().id);
+    EXPECT_EQ(workbench::makeLease().id.size(), 36U);
+}
+
+TEST_F(LaunchLeaseTest, IsNotReadFromAFileCutShort) {
+    workbench::writeLease(path(), workbench::makeLease());
+    const std::string whole = m_dir.read(workbench::kLeaseName);
+    const std::string::size_type end = whole.find("</Launch>") + std::string("</Launch>").size();
+    ASSERT_NE(end, std::string::npos);
+    for (std::string::size_type size = 0; size < end; ++size)
+        EXPECT_FALSE(reads(whole.substr(0, size))) << size;
+    EXPECT_TRUE(reads(whole));
+}
+
+TEST_F(LaunchLeaseTest, IsNotReadFromAnythingElse) {
+    LaunchLease lease;
+    EXPECT_FALSE(workbench::readLease(path(), lease));
+    EXPECT_FALSE(reads("<ProcessHandle Version=\"1\"/>"));
+    EXPECT_FALSE(reads("<Launch Version=\"2\" Id=\"a\"><Launcher/></Launch>"));
+    EXPECT_FALSE(reads("<Launch Version=\"1\"><Launcher/></Launch>"));
+    EXPECT_FALSE(reads("<Launch Version=\"1\" Id=\"a\"/>"));
+    EXPECT_TRUE(reads("<Launch Version=\"1\" Id=\"a\"><Launcher/></Launch>"));
+}
+
+TEST_F(LaunchLeaseTest, WithoutALauncherSaysNothingOfOne) {
+    m_dir.mark(workbench::kLeaseName, "<Launch Version=\"1\" Id=\"a\"><Launcher/></Launch>");
+    LaunchLease lease;
+    ASSERT_TRUE(workbench::readLease(path(), lease));
+    EXPECT_EQ(workbench::lookAtLauncher(lease), HUTProcessHandle::Life::kUnknown);
+}
+
+}  // namespace

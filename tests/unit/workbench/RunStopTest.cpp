@@ -1,0 +1,296 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "workbench/runStop.h"
+
+#include <cerrno>
+#include <csignal>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include "environment/errors/HEXError.h"
+#include "environment/installation/HUTEnv.h"
+#include "environment/process/HUTFork.h"
+#include "environment/process/HUTSysCall.h"
+#include "runs/base/xperiment/HAXPFlow.h"
+#include "runs/base/xperiment/HDGUIStatus.h"
+#include "tests/support/FaultyDisk.h"
+#include "tests/support/RunDir.h"
+#include "tests/support/thrownText.h"
+#include "tests/unit/workbench/TestBench.h"
+#include "workbench/HAXPExpRun.h"
+#include "workbench/OpenRunInfo.h"
+#include "workbench/Project.h"
+#include "workbench/launchLease.h"
+#include "workbench/openFlows.h"
+#include "workbench/runLock.h"
+#include "workbench/runProcesses.h"
+#include "workbench/runReset.h"
+
+namespace {
+
+const char kId[] = "11111111-2222-3333-4444-555555555555";
+
+bool exists(long pid) {
+    return kill(static_cast<pid_t>(pid), 0) == 0;
+}
+
+/// A run directory and shells that work in it. Nothing outlives the test.
+class RunProcessTest : public ::testing::Test {
+protected:
+    ~RunProcessTest() override {
+        for (const auto& shell : m_shells)
+            kill(static_cast<pid_t>(shell.pid), SIGKILL);
+    }
+
+    /// Starts a shell, in a session of its own, with the commands and a pause that ends
+    /// when it is killed. Returns when the commands are done.
+    long start(const std::string& commands, const std::string& launchId = "") {
+        Shell shell;
+        shell.fork = std::make_unique<HUTFork>();
+        const std::string ready = "ready" + std::to_string(m_shells.size());
+        shell.fork->addArg("sh");
+        shell.fork->addArg("-c");
+        shell.fork->addArg(commands + "\n: >" + ready + "\nwhile :; do read -r x <never; done");
+        shell.fork->setWorkingDir(m_dir.path());
+        if (!launchId.empty())
+            shell.fork->setEnvVar(workbench::kLaunchVariable, launchId);
+        if (m_shells.empty()) {
+            EXPECT_EQ(mkfifo(m_dir.path("never").c_str(), 0600), 0);
+        }
+        shell.pid = shell.fork->launch(false, true, true, true);
+        m_shells.push_back(std::move(shell));
+        for (int tries = 0; tries < 10000 && access(m_dir.path(ready).c_str(), F_OK) != 0; ++tries)
+            HUTSysCall::msSleep(1);
+        return m_shells.back().pid;
+    }
+    std::vector<long> found(const std::string& launchId = "") const {
+        return workbench::findRunProcesses(m_dir.path(), launchId);
+    }
+    bool hasEnded(std::size_t index) {
+        int status = 0;
+        for (int tries = 0; tries < 10000 && !m_shells[index].fork->hasEnded(status); ++tries)
+            HUTSysCall::msSleep(1);
+        return !exists(m_shells[index].pid);
+    }
+
+    struct Shell {
+        std::unique_ptr<HUTFork> fork;
+        long pid = 0;
+    };
+    test::RunDir m_dir;
+    std::vector<Shell> m_shells;
+};
+
+const std::string kHoldLock = std::string("exec 9>>") + workbench::kRunLockName;
+
+TEST_F(RunProcessTest, IsFoundByTheLockThatItHolds) {
+    const long pid = start(kHoldLock);
+    EXPECT_EQ(found(), std::vector<long>{pid});
+}
+
+TEST_F(RunProcessTest, IsFoundByTheIdentityThatItCarries) {
+    start("cd /");
+    const long other = start("exec 9>&-", kId);
+    EXPECT_EQ(found(kId), std::vector<long>{other});
+}
+
+TEST_F(RunProcessTest, OfAnotherLaunchIsNone) {
+    start("true", std::string(kId) + "0");
+    start("true", std::string(kId).substr(1));
+    EXPECT_TRUE(found(kId).empty());
+}
+
+TEST_F(RunProcessTest, ThatOnlyAsksForTheLockIsNone) {
+    m_dir.mark(workbench::kRunLockName);
+    start(std::string("exec 9<") + workbench::kRunLockName);
+    EXPECT_TRUE(found().empty());
+}
+
+TEST_F(RunProcessTest, IsNeverThisOne) {
+    const int fd = open(m_dir.path(workbench::kRunLockName).c_str(), O_WRONLY | O_CREAT, 0600);
+    EXPECT_TRUE(found().empty());
+    close(fd);
+}
+
+TEST_F(RunProcessTest, IsSignalledOnlyWhenItBelongsToTheRun) {
+    const long own = start("true", kId);
+    const long other = start("true");
+    workbench::signalRunProcess(other, SIGKILL, m_dir.path(), kId);
+    workbench::signalRunProcess(own, SIGKILL, m_dir.path(), kId);
+    EXPECT_TRUE(hasEnded(0));
+    EXPECT_TRUE(exists(other));
+}
+
+/// A launched implementation in that directory.
+class RunStopTest : public RunProcessTest {
+protected:
+    RunStopTest() : m_run(m_bench.makeRun(test::TestBench::implementation())) {
+        m_run->setRunDir(m_dir.path(), false);
+        m_run->setRunMode(HAXPExpRun::kLaunched);
+        m_run->getInfo().setLaunch(1000, "bitstream");
+        lease(HUTEnv::getHostName());
+    }
+    void lease(const std::string& host) const {
+        workbench::LaunchLease lease = workbench::makeLease();
+        lease.id = kId;
+        lease.launcher.setHostname(host);
+        workbench::writeLease(m_dir.path(workbench::kLeaseName), lease);
+    }
+    std::string status() const {
+        m_run->updateStatus();
+        return m_run->getStatus()->getText() + " " + m_run->getStatus()->getDetailText();
+    }
+
+    test::TestBench m_bench;
+    std::unique_ptr<HAXPExpRun> m_run;
+};
+
+/// Makes the lock as the run's script does.
+const std::string kTakeLock = kHoldLock + "; flock 9";
+
+TEST_F(RunStopTest, LeavesARunAloneThatIsNotAtWork) {
+    EXPECT_TRUE(workbench::stopRun(*m_run).wasIdle);
+    EXPECT_FALSE(m_dir.has(".stop.rst"));
+}
+
+TEST_F(RunStopTest, EndsEveryProcessAndSaysWhereTheRunStopped) {
+    start(kTakeLock, kId);
+    start("cd /", kId);
+    const workbench::StopResult result = workbench::stopRun(*m_run);
+    EXPECT_FALSE(result.wasIdle);
+    EXPECT_EQ(result.asked, 2U);
+    EXPECT_EQ(result.killed, 0U);
+    EXPECT_TRUE(hasEnded(0));
+    EXPECT_TRUE(hasEnded(1));
+    EXPECT_EQ(status(), "Stopped before init_design");
+}
+
+TEST_F(RunStopTest, KillsWhoDoesNotListen) {
+    start("trap '' TERM; " + kTakeLock, kId);
+    const workbench::StopResult result = workbench::stopRun(*m_run);
+    EXPECT_EQ(result.killed, 1U);
+    EXPECT_TRUE(hasEnded(0));
+}
+
+TEST_F(RunStopTest, TellsOfALockThatItCanNotFreeAndOfNothingElse) {
+    const test::HeldRunLock lock(m_dir.path());
+    EXPECT_EQ(test::thrownText<HEXError>([this] { workbench::stopRun(*m_run); }),
+              "Run run_1 isn't stopped: a process that can't be seen from here still runs. End "
+              "it by hand, then look with \"xp status\".");
+}
+
+TEST_F(RunStopTest, IsRefusedForARunOnAnotherHost) {
+    lease("a.host");
+    const test::HeldRunLock lock(m_dir.path());
+    EXPECT_EQ(test::thrownText<HEXError>([this] { workbench::stopRun(*m_run); }),
+              "Run run_1 isn't stopped: it is at work on a.host, and this is " +
+                  HUTEnv::getHostName() + ". Stop it there, with \"xp kill\".");
+    EXPECT_FALSE(m_dir.has(".stop.rst"));
+}
+
+TEST_F(RunStopTest, TakesTheQueueMarkerOfARunThatHasYetToBegin) {
+    const std::string marker = "." + test::TestBench::implementation().getQueStr() + ".queue.rst";
+    m_dir.mark(marker);
+    EXPECT_FALSE(workbench::stopRun(*m_run).wasIdle);
+    EXPECT_FALSE(m_dir.has(marker));
+}
+
+/// A project with a synthesis whose step is done.
+class RunResetTest : public ::testing::Test {
+protected:
+    RunResetTest()
+        : m_project(Project::create(m_bench.path("proj"), m_bench.inputs())),
+          m_run(m_project->createRun("synth_1", *OpenFlows::getSynthesis(), "Default", "")) {
+        m_bench.folder().folder("proj/runs/synth_1");
+        m_run.setRunDir(m_bench.path("proj/runs/synth_1"), false);
+        m_run.setRunMode(HAXPExpRun::kLaunched);
+        m_run.getInfo().setLaunch(1000, "synth");
+        mark(".ice40_synth.begin.rst");
+        mark(".ice40_synth.end.rst");
+        for (const char* name : {"blinky.json", "synth_design.metrics.json", ".blinky.json.part",
+                                 "synth_design.stat.json", "runme.log", "mine.v"})
+            mark(name);
+    }
+    void mark(const std::string& name) const {
+        m_bench.folder().mark("proj/runs/synth_1/" + name, "text");
+    }
+    bool has(const std::string& name) const {
+        return m_bench.folder().has("proj/runs/synth_1/" + name);
+    }
+    bool reset(const std::string& from, bool emptyDir) {
+        return workbench::resetRun(*m_project, m_run, from, emptyDir, m_errors);
+    }
+
+    test::TestBench m_bench;
+    std::unique_ptr<Project> m_project;
+    HAXPExpRun& m_run;
+    HSTVector<std::string> m_errors;
+};
+
+TEST_F(RunResetTest, TakesMarkersAndOutputsAndLeavesTheUsersFiles) {
+    EXPECT_TRUE(reset("", true));
+    EXPECT_TRUE(m_errors.empty());
+    for (const char* name :
+         {".ice40_synth.begin.rst", ".ice40_synth.end.rst", "blinky.json",
+          "synth_design.metrics.json", ".blinky.json.part", "synth_design.stat.json", "runme.log"})
+        EXPECT_FALSE(has(name)) << name;
+    EXPECT_TRUE(has("mine.v"));
+}
+
+TEST_F(RunResetTest, MakesARunThatIsNotLaunchedAndKnowsItsFiles) {
+    EXPECT_TRUE(reset("SYNTH", true));
+    EXPECT_EQ(m_run.getRunMode(), HAXPExpRun::kNotLaunched);
+    EXPECT_EQ(m_run.getStatus()->getCode(), HDGUIStatus::statusNotStarted);
+    EXPECT_EQ(m_run.getInfo().getLaunchTime(), 0);
+    EXPECT_EQ(m_run.getInfo().getFile(HAXPTypes::FILE_KDS_DCP), "blinky.json");
+}
+
+TEST_F(RunResetTest, CanLeaveTheFiles) {
+    EXPECT_TRUE(reset("", false));
+    EXPECT_FALSE(has(".ice40_synth.end.rst"));
+    EXPECT_TRUE(has("blinky.json"));
+    EXPECT_TRUE(has("runme.log"));
+}
+
+TEST_F(RunResetTest, TellsOfAMarkerThatStaysAndKeepsTheStatus) {
+    {
+        test::FaultyDisk disk;
+        disk.failAll("unlinkAt", EROFS);
+        EXPECT_FALSE(reset("", false));
+        EXPECT_TRUE(disk.hasFailed());
+    }
+    EXPECT_EQ(m_errors, HSTVector<std::string>({"Failed to reset run step "}));
+    EXPECT_EQ(m_run.getRunMode(), HAXPExpRun::kLaunched);
+    m_run.updateStatus();
+    EXPECT_EQ(m_run.getStatus()->getCode(), HDGUIStatus::statusDone);
+}
+
+TEST_F(RunResetTest, RefusesAStepThatIsNotThere) {
+    EXPECT_EQ(test::thrownText<HEXError>([this] { reset("place", true); }),
+              "Run synth_1 has no step \"place\" to reset from. Its steps are: synth.");
+    EXPECT_TRUE(has("blinky.json"));
+}
+
+TEST_F(RunResetTest, RefusesARunAtWork) {
+    m_bench.folder().unmark("proj/runs/synth_1/.ice40_synth.end.rst");
+    const test::HeldRunLock lock(m_bench.path("proj/runs/synth_1"));
+    EXPECT_EQ(test::thrownText<HEXError>([this] { reset("", true); }),
+              "Run synth_1 isn't reset: it is running. Stop it with \"xp kill\" first, or reset "
+              "it with --kill.");
+    EXPECT_TRUE(has("blinky.json"));
+}
+
+TEST_F(RunResetTest, IsDoneForADirectoryThatIsGone) {
+    m_run.setRunDir(m_bench.path("proj/runs/gone"), false);
+    EXPECT_TRUE(reset("", true));
+    EXPECT_EQ(m_run.getRunMode(), HAXPExpRun::kNotLaunched);
+    EXPECT_FALSE(m_bench.folder().has("proj/runs/gone"));
+}
+
+}  // namespace

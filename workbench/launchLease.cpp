@@ -1,0 +1,170 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "workbench/launchLease.h"
+
+#include <cstdlib>
+#include <ctime>
+
+#include <boost/uuid/random_generator.hpp>
+#include <boost/uuid/uuid_io.hpp>
+
+#include "environment/errors/HEXAll.h"
+#include "environment/files/HUTFileUtils.h"
+#include "environment/process/processTable.h"
+#include "environment/strings/HUTConvert.h"
+#include "environment/xml/HXMLWriterBase.h"
+#include "environment/xml/xmlDocument.h"
+
+namespace workbench {
+
+namespace {
+
+constexpr int kVersion = 1;
+constexpr int kMinor = 0;
+constexpr std::size_t kLargestLease = 64U << 10U;
+
+/// Elements and attributes of the format, for reader and writer.
+namespace name {
+const char kLaunch[] = "Launch";
+const char kVersion[] = "Version";
+const char kMinor[] = "Minor";
+const char kId[] = "Id";
+const char kTime[] = "Time";
+const char kLauncher[] = "Launcher";
+const char kHost[] = "Host";
+const char kOwner[] = "Owner";
+const char kUid[] = "Uid";
+const char kPid[] = "Pid";
+const char kGroup[] = "Pgid";
+const char kStartTicks[] = "StartTicks";
+const char kBootId[] = "BootId";
+const char kNamespace[] = "PidNamespace";
+}  // namespace name
+
+/// A whole number without sign or blanks, or 0.
+unsigned long long numberOf(const xml::Element& element, const char* attribute) {
+    constexpr std::string::size_type kMostDigits = 18;
+    const std::string& text = element.attribute(attribute);
+    if (text.empty() || text.size() > kMostDigits ||
+        text.find_first_not_of("0123456789") != std::string::npos)
+        return 0;
+    return std::strtoull(text.c_str(), nullptr, 10);
+}
+
+long longOf(const xml::Element& element, const char* attribute) {
+    return static_cast<long>(numberOf(element, attribute));
+}
+
+HUTProcessHandle ownHandle() {
+    process::ProcessTable& table = process::processTable();
+    HUTProcessHandle self;
+    self.setHostname(table.hostName());
+    self.setBootId(table.bootId());
+    self.setPidNamespace(table.pidNamespace());
+    const char* user = std::getenv("USER");
+    self.setUser(user == nullptr ? std::string() : user);
+    process::Entry entry;
+    self.setPid(table.ownPid());
+    if (table.look(table.ownPid(), entry)) {
+        self.setUid(entry.user);
+        self.setGroup(entry.group);
+        self.setStartTicks(entry.startTicks);
+    }
+    return self;
+}
+
+void addText(HXMLWriterBase& out, const char* attribute, const std::string& value) {
+    if (!value.empty())
+        out.addAttr(attribute, value);
+}
+
+void writeLauncher(HXMLWriterBase& out, const HUTProcessHandle& launcher) {
+    std::string text;
+    launcher.getHostname(text);
+    addText(out, name::kHost, text);
+    launcher.getUser(text);
+    addText(out, name::kOwner, text);
+    out.addAttr(name::kUid, std::to_string(launcher.getUid()));
+    out.addAttr(name::kPid, std::to_string(launcher.getPid()));
+    out.addAttr(name::kGroup, std::to_string(launcher.getGroup()));
+    out.addAttr(name::kStartTicks, std::to_string(launcher.getStartTicks()));
+    launcher.getBootId(text);
+    addText(out, name::kBootId, text);
+    launcher.getPidNamespace(text);
+    addText(out, name::kNamespace, text);
+    out.wrEmptyTag(name::kLauncher);
+}
+
+void readLauncher(const xml::Element& element, HUTProcessHandle& launcher) {
+    launcher.setHostname(element.attribute(name::kHost));
+    launcher.setUser(element.attribute(name::kOwner));
+    launcher.setUid(longOf(element, name::kUid));
+    launcher.setPid(longOf(element, name::kPid));
+    launcher.setGroup(longOf(element, name::kGroup));
+    launcher.setStartTicks(numberOf(element, name::kStartTicks));
+    launcher.setBootId(element.attribute(name::kBootId));
+    launcher.setPidNamespace(element.attribute(name::kNamespace));
+}
+
+}  // namespace
+
+LaunchLease makeLease() {
+    LaunchLease lease;
+    lease.id = boost::uuids::to_string(boost::uuids::random_generator()());
+    lease.time = static_cast<long>(std::time(nullptr));
+    lease.launcher = ownHandle();
+    return lease;
+}
+
+void writeLease(const std::string& path, const LaunchLease& lease) {
+    HXMLWriterBase out(path);
+    out.addAttr(name::kVersion, std::to_string(kVersion));
+    out.addAttr(name::kMinor, std::to_string(kMinor));
+    out.addAttr(name::kId, lease.id);
+    out.addAttr(name::kTime, std::to_string(lease.time));
+    out.wrStartTag(name::kLaunch);
+    writeLauncher(out, lease.launcher);
+    out.wrEndTag(name::kLaunch);
+    out.closeDoc();
+}
+
+bool readLease(const std::string& path, LaunchLease& lease) {
+    std::string content;
+    if (!HUTFileUtils::readFile(path, kLargestLease, content) || content.empty())
+        return false;
+    try {
+        const xml::Document document = xml::Document::fromText(content, path);
+        const xml::Element& root = document.root();
+        const xml::Element* launcher = root.child(name::kLauncher);
+        if (root.name() != name::kLaunch || longOf(root, name::kVersion) != kVersion ||
+            root.attribute(name::kId).empty() || launcher == nullptr)
+            return false;
+        LaunchLease read;
+        read.id = root.attribute(name::kId);
+        read.time = longOf(root, name::kTime);
+        readLauncher(*launcher, read.launcher);
+        lease = read;
+        return true;
+    } catch (const HEXAll&) {
+        return false;
+    }
+}
+
+HUTProcessHandle::Life lookAtLauncher(const LaunchLease& lease) {
+    // A handle says nothing of the process that asks.
+    const HUTProcessHandle self = ownHandle();
+    std::string host;
+    std::string boot;
+    lease.launcher.getHostname(host);
+    lease.launcher.getBootId(boot);
+    std::string ownHost;
+    std::string ownBoot;
+    self.getHostname(ownHost);
+    self.getBootId(ownBoot);
+    if (lease.launcher.getPid() != self.getPid() || host != ownHost || boot != ownBoot)
+        return lease.launcher.look();
+    return lease.launcher.getStartTicks() == self.getStartTicks() ? HUTProcessHandle::Life::kAlive
+                                                                  : HUTProcessHandle::Life::kGone;
+}
+
+}  // namespace workbench

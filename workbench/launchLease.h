@@ -1,0 +1,43 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <string>
+
+#include "environment/process/HUTProcessHandle.h"
+#include "workbench/WorkbenchExport.h"
+
+/// Who launched a run, and which launch it was.
+namespace workbench {
+
+/// The lease of a run's last launch, in its run directory. The queue marker of a run
+/// holds the same.
+inline constexpr char kLeaseName[] = ".launch.xml";
+
+/// The variable that carries the identity of a launch to every process of its run.
+inline constexpr char kLaunchVariable[] = "XPERIMENT_LAUNCH";
+
+struct LaunchLease {
+    /// A UUID that no other launch has.
+    std::string id;
+    /// When it was made, in seconds since 1970 by the launching host's clock.
+    long time = 0;
+    /// The process that launches, not one of the run.
+    HUTProcessHandle launcher;
+};
+
+/// A lease of this process with an identity of its own.
+WORKBENCH_API LaunchLease makeLease();
+
+/// Writes `lease` to the file `path`, whole or not at all.
+/// @throws HXMLException it can't be written.
+WORKBENCH_API void writeLease(const std::string& path, const LaunchLease& lease);
+
+/// Reads the lease `path`. False, with `lease` as it was, when there is none or what
+/// stands there is none, such as the empty queue marker of an older program.
+WORKBENCH_API bool readLease(const std::string& path, LaunchLease& lease);
+
+/// What can be said of the process that launches. It may be this one.
+WORKBENCH_API HUTProcessHandle::Life lookAtLauncher(const LaunchLease& lease);
+
+}  // namespace workbench

@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "workbench/WorkbenchExport.h"
+
+/// The processes of a run on this host, wherever they went.
+namespace workbench {
+
+/// The processes that belong to the run in `runDir`: those that hold its lock open as
+/// the run's script opened it, and, with a `launchId`, those that carry this identity
+/// in their environment. So a process counts that left the group and the session of
+/// the script, or closed what it had inherited. Never this process, none that has
+/// ended, and none that this user may not look into.
+WORKBENCH_API std::vector<long> findRunProcesses(const std::string& runDir,
+                                                 const std::string& launchId);
+
+/// Sends the signal `number` to the process `pid`, if it belongs to that run at that
+/// moment: a pid that is another process's by now is left alone.
+WORKBENCH_API void signalRunProcess(long pid, int number, const std::string& runDir,
+                                    const std::string& launchId);
+
+}  // namespace workbench

@@ -1,0 +1,78 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "workbench/runReset.h"
+
+#include <memory>
+
+#include "environment/containers/HSTFwdIter.h"
+#include "environment/errors/HEXUserException.h"
+#include "environment/files/HUTFile.h"
+#include "environment/messages/ComMsgMgr.h"
+#include "environment/messages/ComMsgMgrInstance.h"
+#include "environment/strings/HSTStringUtils.h"
+#include "runs/base/xperiment/HAXPExpRunStep.h"
+#include "runs/base/xperiment/HAXPFlowStep.h"
+#include "runs/base/xperiment/HDGUIStatus.h"
+#include "workbench/HAXPExpRun.h"
+#include "workbench/OpenRunInfo.h"
+#include "workbench/Project.h"
+#include "workbench/launchLease.h"
+
+namespace workbench {
+
+namespace {
+
+/// @throws HEXUserException with the short names of all steps.
+void requireStep(const HAXPExpRun& run, const std::string& abbrev) {
+    std::string known;
+    const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
+    while (steps->hasNext()) {
+        const std::string& name = steps->next()->getFlowStep()->getAbbrev();
+        if (abbrev.empty() || HSTStringUtils::iequals(name, abbrev))
+            return;
+        known += (known.empty() ? "" : ", ") + name;
+    }
+    throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-53@%s%s%s",
+                                             run.getName(), abbrev, known));
+}
+
+void requireIdle(HAXPExpRun& run) {
+    run.updateStatus();
+    const int code = run.getStatus()->getCode();
+    if (code == HDGUIStatus::statusQueued || code == HDGUIStatus::statusRunning)
+        throw HEXUserException(
+            ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-52@%s%s", run.getName(),
+                              code == HDGUIStatus::statusQueued ? "queued" : "running"));
+}
+
+void forgetLaunch(HAXPExpRun& run) {
+    run.setRunMode(HAXPExpRun::kNotLaunched);
+    run.getInfo().setLaunch(0, "");
+    run.getInfo().setLaunchedInputs({});
+    run.setLatestStep(nullptr);
+    HUTFile(run.pathOf(kLeaseName)).rm();
+    run.updateStatus();
+}
+
+}  // namespace
+
+bool resetRun(Project& project, HAXPExpRun& run, const std::string& fromStep, bool emptyDir,
+              HSTVector<std::string>& errors) {
+    requireStep(run, fromStep);
+    requireIdle(run);
+    std::string dir;
+    run.getRunDir(dir);
+    const bool ok = run.resetRun(fromStep, errors, emptyDir && HUTFile(dir).isDir(), false, true);
+    const bool isWhole =
+        fromStep.empty() ||
+        HSTStringUtils::iequals(fromStep, run.getFirstStep()->getFlowStep()->getAbbrev());
+    // As long as a marker stands, the run is what its markers say.
+    if (ok && isWhole)
+        forgetLaunch(run);
+    // The reset forgot the files of the run, which are named after the inputs.
+    project.setInputs(project.getInputs());
+    project.save();
+    return ok;
+}
+
+}  // namespace workbench

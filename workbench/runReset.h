@@ -1,0 +1,27 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <string>
+
+#include "environment/containers/HSTVector.h"
+#include "workbench/WorkbenchExport.h"
+
+class HAXPExpRun;
+class Project;
+
+/// Taking a run back.
+namespace workbench {
+
+/// Takes `run`, which isn't at work, back to the step with the short name `fromStep`, to
+/// its first one when that is empty, and saves the project. The markers of these steps
+/// go; with `emptyDir` also what they made, and from the first step on the scripts, the
+/// log and the reports. A run that was taken back as a whole isn't launched any more.
+///
+/// False when something stayed; `errors` then gets a sentence for each, and what could
+/// be reset is reset. Nothing outside of the run directory is touched.
+/// @throws HEXUserException the run has no such step, or is at work; nothing changes.
+WORKBENCH_API bool resetRun(Project& project, HAXPExpRun& run, const std::string& fromStep,
+                            bool emptyDir, HSTVector<std::string>& errors);
+
+}  // namespace workbench
