@@ -35,7 +35,10 @@ namespace {
 constexpr long kPatienceMs = 3000;
 /// A killed process that stays longer hangs in the host, on a lost disk.
 constexpr long kKillMs = 5000;
-constexpr long kPauseMs = 2;
+/// A tool that obeys is gone at once; who isn't takes its time.
+constexpr long kQuickPauseMs = 2;
+constexpr long kSlowPauseMs = 20;
+constexpr long kQuickMs = 200;
 /// What came up behind the request, such as a wrapper's last rename, may end by itself.
 constexpr long kNewcomerMs = 200;
 
@@ -102,7 +105,8 @@ private:
                 return false;
             for (const long pid : left)
                 number == SIGKILL ? kill_(pid) : ask_(pid, atOnce);
-            process::clock().sleepMs(kPauseMs);
+            process::clock().sleepMs(process::clock().nowMs() - m_start < kQuickMs ? kQuickPauseMs
+                                                                                   : kSlowPauseMs);
         }
     }
 

@@ -19,6 +19,7 @@
 #include "environment/process/HUTSysCall.h"
 #include "runs/base/xperiment/HAXPFlow.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
+#include "tests/support/FakeClock.h"
 #include "tests/support/FaultyDisk.h"
 #include "tests/support/RunDir.h"
 #include "tests/support/thrownText.h"
@@ -56,7 +57,8 @@ protected:
         const std::string ready = "ready" + std::to_string(m_shells.size());
         shell.fork->addArg("sh");
         shell.fork->addArg("-c");
-        shell.fork->addArg(commands + "\n: >" + ready + "\nwhile :; do read -r x <never; done");
+        shell.fork->addArg(commands + "\n: >" + m_dir.path(ready) + "\nwhile :; do read -r x <" +
+                           m_dir.path("never") + "; done");
         shell.fork->setWorkingDir(m_dir.path());
         if (!launchId.empty())
             shell.fork->setEnvVar(workbench::kLaunchVariable, launchId);
@@ -180,6 +182,7 @@ TEST_F(RunStopTest, KillsWhoDoesNotListen) {
 
 TEST_F(RunStopTest, TellsOfALockThatItCanNotFreeAndOfNothingElse) {
     const test::HeldRunLock lock(m_dir.path());
+    test::FakeClock clock;
     EXPECT_EQ(test::thrownText<HEXError>([this] { workbench::stopRun(*m_run); }),
               "Run run_1 isn't stopped: a process that can't be seen from here still runs. End "
               "it by hand, then look with \"xp status\".");
