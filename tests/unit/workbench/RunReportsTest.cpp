@@ -5,6 +5,7 @@
 #include <ctime>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
@@ -242,6 +243,26 @@ TEST_F(RunReportsTest, AFileOfAReportThatLeadsOutOfTheRunIsRefused) {
     m_bench.folder().mark("proj/project.xml", text);
     EXPECT_NE(thrown([this] { Project::open(dir(), Project::kChange); }).find("../x"),
               std::string::npos);
+}
+
+TEST_F(RunReportsTest, AFileWithAReportThatReachesBeyondItselfIsRefused) {
+    reports().setOption(timing(), "MORE_OPTIONS", "-all");
+    m_project->save();
+    m_project.reset();
+    const std::string whole = m_bench.folder().read("proj/project.xml");
+    const std::string command = "Command=\"report_timing_summary\"";
+    const std::vector<std::pair<std::string, std::string>> changes = {
+        {"Value=\"-all\"", "Value=\"[exec touch x]\""},
+        {command, command + " File=\"../x\""},
+        {command, command + " File=\".ice40_route.end.rst\""}};
+    for (const auto& [from, to] : changes) {
+        std::string text = whole;
+        ASSERT_NE(text.find(from), std::string::npos) << from;
+        text.replace(text.find(from), from.size(), to);
+        m_bench.folder().mark("proj/project.xml", text);
+        const std::string told = thrown([this] { Project::open(dir(), Project::kChange); });
+        EXPECT_NE(told.find("project.xml"), std::string::npos) << to << ": " << told;
+    }
 }
 
 TEST_F(RunReportsTest, AnotherStrategyOfTheToolLeavesTheReports) {
