@@ -7,6 +7,7 @@
 #include "workbench/ice40/stepFailure.h"
 #include "workbench/ice40/stepFiles.h"
 #include "workbench/ice40/stepProgram.h"
+#include "workbench/ice40/toolVersion.h"
 
 namespace ice40 {
 
@@ -40,14 +41,7 @@ PnrLog runPnr(const std::vector<std::string>& words) {
 }
 
 std::string pnrVersion() {
-    static const std::string kMark = "(Version ";
-    const std::string line = firstLineOf(kTool, "--version");
-    const std::size_t at = line.find(kMark);
-    const std::size_t end = line.find(')', at);
-    if (at == std::string::npos || end == std::string::npos)
-        return {};
-    const std::size_t begin = at + kMark.size();
-    return fmt::format("{} {}", kTool, line.substr(begin, end - begin));
+    return parseToolVersion(kTool, firstLineOf(kTool, "--version"));
 }
 
 void takePnrReport(const std::string& path, StepMetrics& metrics) {
