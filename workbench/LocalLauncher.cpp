@@ -26,6 +26,7 @@
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
 #include "workbench/entryRules.h"
+#include "workbench/launchDecision.h"
 #include "workbench/reportScript.h"
 
 namespace {
@@ -92,10 +93,7 @@ LocalLauncher::LocalLauncher(Project& project) : m_project(project) {}
 
 void LocalLauncher::launch(HAXPExpRun& run) {
     run.updateStatus();
-    const int code = run.getStatus()->getCode();
-    if (code == HDGUIStatus::statusRunning || code == HDGUIStatus::statusQueued)
-        fail("@60-40@%s%s", run.getName(),
-             code == HDGUIStatus::statusRunning ? "running" : "queued");
+    workbench::requireNotAtWork(run);
     checkInputs_(run);
     prepareDirectory_(run);
     takeBackSteps_(run);
@@ -106,16 +104,10 @@ void LocalLauncher::launch(HAXPExpRun& run) {
 }
 
 void LocalLauncher::checkInputs_(const HAXPExpRun& run) const {
-    const DesignInputs& inputs = run.getInfo().getInputs();
     const HAXPExpRun* synthesis = m_project.getSynthesisOf(run);
     if (synthesis != nullptr && synthesis->getStatus()->getCode() != HDGUIStatus::statusDone)
         fail("@60-45@%s%s", run.getName(), synthesis->getName());
-    if (synthesis == nullptr && inputs.sources.empty())
-        fail("@60-47@");
-    for (const std::string& source : inputs.sources) {
-        if (!HUTFile::isFile(source))
-            fail("@60-41@%s%s", run.getName(), source);
-    }
+    workbench::requireSources(run);
 }
 
 void LocalLauncher::prepareDirectory_(HAXPExpRun& run) {
@@ -130,15 +122,7 @@ void LocalLauncher::prepareDirectory_(HAXPExpRun& run) {
 }
 
 void LocalLauncher::takeBackSteps_(HAXPExpRun& run) {
-    run.updateStatus();
-    run.getInfo().updStaleReasons();
-    const HAXPExpRunStep* first = run.getFirstIncompleteStep();
-    if (const HAXPExpRunStep* stale = run.getFirstStaleStep()) {
-        if (first == nullptr || run.getStepIndex(stale) < run.getStepIndex(first))
-            first = stale;
-    }
-    if (run.getInfo().isCompleteRunResetRequired() || run.getRunMode() != HAXPExpRun::kLaunched)
-        first = run.getFirstStep();
+    const HAXPExpRunStep* first = workbench::firstStepToRun(run);
     if (first != nullptr && !run.resetFrom(first))
         fail("@60-42@%s%s", run.getName(), dirOf(run));
     // A run that begins anew has a log of its own; one that goes on adds to it.
@@ -161,7 +145,7 @@ void LocalLauncher::recordLaunch_(HAXPExpRun& run) {
     run.getInfo().setRunSnapshotStrategy(snapshot.release());
     std::string toStep;
     run.getInfo().setLaunch(timeIn(run), run.getToStepId(toStep));
-    run.getInfo().setLaunchedInputs(run.getInfo().recordInputs());
+    run.getInfo().recordLaunch();
     run.setRunMode(HAXPExpRun::kLaunched);
     m_project.save();
     // The runs that start from this one hear of its directory and launch.

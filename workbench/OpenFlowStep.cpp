@@ -6,6 +6,7 @@
 #include <cstring>
 #include <memory>
 
+#include "environment/filemgmt/HDDASrcFilter.h"
 #include "environment/options/HATAttrSpec.h"
 #include "environment/options/HATOptGroupSpec.h"
 #include "environment/strings/HUTConvert.h"
@@ -15,6 +16,7 @@
 #include "runs/base/xperiment/HAXPUtilsBase.h"
 #include "workbench/DesignInputs.h"
 #include "workbench/OpenRunInfo.h"
+#include "workbench/inputSteps.h"
 #include "workbench/reportScript.h"
 #include "workbench/stepTables.h"
 
@@ -116,6 +118,11 @@ void OpenFlowStep::configReports_() {
         spec->addFileType(report.type);
         addReportSpec(spec.release());
     }
+}
+
+void OpenFlowStep::initSrcFilter_() {
+    for (const workbench::InputKind kind : workbench::filesOfStep(getFlowStepId()))
+        getSrcFilter()->addSFType(workbench::srcFileTypeOf(kind));
 }
 
 void OpenFlowStep::writePrePostOpts_(std::string& pre, std::string& post, HATOptGroup*,

@@ -32,6 +32,8 @@ public:
 protected:
     void configOptions_(HATOptGroupSpec* optionsSpec) override;
     void configReports_() override;
+    /// The kinds of files that the step reads.
+    void initSrcFilter_() override;
     /// The files and settings that the design fixes, from the run's inputs.
     void writePrePostOpts_(std::string& pre, std::string& post, HATOptGroup* options,
                            HAXPExpRunBase* run) const override;

@@ -2,11 +2,14 @@
 // Copyright the Xperiment authors
 #include "workbench/OpenRunInfo.h"
 
+#include <algorithm>
+#include <map>
 #include <set>
 
 #include "environment/containers/HSTFwdIter.h"
 #include "environment/filemgmt/HADAFileSet.h"
-#include "environment/filemgmt/HADAStaleReasons.h"
+#include "environment/filemgmt/HADAFileSetChangeSummary.h"
+#include "environment/filemgmt/HDDASrcFile.h"
 #include "environment/filemgmt/HDDASrcOptions.h"
 #include "environment/files/HUTFile.h"
 #include "runs/base/xperiment/HAXPExpRunBase.h"
@@ -16,8 +19,8 @@
 #include "workbench/DesignInputs.h"
 #include "workbench/OpenFlowStep.h"
 #include "workbench/ice40/metrics.h"
+#include "workbench/inputSteps.h"
 #include "workbench/reportScript.h"
-#include "workbench/sourceReferences.h"
 
 namespace {
 
@@ -34,15 +37,39 @@ void merge(const ice40::StepMetrics& later, ice40::StepMetrics& all) {
     all.tool = later.tool;
 }
 
-/// Notes `path` in the run's reason `summary` when it is newer than `launch`.
-void noteIfNewer(const std::string& path, long launch, HADAStaleReason::StaleSummary summary,
-                 HADAStaleReason::RunType type, HADAStaleReasons& reasons) {
-    long stamp = 0;
-    if (path.empty() || !HUTFile::getFileStamp(path.c_str(), stamp) || stamp <= launch)
-        return;
-    HADAStaleReason* reason = reasons.addOrUpdate(summary);
-    reason->setRunType(type);
-    reason->addOrUpdateFile({path, "", HADAFileSetChangeSummary::FSCS_MODIFIED, stamp});
+HADAFileSetChangeSummary::enumFSCSFileCollection collectionOf(workbench::FileChange::What what) {
+    switch (what) {
+    case workbench::FileChange::kAdded:
+        return HADAFileSetChangeSummary::FSCS_ADDED;
+    case workbench::FileChange::kRemoved:
+        return HADAFileSetChangeSummary::FSCS_REMOVED;
+    case workbench::FileChange::kMissing:
+        return HADAFileSetChangeSummary::FSCS_MISSING;
+    case workbench::FileChange::kUnreadable:
+        return HADAFileSetChangeSummary::FSCS_OTHER_CHANGE;
+    case workbench::FileChange::kMoved:
+        return HADAFileSetChangeSummary::FSCS_REORDERED;
+    default:
+        return HADAFileSetChangeSummary::FSCS_MODIFIED;
+    }
+}
+
+bool isConstraints(const workbench::FileChange& change) {
+    return change.kind == workbench::InputKind::kConstraints;
+}
+
+bool hasBegun(const HAXPExpRunStep& step) {
+    return step.getStatus()->getCode() != HDGUIStatus::statusNotStarted;
+}
+
+template <class Visit> void forEachStep(const HAXPExpRunBase& run, Visit visit) {
+    const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
+    while (steps->hasNext())
+        visit(*steps->next());
+}
+
+const std::string& idOf(const HAXPExpRunStep& step) {
+    return step.getFlowStep()->getFlowStepId();
 }
 
 }  // namespace
@@ -53,7 +80,13 @@ struct OpenRunInfo::Extra {
     HADAFileSet sources{"sources", HDDATypes::FST_DESIGN_SRCS};
     std::string launchedTo;
     workbench::InputRecord launchedInputs;
+    workbench::InputFiles launchedFiles;
+    workbench::ToolStamps launchedTools;
     ice40::StepMetrics metrics;
+    /// By step; as its metrics name it.
+    std::map<std::string, std::string> madeBy;
+    std::vector<workbench::FileChange> fileChanges;
+    std::vector<workbench::SettingChange> settingChanges;
 };
 
 OpenRunInfo::OpenRunInfo(HAXPExpRunBase* run, const std::string& name)
@@ -114,12 +147,43 @@ workbench::InputRecord OpenRunInfo::recordInputs() const {
     return workbench::recordInputs(m_extra->inputs, isSynthFlow());
 }
 
+const workbench::InputFiles& OpenRunInfo::getLaunchedFiles() const {
+    return m_extra->launchedFiles;
+}
+
+void OpenRunInfo::setLaunchedFiles(const workbench::InputFiles& files) {
+    m_extra->launchedFiles = files;
+}
+
+const workbench::ToolStamps& OpenRunInfo::getLaunchedTools() const {
+    return m_extra->launchedTools;
+}
+
+void OpenRunInfo::setLaunchedTools(const workbench::ToolStamps& tools) {
+    m_extra->launchedTools = tools;
+}
+
+void OpenRunInfo::recordLaunch() {
+    setLaunchedInputs(recordInputs());
+    setLaunchedFiles(
+        workbench::lookAtInputs(m_extra->inputs, isSynthFlow(), m_extra->launchedFiles));
+    workbench::ToolStamps tools;
+    forEachStep(*getRun(), [&](const HAXPExpRunStep& step) {
+        for (const std::string& tool : workbench::toolsOfStep(idOf(step))) {
+            workbench::ToolStamp stamp;
+            if (workbench::findTool(tool, m_extra->launchedTools[tool], stamp))
+                tools[tool] = stamp;
+        }
+    });
+    setLaunchedTools(tools);
+}
+
 const ice40::StepMetrics& OpenRunInfo::getMetrics() const {
     return m_extra->metrics;
 }
 
 void OpenRunInfo::readMetrics() {
-    m_extra->metrics = ice40::StepMetrics();
+    clearMetrics();
     std::string dir;
     getRun()->getRunDir(dir);
     const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(getRun()->createRunStepIter());
@@ -132,43 +196,69 @@ void OpenRunInfo::readMetrics() {
         std::string path = dir;
         path += HUTFile::getDirSeparator();
         path += ice40::metricsFileName(step->getFlowStep()->getFlowStepId());
-        if (ice40::readMetrics(path, metrics, ignored))
-            merge(metrics, m_extra->metrics);
+        if (!ice40::readMetrics(path, metrics, ignored))
+            continue;
+        m_extra->madeBy[idOf(*step)] = metrics.tool;
+        merge(metrics, m_extra->metrics);
     }
 }
 
 void OpenRunInfo::clearMetrics() {
     m_extra->metrics = ice40::StepMetrics();
+    m_extra->madeBy.clear();
 }
 
 void OpenRunInfo::updStaleReasons() {
     removeAllStaleReasons();
+    m_extra->fileChanges.clear();
+    m_extra->settingChanges.clear();
+    forEachStep(*getRun(), [](HAXPExpRunStep& step) { step.resetStaleReasons(); });
     if (getLaunchTime() == 0)
         return;
     updStaleOptionReasons();
-    addNewerFiles_();
-    addOtherInputs_();
+    addFileChanges_();
+    addSettingChanges_();
+    addToolChanges_();
 }
 
-void OpenRunInfo::addNewerFiles_() {
-    const DesignInputs& inputs = m_extra->inputs;
+const std::vector<workbench::FileChange>& OpenRunInfo::getFileChanges() const {
+    return m_extra->fileChanges;
+}
+
+const std::vector<workbench::SettingChange>& OpenRunInfo::getSettingChanges() const {
+    return m_extra->settingChanges;
+}
+
+void OpenRunInfo::addFileChanges_() {
+    const workbench::InputFiles& before = m_extra->launchedFiles;
+    const workbench::InputFiles now =
+        workbench::lookAtInputs(m_extra->inputs, isSynthFlow(), before);
     const long launch = getLaunchTime();
-    if (isSynthFlow()) {
-        for (const auto& files :
-             {inputs.sources, workbench::referencedFiles(inputs.sources, inputs.includeDirs)}) {
-            for (const std::string& path : files)
-                noteIfNewer(path, launch, HADAStaleReason::SS_DESIGN_SRCS_CHANGED,
-                            HADAStaleReason::RT_SYNTH, staleReasons_());
-        }
-        return;
-    }
-    noteIfNewer(inputs.netlist, launch, HADAStaleReason::SS_DESIGN_SRCS_CHANGED,
-                HADAStaleReason::RT_IMPL, staleReasons_());
-    noteIfNewer(inputs.constraints, launch, HADAStaleReason::SS_CONSTRS_CHANGED,
-                HADAStaleReason::RT_IMPL, staleReasons_());
+    auto& all = m_extra->fileChanges;
+    all = workbench::listChangesOf(m_extra->launchedInputs, recordInputs(), now, launch);
+    const auto changed = before.empty() ? workbench::newerThan(launch, now)
+                                        : workbench::changesOf(before, now, launch);
+    all.insert(all.end(), changed.begin(), changed.end());
+    const auto firstOther = std::stable_partition(all.begin(), all.end(), isConstraints);
+    HADAFileSet constraints("constraints", HDDATypes::FST_CONSTRS);
+    tellSteps_(constraints, {all.begin(), firstOther});
+    HADAFileSet sources("sources", HDDATypes::FST_DESIGN_SRCS);
+    tellSteps_(sources, {firstOther, all.end()});
 }
 
-void OpenRunInfo::addOtherInputs_() {
+void OpenRunInfo::tellSteps_(HADAFileSet& set, const std::vector<workbench::FileChange>& changes) {
+    HADAFileSetChangeSummary summary(&set);
+    for (const workbench::FileChange& change : changes) {
+        HDDASrcFile* file = set.findSrcFile(change.path);
+        if (file == nullptr)
+            file = set.addSrcFile(change.path, workbench::srcFileTypeOf(change.kind));
+        summary.addFiles(collectionOf(change.what), file);
+    }
+    forEachStep(*getRun(),
+                [&summary](HAXPExpRunStep& step) { step.updateStaleReasons(&summary, nullptr); });
+}
+
+void OpenRunInfo::addSettingChanges_() {
     const workbench::InputRecord& before = m_extra->launchedInputs;
     const workbench::InputRecord now = recordInputs();
     if (before.empty() || before == now)
@@ -183,10 +273,25 @@ void OpenRunInfo::addOtherInputs_() {
         const std::string is = workbench::recordText(now, name);
         if (was == is)
             continue;
-        HADAStaleOption option;
-        option.setStaleOptionDetails("design", name, was, is);
-        staleReasons_()
-            .addOrUpdate(HADAStaleReason::SS_DESIGN_SRCS_CHANGED, &option)
-            ->setRunType(isImplFlow() ? HADAStaleReason::RT_IMPL : HADAStaleReason::RT_SYNTH);
+        forEachStep(*getRun(), [&](HAXPExpRunStep& step) {
+            if (!hasBegun(step) || !workbench::takesSetting(idOf(step), name))
+                return;
+            step.updateStaleReasonsForSwParamChange();
+            m_extra->settingChanges.push_back({idOf(step), false, name, was, is, 0});
+        });
     }
+}
+
+void OpenRunInfo::addToolChanges_() {
+    forEachStep(*getRun(), [this](HAXPExpRunStep& step) {
+        if (step.getStatus()->getCode() != HDGUIStatus::statusDone)
+            return;
+        const std::string& id = idOf(step);
+        for (const workbench::ToolChange& change :
+             workbench::toolChanges(id, m_extra->launchedTools, m_extra->madeBy[id])) {
+            step.updateStaleReasonsForSwParamChange();
+            m_extra->settingChanges.push_back(
+                {id, true, change.tool, change.before, change.after, change.since});
+        }
+    });
 }

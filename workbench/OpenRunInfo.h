@@ -2,16 +2,36 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <ctime>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "runs/base/xperiment/HAXPExpInfoBase.h"
 #include "workbench/WorkbenchExport.h"
+#include "workbench/inputFiles.h"
 #include "workbench/inputRecord.h"
+#include "workbench/toolStamps.h"
 
 namespace ice40 {
 struct StepMetrics;
 }
+
+namespace workbench {
+
+/// What a step was made with and that is otherwise now: a setting of the design, or a
+/// tool.
+struct SettingChange {
+    std::string stepId;
+    bool isTool = false;
+    std::string name;
+    std::string before;
+    std::string after;
+    /// In seconds since the epoch; 0 when nothing tells.
+    std::time_t since = 0;
+};
+
+}  // namespace workbench
 
 /// What a run of the workbench remembers: beside the base's, the inputs of the
 /// design, how far the last launch was to go, and the numbers of its steps.
@@ -35,6 +55,17 @@ public:
     /// The same of the inputs as they are now.
     workbench::InputRecord recordInputs() const;
 
+    /// The files that the last launch read, as they were then; empty when that isn't
+    /// known.
+    const workbench::InputFiles& getLaunchedFiles() const;
+    void setLaunchedFiles(const workbench::InputFiles& files);
+    /// The tools of the run's steps at the last launch, as far as they are known.
+    const workbench::ToolStamps& getLaunchedTools() const;
+    void setLaunchedTools(const workbench::ToolStamps& tools);
+    /// Takes inputs, files and tools as they are now for those of the launch. Reads the
+    /// files that no earlier look tells of.
+    void recordLaunch();
+
     /// The numbers of the steps that are done, the later ones over the earlier. Read
     /// from the run directory by readMetrics().
     const ice40::StepMetrics& getMetrics() const;
@@ -43,15 +74,24 @@ public:
     void readMetrics();
     void clearMetrics();
 
-    /// Rebuilds the reasons from options, and the run's reasons from inputs that are
-    /// newer than the launch or not those of the launch. A run that isn't launched has
-    /// none.
+    /// Rebuilds the reasons of every step that has begun: options, contents of files,
+    /// inputs and tools that aren't those of the launch. Of a launch without a record of
+    /// files those count that are newer. A run that isn't launched has no reasons. Reads
+    /// only files that may have changed; starts a tool, to ask for its version, only when
+    /// its program isn't that of the launch, once for the life of the process.
     void updStaleReasons() override;
+
+    /// What changed according to the last updStaleReasons(), with what the reasons of the
+    /// steps don't hold.
+    const std::vector<workbench::FileChange>& getFileChanges() const;
+    const std::vector<workbench::SettingChange>& getSettingChanges() const;
 
 private:
     void nameOutputs_();
-    void addNewerFiles_();
-    void addOtherInputs_();
+    void addFileChanges_();
+    void addSettingChanges_();
+    void addToolChanges_();
+    void tellSteps_(HADAFileSet& set, const std::vector<workbench::FileChange>& changes);
 
     struct Extra;
     std::unique_ptr<Extra> m_extra;

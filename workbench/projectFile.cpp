@@ -25,14 +25,16 @@
 #include "workbench/OpenRunInfo.h"
 #include "workbench/entryRules.h"
 #include "workbench/optionText.h"
+#include "workbench/printRecords.h"
 #include "workbench/projectEntry.h"
 #include "workbench/reportRecords.h"
 #include "workbench/strategies.h"
+#include "workbench/toolStamps.h"
 
 namespace {
 
 constexpr int kVersion = 1;
-constexpr int kMinor = 1;
+constexpr int kMinor = 2;
 
 /// Elements and attributes of the format, for reader and writer.
 namespace name {
@@ -63,6 +65,8 @@ const char kValue[] = "Value";
 const char kLaunch[] = "Launch";
 const char kTime[] = "Time";
 const char kInput[] = "Input";
+const char kKind[] = "Kind";
+const char kTool[] = "Tool";
 const char kReports[] = "Reports";
 const char kReport[] = "Report";
 const char kStep[] = "Step";
@@ -271,6 +275,25 @@ void writeReports(HXMLWriterBase& out, const HAXPExpRun& run,
     out.wrEndTag(name::kReports);
 }
 
+void writeTools(HXMLWriterBase& out, const OpenRunInfo& info) {
+    for (const auto& [tool, stamp] : info.getLaunchedTools()) {
+        out.addAttr(name::kName, tool);
+        out.addAttr(name::kPath, stamp.path);
+        workbench::writePrint(out, stamp.print);
+        out.wrEmptyTag(name::kTool);
+    }
+}
+
+workbench::ToolStamps readTools(const xml::Document& document, const xml::Element& launch) {
+    workbench::ToolStamps tools;
+    for (const xml::Element& child : launch.children()) {
+        if (child.name() == name::kTool)
+            tools[child.attribute(name::kName)] = {child.attribute(name::kPath),
+                                                   workbench::readPrint(document, child)};
+    }
+    return tools;
+}
+
 }  // namespace
 
 ProjectFile::ProjectFile(Project& project) : m_project(project) {}
@@ -379,6 +402,8 @@ void ProjectFile::readRun_(const xml::Document& document, const xml::Element& el
     if (const xml::Element* launch = element.child(name::kLaunch)) {
         run.getInfo().setLaunch(readTime(document, *launch), launch->attribute(name::kToStep));
         run.getInfo().setLaunchedInputs(readInputs_(*launch));
+        run.getInfo().setLaunchedFiles(readFiles_(document, *launch));
+        run.getInfo().setLaunchedTools(readTools(document, *launch));
         auto snapshot = std::make_unique<HAXPStrategy>(flow);
         readOptions(document, *launch, *snapshot);
         delete run.getInfo().getRunSnapshotStrategy();
@@ -424,6 +449,8 @@ void ProjectFile::writeRun_(HXMLWriterBase& out, const Project::Entry& entry) co
         addIfSet(out, name::kToStep, info.getLaunchedTo());
         out.wrStartTag(name::kLaunch);
         writeInputs_(out, info.getLaunchedInputs());
+        writeFiles_(out, info);
+        writeTools(out, info);
         if (info.getRunSnapshotStrategy() != nullptr)
             writeOptions(out, *info.getRunSnapshotStrategy());
         out.wrEndTag(name::kLaunch);
@@ -452,6 +479,31 @@ workbench::InputRecord ProjectFile::readInputs_(const xml::Element& launch) cons
         record[entry].push_back(workbench::isPathInput(entry) ? absolute_(value) : value);
     }
     return record;
+}
+
+void ProjectFile::writeFiles_(HXMLWriterBase& out, const OpenRunInfo& info) const {
+    for (const auto& [path, file] : info.getLaunchedFiles()) {
+        out.addAttr(name::kPath, relative_(path));
+        out.addAttr(name::kKind, workbench::inputKindName(file.kind));
+        workbench::writePrint(out, file.print);
+        out.wrEmptyTag(name::kFile);
+    }
+}
+
+workbench::InputFiles ProjectFile::readFiles_(const xml::Document& document,
+                                              const xml::Element& launch) const {
+    workbench::InputFiles files;
+    for (const xml::Element& child : launch.children()) {
+        if (child.name() != name::kFile)
+            continue;
+        workbench::InputFile file;
+        const std::string& kind = child.attribute(name::kKind);
+        if (!workbench::findInputKind(kind, file.kind))
+            document.refuse(child, "\"" + kind + "\" is no kind of file");
+        file.print = workbench::readPrint(document, child);
+        files[absolute_(child.attribute(name::kPath))] = file;
+    }
+    return files;
 }
 
 std::string ProjectFile::absolute_(const std::string& path) const {

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "workbench/Project.h"
+#include "workbench/inputFiles.h"
 #include "workbench/inputRecord.h"
 
 namespace xml {
@@ -12,6 +13,7 @@ class Document;
 class Element;
 }  // namespace xml
 class HXMLWriterBase;
+class OpenRunInfo;
 
 /// Reads and writes the file of a project.
 class ProjectFile {
@@ -33,6 +35,9 @@ private:
     void writeRun_(HXMLWriterBase& out, const Project::Entry& entry) const;
     void writeInputs_(HXMLWriterBase& out, const workbench::InputRecord& record) const;
     workbench::InputRecord readInputs_(const xml::Element& launch) const;
+    void writeFiles_(HXMLWriterBase& out, const OpenRunInfo& info) const;
+    workbench::InputFiles readFiles_(const xml::Document& document,
+                                     const xml::Element& launch) const;
     std::string absolute_(const std::string& path) const;
     std::string relative_(const std::string& path) const;
     std::string path_() const;

@@ -3,10 +3,15 @@
 #include "workbench/sourceReferences.h"
 
 #include <cstddef>
+#include <ctime>
+#include <memory>
+#include <mutex>
 #include <set>
+#include <unordered_map>
 
 #include "environment/files/HUTFile.h"
 #include "environment/files/HUTFileUtils.h"
+#include "workbench/fileFingerprint.h"
 
 namespace workbench {
 
@@ -30,6 +35,44 @@ std::vector<std::string> stringsOf(const std::string& text) {
     }
     return strings;
 }
+
+/// The strings of sources, kept for as long as the files show no sign of a change.
+class KnownStrings {
+public:
+    using Strings = std::shared_ptr<const std::vector<std::string>>;
+
+    static KnownStrings& ofProcess() {
+        static KnownStrings known;
+        return known;
+    }
+
+    /// Those of a file that can't be read are none.
+    Strings of(const std::string& path) {
+        FileStamp stamp;
+        timespec now{};
+        clock_gettime(CLOCK_REALTIME, &now);
+        const bool isThere = readStamp(path, stamp) == FileFingerprint::kPresent;
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        Entry& entry = m_entries[path];
+        if (isThere && entry.isSettled && entry.stamp == stamp)
+            return entry.strings;
+        std::string text;
+        const bool isRead = isThere && HUTFileUtils::readFile(path, kLargestSource, text);
+        entry = {stamp, isRead && isOldEnough(stamp, now),
+                 std::make_shared<const std::vector<std::string>>(stringsOf(text))};
+        return entry.strings;
+    }
+
+private:
+    struct Entry {
+        FileStamp stamp;
+        bool isSettled = false;
+        Strings strings;
+    };
+
+    std::mutex m_mutex;
+    std::unordered_map<std::string, Entry> m_entries;
+};
 
 std::string folderOf(const std::string& path) {
     return path.substr(0, path.rfind('/'));
@@ -59,10 +102,8 @@ std::vector<std::string> referencedFiles(const std::vector<std::string>& sources
     std::vector<std::string> all = sources;
     std::set<std::string> seen(sources.begin(), sources.end());
     for (std::size_t i = 0; i < all.size(); ++i) {
-        std::string text;
-        if (!HUTFileUtils::readFile(all[i], kLargestSource, text))
-            continue;
-        for (const std::string& name : stringsOf(text)) {
+        const KnownStrings::Strings names = KnownStrings::ofProcess().of(all[i]);
+        for (const std::string& name : *names) {
             const std::string path = resolve(name, folderOf(all[i]), includeDirs);
             if (!path.empty() && seen.insert(path).second)
                 all.push_back(path);

@@ -11,6 +11,8 @@
 
 #include "environment/containers/HSTFwdIter.h"
 #include "environment/filemgmt/HADAStaleReasons.h"
+#include "runs/base/xperiment/HAXPExpRunStep.h"
+#include "runs/base/xperiment/HDGUIStatus.h"
 #include "tests/support/RunDir.h"
 #include "tests/unit/workbench/TestBench.h"
 #include "workbench/DesignInputs.h"
@@ -18,7 +20,8 @@
 
 namespace {
 
-/// A synthesis and an implementation that were launched just now.
+/// A synthesis and an implementation that were launched just now and are done. Of their
+/// files only the times are known.
 class StaleInputTest : public ::testing::Test {
 protected:
     StaleInputTest()
@@ -30,9 +33,13 @@ protected:
             run->setRunMode(HAXPExpRun::kLaunched);
             run->getInfo().setLaunch(m_now, "");
             run->getInfo().setLaunchedInputs(run->getInfo().recordInputs());
+            const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run->createRunStepIter());
+            while (steps->hasNext())
+                run->setRunStatus(steps->next(), HDGUIStatus::statusDone);
         }
     }
 
+    using Texts = std::vector<std::string>;
     using Summaries = std::vector<HADAStaleReason::StaleSummary>;
 
     /// The kinds of reasons that the run has.
@@ -48,6 +55,16 @@ protected:
         for (const HADAStaleReason& reason : all_(run))
             told += reason.getText();
         return told;
+    }
+
+    /// What isn't about files, as "synth_design top: a -> b".
+    static std::vector<std::string> settings(HAXPExpRun& run) {
+        run.getInfo().updStaleReasons();
+        std::vector<std::string> texts;
+        for (const workbench::SettingChange& change : run.getInfo().getSettingChanges())
+            texts.push_back(change.stepId + " " + change.name + ": " + change.before + " -> " +
+                            change.after);
+        return texts;
     }
 
     void change(HAXPExpRun& run, const DesignInputs& inputs) const {
@@ -93,7 +110,8 @@ TEST_F(StaleInputTest, ANewerSourceMakesTheSynthesisStaleAndIsNamed) {
 TEST_F(StaleInputTest, NewerConstraintsMakeTheImplementationStale) {
     m_bench.folder().touch("blinky.pcf", m_now + 10);
     EXPECT_EQ(reasons(*m_synthesis), Summaries{});
-    EXPECT_EQ(reasons(*m_implementation), Summaries{HADAStaleReason::SS_CONSTRS_CHANGED});
+    const auto kind = HADAStaleReason::SS_CONSTRS_CHANGED;
+    EXPECT_EQ(reasons(*m_implementation), (Summaries{kind, kind}));
 }
 
 TEST_F(StaleInputTest, ANewerFileThatASourceNamesMakesTheSynthesisStale) {
@@ -120,7 +138,8 @@ TEST_F(StaleInputTest, AnotherDefineMakesOnlyTheSynthesisStale) {
     inputs.defines = {"N=3"};
     change(*m_synthesis, inputs);
     change(*m_implementation, inputs);
-    EXPECT_NE(text(*m_synthesis).find("N=3"), std::string::npos);
+    EXPECT_EQ(settings(*m_synthesis), Texts{"synth_design defines: none -> N=3"});
+    EXPECT_EQ(reasons(*m_synthesis), Summaries{HADAStaleReason::SS_SW_PARAM_CHANGED});
     EXPECT_EQ(reasons(*m_implementation), Summaries{});
 }
 
@@ -130,7 +149,7 @@ TEST_F(StaleInputTest, AnotherFrequencyMakesOnlyTheImplementationStale) {
     change(*m_synthesis, inputs);
     change(*m_implementation, inputs);
     EXPECT_EQ(reasons(*m_synthesis), Summaries{});
-    EXPECT_NE(text(*m_implementation).find("48"), std::string::npos);
+    EXPECT_EQ(settings(*m_implementation), Texts{"place_design frequency: 12 -> 48"});
 }
 
 TEST_F(StaleInputTest, AnotherLaunchOfTheSynthesisMakesTheImplementationStale) {
@@ -155,6 +174,43 @@ TEST_F(StaleInputTest, ALaunchWhoseInputsAreNotKnownIsHeldAgainstTimesOnly) {
     inputs.defines = {"N=3"};
     change(*m_synthesis, inputs);
     EXPECT_EQ(reasons(*m_synthesis), Summaries{});
+}
+
+TEST_F(StaleInputTest, AnotherPackageMakesCheckAndPlacementStale) {
+    DesignInputs inputs = m_bench.inputs();
+    inputs.package = "cb132";
+    change(*m_implementation, inputs);
+    EXPECT_EQ(settings(*m_implementation),
+              (Texts{"init_design package: ct256 -> cb132", "place_design package: ct256 -> "
+                                                            "cb132"}));
+}
+
+TEST_F(StaleInputTest, AStepThatHasNotBegunHasNoReason) {
+    m_synthesis->setRunStatus(m_synthesis->getFirstStep(), HDGUIStatus::statusNotStarted);
+    m_bench.folder().touch("blinky.v", m_now + 10);
+    DesignInputs inputs = m_bench.inputs();
+    inputs.defines = {"N=3"};
+    change(*m_synthesis, inputs);
+    EXPECT_EQ(reasons(*m_synthesis), Summaries{});
+    EXPECT_EQ(settings(*m_synthesis), Texts{});
+}
+
+TEST_F(StaleInputTest, TheContentDecidesOnceItIsRecorded) {
+    m_synthesis->getInfo().recordLaunch();
+    m_implementation->getInfo().recordLaunch();
+    m_bench.folder().touch("blinky.v", m_now + 10);
+    m_bench.folder().touch("blinky.pcf", m_now + 10);
+    EXPECT_EQ(reasons(*m_synthesis), Summaries{});
+    EXPECT_EQ(reasons(*m_implementation), Summaries{});
+    m_bench.folder().mark("blinky.v", "// another comment\n");
+    m_bench.folder().touch("blinky.v", m_now - 1000);
+    EXPECT_EQ(reasons(*m_synthesis), Summaries{HADAStaleReason::SS_DESIGN_SRCS_CHANGED});
+}
+
+TEST_F(StaleInputTest, AVanishedFileIsToldAsMissing) {
+    m_synthesis->getInfo().recordLaunch();
+    m_bench.folder().unmark("blinky.v");
+    EXPECT_NE(text(*m_synthesis).find(m_bench.path("blinky.v") + ": missing"), std::string::npos);
 }
 
 TEST(RunFilesTest, AreNamedAfterTheTopModule) {

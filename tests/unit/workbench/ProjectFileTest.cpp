@@ -1,9 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
+#include <array>
 #include <cerrno>
 #include <memory>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 
@@ -12,8 +14,10 @@
 #include "environment/errors/HEXUserException.h"
 #include "tests/support/FaultyDisk.h"
 #include "tests/support/thrownText.h"
+#include "tests/unit/runs/xpreport/schemaFile.h"
 #include "tests/unit/workbench/TestBench.h"
 #include "workbench/HAXPExpRun.h"
+#include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
 #include "workbench/openFlows.h"
 
@@ -67,7 +71,7 @@ TEST_F(ProjectFileTest, IsRefusedWhenANewerVersionWroteIt) {
 
 TEST_F(ProjectFileTest, IsReadWhenANewerMinorVersionWroteIt) {
     std::string newer = text();
-    newer.replace(newer.find("Minor=\"1\""), 9, "Minor=\"7\"");
+    newer.replace(newer.find("Minor=\"2\""), 9, "Minor=\"7\"");
     newer.replace(newer.find("<Run "), 5, "<Later Thing=\"1\"/><Run Later=\"2\" ");
     write(newer);
     EXPECT_EQ(refusal(), "nothing thrown");
@@ -171,5 +175,123 @@ INSTANTIATE_TEST_SUITE_P(
         DamageCase{"TopThatIsAnOption", "Top=\"blinky\"", "Top=\"-x\"",
                    "\"-x\" can't be the top module: it begins with a dot or a dash"}),
     [](const auto& row) { return std::string(row.param.name); });
+
+/// The file of a project with a run that was launched.
+class LaunchRecordTest : public ::testing::Test {
+protected:
+    LaunchRecordTest() {
+        m_bench.folder().mark("blinky.v", "`include \"defs.vh\"\n");
+        m_bench.folder().mark("defs.vh", "`define N 1\n");
+        const auto project = Project::create(dir(), m_bench.inputs());
+        HAXPExpRun& run = project->createRun("synth_1", *OpenFlows::getSynthesis(), "Area", "");
+        run.setRunDir(project->getRunsDir() + "/synth_1", false);
+        m_bench.finish(run, 1000);
+        m_files = run.getInfo().getLaunchedFiles();
+        project->save();
+    }
+
+    std::string dir() const { return m_bench.path("proj"); }
+    std::string text() const { return m_bench.folder().read("proj/project.xml"); }
+    void write(const std::string& content) const {
+        m_bench.folder().mark("proj/project.xml", content);
+    }
+    /// The file with the first `from` changed to `to`.
+    std::string changed(const std::string& from, const std::string& to) const {
+        std::string all = text();
+        const std::size_t at = all.find(from);
+        EXPECT_NE(at, std::string::npos) << from;
+        return at == std::string::npos ? all : all.replace(at, from.size(), to);
+    }
+    std::unique_ptr<Project> open() const { return Project::open(dir(), Project::kChange); }
+
+    test::TestBench m_bench;
+    workbench::InputFiles m_files;
+};
+
+TEST_F(LaunchRecordTest, FilesAreReadBackAsTheyWereRecorded) {
+    const auto project = open();
+    const workbench::InputFiles& read = project->getRun("synth_1").getInfo().getLaunchedFiles();
+    ASSERT_EQ(read.size(), 2U);
+    for (const auto& [path, file] : m_files) {
+        ASSERT_EQ(read.count(path), 1U) << path;
+        EXPECT_EQ(read.at(path).kind, file.kind);
+        EXPECT_TRUE(read.at(path).print.isSameContent(file.print));
+        EXPECT_EQ(read.at(path).print.stamp.size, file.print.stamp.size);
+    }
+}
+
+TEST_F(LaunchRecordTest, IsTheSameWhenItIsReadAndSavedAgain) {
+    const std::string before = text();
+    EXPECT_NE(before.find("<File Path="), std::string::npos);
+    open()->save();
+    EXPECT_EQ(text(), before);
+}
+
+TEST_F(LaunchRecordTest, KeepsTheSchema) {
+    EXPECT_TRUE(test::reports::isValidBySchema("project.xsd", text()));
+}
+
+TEST_F(LaunchRecordTest, AFileThatWasMissingOrUnreadableIsReadBackAsThat) {
+    auto project = open();
+    workbench::InputFiles files;
+    files["/gone.v"].print.state = workbench::FileFingerprint::kMissing;
+    files["/loop.v"].print.state = workbench::FileFingerprint::kUnreadable;
+    project->getRun("synth_1").getInfo().setLaunchedFiles(files);
+    project->save();
+    project.reset();
+    project = open();
+    const auto& read = project->getRun("synth_1").getInfo().getLaunchedFiles();
+    EXPECT_EQ(read.at("/gone.v").print.state, workbench::FileFingerprint::kMissing);
+    EXPECT_EQ(read.at("/loop.v").print.state, workbench::FileFingerprint::kUnreadable);
+}
+
+TEST_F(LaunchRecordTest, AStampThatCanNotBeTrustedIsReadAgain) {
+    auto project = open();
+    workbench::InputFiles files = m_files;
+    for (auto& file : files)
+        file.second.print.isSettled = false;
+    project->getRun("synth_1").getInfo().setLaunchedFiles(files);
+    project->save();
+    project.reset();
+    EXPECT_EQ(text().find("Inode"), text().find("Inode", text().find("<Tool")));
+    project = open();
+    for (const auto& file : project->getRun("synth_1").getInfo().getLaunchedFiles())
+        EXPECT_FALSE(file.second.print.isSettled) << file.first;
+}
+
+TEST_F(LaunchRecordTest, AFileOfAnOlderVersionFallsBackToTimes) {
+    std::string old = text();
+    for (std::size_t at = 0; (at = old.find("<File ")) != std::string::npos;)
+        old.erase(at, old.find("/>", at) + 2 - at);
+    old.replace(old.find("Minor=\"2\""), 9, "Minor=\"1\"");
+    write(old);
+    const auto project = open();
+    OpenRunInfo& info = project->getRun("synth_1").getInfo();
+    m_bench.folder().touch("blinky.v", 1000);
+    m_bench.folder().touch("defs.vh", 1000);
+    info.updStaleReasons();
+    EXPECT_FALSE(info.isStale());
+    m_bench.folder().touch("defs.vh", 1001);
+    info.updStaleReasons();
+    EXPECT_TRUE(info.isStale());
+}
+
+TEST_F(LaunchRecordTest, DamageIsRefusedWithItsPlace) {
+    const std::string whole = text();
+    const std::string sha1 = m_files.begin()->second.print.sha1;
+    const std::vector<std::array<std::string, 3>> damages{
+        {"Kind=\"source\"", "Kind=\"other\"", "\"other\" is no kind of file"},
+        {sha1, "abc", "\"abc\" can't be the Sha1 of a file"},
+        {" Modified=\"", " Modified=\"x", "can't be the Modified of a file"},
+        {" Size=\"", " Size=\"-", "can't be the Size of a file"},
+        {"<File ", "<File State=\"odd\" ", "\"odd\" is no state of a file"}};
+    for (const auto& [from, to, told] : damages) {
+        write(whole);
+        write(changed(from, to));
+        const std::string error = test::thrownText<HEXUserException>([this] { open(); });
+        EXPECT_NE(error.find(told), std::string::npos) << error;
+        EXPECT_NE(error.find(dir() + "/project.xml"), std::string::npos) << error;
+    }
+}
 
 }  // namespace

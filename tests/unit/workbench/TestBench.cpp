@@ -11,6 +11,11 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include "environment/containers/HSTFwdIter.h"
+#include "environment/files/HUTFile.h"
+#include "environment/files/HUTFileUtils.h"
+#include "runs/base/xperiment/HAXPExpRunStep.h"
+#include "runs/base/xperiment/HAXPFlowStep.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
@@ -63,6 +68,26 @@ std::unique_ptr<HAXPExpRun> TestBench::makeRun(const HAXPFlow& flow) const {
         std::make_unique<HAXPExpRun>("run_1", workbench::findStrategy(flow, "Default"), nullptr);
     run->getInfo().setInputs(inputs());
     return run;
+}
+
+void TestBench::finish(HAXPExpRun& run, long launchTime) const {
+    std::string dir;
+    run.getRunDir(dir);
+    HUTFile(dir).mkDirRecursive();
+    const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
+    while (steps->hasNext()) {
+        const std::string program = steps->next()->getFlowStep()->getStatusTrackingStr();
+        HUTFileUtils::replaceFile(run.pathOf("." + program + ".begin.rst"), handleText());
+        HUTFileUtils::replaceFile(run.pathOf("." + program + ".end.rst"), "");
+    }
+    auto snapshot = std::make_unique<HAXPStrategy>();
+    snapshot->copyStrat(run.getStrategy(), true, boost::logic::indeterminate);
+    delete run.getInfo().getRunSnapshotStrategy();
+    run.getInfo().setRunSnapshotStrategy(snapshot.release());
+    run.getInfo().setLaunch(launchTime, "");
+    run.getInfo().recordLaunch();
+    run.setRunMode(HAXPExpRun::kLaunched);
+    run.updateStatus();
 }
 
 const HAXPFlow& TestBench::synthesis() {

@@ -28,6 +28,11 @@ public:
     /// A run of `flow` with its default strategy and the inputs.
     std::unique_ptr<HAXPExpRun> makeRun(const HAXPFlow& flow) const;
 
+    /// Makes `run`, which has a run directory, as it is after a launch at `launchTime` of
+    /// which every step ended well: its status follows from markers, its inputs, files
+    /// and tools are recorded.
+    void finish(HAXPExpRun& run, long launchTime) const;
+
     static const HAXPFlow& synthesis();
     static const HAXPFlow& implementation();
 

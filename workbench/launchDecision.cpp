@@ -1,0 +1,54 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "workbench/launchDecision.h"
+
+#include "environment/errors/HEXUserException.h"
+#include "environment/files/HUTFile.h"
+#include "environment/messages/ComMsgMgr.h"
+#include "environment/messages/ComMsgMgrInstance.h"
+#include "runs/base/xperiment/HAXPExpRunStep.h"
+#include "runs/base/xperiment/HDGUIStatus.h"
+#include "workbench/DesignInputs.h"
+#include "workbench/HAXPExpRun.h"
+#include "workbench/OpenRunInfo.h"
+
+namespace workbench {
+
+namespace {
+
+template <class... Args> [[noreturn]] void fail(const char* format, const Args&... args) {
+    throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, format, args...));
+}
+
+}  // namespace
+
+const HAXPExpRunStep* firstStepToRun(HAXPExpRun& run) {
+    run.updateStatus();
+    run.getInfo().updStaleReasons();
+    if (run.getInfo().isCompleteRunResetRequired() || run.getRunMode() != HAXPExpRun::kLaunched)
+        return run.getFirstStep();
+    const HAXPExpRunStep* first = run.getFirstIncompleteStep();
+    const HAXPExpRunStep* stale = run.getFirstStaleStep();
+    const bool isStaleFirst =
+        stale != nullptr && (first == nullptr || run.getStepIndex(stale) < run.getStepIndex(first));
+    return isStaleFirst ? stale : first;
+}
+
+void requireNotAtWork(const HAXPExpRun& run) {
+    const int code = run.getStatus()->getCode();
+    if (code == HDGUIStatus::statusRunning || code == HDGUIStatus::statusQueued)
+        fail("@60-40@%s%s", run.getName(),
+             code == HDGUIStatus::statusRunning ? "running" : "queued");
+}
+
+void requireSources(const HAXPExpRun& run) {
+    const DesignInputs& inputs = run.getInfo().getInputs();
+    if (run.getInfo().isSynthFlow() && inputs.sources.empty())
+        fail("@60-47@");
+    for (const std::string& source : inputs.sources) {
+        if (!HUTFile::isFile(source))
+            fail("@60-41@%s%s", run.getName(), source);
+    }
+}
+
+}  // namespace workbench
