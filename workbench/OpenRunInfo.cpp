@@ -62,6 +62,10 @@ bool hasBegun(const HAXPExpRunStep& step) {
     return step.getStatus()->getCode() != HDGUIStatus::statusNotStarted;
 }
 
+bool isDone(const HAXPExpRunStep& step) {
+    return step.getStatus()->getCode() == HDGUIStatus::statusDone;
+}
+
 template <class Visit> void forEachStep(const HAXPExpRunBase& run, Visit visit) {
     const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
     while (steps->hasNext())
@@ -82,6 +86,8 @@ struct OpenRunInfo::Extra {
     workbench::InputRecord launchedInputs;
     workbench::InputFiles launchedFiles;
     workbench::ToolStamps launchedTools;
+    /// As the last updStaleReasons() found them; empty when a launch took them over.
+    workbench::InputFiles seenFiles;
     ice40::StepMetrics metrics;
     /// By step; as its metrics name it.
     std::map<std::string, std::string> madeBy;
@@ -165,15 +171,15 @@ void OpenRunInfo::setLaunchedTools(const workbench::ToolStamps& tools) {
 
 void OpenRunInfo::recordLaunch() {
     setLaunchedInputs(recordInputs());
-    setLaunchedFiles(
-        workbench::lookAtInputs(m_extra->inputs, isSynthFlow(), m_extra->launchedFiles));
+    if (m_extra->seenFiles.empty())
+        m_extra->seenFiles =
+            workbench::lookAtInputs(m_extra->inputs, isSynthFlow(), m_extra->launchedFiles);
+    setLaunchedFiles(m_extra->seenFiles);
+    m_extra->seenFiles.clear();
     workbench::ToolStamps tools;
     forEachStep(*getRun(), [&](const HAXPExpRunStep& step) {
-        for (const std::string& tool : workbench::toolsOfStep(idOf(step))) {
-            workbench::ToolStamp stamp;
-            if (workbench::findTool(tool, m_extra->launchedTools[tool], stamp))
-                tools[tool] = stamp;
-        }
+        for (const std::string& tool : workbench::toolsOfStep(idOf(step)))
+            recordTool_(tool, isDone(step), tools);
     });
     setLaunchedTools(tools);
 }
@@ -229,12 +235,25 @@ const std::vector<workbench::SettingChange>& OpenRunInfo::getSettingChanges() co
     return m_extra->settingChanges;
 }
 
+void OpenRunInfo::recordTool_(const std::string& tool, bool isKept,
+                              workbench::ToolStamps& tools) const {
+    const auto before = m_extra->launchedTools.find(tool);
+    const bool isKnown = before != m_extra->launchedTools.end();
+    workbench::ToolStamp stamp;
+    // What a step that isn't run again was made with is asked for when it isn't this one.
+    if (isKept && isKnown)
+        tools[tool] = before->second;
+    else if (workbench::findTool(tool, isKnown ? before->second : stamp, stamp))
+        tools.emplace(tool, stamp);
+}
+
 void OpenRunInfo::addFileChanges_() {
     const workbench::InputFiles& before = m_extra->launchedFiles;
     const workbench::InputFiles now =
         workbench::lookAtInputs(m_extra->inputs, isSynthFlow(), before);
     const long launch = getLaunchTime();
     auto& all = m_extra->fileChanges;
+    m_extra->seenFiles = now;
     all = workbench::listChangesOf(m_extra->launchedInputs, recordInputs(), now, launch);
     const auto changed = before.empty() ? workbench::newerThan(launch, now)
                                         : workbench::changesOf(before, now, launch);
@@ -284,7 +303,7 @@ void OpenRunInfo::addSettingChanges_() {
 
 void OpenRunInfo::addToolChanges_() {
     forEachStep(*getRun(), [this](HAXPExpRunStep& step) {
-        if (step.getStatus()->getCode() != HDGUIStatus::statusDone)
+        if (!isDone(step))
             return;
         const std::string& id = idOf(step);
         for (const workbench::ToolChange& change :

@@ -62,8 +62,10 @@ public:
     /// The tools of the run's steps at the last launch, as far as they are known.
     const workbench::ToolStamps& getLaunchedTools() const;
     void setLaunchedTools(const workbench::ToolStamps& tools);
-    /// Takes inputs, files and tools as they are now for those of the launch. Reads the
-    /// files that no earlier look tells of.
+    /// Takes inputs, files and tools for those of a launch that begins. The files are
+    /// those that the last updStaleReasons() decided on: what changes behind that decision
+    /// changed since the launch. Without one they are looked at now. The tools of steps
+    /// that are done and stay stay too.
     void recordLaunch();
 
     /// The numbers of the steps that are done, the later ones over the earlier. Read
@@ -88,6 +90,7 @@ public:
 
 private:
     void nameOutputs_();
+    void recordTool_(const std::string& tool, bool isKept, workbench::ToolStamps& tools) const;
     void addFileChanges_();
     void addSettingChanges_();
     void addToolChanges_();

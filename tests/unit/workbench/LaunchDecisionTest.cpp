@@ -134,6 +134,19 @@ TEST_F(FirstStepTest, IsStillFoundWhenTheProjectIsOpenedAnew) {
     EXPECT_EQ(first(again->getRun("impl_1")), "init_design");
 }
 
+TEST_F(FirstStepTest, AChangeBetweenTheDecisionAndTheLaunchIsNotTakenForLaunched) {
+    ASSERT_EQ(first(m_implementation), "none");
+    m_bench.folder().mark("blinky.pcf", "set_io clk J4\n");
+    m_implementation.getInfo().recordLaunch();
+    EXPECT_EQ(first(m_implementation), "init_design");
+}
+
+TEST_F(FirstStepTest, ALaunchWithoutADecisionTakesTheFilesAsTheyAre) {
+    m_bench.folder().mark("blinky.pcf", "set_io clk J4\n");
+    m_implementation.getInfo().recordLaunch();
+    EXPECT_EQ(first(m_implementation), "none");
+}
+
 TEST_F(FirstStepTest, ReportsOfAStaleStepAndOfThoseBehindItAreStale) {
     const HAXRReportConfig& timing =
         RunReports(m_implementation).get("impl_1_route_report_timing_summary_0");
