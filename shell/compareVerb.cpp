@@ -18,6 +18,7 @@
 #include "shell/runComparison.h"
 #include "shell/runPlan.h"
 #include "shell/runView.h"
+#include "shell/staleView.h"
 #include "shell/verb.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenStats.h"

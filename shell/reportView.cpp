@@ -16,6 +16,7 @@
 #include "shell/progressLine.h"
 #include "shell/reportNames.h"
 #include "shell/runView.h"
+#include "shell/staleView.h"
 #include "shell/textTable.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"

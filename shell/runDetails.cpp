@@ -20,6 +20,7 @@
 #include "runs/base/xperiment/HAXPTypes.h"
 #include "shell/reportView.h"
 #include "shell/runView.h"
+#include "shell/staleView.h"
 #include "workbench/DesignInputs.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"

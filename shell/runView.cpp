@@ -8,8 +8,6 @@
 #include <nlohmann/json.hpp>
 
 #include "environment/containers/HSTFwdIter.h"
-#include "environment/filemgmt/HADAStaleReason.h"
-#include "environment/filemgmt/HADAStaleReasons.h"
 #include "environment/files/HUTFile.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
 #include "runs/base/xperiment/HAXPFlow.h"
@@ -17,6 +15,7 @@
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "shell/exitStatus.h"
+#include "shell/staleView.h"
 #include "shell/textTable.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
@@ -167,22 +166,6 @@ std::string bitstreamPath(const HAXPExpRun& run) {
     if (name.empty() || dirOf(run).empty() || run.getInfo().getMetrics().step != "write_bitstream")
         return {};
     return HUTFile::isFile(run.pathOf(name)) ? run.pathOf(name) : std::string();
-}
-
-std::vector<std::string> staleTexts(const Project& project, HAXPExpRun& run) {
-    if (run.getInfo().getLaunchTime() == 0)
-        return {};
-    run.getInfo().updStaleReasons();
-    HADAStaleReasons reasons;
-    run.getInfo().getStaleReasons(reasons);
-    std::vector<std::string> texts;
-    const std::unique_ptr<HSTFwdIter<const HADAStaleReason*>> all(reasons.createReasonIter());
-    while (all->hasNext())
-        texts.push_back(all->next()->getText());
-    HAXPExpRun* synthesis = project.getSynthesisOf(run);
-    if (synthesis != nullptr && !staleTexts(project, *synthesis).empty())
-        texts.push_back("Its synthesis " + synthesis->getName() + " is out of date.");
-    return texts;
 }
 
 std::string statusTable(const Project& project, const std::vector<HAXPExpRun*>& runs) {

@@ -50,10 +50,6 @@ std::string logPath(const HAXPExpRun& run);
 /// The bitstream of an implementation that has written it; else empty.
 std::string bitstreamPath(const HAXPExpRun& run);
 
-/// Why the results of `run` are out of date, one text a reason; none for a run that
-/// isn't launched. Brings the reasons up to date.
-std::vector<std::string> staleTexts(const Project& project, HAXPExpRun& run);
-
 /// The table of `runs`, and the same as JSON.
 std::string statusTable(const Project& project, const std::vector<HAXPExpRun*>& runs);
 nlohmann::json statusJson(const Project& project, const std::vector<HAXPExpRun*>& runs);

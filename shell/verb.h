@@ -81,5 +81,7 @@ std::unique_ptr<Verb> makeStatusVerb();
 std::unique_ptr<Verb> makeLogVerb();
 std::unique_ptr<Verb> makeShowVerb();
 std::unique_ptr<Verb> makeCompareVerb();
+std::unique_ptr<Verb> makeWhyVerb();
+std::unique_ptr<Verb> makePlanVerb();
 
 }  // namespace shell

@@ -4,7 +4,7 @@
 
 load xp.bash
 
-verbs='new add create set apply launch wait kill reset status log show'
+verbs='new add create set apply launch plan wait kill reset status log show why'
 
 @test "without a verb it lists the verbs and ends with 2" {
   run -2 "$xp"

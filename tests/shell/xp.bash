@@ -61,6 +61,8 @@ hold_tool() {
   exec 7<>"$tool_dir/gate" 8<>"$tool_dir/started"
   cat >"$tool_dir/$1" <<TOOL
 #!/bin/bash
+# Who only asks for the version isn't held.
+[ "\$1" != --version ] || exec '$real' --version
 echo "\$\$" >'$tool_dir/started'
 read -r word <'$tool_dir/gate'
 [ "\$word" = go ] || exit 1

@@ -1,0 +1,154 @@
+#!/usr/bin/env bats
+# SPDX-License-Identifier: Apache-2.0
+# Copyright the Xperiment authors
+#
+# Why a run is out of date, and what a launch would do about it.
+
+load xp.bash
+
+setup_file() {
+  local tool
+  for tool in yosys nextpnr-ice40 icepack icetime; do
+    command -v $tool >/dev/null || skip "$tool is missing"
+  done
+}
+
+launched_project() {
+  new_project_with_runs
+  "$xp" -C proj launch 2>/dev/null
+}
+
+# Puts a program in front of the tool $1 that says version $2, and else is the tool.
+tell_other_version() {
+  local real
+  real=$(command -v "$1")
+  mkdir -p other
+  cat >"other/$1" <<TOOL
+#!/bin/sh
+[ "\$1" = --version ] || exec '$real' "\$@"
+echo asked >>'$BATS_TEST_TMPDIR/asked'
+echo '$2'
+TOOL
+  chmod +x "other/$1"
+  PATH=$BATS_TEST_TMPDIR/other:$PATH
+}
+
+@test "a touched file and one that is checked out anew leave everything up to date" {
+  launched_project
+  cp blinky.v kept.v
+  rm blinky.v
+  cp kept.v blinky.v
+  touch -d '+10 seconds' blinky.pcf
+  run -0 "$xp" -C proj why impl_1
+  [ "$output" = 'impl_1: up to date' ]
+  run -0 "$xp" -C proj plan
+  [ "$output" = $'synth_1: up to date\nimpl_1: up to date' ]
+}
+
+@test "a changed file is found though its time is that of before" {
+  launched_project
+  cp -p blinky.v kept.v
+  sed -i 's/blinky/blinkY/' blinky.v
+  touch -r kept.v blinky.v
+  run -0 "$xp" -C proj why synth_1
+  [[ $output == "synth_1, launched "*", is out of date:"*synth_design*"source $BATS_TEST_TMPDIR/blinky.v: changed, since "* ]]
+}
+
+@test "a file that is gone is told as missing" {
+  launched_project
+  rm blinky.pcf
+  run -0 "$xp" -C proj why impl_1
+  [[ $output == *"constraints $BATS_TEST_TMPDIR/blinky.pcf: missing"* ]]
+  run -0 "$xp" -C proj why synth_1
+  [ "$output" = 'synth_1: up to date' ]
+}
+
+@test "another version of a tool is told from which to which, and only for its steps" {
+  launched_project
+  tell_other_version nextpnr-ice40 'nextpnr-ice40 -- Next Generation Place and Route (Version 99.1)'
+  run -0 "$xp" -C proj why impl_1
+  [[ $output == *$'place_design\n  tool nextpnr-ice40: nextpnr-ice40 '*' at the launch, nextpnr-ice40 99.1 now, since '* ]]
+  [[ $output != *$'init_design\n'* ]]
+  [ "$(wc -l <asked)" = 1 ]
+  run -0 "$xp" -C proj why synth_1
+  [ "$output" = 'synth_1: up to date' ]
+  run -0 "$xp" -C proj plan
+  [[ $output == *'1. impl_1: place_design to write_bitstream'* ]]
+}
+
+@test "a tool of the same version elsewhere changes nothing" {
+  launched_project
+  tell_other_version yosys "$(yosys --version)"
+  [ "$(status_of synth_1 stale)" = False ]
+  [ "$(wc -l <asked)" = 1 ]
+}
+
+@test "xp status asks no tool while it is that of the launch" {
+  new_project_with_runs
+  tell_other_version yosys "$(yosys --version)"
+  "$xp" -C proj launch synth_1
+  : >asked
+  [ "$(status_of synth_1 stale)" = False ]
+  [ ! -s asked ]
+}
+
+@test "a plan tells what the launch then does" {
+  launched_project
+  "$xp" -C proj set impl_1 router=router2
+  run -0 "$xp" -C proj plan
+  [ "$output" = 'synth_1: up to date
+1. impl_1: route_design to write_bitstream
+   route_design: option router: router1 at the launch, router2 now' ]
+  local dir=$project/runs/impl_1
+  touch -r "$dir/.ice40_place.end.rst" stamp
+  "$xp" -C proj launch
+  [ ! "$dir/.ice40_place.end.rst" -nt stamp ]
+  run -0 "$xp" -C proj plan impl_1
+  [ "$output" = 'impl_1: up to date' ]
+}
+
+@test "a plan changes nothing, also while another xp holds the project" {
+  new_project_with_runs
+  find proj | sort >before
+  cp proj/project.xml kept.xml
+  exec 6>>proj/.project.lock
+  flock 6
+  run -0 "$xp" -C proj plan
+  exec 6>&-
+  [ "$output" = '1. synth_1: synth_design
+   it was never launched
+2. impl_1: init_design to write_bitstream
+   its synthesis synth_1 runs anew' ]
+  find proj | sort | cmp - before
+  cmp proj/project.xml kept.xml
+}
+
+@test "a plan says what keeps a launch from beginning" {
+  new_project_with_runs
+  run -0 without_tools "$xp" -C proj plan
+  [[ $output == *'A launch would be refused now: Nothing is launched: '*yosys*'apt-get install'* ]]
+  rm blinky.v
+  run -0 "$xp" -C proj plan synth_1
+  [[ $output == "synth_1: refused. Run synth_1 isn't launched: its source $BATS_TEST_TMPDIR/blinky.v doesn't exist."* ]]
+}
+
+@test "why and plan speak JSON" {
+  launched_project
+  "$xp" -C proj set impl_1 seed=5
+  run -0 --separate-stderr "$xp" -C proj why impl_1 --json
+  [ "$(json 'j["stale"], j["steps"][0]["step"], j["steps"][0]["reasons"][0]["after"], j["steps"][1]["follows"]' <<<"$output")" = \
+    "(True, 'place_design', '5', 'place_design')" ]
+  [ "$(json 'len(j["reports"]) > 0' <<<"$output")" = True ]
+  run -0 --separate-stderr "$xp" -C proj plan --json
+  [ "$(json '[(r["name"], r["action"], r["from"]) for r in j["runs"]], j["refusal"]' <<<"$output")" = \
+    "([('synth_1', 'none', ''), ('impl_1', 'launch', 'place_design')], '')" ]
+}
+
+@test "a project of before, without fingerprints, is judged by times" {
+  launched_project
+  sed -i '/<File /d; /<Tool /d; s/Version="1" Minor="2" Name/Version="1" Minor="1" Name/' proj/project.xml
+  [ "$(status_of synth_1 stale)" = False ]
+  touch -d '+10 seconds' blinky.v
+  run -0 "$xp" -C proj why synth_1
+  [[ $output == *"source $BATS_TEST_TMPDIR/blinky.v: changed, since "* ]]
+}
