@@ -30,14 +30,19 @@ namespace {
 
 using workbench::FileChange;
 
+/// Empty for a time that no calendar has, as a damaged project file may hold.
+std::string formatTime(std::time_t time, const char* format) {
+    std::tm parts{};
+    char text[64] = "";
+    if (gmtime_r(&time, &parts) != nullptr)
+        std::strftime(text, sizeof text, format, &parts);
+    return text;
+}
+
 /// A time for scripts, "2026-11-21T11:07:12Z"; null for none.
 nlohmann::json timeJson(std::time_t time) {
-    if (time == 0)
-        return {};
-    std::string text = timeText(time);
-    text.replace(10, 1, "T");
-    text.replace(19, 4, "Z");
-    return text;
+    const std::string text = time == 0 ? "" : formatTime(time, "%Y-%m-%dT%H:%M:%SZ");
+    return text.empty() ? nlohmann::json() : nlohmann::json(text);
 }
 
 const std::string& idOf(const HAXPExpRunStep& step) {
@@ -281,11 +286,8 @@ std::vector<std::string> stepTexts(const StaleView& view) {
 }
 
 std::string timeText(std::time_t time) {
-    std::tm parts{};
-    char text[64] = "";
-    if (gmtime_r(&time, &parts) != nullptr)
-        std::strftime(text, sizeof text, "%Y-%m-%d %H:%M:%S UTC", &parts);
-    return text;
+    const std::string text = formatTime(time, "%Y-%m-%d %H:%M:%S UTC");
+    return text.empty() ? std::to_string(time) : text;
 }
 
 std::string whyText(const Project& project, HAXPExpRun& run) {

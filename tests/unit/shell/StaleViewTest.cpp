@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #include "shell/staleView.h"
 
+#include <limits>
 #include <memory>
 #include <string>
 #include <vector>
@@ -135,6 +136,13 @@ TEST_F(StaleViewTest, AReasonThatSeveralStepsHaveIsToldOnceInShort) {
     EXPECT_EQ(shell::staleTexts(*m_project, m_implementation),
               std::vector<std::string>{"init_design: constraints " + m_bench.path("blinky.pcf") +
                                        ": changed, since 1970-01-12 13:47:40 UTC"});
+}
+
+TEST_F(StaleViewTest, ATimeThatNoCalendarHasIsToldAsItIs) {
+    const long never = std::numeric_limits<long>::max();
+    m_bench.finish(m_synthesis, never);
+    EXPECT_EQ(shell::whyJson(*m_project, m_synthesis)["launched"], nullptr);
+    EXPECT_EQ(shell::timeText(never), std::to_string(never));
 }
 
 TEST_F(StaleViewTest, IsTheSameInJson) {
