@@ -7,11 +7,17 @@
 
 load stepWrapper
 
-# Runs the step "tool" under strace with the options $@.
+# Runs the step "tool" under strace with the options $@, once nothing of the try
+# before is at work: the one that watches outlives a killed wrapper for a moment, and
+# then makes a marker. As in a run, all of them hold a lock.
 traced() {
+  flock held true
   rm -f .tool.* finished "$BATS_TEST_TMPDIR/tool.pid"
   status=0
-  strace -qq -o trace "$@" sh ./ZUMWrap.sh runme.log tool >>runme.log 2>&1 3>&- || status=$?
+  (
+    flock 8
+    exec strace -qq -o trace "$@" sh ./ZUMWrap.sh runme.log tool
+  ) 8>held >>runme.log 2>&1 3>&- || status=$?
 }
 
 # Sends the wrapper the signal $1 at one system call after another, and has the
