@@ -92,15 +92,15 @@ void HAXSStrategyXMLParser::startElem_(const std::string& name, const CAttribute
     if (isNamed(name, kStrategyElem))
         m_current = std::make_unique<HAXPStrategy>();
     else if (isNamed(name, kToolElem))
-        reToolVersion_(attributes);
+        reToolVersion(attributes);
     else if (m_current == nullptr)
         noteDropped_();
     else if (isNamed(name, kStratHandleElem))
-        reStratHandle_(attributes);
+        reStratHandle(attributes);
     else if (isNamed(name, kDescElem))
         m_inDescription = true;
     else if (isNamed(name, kStepElem))
-        reStep_(attributes);
+        reStep(attributes);
     else
         HXMLParserBase::startElem_(name, attributes);
 }
@@ -121,7 +121,7 @@ void HAXSStrategyXMLParser::chars_(const std::string& text) {
 
 void HAXSStrategyXMLParser::whitespace_(const std::string&) {}
 
-void HAXSStrategyXMLParser::reStratHandle_(const CAttributeList& attributes) {
+void HAXSStrategyXMLParser::reStratHandle(const CAttributeList& attributes) {
     const std::string& name = attributes.getValue(kNameAttr);
     m_current->setName(name);
     const std::string& flowId = attributes.getValue(kFlowAttr);
@@ -138,7 +138,7 @@ void HAXSStrategyXMLParser::reStratHandle_(const CAttributeList& attributes) {
     throw false;
 }
 
-void HAXSStrategyXMLParser::reStep_(const CAttributeList& attributes) {
+void HAXSStrategyXMLParser::reStep(const CAttributeList& attributes) {
     const std::string& id = attributes.getValue(kIdAttr);
     if (id.empty()) {
         std::cerr << "ERROR: no Step Id given\n";
@@ -201,7 +201,7 @@ void HAXSStrategyXMLParser::reEnumAttr_(HAXPFlowStepOptions& step, const HATAttr
                              text, spec.getName());
 }
 
-void HAXSStrategyXMLParser::reToolVersion_(const CAttributeList& attributes) {
+void HAXSStrategyXMLParser::reToolVersion(const CAttributeList& attributes) {
     const std::string& major = attributes.getValue(kMajorAttr);
     const std::string& minor = attributes.getValue(kMinorAttr);
     Version running;

@@ -61,10 +61,18 @@ protected:
     void chars_(const std::string& text) override;
     void whitespace_(const std::string& text) override;
 
+    // One for each element that says something. A strategy is open, or nothing happens.
+
+    /// Name and flow of the strategy, with the flow's default steps.
+    /// @throws bool false, which parse() takes: the catalogue doesn't have the flow.
+    void reStratHandle(const CSL::XML::CAttributeList& attributes);
+    /// Attributes of a step; its options follow as elements of its own.
+    void reStep(const CSL::XML::CAttributeList& attributes);
+    /// Warns of a file that a newer tool wrote.
+    /// @throws std::invalid_argument, std::out_of_range the version is no number.
+    void reToolVersion(const CSL::XML::CAttributeList& attributes);
+
 private:
-    void reStratHandle_(const CSL::XML::CAttributeList& attributes);
-    void reStep_(const CSL::XML::CAttributeList& attributes);
-    void reToolVersion_(const CSL::XML::CAttributeList& attributes);
     void reAttr_(HAXPFlowStepOptions& step, const std::string& name, const std::string& text);
     void reEnumAttr_(HAXPFlowStepOptions& step, const HATAttrSpec& spec, const std::string& text);
     void endDescription_();
