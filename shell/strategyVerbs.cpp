@@ -161,6 +161,14 @@ private:
     std::vector<std::string> m_settings;
 };
 
+/// Registers and saves `wanted` under `name`, and says so.
+template <class Kind> int admitAndTell(typename Kind::Strategy& wanted, const std::string& name) {
+    const auto* made = Kind::admit(wanted, name);
+    tell(fmt::format("{} {} is made: {}", Kind::kTitle, shownName(*made),
+                     printable(made->getFilename())));
+    return kExitDone;
+}
+
 template <class Kind> class CreateVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
@@ -176,10 +184,7 @@ public:
         requireFree<Kind>(flow, m_name, kChooseAnother);
         const typename Kind::Owned wanted = Kind::makeNew(flow);
         m_wishes.apply<Kind>(*wanted);
-        const auto* made = Kind::admit(*wanted, m_name);
-        tell(fmt::format("{} {} is made: {}", Kind::kTitle, shownName(*made),
-                         printable(made->getFilename())));
-        return kExitDone;
+        return admitAndTell<Kind>(*wanted, m_name);
     }
 
 private:
@@ -203,10 +208,7 @@ public:
         requireFree<Kind>(*source.getFlow(), m_name, kChooseAnother);
         const typename Kind::Owned wanted = Kind::makeCopy(source);
         m_wishes.apply<Kind>(*wanted);
-        const auto* made = Kind::admit(*wanted, m_name);
-        tell(fmt::format("{} {} is made: {}", Kind::kTitle, shownName(*made),
-                         printable(made->getFilename())));
-        return kExitDone;
+        return admitAndTell<Kind>(*wanted, m_name);
     }
 
 private:
