@@ -199,6 +199,12 @@ const std::string& readFileName(const xml::Document& document, const xml::Elemen
     return text;
 }
 
+bool isReportFile(const std::string& file) {
+    const std::string ending = ".rpt";
+    return file.size() > ending.size() &&
+           file.compare(file.size() - ending.size(), ending.size(), ending) == 0;
+}
+
 workbench::ReportRecord readReport(const xml::Document& document, const xml::Element& element) {
     workbench::ReportRecord record;
     record.name = readFileName(document, element, name::kName);
@@ -210,6 +216,9 @@ workbench::ReportRecord readReport(const xml::Document& document, const xml::Ele
                       readVersionPart(document, element, name::kMinor)};
     record.displayName = element.attribute(name::kDisplayName);
     record.file = readFileName(document, element, name::kFile);
+    // A report takes its file away with it, so it must not be that of a result.
+    if (!record.file.empty() && !isReportFile(record.file))
+        document.refuse(element, "the file \"" + record.file + "\" of a report has no .rpt");
     record.enabled = readBool(document, element, name::kEnabled, true);
     record.beforeStep = readBool(document, element, name::kBeforeStep, false);
     for (const xml::Element& child : element.children()) {

@@ -265,6 +265,21 @@ TEST_F(RunReportsTest, AFileWithAReportThatReachesBeyondItselfIsRefused) {
     }
 }
 
+TEST_F(RunReportsTest, AReportThatWouldTakeAResultAwayIsRefused) {
+    makeTiming();
+    const std::string file = "File=\"" + timing().getReportFile() + "\"";
+    m_project->save();
+    m_project.reset();
+    std::string text = m_bench.folder().read("proj/project.xml");
+    ASSERT_NE(text.find(file), std::string::npos);
+    text.replace(text.find(file), file.size(), "File=\"blinky.asc\"");
+    m_bench.folder().mark("proj/project.xml", text);
+    EXPECT_NE(thrown([this] {
+                  Project::open(dir(), Project::kChange);
+              }).find("the file \"blinky.asc\" of a report has no .rpt"),
+              std::string::npos);
+}
+
 TEST_F(RunReportsTest, AnotherStrategyOfTheToolLeavesTheReports) {
     makeTiming();
     reports().add("place", "report_utilization", "Mine");
