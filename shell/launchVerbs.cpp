@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #include <algorithm>
 #include <cstdio>
+#include <thread>
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
@@ -10,8 +11,7 @@
 #include <fmt/ranges.h>
 
 #include "environment/errors/HEXUserException.h"
-#include "environment/messages/ComMsgMgr.h"
-#include "environment/messages/ComMsgMgrInstance.h"
+#include "runs/base/xperiment/HAXPLaunchOptions.h"
 #include "shell/exitStatus.h"
 #include "shell/interrupt.h"
 #include "shell/progressLine.h"
@@ -21,8 +21,10 @@
 #include "shell/tools.h"
 #include "shell/verb.h"
 #include "workbench/HAXPExpRun.h"
+#include "workbench/LaunchQueue.h"
 #include "workbench/LocalLauncher.h"
 #include "workbench/Project.h"
+#include "workbench/launchDecision.h"
 
 namespace shell {
 
@@ -69,8 +71,13 @@ class LaunchVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("runs", m_names, "Names of runs; all of the project if unsaid");
-        command.add_flag("--no-wait", m_noWait,
-                         "Come back when the runs are started, not when they have ended");
+        auto* noWait = command.add_flag(
+            "--no-wait", m_noWait, "Come back when the runs are started, not when they have ended");
+        command
+            .add_option("-j,--jobs", m_jobs,
+                        "How many runs at once; one for each processor if unsaid")
+            ->check(CLI::Range(1, 10000))
+            ->excludes(noWait);
     }
 
     int run(const Session& session) override {
@@ -88,12 +95,8 @@ public:
 private:
     /// Before anything is touched: a run that is at work isn't launched again.
     static void refuseBusy_(const RunPlan& plan) {
-        for (const HAXPExpRun* run : plan.runs) {
-            if (isAtWork(*run))
-                throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError,
-                                                         "@60-40@%s%s", run->getName(),
-                                                         statusWord(*run)));
-        }
+        for (const HAXPExpRun* run : plan.runs)
+            workbench::requireNotAtWork(*run);
     }
 
     static void tellUpToDate_(const RunPlan& plan) {
@@ -118,35 +121,81 @@ private:
         return status;
     }
 
-    /// Whether the synthesis of `run` failed, which is told.
-    static bool isLeftOut_(const Project& project, const HAXPExpRun& run, ProgressLine& line) {
-        const HAXPExpRun* synthesis = project.getSynthesisOf(run);
-        if (synthesis == nullptr || !hasFailed(*synthesis))
-            return false;
-        line.say(fmt::format(
-            "{}: not launched, its synthesis {} {}", run.getName(), synthesis->getName(),
-            statusWord(*synthesis) == "lost" ? "was lost" : statusWord(*synthesis)));
-        return true;
+    static void tellLeftOut_(const Project& project, const HAXPExpRun& run, ProgressLine& line) {
+        const HAXPExpRun& synthesis = *project.getSynthesisOf(run);
+        std::string word = statusWord(synthesis);
+        if (!hasFailed(synthesis))
+            word = "isn't done";
+        else if (word == "lost")
+            word = "was lost";
+        line.say(fmt::format("{}: not launched, its synthesis {} {}", run.getName(),
+                             synthesis.getName(), word));
     }
 
-    static int launchAll_(Project& project, const RunPlan& plan) {
+    /// Tells what happened; `status` is that of the verb.
+    static void tell_(const Project& project, const LaunchQueue::Event& event, RunWatch& watch,
+                      ProgressLine& line, int& status) {
+        switch (event.kind) {
+        case LaunchQueue::Event::kStarted:
+            return;
+        case LaunchQueue::Event::kDone:
+        case LaunchQueue::Event::kFailed:
+            watch.tellEnd(*event.run);
+            break;
+        case LaunchQueue::Event::kLeftOut:
+            tellLeftOut_(project, *event.run, line);
+            break;
+        case LaunchQueue::Event::kTakenBack:
+            line.say(fmt::format("{}: taken back while it waited", event.run->getName()));
+            break;
+        case LaunchQueue::Event::kRefused:
+            line.clear();
+            tellError(event.text);
+            status = kExitRefused;
+            return;
+        }
+        if (event.kind == LaunchQueue::Event::kFailed)
+            tellError(failureText(*event.run));
+        if (event.kind != LaunchQueue::Event::kDone && status == kExitDone)
+            status = kExitRunFailed;
+    }
+
+    /// Such as "[3/9] 2 running, 3 waiting, 1 failed", the first being what has ended.
+    static std::string countText_(const LaunchQueue& queue) {
+        std::string text =
+            fmt::format("[{}/{}]", queue.doneCount() + queue.failedCount(), queue.runCount());
+        if (queue.runCount() == 1)
+            return text;
+        text += fmt::format(" {} running", queue.getRunning().size());
+        if (!queue.getWaiting().empty())
+            text += fmt::format(", {} waiting", queue.getWaiting().size());
+        if (queue.failedCount() > 0)
+            text += fmt::format(", {} failed", queue.failedCount());
+        return text + ":";
+    }
+
+    int launchAll_(Project& project, const RunPlan& plan) const {
         tellUpToDate_(plan);
         const Interrupt interrupt;
         ProgressLine line;
         RunWatch watch(line);
+        HAXPLaunchOptions options;
+        options.setNumJobsSH(m_jobs);
+        LaunchQueue queue(project, options);
+        for (HAXPExpRun* run : plan.launches)
+            queue.add(*run);
         int status = kExitDone;
-        for (auto next = plan.launches.begin(); next != plan.launches.end(); ++next) {
-            HAXPExpRun& run = **next;
-            if (isLeftOut_(project, run, line))
-                continue;
-            watch.setCount(
-                fmt::format("[{}/{}]", next - plan.launches.begin() + 1, plan.launches.size()));
-            LocalLauncher(project).launch(run);
-            if (watch.watch({&run}, interrupt) == RunWatch::kInterrupted)
-                return tellInterrupted({&run}, Runs(next + 1, plan.launches.end()));
-            if (!isDone(run)) {
-                tellError(failureText(run));
-                status = kExitRunFailed;
+        while (true) {
+            for (const LaunchQueue::Event& event : queue.advance())
+                tell_(project, event, watch, line, status);
+            if (queue.isOver())
+                break;
+            watch.setCount(countText_(queue));
+            watch.show(queue.getRunning());
+            if (interrupt.pause(RunWatch::kPollMs)) {
+                line.clear();
+                const Runs left = queue.takeBackWaiting();
+                return tellInterrupted(queue.getRunning(), left);
             }
         }
         line.clear();
@@ -156,6 +205,7 @@ private:
 
     std::vector<std::string> m_names;
     bool m_noWait = false;
+    int m_jobs = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
 };
 
 class WaitVerb final : public Verb {

@@ -22,7 +22,6 @@ namespace shell {
 
 namespace {
 
-constexpr int kPollMs = 100;
 /// As far back as the pass is looked for that yosys is in.
 constexpr std::size_t kProgressLines = 400;
 /// Enough for a step's last words.
@@ -57,15 +56,12 @@ RunWatch::End RunWatch::watch(const std::vector<HAXPExpRun*>& runs, const Interr
             run->updateRun();
         const auto ended = std::stable_partition(waiting.begin(), waiting.end(),
                                                  [](const auto* run) { return isAtWork(*run); });
-        for (auto run = waiting.begin(); run != waiting.end(); ++run)
-            tellSteps_(**run);
         for (auto run = ended; run != waiting.end(); ++run)
-            tellEnd_(**run);
+            tellEnd(**run);
         waiting.erase(ended, waiting.end());
         if (waiting.empty())
             return kAllEnded;
-        if (m_line.isLive())
-            m_line.draw(lineFor_(*waiting.front(), waiting.size() - 1));
+        show(waiting);
         if (interrupt.pause(kPollMs)) {
             m_line.clear();
             return kInterrupted;
@@ -86,7 +82,15 @@ void RunWatch::tellSteps_(const HAXPExpRun& run) {
     m_told[&run] = std::max(m_told[&run], begun);
 }
 
-void RunWatch::tellEnd_(const HAXPExpRun& run) {
+void RunWatch::show(const std::vector<HAXPExpRun*>& running) {
+    for (const HAXPExpRun* run : running)
+        tellSteps_(*run);
+    if (m_line.isLive() && !running.empty())
+        m_line.draw(lineFor_(*running.front(), running.size() - 1));
+}
+
+void RunWatch::tellEnd(const HAXPExpRun& run) {
+    tellSteps_(run);
     if (isDone(run))
         m_line.say(fmt::format("{}: done{}", run.getName(), resultsOf(run)));
     else if (hasFailed(run))

@@ -19,6 +19,9 @@ public:
     /// How watching ended.
     enum End { kAllEnded, kInterrupted };
 
+    /// Between two looks at the runs.
+    static constexpr int kPollMs = 100;
+
     explicit RunWatch(ProgressLine& line) : m_line(line) {}
 
     /// What stands in front of the line that changes, such as "[2/3]".
@@ -28,9 +31,13 @@ public:
     /// is told at once.
     End watch(const std::vector<HAXPExpRun*>& runs, const Interrupt& interrupt);
 
+    /// Tells what is new about `running`, which are up to date, and draws the line.
+    void show(const std::vector<HAXPExpRun*>& running);
+    /// Tells that a run has ended, and how.
+    void tellEnd(const HAXPExpRun& run);
+
 private:
     void tellSteps_(const HAXPExpRun& run);
-    void tellEnd_(const HAXPExpRun& run);
     std::string lineFor_(const HAXPExpRun& run, std::size_t others) const;
 
     ProgressLine& m_line;

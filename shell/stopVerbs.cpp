@@ -30,6 +30,8 @@ std::string processesWord(std::size_t count) {
 /// What became of the run, such as "stopped in place_design: 4 processes ended in 21 ms".
 std::string stopText(const HAXPExpRun& run, const workbench::StopResult& result) {
     std::string text = statusWord(run);
+    if (result.asked == 0)
+        return "taken back before it began";
     if (text == "stopped")
         text += stopPlace(run);
     if (text == "done" || text == "failed")

@@ -26,6 +26,7 @@
 #include "runs/base/xpreport/reportConfigUtil.h"
 #include "workbench/DesignInputs.h"
 #include "workbench/OpenRunInfo.h"
+#include "workbench/launchLease.h"
 #include "workbench/runGate.h"
 #include "workbench/runLock.h"
 
@@ -61,6 +62,7 @@ std::string queueMarker(const HAXPExpRunBase& run) {
 
 /// What one reading of the directory tells.
 struct HAXPExpRun::Poll {
+    bool waiting = false;
     bool queued = false;
     const HAXPExpRunStep* failed = nullptr;
     const HAXPExpRunStep* running = nullptr;
@@ -86,6 +88,8 @@ const char HAXPExpRun::kStoppedText[] = "Stopped before";
 struct HAXPExpRun::Extra {
     HAXPStratDB* owner = nullptr;
     bool dirty = false;
+    /// It was seen to wait for its first launch, which may have come by another process.
+    bool hasWaited = false;
     workbench::RunGate gate;
 };
 
@@ -149,7 +153,9 @@ void HAXPExpRun::publishReports() {
 void HAXPExpRun::updateStatus() {
     std::string dir;
     getRunDir(dir);
-    if (dir.empty() || getRunMode() != kLaunched) {
+    const bool isLaunched = getRunMode() == kLaunched;
+    m_extra->hasWaited = m_extra->hasWaited || (!isLaunched && !dir.empty() && isWaiting_());
+    if (dir.empty() || (!isLaunched && !m_extra->hasWaited)) {
         clearStatus_();
         return;
     }
@@ -159,8 +165,10 @@ void HAXPExpRun::updateStatus() {
     Poll poll;
     // Looked for before the lock: the script takes the lock before this marker goes, so
     // that one of the two is seen of a run that is about to begin.
-    const bool queued = isQueued_();
+    const bool waiting = isWaiting_();
+    const bool queued = waiting || isQueued_();
     readSteps_(dir, poll);
+    poll.waiting = waiting;
     poll.queued = queued;
     RunLife life = RunLife::kUnknown;
     if (poll.failed == nullptr && poll.missing != nullptr) {
@@ -170,6 +178,7 @@ void HAXPExpRun::updateStatus() {
             const bool changed = poll.changed;
             const bool reportsChanged = poll.reportsChanged;
             poll = Poll();
+            poll.waiting = waiting;
             poll.queued = queued;
             poll.changed = changed;
             poll.reportsChanged = reportsChanged;
@@ -178,7 +187,8 @@ void HAXPExpRun::updateStatus() {
     }
     const Verdict verdict = decide_(poll, life);
     publish_(poll, verdict);
-    m_extra->gate.close(verdict.code == HDGUIStatus::statusDone || poll.failed != nullptr);
+    m_extra->gate.close(!poll.waiting &&
+                        (verdict.code == HDGUIStatus::statusDone || poll.failed != nullptr));
 }
 
 void HAXPExpRun::setRunStatus(HAXPExpRunStep* step, int status) {
@@ -283,7 +293,19 @@ void HAXPExpRun::readSteps_(const std::string& dir, Poll& poll) {
     }
 }
 
+/// Whether a launcher that lives, as far as that can be told, lets the run wait.
+bool HAXPExpRun::isWaiting_() const {
+    workbench::LaunchLease lease;
+    if (!workbench::readLease(pathOf(queueMarker(*this)), lease) || !lease.isWaiting)
+        return false;
+    const HUTProcessHandle::Life life = workbench::lookAtLauncher(lease);
+    return life == HUTProcessHandle::Life::kAlive || life == HUTProcessHandle::Life::kUnknown;
+}
+
 bool HAXPExpRun::isQueued_() const {
+    workbench::LaunchLease lease;
+    if (workbench::readLease(pathOf(queueMarker(*this)), lease) && lease.isWaiting)
+        return false;
     long made = 0;
     // Older than any start takes: whoever made it went away before the script began.
     return HUTFile::getFileStamp(pathOf(queueMarker(*this)).c_str(), made) &&
@@ -305,6 +327,8 @@ bool HAXPExpRun::isStoppedFailure_(const HAXPExpRunStep& failed) const {
 }
 
 HAXPExpRun::Verdict HAXPExpRun::decide_(const Poll& poll, RunLife life) const {
+    if (poll.waiting)
+        return {HDGUIStatus::statusQueued, "Queued", nullptr};
     if (poll.failed != nullptr)
         return {HDGUIStatus::statusError,
                 isStoppedFailure_(*poll.failed) ? kStoppedInText : "Failed", poll.failed};

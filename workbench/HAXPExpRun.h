@@ -18,10 +18,10 @@ struct DesignInputs;
 ///
 /// Its status follows from the markers of its steps: failed when one failed, done when
 /// every step up to the last one of its launch is done, queued while its queue marker
-/// stands and no step is at work, running while a step or the time between two steps
-/// is. A run whose processes are gone without an end is failed, and its text says that
-/// it was lost. One that was asked to stop is failed too, and its text says so; a step
-/// that had failed before stays the cause.
+/// stands and no step is at work or its launcher lets it wait, running while a step or the time
+/// between two steps is. A run whose processes are gone without an end is failed, and its text says
+/// that it was lost. One that was asked to stop is failed too, and its text says so; a step that
+/// had failed before stays the cause.
 class WORKBENCH_API HAXPExpRun final : public HAXPExpRunBase {
 public:
     /// The texts of the status of a failed run whose processes went away in the middle
@@ -79,6 +79,7 @@ private:
     struct Poll;
     struct Verdict;
     void readSteps_(const std::string& dir, Poll& poll);
+    bool isWaiting_() const;
     bool isQueued_() const;
     bool isStoppedFailure_(const HAXPExpRunStep& failed) const;
     Verdict decide_(const Poll& poll, workbench::RunLife life) const;

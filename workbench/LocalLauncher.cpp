@@ -103,6 +103,32 @@ void LocalLauncher::launch(HAXPExpRun& run) {
     start_(run);
 }
 
+void LocalLauncher::enqueue(HAXPExpRun& run) {
+    run.updateStatus();
+    workbench::requireNotAtWork(run);
+    workbench::requireSources(run);
+    prepareDirectory_(run);
+    m_project.save();
+    workbench::LaunchLease lease = workbench::makeLease();
+    lease.isWaiting = true;
+    try {
+        workbench::writeLease(queueMarker(run), lease);
+    } catch (const HXMLException&) {
+        fail("@60-43@%s%s", run.getName(), adviceFor(dirOf(run)));
+    }
+    run.updateStatus();
+}
+
+bool LocalLauncher::isEnqueued(const HAXPExpRun& run) {
+    workbench::LaunchLease lease;
+    return workbench::readLease(queueMarker(run), lease) && lease.isWaiting;
+}
+
+void LocalLauncher::takeBack(HAXPExpRun& run) {
+    HUTFile(queueMarker(run)).rm();
+    run.updateStatus();
+}
+
 void LocalLauncher::checkInputs_(const HAXPExpRun& run) const {
     const HAXPExpRun* synthesis = m_project.getSynthesisOf(run);
     if (synthesis != nullptr && synthesis->getStatus()->getCode() != HDGUIStatus::statusDone)
@@ -163,7 +189,11 @@ void LocalLauncher::takeLease_(HAXPExpRun& run) {
 
 void LocalLauncher::start_(HAXPExpRun& run) {
     const std::string marker = queueMarker(run);
-    HUTFileUtils::createFile(marker, "");
+    try {
+        workbench::writeLease(marker, m_lease);
+    } catch (const HXMLException&) {
+        // It only shows the moment until the script begins.
+    }
     HUTFork script;
     script.setEnvVar(workbench::kLaunchVariable, m_lease.id);
     script.addArg(run.pathOf("runme.sh"));

@@ -24,6 +24,16 @@ public:
     /// that were to run anew may be reset.
     void launch(HAXPExpRun& run);
 
+    /// Makes `run` show as queued, for as long as this process lives or until it is
+    /// launched or taken back; saves the project.
+    /// @throws HEXUserException it is at work, an input is missing, or its directory can't
+    /// be written.
+    void enqueue(HAXPExpRun& run);
+    /// Whether nobody took `run` back since enqueue().
+    static bool isEnqueued(const HAXPExpRun& run);
+    /// Undoes enqueue().
+    static void takeBack(HAXPExpRun& run);
+
 private:
     void checkInputs_(const HAXPExpRun& run) const;
     void prepareDirectory_(HAXPExpRun& run);

@@ -10,6 +10,7 @@
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "workbench/DesignInputs.h"
 #include "workbench/HAXPExpRun.h"
+#include "workbench/launchLease.h"
 #include "workbench/OpenRunInfo.h"
 
 namespace workbench {
@@ -36,9 +37,15 @@ const HAXPExpRunStep* firstStepToRun(HAXPExpRun& run) {
 
 void requireNotAtWork(const HAXPExpRun& run) {
     const int code = run.getStatus()->getCode();
-    if (code == HDGUIStatus::statusRunning || code == HDGUIStatus::statusQueued)
-        fail("@60-40@%s%s", run.getName(),
-             code == HDGUIStatus::statusRunning ? "running" : "queued");
+    if (code != HDGUIStatus::statusRunning && code != HDGUIStatus::statusQueued)
+        return;
+    LaunchLease lease;
+    const std::string queueMarker = run.getStrategy()->getFlow()->getQueueMarkerName();
+    const bool isKnown = readLease(run.pathOf(queueMarker), lease) ||
+                         readLease(run.pathOf(kLeaseName), lease);
+    fail("@60-40@%s%s%s", run.getName(),
+         code == HDGUIStatus::statusRunning ? "running" : "queued",
+         isKnown ? ", launched " + leaseText(lease) : std::string());
 }
 
 void requireSources(const HAXPExpRun& run) {

@@ -15,7 +15,8 @@ namespace workbench {
 /// stands. Brings status and stale reasons up to date.
 WORKBENCH_API const HAXPExpRunStep* firstStepToRun(HAXPExpRun& run);
 
-/// @throws HEXUserException `run` is at work, according to its status.
+/// @throws HEXUserException `run` is at work, according to its status; it says who launched
+/// it, where and when.
 WORKBENCH_API void requireNotAtWork(const HAXPExpRun& run);
 
 /// @throws HEXUserException a source of `run` isn't there, or it has none and needs one.

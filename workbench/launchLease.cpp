@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #include "workbench/launchLease.h"
 
+#include <array>
 #include <cstdlib>
 #include <ctime>
 
@@ -11,7 +12,6 @@
 #include "environment/errors/HEXAll.h"
 #include "environment/files/HUTFileUtils.h"
 #include "environment/process/processTable.h"
-#include "environment/strings/HUTConvert.h"
 #include "environment/xml/HXMLWriterBase.h"
 #include "environment/xml/xmlDocument.h"
 
@@ -30,6 +30,7 @@ const char kVersion[] = "Version";
 const char kMinor[] = "Minor";
 const char kId[] = "Id";
 const char kTime[] = "Time";
+const char kWaiting[] = "Waiting";
 const char kLauncher[] = "Launcher";
 const char kHost[] = "Host";
 const char kOwner[] = "Owner";
@@ -122,6 +123,8 @@ void writeLease(const std::string& path, const LaunchLease& lease) {
     out.addAttr(name::kMinor, std::to_string(kMinor));
     out.addAttr(name::kId, lease.id);
     out.addAttr(name::kTime, std::to_string(lease.time));
+    if (lease.isWaiting)
+        out.addAttr(name::kWaiting, "true");
     out.wrStartTag(name::kLaunch);
     writeLauncher(out, lease.launcher);
     out.wrEndTag(name::kLaunch);
@@ -142,12 +145,27 @@ bool readLease(const std::string& path, LaunchLease& lease) {
         LaunchLease read;
         read.id = root.attribute(name::kId);
         read.time = longOf(root, name::kTime);
+        read.isWaiting = root.attribute(name::kWaiting) == "true";
         readLauncher(*launcher, read.launcher);
         lease = read;
         return true;
     } catch (const HEXAll&) {
         return false;
     }
+}
+
+std::string leaseText(const LaunchLease& lease) {
+    std::string user;
+    std::string host;
+    lease.launcher.getUser(user);
+    lease.launcher.getHostname(host);
+    const std::time_t time = lease.time;
+    std::tm local{};
+    std::array<char, 32> when{};
+    localtime_r(&time, &local);
+    std::strftime(when.data(), when.size(), "%Y-%m-%d %H:%M:%S", &local);
+    return "by " + (user.empty() ? "user " + std::to_string(lease.launcher.getUid()) : user) +
+           " on " + host + " at " + when.data();
 }
 
 HUTProcessHandle::Life lookAtLauncher(const LaunchLease& lease) {

@@ -22,6 +22,8 @@ struct LaunchLease {
     std::string id;
     /// When it was made, in seconds since 1970 by the launching host's clock.
     long time = 0;
+    /// Whether the run waits for its turn: it is queued as long as the launcher lives.
+    bool isWaiting = false;
     /// The process that launches, not one of the run.
     HUTProcessHandle launcher;
 };
@@ -36,6 +38,9 @@ WORKBENCH_API void writeLease(const std::string& path, const LaunchLease& lease)
 /// Reads the lease `path`. False, with `lease` as it was, when there is none or what
 /// stands there is none, such as the empty queue marker of an older program.
 WORKBENCH_API bool readLease(const std::string& path, LaunchLease& lease);
+
+/// Who launched, where and when: "by jane on node7 at 2026-11-21 16:02:11".
+WORKBENCH_API std::string leaseText(const LaunchLease& lease);
 
 /// What can be said of the process that launches. It may be this one.
 WORKBENCH_API HUTProcessHandle::Life lookAtLauncher(const LaunchLease& lease);

@@ -2,11 +2,11 @@
 // Copyright the Xperiment authors
 #include "workbench/runProcesses.h"
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
-#include <iterator>
 #include <memory>
 
 #include <dirent.h>
@@ -38,6 +38,17 @@ std::string procPath(long pid, const char* name) {
     return "/proc/" + std::to_string(pid) + "/" + name;
 }
 
+/// Appends what can be read of the file.
+void appendFile(const std::string& path, std::string& text) {
+    const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    std::array<char, 16384> buffer{};
+    ssize_t count = 0;
+    while (fd >= 0 && (count = read(fd, buffer.data(), buffer.size())) > 0)
+        text.append(buffer.data(), static_cast<std::size_t>(count));
+    if (fd >= 0)
+        close(fd);
+}
+
 /// Tells the processes of one run from all others.
 class Membership {
 public:
@@ -58,9 +69,8 @@ private:
     bool carriesIdentity_(long pid) const {
         if (m_entry.empty())
             return false;
-        std::ifstream file(procPath(pid, "environ"), std::ios::binary);
         std::string environment(1, '\0');
-        environment.append(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
+        appendFile(procPath(pid, "environ"), environment);
         return environment.find(m_entry) != std::string::npos;
     }
 

@@ -55,7 +55,10 @@ public:
     explicit Stop(HAXPExpRun& run) : m_run(run) {
         m_run.getRunDir(m_dir);
         LaunchLease lease;
-        if (readLease(m_run.pathOf(kLeaseName), lease)) {
+        const HAXPFlow* flow = m_run.getStrategy()->getFlow();
+        m_queueMarker = m_run.pathOf(flow->getQueueMarkerName());
+        // A run that waits to be launched anew has the lease of the launch before, too.
+        if (readLease(m_queueMarker, lease) || readLease(m_run.pathOf(kLeaseName), lease)) {
             m_id = lease.id;
             lease.launcher.getHostname(m_host);
         }
@@ -83,8 +86,7 @@ public:
         m_result.ms = process::clock().nowMs() - m_start;
         m_result.asked = m_asked.size();
         m_result.killed = m_killed.size();
-        const HAXPFlow* flow = m_run.getStrategy()->getFlow();
-        HUTFile(m_run.pathOf(flow->getQueueMarkerName())).rm();
+        HUTFile(m_queueMarker).rm();
         m_run.updateStatus();
         return m_result;
     }
@@ -140,6 +142,7 @@ private:
     std::string m_dir;
     std::string m_id;
     std::string m_host;
+    std::string m_queueMarker;
     long m_start = 0;
     std::map<long, long> m_seen;
     std::set<long> m_asked;

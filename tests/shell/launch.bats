@@ -55,12 +55,12 @@ setup_file() {
   new_project
   "$xp" -C proj create synth_1 --flow synth
   COLUMNS=40 run -0 script -qec "'$xp' -C proj launch" /dev/null
-  [[ $output == *$'\r[1/1] synth_1 '* ]]
+  [[ $output == *$'\r[0/1] synth_1 '* ]]
   local drawn
   while IFS= read -r -d $'\r' drawn; do
     drawn=${drawn%%$'\e[K'*}
     drawn=${drawn##*$'\n'}
-    [[ $drawn != '[1/1]'* || ${#drawn} -le 39 ]]
+    [[ $drawn != '[0/1]'* || ${#drawn} -le 39 ]]
   done <<<"$output"
   [[ $output == *$'\r\e[K'*'synth_1: done in '* ]]
 }

@@ -22,10 +22,6 @@ xp_in_background() {
   xp_pid=$!
 }
 
-run_is() {
-  [ "$(status_of "$1" status)" = "$2" ]
-}
-
 # The processes that have the file $1 open.
 holders_of() {
   local fd

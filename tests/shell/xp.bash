@@ -110,3 +110,50 @@ assert_one_error() {
     [[ $output == *"$text"* ]] || { echo "lacks '$text': $output"; return 1; }
   done
 }
+
+# Whether run $1 has the status $2.
+run_is() {
+  [ "$(status_of "$1" status)" = "$2" ]
+}
+
+# Puts a script, read from standard input, in the place of the tool $1. It finds
+# $tool_dir/pids, where it notes its processes, and says when it has begun by `begun`.
+fake_tool() {
+  mkdir -p "$tool_dir"
+  mkfifo "$tool_dir/started"
+  exec 8<>"$tool_dir/started"
+  {
+    printf '#!/bin/bash\nnote() { echo "$BASHPID" >>%q/pids; }\n' "$tool_dir"
+    printf 'begun() { echo "$$" >%q/started; }\n' "$tool_dir"
+    printf 'hang() { while :; do read -r -t 1000 <>%q/never; done; }\n' "$tool_dir"
+    cat
+  } >"$tool_dir/$1"
+  mkfifo "$tool_dir/never"
+  chmod +x "$tool_dir/$1"
+  PATH=$tool_dir:$PATH
+}
+
+# Launches run $1, whose tool is a fake one, and waits until that has begun.
+launch_fake() {
+  "$xp" -C proj launch "$1" --no-wait 8>&-
+  tool_started
+  launch_id=$(sed -n 's/.* Id="\([^"]*\)".*/\1/p' "$project/runs/$1/.launch.xml")
+  [ -n "$launch_id" ]
+}
+
+# The processes that carry the launch's identity, or whose ids the fake tool noted.
+survivors() {
+  local pid
+  grep -alzx "XPERIMENT_LAUNCH=$launch_id" /proc/[0-9]*/environ 2>/dev/null | cut -d/ -f3
+  if [ -f "$tool_dir/pids" ]; then
+    while read -r pid; do
+      [ ! -e "/proc/$pid" ] || [[ $(</proc/$pid/stat) == *') Z '* ]] || echo "$pid"
+    done <"$tool_dir/pids"
+  fi
+}
+
+assert_nothing_left() {
+  run survivors
+  [ -z "$output" ] || { echo "left: $output"; return 1; }
+  flock -n "$project/runs/$1/.run.lock" true
+}

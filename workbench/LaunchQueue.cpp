@@ -1,0 +1,143 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "workbench/LaunchQueue.h"
+
+#include <algorithm>
+
+#include "environment/errors/HEXUserException.h"
+#include "runs/base/xperiment/HAXPLaunchOptions.h"
+#include "runs/base/xperiment/HDGUIStatus.h"
+#include "workbench/HAXPExpRun.h"
+#include "workbench/Project.h"
+
+namespace {
+
+bool contains(const LaunchQueue::Runs& runs, const HAXPExpRun* run) {
+    return std::find(runs.begin(), runs.end(), run) != runs.end();
+}
+
+void remove(LaunchQueue::Runs& runs, const HAXPExpRun* run) {
+    runs.erase(std::remove(runs.begin(), runs.end(), run), runs.end());
+}
+
+bool isAtWork(const HAXPExpRun& run) {
+    const int code = run.getStatus()->getCode();
+    return code == HDGUIStatus::statusQueued || code == HDGUIStatus::statusRunning;
+}
+
+bool isDone(const HAXPExpRun& run) {
+    return run.getStatus()->getCode() == HDGUIStatus::statusDone;
+}
+
+}  // namespace
+
+LaunchQueue::LaunchQueue(Project& project, const HAXPLaunchOptions& options)
+    : m_project(project), m_launcher(project),
+      m_most(static_cast<std::size_t>(options.getNumJobsSH())) {}
+
+LaunchQueue::~LaunchQueue() {
+    takeBackWaiting();
+}
+
+void LaunchQueue::add(HAXPExpRun& run) {
+    m_job.addRun(&run);
+    m_waiting.push_back(&run);
+}
+
+std::vector<LaunchQueue::Event> LaunchQueue::advance() {
+    std::vector<Event> events;
+    lookAtRunning_(events);
+    startWaiting_(events);
+    showWaiting_(events);
+    return events;
+}
+
+LaunchQueue::Runs LaunchQueue::takeBackWaiting() {
+    for (HAXPExpRun* run : m_shown) {
+        if (LocalLauncher::isEnqueued(*run))
+            LocalLauncher::takeBack(*run);
+    }
+    m_shown.clear();
+    Runs waited;
+    waited.swap(m_waiting);
+    return waited;
+}
+
+void LaunchQueue::lookAtRunning_(std::vector<Event>& events) {
+    const Runs running = m_running;
+    for (HAXPExpRun* run : running) {
+        run->updateRun();
+        if (isAtWork(*run))
+            continue;
+        remove(m_running, run);
+        if (isDone(*run))
+            m_job.markAsExported(run);
+        else
+            m_job.markAsFailed(run);
+        events.push_back({run, isDone(*run) ? Event::kDone : Event::kFailed, ""});
+    }
+}
+
+void LaunchQueue::startWaiting_(std::vector<Event>& events) {
+    const Runs waiting = m_waiting;
+    for (HAXPExpRun* run : waiting) {
+        if (contains(m_shown, run) && !LocalLauncher::isEnqueued(*run)) {
+            giveUp_(*run, Event::kTakenBack, "", events);
+            continue;
+        }
+        const Turn turn = turnOf_(*run);
+        if (turn == Turn::kNever)
+            giveUp_(*run, Event::kLeftOut, "", events);
+        else if (turn == Turn::kStart && m_running.size() < m_most)
+            start_(*run, events);
+    }
+}
+
+/// Who has to wait shows as queued from the first time on.
+void LaunchQueue::showWaiting_(std::vector<Event>& events) {
+    const Runs waiting = m_waiting;
+    for (HAXPExpRun* run : waiting) {
+        if (contains(m_shown, run))
+            continue;
+        try {
+            m_launcher.enqueue(*run);
+            m_shown.push_back(run);
+        } catch (const HEXUserException& error) {
+            giveUp_(*run, Event::kRefused, error.what(), events);
+        }
+    }
+}
+
+LaunchQueue::Turn LaunchQueue::turnOf_(const HAXPExpRun& run) const {
+    HAXPExpRun* synthesis = m_project.getSynthesisOf(run);
+    if (synthesis == nullptr || isDone(*synthesis))
+        return contains(m_waiting, synthesis) ? Turn::kWait : Turn::kStart;
+    if (contains(m_waiting, synthesis) || contains(m_running, synthesis))
+        return Turn::kWait;
+    // One that this launch didn't bring to its end is for the launcher to refuse.
+    return m_job.hasRunBeenAttempted(synthesis) ? Turn::kNever : Turn::kStart;
+}
+
+void LaunchQueue::start_(HAXPExpRun& run, std::vector<Event>& events) {
+    try {
+        if (contains(m_shown, &run))
+            LocalLauncher::takeBack(run);
+        m_launcher.launch(run);
+        remove(m_waiting, &run);
+        remove(m_shown, &run);
+        m_running.push_back(&run);
+        events.push_back({&run, Event::kStarted, ""});
+    } catch (const HEXUserException& error) {
+        giveUp_(run, Event::kRefused, error.what(), events);
+    }
+}
+
+void LaunchQueue::giveUp_(HAXPExpRun& run, Event::Kind kind, const std::string& text,
+                          std::vector<Event>& events) {
+    if (contains(m_shown, &run) && LocalLauncher::isEnqueued(run))
+        LocalLauncher::takeBack(run);
+    remove(m_shown, &run);
+    remove(m_waiting, &run);
+    m_job.markAsFailed(&run);
+    events.push_back({&run, kind, text});
+}

@@ -1,0 +1,88 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "runs/base/xperiment/HAXPJob.h"
+#include "workbench/LocalLauncher.h"
+#include "workbench/WorkbenchExport.h"
+
+class HAXPExpRun;
+class HAXPLaunchOptions;
+class Project;
+
+/// Many runs of one launch on this host, up to a number of them at once.
+///
+/// A run that waits shows as queued. An implementation waits for its synthesis when that
+/// belongs to the launch too, and is left out when that fails; all others go on. Who
+/// launches calls advance() again and again. Runs at work go on when the object is
+/// deleted, those that wait are taken back then; when this process is killed, they
+/// aren't queued any more.
+class WORKBENCH_API LaunchQueue {
+public:
+    using Runs = std::vector<HAXPExpRun*>;
+
+    /// What became of a run.
+    struct Event {
+        enum Kind {
+            kStarted,
+            kDone,
+            kFailed,    ///< or was lost or stopped
+            kLeftOut,   ///< its synthesis isn't done; never started
+            kRefused,   ///< couldn't be launched; `text` is the message
+            kTakenBack  ///< somebody stopped it while it waited
+        };
+        HAXPExpRun* run;
+        Kind kind;
+        std::string text;
+    };
+
+    /// The project isn't owned and is open for changes. Of `options` the number of jobs
+    /// on this host counts.
+    LaunchQueue(Project& project, const HAXPLaunchOptions& options);
+    ~LaunchQueue();
+
+    /// Adds a run behind the others; a synthesis comes before what starts from it.
+    void add(HAXPExpRun& run);
+
+    /// Brings the runs at work up to date, starts what may start, and says what happened
+    /// since the last call. Never waits for a run.
+    std::vector<Event> advance();
+
+    /// Whether every run has come to its end, one way or the other.
+    bool isOver() const { return m_job.allRunsAttempted(); }
+
+    const Runs& getRunning() const { return m_running; }
+    /// In the order in which they were added.
+    const Runs& getWaiting() const { return m_waiting; }
+    int doneCount() const { return m_job.exportedRunCount(); }
+    /// Every run that came to its end otherwise.
+    int failedCount() const { return m_job.failedRunCount(); }
+    int runCount() const { return m_job.runCount(); }
+
+    /// Takes back what waits, and says what it was.
+    Runs takeBackWaiting();
+
+private:
+    enum class Turn { kWait, kStart, kNever };
+
+    void lookAtRunning_(std::vector<Event>& events);
+    void startWaiting_(std::vector<Event>& events);
+    void showWaiting_(std::vector<Event>& events);
+    Turn turnOf_(const HAXPExpRun& run) const;
+    void start_(HAXPExpRun& run, std::vector<Event>& events);
+    void giveUp_(HAXPExpRun& run, Event::Kind kind, const std::string& text,
+                 std::vector<Event>& events);
+
+    Project& m_project;
+    LocalLauncher m_launcher;
+    HAXPJob m_job{1};
+    std::size_t m_most;
+    Runs m_waiting;
+    Runs m_running;
+    /// Those of the waiting ones that show as queued.
+    Runs m_shown;
+};
