@@ -225,7 +225,9 @@ bool HAXPExpRun::resetFrom(const HAXPExpRunStep* first) {
         step->resetStaleReasons();
         step->resetReportConfigs();
     }
-    HUTFile(pathOf(queueMarker(*this))).rm();
+    // One that waits for this launch stays queued until its script begins.
+    if (!isWaiting_())
+        HUTFile(pathOf(queueMarker(*this))).rm();
     getInfo().removeAllStaleReasons();
     setLatestStep(nullptr);
     m_extra->gate.forget();

@@ -120,8 +120,6 @@ LaunchQueue::Turn LaunchQueue::turnOf_(const HAXPExpRun& run) const {
 
 void LaunchQueue::start_(HAXPExpRun& run, std::vector<Event>& events) {
     try {
-        if (contains(m_shown, &run))
-            LocalLauncher::takeBack(run);
         m_launcher.launch(run);
         remove(m_waiting, &run);
         remove(m_shown, &run);

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include <sys/statvfs.h>
+#include <unistd.h>
 
 #include "environment/errors/HEXError.h"
 #include "environment/errors/HEXUserException.h"
@@ -93,11 +94,15 @@ LocalLauncher::LocalLauncher(Project& project) : m_project(project) {}
 
 void LocalLauncher::launch(HAXPExpRun& run) {
     run.updateStatus();
-    workbench::requireNotAtWork(run);
+    const bool waits = isEnqueued(run);
+    if (!waits)
+        workbench::requireNotAtWork(run);
     checkInputs_(run);
     prepareDirectory_(run);
     takeBackSteps_(run);
     writeScripts_(run);
+    if (waits && !isEnqueued(run))
+        fail("@60-54@%s", run.getName());
     takeLease_(run);
     recordLaunch_(run);
     start_(run);
@@ -121,7 +126,9 @@ void LocalLauncher::enqueue(HAXPExpRun& run) {
 
 bool LocalLauncher::isEnqueued(const HAXPExpRun& run) {
     workbench::LaunchLease lease;
-    return workbench::readLease(queueMarker(run), lease) && lease.isWaiting;
+    return !dirOf(run).empty() && workbench::readLease(queueMarker(run), lease) &&
+           lease.isWaiting && lease.launcher.getPid() == getpid() &&
+           workbench::lookAtLauncher(lease) == HUTProcessHandle::Life::kAlive;
 }
 
 void LocalLauncher::takeBack(HAXPExpRun& run) {

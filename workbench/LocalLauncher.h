@@ -18,7 +18,8 @@ public:
 
     /// Starts `run` from its first step that isn't done or is stale, in a run directory
     /// that is made if it has none, and saves the project. Returns as soon as the run's
-    /// script is started.
+    /// script is started. A run that waits may be launched; it shows as queued until its
+    /// script begins.
     /// @throws HEXUserException it is at work, an input or the synthesis is missing, or
     /// its directory or scripts can't be written; the run is as it was, but that steps
     /// that were to run anew may be reset.
@@ -29,7 +30,7 @@ public:
     /// @throws HEXUserException it is at work, an input is missing, or its directory can't
     /// be written.
     void enqueue(HAXPExpRun& run);
-    /// Whether nobody took `run` back since enqueue().
+    /// Whether `run` waits by enqueue() of this process, and nobody took it back since.
     static bool isEnqueued(const HAXPExpRun& run);
     /// Undoes enqueue().
     static void takeBack(HAXPExpRun& run);

@@ -7,11 +7,13 @@
 #include "environment/messages/ComMsgMgr.h"
 #include "environment/messages/ComMsgMgrInstance.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
+#include "runs/base/xperiment/HAXPFlow.h"
+#include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "workbench/DesignInputs.h"
 #include "workbench/HAXPExpRun.h"
-#include "workbench/launchLease.h"
 #include "workbench/OpenRunInfo.h"
+#include "workbench/launchLease.h"
 
 namespace workbench {
 
@@ -41,10 +43,9 @@ void requireNotAtWork(const HAXPExpRun& run) {
         return;
     LaunchLease lease;
     const std::string queueMarker = run.getStrategy()->getFlow()->getQueueMarkerName();
-    const bool isKnown = readLease(run.pathOf(queueMarker), lease) ||
-                         readLease(run.pathOf(kLeaseName), lease);
-    fail("@60-40@%s%s%s", run.getName(),
-         code == HDGUIStatus::statusRunning ? "running" : "queued",
+    const bool isKnown =
+        readLease(run.pathOf(queueMarker), lease) || readLease(run.pathOf(kLeaseName), lease);
+    fail("@60-40@%s%s%s", run.getName(), code == HDGUIStatus::statusRunning ? "running" : "queued",
          isKnown ? ", launched " + leaseText(lease) : std::string());
 }
 
