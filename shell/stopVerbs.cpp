@@ -1,6 +1,8 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
 // The verbs that stop a run and take it back.
+#include <algorithm>
+
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
@@ -8,6 +10,7 @@
 
 #include "environment/containers/HSTVector.h"
 #include "environment/errors/HEXUserException.h"
+#include "runs/base/xperiment/HDGUIStatus.h"
 #include "shell/exitStatus.h"
 #include "shell/runPlan.h"
 #include "shell/runView.h"
@@ -57,7 +60,12 @@ public:
         const auto project = Project::open(session.projectDir, Project::kRead);
         int status = kExitDone;
         bool isAnyStopped = false;
-        for (HAXPExpRun* run : chosenRuns(*project, m_names))
+        Runs runs = chosenRuns(*project, m_names);
+        // What waits first: it would begin as soon as another run makes room for it.
+        std::stable_partition(runs.begin(), runs.end(), [](const HAXPExpRun* run) {
+            return run->getStatus()->getCode() == HDGUIStatus::statusQueued;
+        });
+        for (HAXPExpRun* run : runs)
             isAnyStopped = stop_(*run, status) || isAnyStopped;
         if (m_all && !isAnyStopped && status == kExitDone)
             fmt::print(stderr, "No run is at work\n");

@@ -21,6 +21,7 @@
 #include "tests/support/RunDir.h"
 #include "tests/unit/workbench/TestBench.h"
 #include "workbench/OpenRunInfo.h"
+#include "workbench/launchLease.h"
 #include "workbench/runLock.h"
 
 namespace {
@@ -52,6 +53,14 @@ protected:
     }
     std::string queueMarker() const {
         return "." + test::TestBench::implementation().getQueStr() + ".queue.rst";
+    }
+    /// The queue marker of a run that waits for a launcher that lives, or doesn't.
+    void wait(bool launcherLives) const {
+        workbench::LaunchLease lease = workbench::makeLease();
+        lease.isWaiting = true;
+        if (!launcherLives)
+            lease.launcher.setStartTicks(lease.launcher.getStartTicks() + 1);
+        workbench::writeLease(m_dir.path(queueMarker()), lease);
     }
     void queue() const { m_dir.mark(queueMarker()); }
     void lockFree() const { m_dir.mark(workbench::kRunLockName); }
@@ -94,6 +103,34 @@ TEST_F(RunStatusTest, IsQueuedUntilItsScriptBegins) {
     EXPECT_EQ(poll(), "Queued (1)");
     lockFree();
     EXPECT_EQ(poll(), "Queued (1)");
+}
+
+TEST_F(RunStatusTest, IsQueuedAsLongAsTheLauncherThatLetsItWaitLives) {
+    wait(true);
+    m_dir.touch(queueMarker(), 1000);
+    EXPECT_EQ(poll(), "Queued (1)");
+    wait(false);
+    EXPECT_EQ(poll(), "Not started (0)");
+}
+
+TEST_F(RunStatusTest, IsQueuedWhileItWaitsWhateverTheMarkersOfTheLaunchBefore) {
+    fail("ice40_init");
+    lockFree();
+    wait(true);
+    EXPECT_EQ(poll(), "Queued (1)");
+    wait(false);
+    EXPECT_EQ(poll(), "Failed init_design (5)");
+}
+
+TEST_F(RunStatusTest, IsQueuedWhileItWaitsForItsFirstLaunchAndFollowsTheMarkersThen) {
+    m_run->setRunMode(HAXPExpRun::kNotLaunched);
+    wait(true);
+    EXPECT_EQ(poll(), "Queued (1)");
+    m_dir.unmark(queueMarker());
+    EXPECT_EQ(poll(), "Not started (0)");
+    const test::HeldRunLock lock(m_dir.path());
+    begin("ice40_init");
+    EXPECT_EQ(poll(), "Running init_design (2)");
 }
 
 TEST_F(RunStatusTest, IsQueuedAgainWhenItGoesOnFromALaterStep) {
