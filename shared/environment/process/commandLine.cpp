@@ -35,10 +35,7 @@ std::string showWord(const std::string& word) {
         "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789_@%+=:,./-";
     if (!word.empty() && word.find_first_not_of(kPlain) == std::string::npos)
         return word;
-    std::string shown = "'";
-    for (const char c : word)
-        shown += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return shown + "'";
+    return quoteWord(word);
 }
 
 }  // namespace
@@ -51,6 +48,13 @@ std::vector<std::string> splitCommand(const std::string& line) {
         at = line.find_first_not_of(kBlanks, at);
     }
     return words;
+}
+
+std::string quoteWord(const std::string& text) {
+    std::string quoted = "'";
+    for (const char c : text)
+        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
+    return quoted + "'";
 }
 
 std::string showCommand(const std::vector<std::string>& words) {

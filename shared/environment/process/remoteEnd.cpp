@@ -2,15 +2,8 @@
 // Copyright the Xperiment authors
 #include "environment/process/remoteEnd.h"
 
-#include <algorithm>
-
-#include <unistd.h>
-
-#include <boost/filesystem.hpp>
-
-#include "environment/files/HUTFileUtils.h"
-#include "environment/process/HUTFork.h"
 #include "environment/process/HUTProcessHandle.h"
+#include "environment/process/remoteCall.h"
 #include "environment/process/standing.h"
 
 namespace process {
@@ -19,8 +12,7 @@ namespace {
 
 /// What the other host does: start of the host and process are compared, the
 /// group is asked and then killed. Only numbers and ids are put in front of
-/// it, and it holds no single quote. Its lines become one, with blanks between
-/// them: some users' shells take no line end within quotes.
+/// it.
 constexpr const char* kScript = R"script(
 [ "$(cat /proc/sys/kernel/random/boot_id)" = "$b" ] || exit 3;
 [ -z "$n" ] || [ "$(readlink /proc/self/ns/pid)" = "pid:[$n]" ] || exit 3;
@@ -52,19 +44,8 @@ while lives; do
 done;
 exit 0)script";
 
-std::string inOneLine(std::string script) {
-    std::replace(script.begin(), script.end(), '\n', ' ');
-    return script;
-}
-
 bool holdsOnly(const std::string& text, const char* characters) {
     return text.find_first_not_of(characters) == std::string::npos;
-}
-
-/// Whether `host` can be a word of a command without being taken for a switch.
-bool isHostName(const std::string& host) {
-    return host.front() != '-' &&
-           holdsOnly(host, "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789._:-");
 }
 
 /// The whole shell command; empty when the record can't go into it.
@@ -77,48 +58,15 @@ std::string scriptFor(const HUTProcessHandle& handle) {
         boot.empty() || !holdsOnly(boot, "0123456789abcdef-") ||
         !holdsOnly(pidNamespace, "0123456789"))
         return "";
-    return "exec sh -c 'p=" + std::to_string(handle.getPid()) +
-           " g=" + std::to_string(handle.getGroup()) +
-           " t=" + std::to_string(handle.getStartTicks()) + " b=" + boot + " n=" + pidNamespace +
-           ";" + inOneLine(kScript) + "'";
+    return remoteWord("p=$1 g=$2 t=$3 b=$4 n=$5;" + std::string(kScript),
+                      {std::to_string(handle.getPid()), std::to_string(handle.getGroup()),
+                       std::to_string(handle.getStartTicks()), boot, pidNamespace});
 }
 
-/// A file of its own for what a command says; goes with the object.
-class Output {
-public:
-    Output() : m_path((boost::filesystem::temp_directory_path() / "xp-remote-XXXXXX").string()) {
-        const int fd = ::mkstemp(&m_path[0]);
-        if (fd >= 0)
-            ::close(fd);
-        else
-            m_path.clear();
-    }
-    ~Output() {
-        if (!m_path.empty())
-            ::unlink(m_path.c_str());
-    }
-    Output(const Output&) = delete;
-    Output& operator=(const Output&) = delete;
-
-    const std::string& path() const { return m_path; }
-
-    /// The last line of it.
-    std::string lastLine() const {
-        constexpr std::size_t kMost = 65536;
-        std::string text;
-        HUTFileUtils::readFile(m_path, kMost, text);
-        text.resize(text.find_last_not_of(" \t\r\n") + 1);
-        return text.substr(text.rfind('\n') + 1);
-    }
-
-private:
-    std::string m_path;
-};
-
 /// What the script's exit status says; empty for success.
-std::string meaning(int status, const HUTProcessHandle& handle) {
+std::string meaning(const RemoteAnswer& answer, const HUTProcessHandle& handle) {
     const std::string end = " Look at it there, and end it by hand.";
-    switch (status) {
+    switch (answer.status) {
     case 0:
         return "";
     case 3:
@@ -135,7 +83,7 @@ std::string meaning(int status, const HUTProcessHandle& handle) {
         return "something of process group " + std::to_string(handle.getGroup()) + " still runs." +
                end;
     default:
-        return "the command ended with status " + std::to_string(status) + ".";
+        return "the command ended with status " + std::to_string(answer.status) + ".";
     }
 }
 
@@ -153,17 +101,12 @@ bool endRemotely(const HUTProcessHandle& handle, const std::string& command, std
         message = whyNotEnded(handle, Standing::kUntold);
         return false;
     }
-    const Output output;
-    HUTFork fork;
-    fork.setCmdLine(command, true);
-    fork.addArg(host);
-    fork.addArg(script);
-    fork.setOutputFile(output.path(), false);
-    const int status = fork.launch(true, false, true, true);
-    const std::string why = status < 0 ? fork.getError() + "." : meaning(status, handle);
+    const RemoteAnswer answer = callHost(command, host, script, kNoLimit);
+    const bool isStarted = answer.end != RemoteAnswer::End::kNotStarted;
+    const std::string why = isStarted ? meaning(answer, handle) : answer.output + ".";
     if (why.empty())
         return true;
-    const std::string words = output.lastLine();
+    const std::string words = isStarted ? answer.lastLine() : "";
     message = "Can't end " + nameOf(handle) + " from here: " + why +
               (words.empty() ? "" : " It said: " + words);
     return false;

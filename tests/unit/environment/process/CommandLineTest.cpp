@@ -47,6 +47,12 @@ TEST(CommandLineTest, IsShownAsItWouldBeTyped) {
               "bsub -q 'a b' '' 'it'\\''s' '$x'");
 }
 
+TEST(CommandLineTest, QuotesEveryWordForAShell) {
+    EXPECT_EQ(process::quoteWord(""), "''");
+    EXPECT_EQ(process::quoteWord("a b"), "'a b'");
+    EXPECT_EQ(process::quoteWord("it's"), "'it'\\''s'");
+}
+
 TEST(CommandLineTest, IsTheSameWhenItIsTakenApartAgain) {
     const std::vector<std::string> words = {"a b",  "line\nend", "back\\slash", "\"",
                                             "it's", "",          "-x=y"};
