@@ -246,16 +246,12 @@ P
   [ $(($(milliseconds) - start)) -ge 4500 ]
 }
 
-is_stopped() {
-  [[ "$(</proc/"$1"/stat)" == *') T '* ]]
-}
-
 @test "a suspended command is ended by a signal all the same" {
   noting_tool 7
   start_wrap tool
   until_it_is tool
   kill -STOP -- "-$pid"
-  until_true is_stopped "$pid"
+  until_true group_is_stopped "$pid"
   kill -TERM "$wrapper"
   finish_wrap
   [ "$status" = 7 ]

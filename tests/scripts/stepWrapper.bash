@@ -105,6 +105,19 @@ group_is_gone() {
   done
 }
 
+# Every process of the group $1 is suspended. A shell that starts a program may be in D:
+# it waits for a child that was suspended before it became the program.
+group_is_stopped() {
+  local stat rest
+  for stat in /proc/[0-9]*/stat; do
+    rest=$(cat "$stat" 2>/dev/null) || continue
+    rest=${rest##*) }
+    # shellcheck disable=SC2086
+    set -- "$1" $rest
+    [ "$4" != "$1" ] || [[ $2 == [TDZ] ]] || return 1
+  done
+}
+
 # The hidden files of the run directory, in one line.
 markers() {
   (

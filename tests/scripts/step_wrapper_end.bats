@@ -127,16 +127,12 @@ P
   [ "$(markers)" = '.tool.begin.rst .tool.end.rst ' ]
 }
 
-is_stopped() {
-  [[ "$(</proc/"$1"/stat)" == *') T '* ]]
-}
-
 @test "a suspended command hasn't ended" {
   program tool <<<'i_am tool; until [ -e go ]; do sleep 0.1; done'
   start_wrap tool
   until_it_is tool
   kill -STOP -- "-$pid"
-  until_true is_stopped "$pid"
+  until_true group_is_stopped "$pid"
   touch go
   [ "$(markers)" = '.tool.begin.rst .tool.final.new ' ]
   kill -CONT -- "-$pid"
@@ -150,7 +146,7 @@ is_stopped() {
   start_wrap tool
   until_it_is tool
   kill -STOP -- "-$pid"
-  until_true is_stopped "$pid"
+  until_true group_is_stopped "$pid"
   kill -TERM "$wrapper"
   finish_wrap
   [ "$status" = 143 ]
