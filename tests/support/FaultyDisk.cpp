@@ -116,6 +116,8 @@ int FaultyDisk::link(const char* from, const char* to) {
 }
 
 int FaultyDisk::unlinkAt(int folder, const char* name, int flags) {
+    const std::string path = name;
+    m_removals.push_back(path.substr(path.rfind('/') + 1));
     return fails_("unlinkAt") ? -1 : m_real.unlinkAt(folder, name, flags);
 }
 

@@ -46,6 +46,8 @@ public:
     bool hasFailed() const { return m_hasFailed; }
     /// The names of the calls so far, in their order.
     const std::vector<std::string>& names() const { return m_calls; }
+    /// What was to be removed so far, without the folders above it, in this order.
+    const std::vector<std::string>& removals() const { return m_removals; }
 
     int openAt(int folder, const char* path, int flags, mode_t mode) override;
     ssize_t read(int fd, void* buffer, std::size_t size) override;
@@ -65,6 +67,7 @@ private:
 
     files::Disk& m_real;
     std::vector<std::string> m_calls;
+    std::vector<std::string> m_removals;
     std::string m_failingName;
     int m_first = 0;
     int m_last = 0;

@@ -21,6 +21,12 @@ using StepIter = std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>>;
 
 }  // namespace
 
+void TestRunInfo::resetRun() {
+    if (onReset)
+        onReset();
+    HAXPExpInfoBase::resetRun();
+}
+
 TestRun::TestRun(const std::string& name, const HAXPStrategy* strategy)
     : TestRun(name, strategy, nullptr) {}
 

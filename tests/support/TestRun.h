@@ -25,8 +25,11 @@ public:
     using HAXPExpInfoBase::staleReasons_;
 
     void updStaleReasons() override { ++staleUpdates; }
+    void resetRun() override;
 
     int staleUpdates = 0;
+    /// Called in every resetRun(), before anything is forgotten.
+    std::function<void()> onReset;
 };
 
 /// A concrete run that counts the calls of its hooks.

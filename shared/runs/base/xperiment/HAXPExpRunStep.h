@@ -136,14 +136,14 @@ public:
     /// before the step has run. When all that happened is that block designs were
     /// added, the answer is false and updateStaleReasonsPostGraphUpdate() decides.
     /// "write_device_image" is stale too when a block's output for the image is newer
-    /// than the launch; that doesn't change the answer.
+    /// than the launch; that doesn't change the answer. A null summary changes nothing.
     bool updateStaleReasons(HADAFileSetChangeSummary* summary, HDDASrcFile* srcFile);
     /// Decides on the block designs that were added, now that the design's graph shows
     /// which of them it takes in, and forgets them. Whether one matters. They must still
     /// be in their file set. The argument isn't read.
     bool updateStaleReasonsPostGraphUpdate(HADAFileSetChangeSummary* summary);
     /// Whether a change is nothing but added block designs, which are kept for the graph
-    /// update; true also for one that is kept already.
+    /// update; true also for one that is kept already. False for null.
     bool hasOnlyBDAdded(HADAFileSetChangeSummary* summary);
     /// Notes that a parameter of the software changed, in place of an earlier note.
     void updateStaleReasonsForSwParamChange();

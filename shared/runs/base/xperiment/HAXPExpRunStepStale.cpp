@@ -150,7 +150,7 @@ void HAXPExpRunStep::initRunStepSrcFilter(HDDASrcFilter& filter) const {
 }
 
 bool HAXPExpRunStep::updateStaleReasons(HADAFileSetChangeSummary* summary, HDDASrcFile* srcFile) {
-    if (m_data->status->getCode() == HDGUIStatus::statusNotStarted)
+    if (summary == nullptr || m_data->status->getCode() == HDGUIStatus::statusNotStarted)
         return false;
     HADAFileSet* fileSet = summary->getFileSet();
     const bool isUtils = fileSet != nullptr && fileSet->getType() == HDDATypes::FST_UTILS;
@@ -209,6 +209,8 @@ bool HAXPExpRunStep::updateStaleReasonsPostGraphUpdate(HADAFileSetChangeSummary*
 }
 
 bool HAXPExpRunStep::hasOnlyBDAdded(HADAFileSetChangeSummary* summary) {
+    if (summary == nullptr)
+        return false;
     constexpr auto kAdded = Summary::FSCS_ADDED;
     constexpr auto kAddedInside = Summary::FSCS_COMPOSITE_SRCS_ADDED;
     auto& known = m_data->eventContext.bdFiles;

@@ -142,6 +142,22 @@ TEST_F(RemoveStepTest, NoticesAStrategyThatDoesntFit) {
     EXPECT_EQ(m_run->statusUpdates, 0);
 }
 
+TEST_F(RemoveStepTest, KnowsWhereTheOthersStandNow) {
+    step("c")->updateStaleReasonsForSwParamChange();
+    ASSERT_EQ(m_run->getFirstStaleOrOwnStep("c"), step("c"));
+    m_run->removeStep(step("a"), false);
+    EXPECT_EQ(m_run->getFirstStaleOrOwnStep("c"), step("c"));
+    EXPECT_EQ(m_run->getFirstStaleOrOwnStep("b"), step("b"));
+    EXPECT_EQ(m_run->getFirstStaleOrOwnStep("a"), step("c")) << "the run lacks it";
+}
+
+TEST_F(RemoveStepTest, CountsDisabledStepsToo) {
+    m_run->setEnabled("a", false);
+    m_run->setEnabled("b", false);
+    m_run->removeStep(step("b"), true);
+    expectSteps({"a", "c"});
+}
+
 TEST_F(RemoveStepTest, TakesTheEntryOfTheStepThatItRemoves) {
     m_run->addStep(flowStep("b"), false, true);
     HAXPExpRunStep* const second = drained(m_run->createRunStepIter()).back();

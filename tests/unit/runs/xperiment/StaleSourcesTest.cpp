@@ -147,6 +147,16 @@ TEST_F(StaleSourcesTest, IsNotStaleBeforeTheStepHasRun) {
     EXPECT_FALSE(step("a")->isStale());
 }
 
+TEST_F(StaleSourcesTest, IsNotStaleByNoChange) {
+    EXPECT_FALSE(step("a")->updateStaleReasons(nullptr, nullptr));
+    EXPECT_FALSE(step("a")->hasOnlyBDAdded(nullptr));
+    Summary nothing(m_sources);
+    EXPECT_FALSE(update("a", nothing));
+    Summary ofNoSet(nullptr);
+    EXPECT_FALSE(update("write_device_image", ofNoSet));
+    EXPECT_FALSE(step("a")->isStale() || step("write_device_image")->isStale());
+}
+
 TEST_F(StaleSourcesTest, IsNotStaleBySourcesThatItDoesNotRead) {
     EXPECT_FALSE(change(Summary::FSCS_MODIFIED, add("top.vhd", HDDATypes::SFT_VHDL)));
     Summary summary(m_sources);
