@@ -1,0 +1,127 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "workbench/WorkbenchExport.h"
+#include "workbench/cluster/clientCall.h"
+
+namespace cluster {
+
+/// A run that is to become a job.
+struct Job {
+    std::string name;      ///< as Scheduler::nameFor() gave it
+    std::string runDir;    ///< absolute; the job works there
+    std::string launchId;  ///< goes to every process of the job
+};
+
+/// Which job is meant. The name tells: no other job has it. The identifier, empty when
+/// it isn't known, only helps; one that belongs to a job of another name is passed over.
+struct JobKey {
+    std::string name;
+    std::string id;
+    std::string owner;  ///< who submitted it; this user when empty
+};
+
+/// What became of a submission.
+struct Submission {
+    enum Result {
+        kTaken,    ///< the job is `id`
+        kRefused,  ///< there is no job
+        kUnsure,   ///< there may be one
+    };
+    Result result = kUnsure;
+    std::string id;
+    /// What the scheduler said last, for a user.
+    std::string told;
+    /// Everything that it said.
+    std::string log;
+};
+
+/// What a scheduler says of a job.
+struct JobAnswer {
+    enum State { kQueued, kRunning, kGone, kUnknown };
+    State state = kUnknown;
+    std::string id;
+    /// Where it runs.
+    std::string host;
+    /// A sentence: "job 12 runs on node7", "the queue can't be asked: no answer in time".
+    std::string told;
+};
+
+/// What a request to end a job came to.
+struct CancelAnswer {
+    enum Result { kAsked, kGone, kFailed };
+    Result result = kFailed;
+    /// Why it failed.
+    std::string told;
+};
+
+/// A scheduler of jobs behind its client programs, which lie beside the submit program
+/// that the user names, or in PATH.
+///
+/// No answer of a client makes an operation throw: one that is absent, hangs, is killed,
+/// contradicts itself or says something else is an answer that isn't known.
+class WORKBENCH_API Scheduler {
+public:
+    enum Kind { kSge, kLsf };
+
+    /// `command` is the submit command as the user typed it.
+    static std::unique_ptr<Scheduler> make(Kind kind, const std::string& command);
+    virtual ~Scheduler();
+
+    Scheduler(const Scheduler&) = delete;
+    Scheduler& operator=(const Scheduler&) = delete;
+
+    /// Whether the command can submit jobs; otherwise `reason` gets a sentence.
+    virtual bool check(std::string& reason) const = 0;
+
+    /// The name of the job of a run, which no other job of this scheduler has while it
+    /// is there.
+    virtual std::string nameFor(const std::string& runName, const std::string& runDir,
+                                const std::string& launchId) const = 0;
+
+    /// Submits "runme.sh" of a run. A refusal, which the exit status proves, is tried
+    /// three times in all, with five seconds of pauses. After any other failure the job
+    /// is looked up by its name, and never submitted again. May take minutes.
+    Submission submit(const Job& job);
+
+    /// What the scheduler says of the job; may take half a minute.
+    virtual JobAnswer look(const JobKey& key) const = 0;
+
+    /// Asks the scheduler to end the job. Only a job of that name is ever named.
+    virtual CancelAnswer cancel(const JobKey& key) const = 0;
+
+    /// Cancels the job and waits until it is gone, up to `limitMs` milliseconds. False
+    /// when it may still be there; then `reason` gets why.
+    bool end(const JobKey& key, long limitMs, std::string& reason) const;
+
+protected:
+    explicit Scheduler(const std::string& command);
+
+    /// The call that submits the job; once for each try.
+    virtual ClientCall submitCall_(const Job& job) const = 0;
+    /// The identifier in what a submission that went well said; empty when there is none.
+    virtual std::string idIn_(const std::string& text) const = 0;
+
+    /// The submit command as the user typed it, and its words.
+    const std::string& command_() const { return m_command; }
+    const std::vector<std::string>& words_() const { return m_words; }
+    /// The client program of that name beside the submit program; the bare name when it
+    /// isn't there.
+    std::string client_(const std::string& name) const;
+
+private:
+    Submission settle_(const Job& job, const ClientAnswer& answer) const;
+
+    std::string m_command;
+    std::vector<std::string> m_words;
+};
+
+/// Whether `id` can be the identifier of a job: digits, not more than a number has.
+WORKBENCH_API bool isJobId(const std::string& id);
+
+}  // namespace cluster
