@@ -188,6 +188,14 @@ TEST_F(RunOrderTest, ForgetsItsResultsBetweenTheDirectoryAndItsActivity) {
                    "information table active", "status", "dirty"}));
 }
 
+TEST_F(RunOrderTest, AsksToStopInTheDirectoryThatItBeganWith) {
+    m_dir.folder("other");
+    m_run->onUpdateStatus = [this] { m_run->setRunDir(m_dir.path("other"), false); };
+    EXPECT_TRUE(reset(false, true));
+    EXPECT_TRUE(has(".stop.rst"));
+    EXPECT_FALSE(m_dir.has("other/.stop.rst"));
+}
+
 TEST_F(RunOrderTest, LooksOnceMoreForWhatItCouldntStop) {
     const test::FakeClock clock;
     test::FakeProcessTable host;

@@ -375,9 +375,7 @@ TEST_F(RunStepStaleTest, IsStaleByAChangedOption) {
     setCount(7);
     EXPECT_TRUE(update(false));
     EXPECT_TRUE(place().isStale());
-    EXPECT_EQ(differences().size(), 1U);
-    EXPECT_EQ(reason()->getOptions().front().getGroup(), "place_design");
-    EXPECT_EQ(reason()->getOptions().front().getName(), "count");
+    EXPECT_EQ(differences(), (std::vector<std::string>{"place_design.count: 1 -> 7"}));
     EXPECT_FALSE(step("plain")->isStale());
 }
 
@@ -423,8 +421,7 @@ TEST_F(RunStepStaleTest, ComparesTheSwitchAloneBeforeTheStepHasRun) {
     m_run->setEnabled("place_design", false);
     EXPECT_FALSE(update(false));
     EXPECT_TRUE(update(true));
-    ASSERT_EQ(differences().size(), 1U);
-    EXPECT_EQ(reason()->getOptions().front().getName(), "is_enabled");
+    EXPECT_EQ(differences(), (std::vector<std::string>{"place_design.is_enabled: true -> false"}));
 }
 
 TEST_F(RunStepStaleTest, ComparesNothingOfADisabledStepThatHasNotRun) {
@@ -454,6 +451,34 @@ TEST_F(RunStepStaleTest, NeedsAResetWhileTheFlowsDiffer) {
     EXPECT_FALSE(place().isStale());
     EXPECT_TRUE(update(true));
     EXPECT_FALSE(m_run->info().needsResetForFlowChange());
+}
+
+TEST_F(RunStepStaleTest, KeepsItsReasonsWhileNothingCanBeCompared) {
+    setCount(7);
+    update(true);
+    place().updateStaleReasonsForSwParamChange();
+    const auto other = test::makeFlowOf({placeDesign(), plain()}, "Other Flow", "other_flow");
+    HAXPStrategy strange(other.get());
+    EXPECT_FALSE(place().updateStaleReasons(m_run->getStrategy(), &strange, true));
+    EXPECT_FALSE(place().updateStaleReasons(m_run->getStrategy(), nullptr, true));
+    EXPECT_EQ(differences(), (std::vector<std::string>{"place_design.count: 1 -> 7"}));
+    EXPECT_NE(m_reasons.find(HADAStaleReason::SS_SW_PARAM_CHANGED), nullptr);
+    setCount(1);
+    EXPECT_FALSE(update(true)) << "now that it is compared, the option agrees";
+    EXPECT_EQ(reason(), nullptr);
+    EXPECT_NE(m_reasons.find(HADAStaleReason::SS_SW_PARAM_CHANGED), nullptr);
+}
+
+TEST_F(RunStepStaleTest, NotesEveryOptionThatDiffersInItsOrder) {
+    setCount(7);
+    test::setBool(place().getOptions(), "FlagBool", true);
+    m_run->setEnabled("place_design", false);
+    EXPECT_TRUE(update(true));
+    EXPECT_EQ(differences(), (std::vector<std::string>{"place_design.flag: false -> true",
+                                                       "place_design.count: 1 -> 7",
+                                                       "place_design.is_enabled: true -> false"}));
+    place().getStaleReasons(m_reasons);
+    EXPECT_EQ(m_reasons.count(), 2U) << "one reason, and its copy";
 }
 
 TEST_F(RunStepStaleTest, TakesFlowsOfOneIdForTheSame) {

@@ -344,6 +344,39 @@ TEST_F(StaleBlockDesignTest, IsNothingButAddedOnes) {
     EXPECT_FALSE(step("a")->hasOnlyBDAdded(&modified));
 }
 
+TEST_F(StaleBlockDesignTest, KeepsWhatItSawThroughAResetOfItsStep) {
+    EXPECT_FALSE(change(Summary::FSCS_ADDED, m_design));
+    EXPECT_TRUE(step("a")->resetStep(m_dir.path(), true));
+    EXPECT_TRUE(afterGraphUpdate());
+    EXPECT_EQ(reasons("a"), (Kinds{1}));
+}
+
+TEST_F(StaleBlockDesignTest, WaitsAgainForOneThatItHasSeen) {
+    EXPECT_FALSE(change(Summary::FSCS_ADDED, m_design));
+    EXPECT_FALSE(change(Summary::FSCS_MODIFIED, m_design)) << "whatever happens to it meanwhile";
+    EXPECT_FALSE(step("a")->isStale());
+    EXPECT_TRUE(afterGraphUpdate());
+    EXPECT_TRUE(change(Summary::FSCS_MODIFIED, m_design)) << "the graph has it now";
+}
+
+TEST_F(StaleBlockDesignTest, JudgesByTheFileSetOfTheLastEvent) {
+    EXPECT_FALSE(change(Summary::FSCS_ADDED, m_design));
+    m_sources = fileSet(HDDATypes::FST_SIM_SRCS);
+    EXPECT_FALSE(change(Summary::FSCS_ADDED, add("tb.bd", HDDATypes::SFT_BLOCK_DESIGN)));
+    m_design->getAttrs().setAutoDisabled(true);
+    EXPECT_TRUE(afterGraphUpdate());
+    EXPECT_EQ(reasons("a"), (Kinds{3}));
+}
+
+TEST_F(StaleBlockDesignTest, NotesTheKindOfTheRun) {
+    change(Summary::FSCS_ADDED, m_design);
+    afterGraphUpdate();
+    HADAStaleReasons found;
+    step("a")->getStaleReasons(found);
+    EXPECT_EQ(found.find(HADAStaleReason::SS_DESIGN_SRCS_CHANGED)->getRunType(),
+              HADAStaleReason::RT_IMPL);
+}
+
 TEST_F(StaleBlockDesignTest, KeepsWhatItSawBeforeAnotherSource) {
     Summary mixed = added(m_design);
     mixed.addFiles(Summary::FSCS_ADDED, add("top.v"));
