@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "environment/containers/HSTFwdIter.h"
+#include "environment/process/commandLine.h"
 #include "runs/base/xperiment/HAXPExpRunBase.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
 #include "runs/base/xperiment/HAXPFlow.h"
@@ -33,7 +34,7 @@ xp_clean() {
     esac
   done
 }
-xp_clean '@BIN@':"$PATH"
+xp_clean @BIN@:"$PATH"
 PATH=$xp_path
 export PATH
 xp_clean "$LD_LIBRARY_PATH"
@@ -71,14 +72,6 @@ bool isLog(const std::string& file) {
     return dot != std::string::npos && (file.substr(dot) == ".tds" || file.substr(dot) == ".tdi");
 }
 
-/// What stands for `text` between single quotes of sh.
-std::string inSingleQuotes(const std::string& text) {
-    std::string quoted;
-    for (const char c : text)
-        quoted += c == '\'' ? std::string("'\\''") : std::string(1, c);
-    return quoted;
-}
-
 /// Gives the run's log the name by which its report is known; nothing without one.
 std::string linkLog(const HAXPExpRunBase& run) {
     const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
@@ -89,7 +82,7 @@ std::string linkLog(const HAXPExpRunBase& run) {
             const HAXRReportConfig* report = reports->next();
             const std::string& file = report->getReportFile();
             if (report->isStaticReport() && isLog(file))
-                return "ln -sf \"$MQ_LOG\" '" + inSingleQuotes(file) + "'\n";
+                return "ln -sf \"$MQ_LOG\" " + process::quoteWord(file) + "\n";
         }
     }
     return {};
@@ -106,6 +99,11 @@ OpenDataMgr::OpenDataMgr() = default;
 
 OpenDataMgr::~OpenDataMgr() = default;
 
+const std::string& OpenDataMgr::getStepsLine() {
+    static const std::string line = "# the steps of the run";
+    return line;
+}
+
 const std::string& OpenDataMgr::getLastLine() {
     static const std::string line = "# end of the run script";
     return line;
@@ -115,9 +113,10 @@ void OpenDataMgr::scriptPreCmds_(HAXPExpRunBase* run, std::string& jsCmds, std::
                                  std::string& htrCmds) {
     const std::string skip = disabledSteps(*run);
     const std::string queueMarker = run->getStrategy()->getFlow()->getQueueMarkerName();
-    shCmds = filled(kCleanPaths, "@BIN@", inSingleQuotes(workbench::binDir())) +
+    shCmds = filled(kCleanPaths, "@BIN@", process::quoteWord(workbench::binDir())) +
              filled(kTakeLock, "@LOCK@", workbench::kRunLockName) + "rm -f '" + queueMarker +
-             "'\n" + linkLog(*run) + kSkipVariable + "='" + skip + "'\nexport " + kSkipVariable;
+             "'\n" + linkLog(*run) + kSkipVariable + "='" + skip + "'\nexport " + kSkipVariable +
+             "\n" + getStepsLine();
     jsCmds = std::string("ProcEnv(\"") + kSkipVariable + "\") = \"" + skip + "\";";
     htrCmds.clear();
     if (!skip.empty())

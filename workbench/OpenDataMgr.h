@@ -19,6 +19,8 @@ public:
     OpenDataMgr();
     ~OpenDataMgr() override;
 
+    /// The line in front of the steps in "runme.sh", without its line end.
+    static const std::string& getStepsLine();
     /// The last line of a whole "runme.sh", without its line end.
     static const std::string& getLastLine();
 
