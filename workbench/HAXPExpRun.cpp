@@ -27,6 +27,7 @@
 #include "workbench/DesignInputs.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/launchLease.h"
+#include "workbench/launchMarks.h"
 #include "workbench/runGate.h"
 #include "workbench/runLock.h"
 
@@ -91,6 +92,7 @@ struct HAXPExpRun::Extra {
     /// It was seen to wait for its first launch, which may have come by another process.
     bool hasWaited = false;
     workbench::RunGate gate;
+    workbench::LaunchMarks marks;
 };
 
 HAXPExpRun::HAXPExpRun(const std::string& name, const HAXPStrategy* strategy, HAXPStratDB* owner,
@@ -268,14 +270,30 @@ void HAXPExpRun::setDirtyCallback_() {
     m_extra->dirty = true;
 }
 
+/// As the step itself does it, but for markers of another launch. Whether the state of a
+/// report changed.
+bool HAXPExpRun::readStep_(const std::string& dir, HAXPExpRunStep& step) {
+    const HAXPFlowStep& flowStep = *step.getFlowStep();
+    if (!m_extra->marks.areMixed(flowStep))
+        return step.updateStatus(dir);
+    HDGUIStatus seen;
+    HUTProcessHandle& handle = *step.getProcInfo();
+    flowStep.updateStatus(&seen, &handle, dir);
+    const int before = step.getStatus()->getCode();
+    const int code = m_extra->marks.codeOf(flowStep, seen.getCode(), handle);
+    step.getStatus()->setCode(code);
+    return code != before && step.updateReportConfigs();
+}
+
 void HAXPExpRun::readSteps_(const std::string& dir, Poll& poll) {
+    m_extra->marks.open(dir);
     const HAXPExpRunStep* last = launchedTo_();
     bool within = true;
     const StepIter steps(createRunStepIter());
     while (steps->hasNext()) {
         HAXPExpRunStep* step = steps->next();
         const int before = step->getStatus()->getCode();
-        poll.reportsChanged = step->updateStatus(dir) || poll.reportsChanged;
+        poll.reportsChanged = readStep_(dir, *step) || poll.reportsChanged;
         const int code = step->getStatus()->getCode();
         poll.changed = poll.changed || code != before;
         const bool counts = step->isEnabled() && !step->isVirtual();

@@ -79,6 +79,7 @@ private:
     struct Poll;
     struct Verdict;
     void readSteps_(const std::string& dir, Poll& poll);
+    bool readStep_(const std::string& dir, HAXPExpRunStep& step);
     bool isWaiting_() const;
     bool isQueued_() const;
     bool isStoppedFailure_(const HAXPExpRunStep& failed) const;

@@ -3,10 +3,13 @@
 #include "workbench/LocalLauncher.h"
 
 #include <memory>
+#include <string>
+#include <vector>
 
 #include <sys/statvfs.h>
 #include <unistd.h>
 
+#include "environment/containers/HSTFwdIter.h"
 #include "environment/errors/HEXError.h"
 #include "environment/errors/HEXUserException.h"
 #include "environment/errors/HXMLException.h"
@@ -18,6 +21,7 @@
 #include "runs/base/xperiment/HAXPDataMgr.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
 #include "runs/base/xperiment/HAXPFlow.h"
+#include "runs/base/xperiment/HAXPFlowStep.h"
 #include "runs/base/xperiment/HAXPScriptWriter.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
@@ -84,6 +88,19 @@ long timeIn(const HAXPExpRun& run) {
     return seconds;
 }
 
+/// The status tracking strings of the steps before `first`, of all when that is null.
+std::vector<std::string> stepsBefore(const HAXPExpRun& run, const HAXPExpRunStep* first) {
+    std::vector<std::string> names;
+    const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
+    while (steps->hasNext()) {
+        const HAXPExpRunStep* step = steps->next();
+        if (step == first)
+            break;
+        names.push_back(step->getFlowStep()->getStatusTrackingStr());
+    }
+    return names;
+}
+
 std::string queueMarker(const HAXPExpRun& run) {
     return run.pathOf(run.getStrategy()->getFlow()->getQueueMarkerName());
 }
@@ -99,11 +116,14 @@ void LocalLauncher::launch(HAXPExpRun& run) {
         workbench::requireNotAtWork(run);
     checkInputs_(run);
     prepareDirectory_(run);
-    takeBackSteps_(run);
+    const HAXPExpRunStep* first = workbench::firstStepToRun(run);
+    // Before the scripts are written, which takes back a request to stop: a job of an earlier
+    // launch that starts from here on ends by itself.
+    takeLease_(run, first);
+    takeBackSteps_(run, first);
     writeScripts_(run);
     if (waits && !isEnqueued(run))
         fail("@60-54@%s", run.getName());
-    takeLease_(run);
     recordLaunch_(run);
     start_(run);
 }
@@ -154,8 +174,7 @@ void LocalLauncher::prepareDirectory_(HAXPExpRun& run) {
     m_project.setInputs(m_project.getInputs());
 }
 
-void LocalLauncher::takeBackSteps_(HAXPExpRun& run) {
-    const HAXPExpRunStep* first = workbench::firstStepToRun(run);
+void LocalLauncher::takeBackSteps_(HAXPExpRun& run, const HAXPExpRunStep* first) {
     if (first != nullptr && !run.resetFrom(first))
         fail("@60-42@%s%s", run.getName(), dirOf(run));
     // A run that begins anew has a log of its own; one that goes on adds to it.
@@ -185,8 +204,9 @@ void LocalLauncher::recordLaunch_(HAXPExpRun& run) {
     m_project.setInputs(m_project.getInputs());
 }
 
-void LocalLauncher::takeLease_(HAXPExpRun& run) {
+void LocalLauncher::takeLease_(HAXPExpRun& run, const HAXPExpRunStep* first) {
     m_lease = workbench::makeLease();
+    m_lease.keptSteps = stepsBefore(run, first);
     try {
         workbench::writeLease(run.pathOf(workbench::kLeaseName), m_lease);
     } catch (const HXMLException&) {

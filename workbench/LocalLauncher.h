@@ -8,6 +8,7 @@
 #include "workbench/launchLease.h"
 
 class HAXPExpRun;
+class HAXPExpRunStep;
 class Project;
 
 /// Launches runs on this host, one process a run, which goes on when the caller ends.
@@ -38,10 +39,10 @@ public:
 private:
     void checkInputs_(const HAXPExpRun& run) const;
     void prepareDirectory_(HAXPExpRun& run);
-    void takeBackSteps_(HAXPExpRun& run);
+    void takeBackSteps_(HAXPExpRun& run, const HAXPExpRunStep* first);
     void writeScripts_(HAXPExpRun& run);
     void recordLaunch_(HAXPExpRun& run);
-    void takeLease_(HAXPExpRun& run);
+    void takeLease_(HAXPExpRun& run, const HAXPExpRunStep* first);
     void start_(HAXPExpRun& run);
 
     Project& m_project;

@@ -14,6 +14,7 @@
 #include "runs/base/xperiment/HAXPUtilsBase.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "runs/base/xpreport/HAXRReportConfig.h"
+#include "workbench/launchLease.h"
 #include "workbench/product.h"
 #include "workbench/runLock.h"
 
@@ -54,6 +55,32 @@ if command -v flock > /dev/null 2>&1; then
 fi
 )";
 
+/// A cluster may start a job long after its run was launched anew, or reset.
+constexpr char kTakeIdentity[] = R"(
+# Only the launch that the lease names works here. Who starts this script by hand
+# belongs to it.
+xp_lease=
+if [ -f @LEASE@ ]; then
+  while [ -z "$xp_lease" ] && read -r xp_line; do
+    case $xp_line in
+      '<Launch '*' Id="'*'"'*) xp_lease=${xp_line#*' Id="'}; xp_lease=${xp_lease%%'"'*} ;;
+    esac
+  done < @LEASE@
+fi
+if [ -z "${@LAUNCH@-}" ]; then
+  @LAUNCH@=$xp_lease
+fi
+if [ "$@LAUNCH@" != "$xp_lease" ]; then
+  echo "launch $@LAUNCH@ of this run ends: the run was launched anew, or reset, since" >> "$MQ_LOG"
+  exit 1
+fi
+if [ -n "$@LAUNCH@" ]; then
+  export @LAUNCH@
+else
+  unset @LAUNCH@
+fi
+)";
+
 /// The tracking names of the disabled steps of `run`, blanks between them.
 std::string disabledSteps(const HAXPExpRunBase& run) {
     std::string names;
@@ -88,9 +115,19 @@ std::string linkLog(const HAXPExpRunBase& run) {
     return {};
 }
 
-/// `text` with the one `mark` in it replaced.
+/// `text` with each `mark` in it replaced.
 std::string filled(std::string text, const std::string& mark, const std::string& value) {
-    return text.replace(text.find(mark), mark.size(), value);
+    std::string::size_type at = 0;
+    while ((at = text.find(mark, at)) != std::string::npos) {
+        text.replace(at, mark.size(), value);
+        at += value.size();
+    }
+    return text;
+}
+
+std::string takeIdentity() {
+    return filled(filled(kTakeIdentity, "@LEASE@", workbench::kLeaseName), "@LAUNCH@",
+                  workbench::kLaunchVariable);
 }
 
 }  // namespace
@@ -114,9 +151,9 @@ void OpenDataMgr::scriptPreCmds_(HAXPExpRunBase* run, std::string& jsCmds, std::
     const std::string skip = disabledSteps(*run);
     const std::string queueMarker = run->getStrategy()->getFlow()->getQueueMarkerName();
     shCmds = filled(kCleanPaths, "@BIN@", process::quoteWord(workbench::binDir())) +
-             filled(kTakeLock, "@LOCK@", workbench::kRunLockName) + "rm -f '" + queueMarker +
-             "'\n" + linkLog(*run) + kSkipVariable + "='" + skip + "'\nexport " + kSkipVariable +
-             "\n" + getStepsLine();
+             filled(kTakeLock, "@LOCK@", workbench::kRunLockName) + takeIdentity() + "rm -f '" +
+             queueMarker + "'\n" + linkLog(*run) + kSkipVariable + "='" + skip + "'\nexport " +
+             kSkipVariable + "\n" + getStepsLine();
     jsCmds = std::string("ProcEnv(\"") + kSkipVariable + "\") = \"" + skip + "\";";
     htrCmds.clear();
     if (!skip.empty())

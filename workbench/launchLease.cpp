@@ -5,6 +5,8 @@
 #include <array>
 #include <cstdlib>
 #include <ctime>
+#include <iterator>
+#include <sstream>
 
 #include <boost/uuid/random_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>
@@ -20,7 +22,7 @@ namespace workbench {
 namespace {
 
 constexpr int kVersion = 1;
-constexpr int kMinor = 0;
+constexpr int kMinor = 1;
 constexpr std::size_t kLargestLease = 64U << 10U;
 
 /// Elements and attributes of the format, for reader and writer.
@@ -31,6 +33,7 @@ const char kMinor[] = "Minor";
 const char kId[] = "Id";
 const char kTime[] = "Time";
 const char kWaiting[] = "Waiting";
+const char kKept[] = "Kept";
 const char kLauncher[] = "Launcher";
 const char kHost[] = "Host";
 const char kOwner[] = "Owner";
@@ -54,6 +57,19 @@ unsigned long long numberOf(const xml::Element& element, const char* attribute) 
 
 long longOf(const xml::Element& element, const char* attribute) {
     return static_cast<long>(numberOf(element, attribute));
+}
+
+/// The names with blanks between them: the programs of steps hold none.
+std::string joined(const std::vector<std::string>& names) {
+    std::string text;
+    for (const std::string& name : names)
+        text += (text.empty() ? "" : " ") + name;
+    return text;
+}
+
+std::vector<std::string> separated(const std::string& text) {
+    std::istringstream words(text);
+    return {std::istream_iterator<std::string>(words), std::istream_iterator<std::string>()};
 }
 
 HUTProcessHandle ownHandle() {
@@ -125,6 +141,8 @@ void writeLease(const std::string& path, const LaunchLease& lease) {
     out.addAttr(name::kTime, std::to_string(lease.time));
     if (lease.isWaiting)
         out.addAttr(name::kWaiting, "true");
+    if (lease.keptSteps)
+        out.addAttr(name::kKept, joined(*lease.keptSteps));
     out.wrStartTag(name::kLaunch);
     writeLauncher(out, lease.launcher);
     out.wrEndTag(name::kLaunch);
@@ -146,6 +164,8 @@ bool readLease(const std::string& path, LaunchLease& lease) {
         read.id = root.attribute(name::kId);
         read.time = longOf(root, name::kTime);
         read.isWaiting = root.attribute(name::kWaiting) == "true";
+        if (root.hasAttribute(name::kKept))
+            read.keptSteps = separated(root.attribute(name::kKept));
         readLauncher(*launcher, read.launcher);
         lease = read;
         return true;

@@ -2,7 +2,9 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <optional>
 #include <string>
+#include <vector>
 
 #include "environment/process/HUTProcessHandle.h"
 #include "workbench/WorkbenchExport.h"
@@ -24,6 +26,9 @@ struct LaunchLease {
     long time = 0;
     /// Whether the run waits for its turn: it is queued as long as the launcher lives.
     bool isWaiting = false;
+    /// The status tracking strings of the steps that the launch leaves as an earlier one made
+    /// them; nothing when it doesn't say.
+    std::optional<std::vector<std::string>> keptSteps;
     /// The process that launches, not one of the run.
     HUTProcessHandle launcher;
 };

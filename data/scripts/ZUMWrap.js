@@ -18,6 +18,11 @@
 // XPERIMENT_SKIP_STEPS, in the environment or a variable of the script: names of
 // steps, with blanks between them, to be passed over.
 //
+// XPERIMENT_LAUNCH, in the same places: the identity of the launch that the steps belong
+// to; letters, digits and dashes. The begin marker holds it, and the final one has a line
+// "launch: <identity>" at its end. Once the lease of the run, ".launch.xml", names another
+// launch, no step of this one starts, one that runs is ended, and no marker is touched.
+//
 // The Script Host tells no process id before a program runs, and it can't bring
 // files to disk: the handle has no process, and the end marker says nothing of what
 // the disk's cache holds.
@@ -35,6 +40,10 @@ function ZUMStep( ZUMCommand, ZUMArguments ) {
   if ( ZUMIsDisabled( step.name ) ) {
     ZUMSay( "step '" + step.name + "' is disabled and passed over" );
     return;
+  }
+  if ( ZUMIsSuperseded() ) {
+    ZUMSay( "step '" + step.name + "' isn't started: its run was launched anew" );
+    WScript.Quit( 1 );
   }
   if ( ZUMFso.FileExists( ".stop.rst" ) ) {
     ZUMSay( "step '" + step.name + "' isn't started: a stop was requested; remove '.stop.rst' from " + RDScrDir + " to let it run" );
@@ -69,6 +78,29 @@ function ZUMIsDisabled( name ) {
   return ( " " + names + " " ).indexOf( " " + name + " " ) >= 0;
 }
 
+// --- the launch ----------------------------------------------------------------
+
+// The identity of this launch, or nothing.
+function ZUMLaunch() {
+  var launch = typeof XPERIMENT_LAUNCH == "string" ? XPERIMENT_LAUNCH : ZUMShell.Environment( "Process" )( "XPERIMENT_LAUNCH" );
+  return /^[0-9A-Za-z\-]*$/.test( launch ) ? String( launch ) : "";
+}
+
+// Whether the run was launched anew since: its lease names another launch.
+function ZUMIsSuperseded() {
+  if ( ZUMLaunch() == "" || !ZUMFso.FileExists( ".launch.xml" ) ) {
+    return false;
+  }
+  var lease = ZUMTry( function () {
+    var stream = ZUMFso.OpenTextFile( ".launch.xml" );
+    var text = stream.ReadAll();
+    stream.Close();
+    return text;
+  } );
+  var found = /<Launch [^>]*\bId="([^"]+)"/.exec( lease || "" );
+  return found != null && found[1] != ZUMLaunch();
+}
+
 // --- markers -----------------------------------------------------------------
 
 // Removes what an earlier try left, sets the final marker aside and makes the begin
@@ -92,11 +124,18 @@ function ZUMBegin( step ) {
 // Makes the final marker, whose time is that of the end, and ends the script if the
 // step has failed.
 function ZUMConclude( step ) {
+  if ( ZUMIsSuperseded() ) {
+    ZUMSay( "step '" + step.name + "': its markers in " + RDScrDir + " are left alone, since the run was launched anew" );
+    WScript.Quit( step.status == 0 ? 1 : step.status );
+  }
+  var text = ( step.reason == "" ? "" : step.reason + "\n" ) + ( ZUMLaunch() == "" ? "" : "launch: " + ZUMLaunch() + "\n" );
   try {
     ZUMWrite( step.finalNew, "" );
     if ( step.reason != "" ) {
       ZUMSay( "step '" + step.name + "' failed: " + step.reason );
-      ZUMTry( function () { ZUMWrite( step.finalNew, step.reason + "\n" ); } );
+    }
+    if ( text != "" ) {
+      ZUMTry( function () { ZUMWrite( step.finalNew, text ); } );
     }
     ZUMReplace( step.finalNew, step.reason == "" ? step.end : step.error );
   } catch ( error ) {
@@ -135,7 +174,7 @@ function ZUMReplace( file, target ) {
 function ZUMHandle( command ) {
   var values = ZUMShell.Environment( "Process" );
   return "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n" +
-    "<ProcessHandle Version=\"1\" Minor=\"0\">\n" +
+    "<ProcessHandle Version=\"1\" Minor=\"1\"" + ( ZUMLaunch() == "" ? "" : " Launch=\"" + ZUMLaunch() + "\"" ) + ">\n" +
     "  <Process Host=\"" + ZUMEscape( values( "COMPUTERNAME" ) || "unknown" ) +
     "\" Owner=\"" + ZUMEscape( values( "USERNAME" ) || "unknown" ) +
     "\" StartTime=\"" + Math.floor( new Date().getTime() / 1000 ) + "\"/>\n" +
@@ -172,7 +211,7 @@ function ZUMRun( step ) {
     " >> \"" + ZUMLog + "\" 2>&1 < nul & call echo %^errorlevel%> \"" + step.statusFile + "\"\"" );
   var stopped = false;
   while ( process.Status == 0 ) {
-    if ( !stopped && ZUMFso.FileExists( ".stop.rst" ) ) {
+    if ( !stopped && ( ZUMFso.FileExists( ".stop.rst" ) || ZUMIsSuperseded() ) ) {
       stopped = true;
       ZUMEnd( process.ProcessID );
     }

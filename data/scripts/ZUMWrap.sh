@@ -27,6 +27,12 @@
 # XPERIMENT_SKIP_STEPS: names of steps, with blanks between them, to be passed
 # over: nothing is run, no marker is touched and the status is 0.
 #
+# XPERIMENT_LAUNCH: the identity of the launch that the step belongs to; letters,
+# digits and dashes. The begin marker holds it, and the final one has a line
+# "launch: <identity>" at its end. Once the lease of the run, ".launch.xml", names
+# another launch, no step of this one starts, one that runs is ended within a
+# second, and no marker is touched any more. Without it none of that is looked at.
+#
 # The status is that of the command, 128 and its number for a signal, 2 for a
 # wrong call, or 1 if the step can't start, was stopped, or isn't safely on disk.
 #
@@ -52,6 +58,36 @@ system() {
 
 stands() {
   [ -e "$1" ] || [ -L "$1" ]
+}
+
+# --- the launch --------------------------------------------------------------
+
+# Sets `z_launch` to the identity of this launch, empty without one.
+find_launch() {
+  z_launch=${XPERIMENT_LAUNCH-}
+  case $z_launch in
+    *[!0-9A-Za-z-]*) z_launch='' ;;
+  esac
+}
+
+# Sets `z_lease` to the identity of the run's last launch, empty if none is told.
+read_lease() {
+  z_lease=''
+  while [ -z "$z_lease" ] && read -r z_line; do
+    case $z_line in
+      '<Launch '*' Id="'*'"'*)
+        z_lease=${z_line#*' Id="'}
+        z_lease=${z_lease%%'"'*}
+        ;;
+    esac
+  done <.launch.xml
+} 2>/dev/null
+
+# Whether the run was launched anew since.
+is_superseded() {
+  [ -n "$z_launch" ] && [ -f .launch.xml ] || return 1
+  read_lease
+  [ -n "$z_lease" ] && [ "$z_lease" != "$z_launch" ]
 }
 
 # --- the process handle ------------------------------------------------------
@@ -124,7 +160,7 @@ describe() {
   # shellcheck disable=SC2086
   set -- ${z_stat##*) }
   printf '%s\n' '<?xml version="1.0" encoding="UTF-8"?>' \
-    '<ProcessHandle Version="1" Minor="0">' \
+    "<ProcessHandle Version=\"1\" Minor=\"1\"${z_launch:+ Launch=\"$z_launch\"}>" \
     "  <Process Host=\"$z_host\" Owner=\"$z_owner\" Uid=\"$z_uid\" Pid=\"$z_self\" Pgid=\"$z_self\" StartTicks=\"${20}\" BootId=\"$z_boot\"${z_namespace:+ PidNamespace=\"$z_namespace\"}/>" \
     "  <Command>$z_command</Command>" \
     '</ProcessHandle>'
@@ -160,15 +196,19 @@ remove_link() {
   fi
 }
 
-# Makes the final marker, $1, with the reason $2. Its time is that of the end,
-# which the truncation sets, also on a full disk.
+# Makes the final marker, $1, with the reason $2 and the identity of the launch. Its
+# time is that of the end, which the truncation sets, also on a full disk.
 conclude() {
   trap '' HUP INT QUIT TERM
   trap - EXIT
+  if is_superseded; then
+    say "step '$z_name': its markers in $PWD are left alone, since the run was launched anew"
+    return 1
+  fi
   remove_link "$z_final"
   true >"$z_final"
-  if [ -n "$2" ]; then
-    printf '%s\n' "$2" 2>/dev/null >"$z_final"
+  if [ -n "$2$z_launch" ]; then
+    printf '%s' "${2:+$2$z_newline}${z_launch:+launch: $z_launch$z_newline}" 2>/dev/null >"$z_final"
   fi
   system mv -f "$z_final" "$1" && return
   say "step '$z_name': '$1' can't be written in $PWD; its status is unknown"
@@ -277,6 +317,8 @@ look() {
   { true <"$PWD"; } 2>/dev/null
   if stands .stop.rst; then
     z_why='a stop was requested'
+  elif is_superseded; then
+    z_why='its run was launched anew'
   elif [ "$z_limit" = 0 ]; then
     z_why='it outlived the signal'
   elif ! kill -0 $$ 2>/dev/null; then
@@ -387,7 +429,10 @@ sync_outputs() {
 # Sets `z_reason` if the step has failed, and then `z_status` to other than 0.
 judge() {
   z_reason=''
-  if [ -n "$z_signal" ]; then
+  if is_superseded; then
+    z_reason='its run was launched anew'
+    [ "$z_status" != 0 ] || z_status=1
+  elif [ -n "$z_signal" ]; then
     z_reason="its wrapper got signal $z_signal"
     z_status=$((128 + z_number))
   elif [ -n "$z_stopped" ]; then
@@ -442,6 +487,10 @@ check_start() {
       exit 0
       ;;
   esac
+  if is_superseded; then
+    say "step '$z_name' isn't started: its run was launched anew"
+    exit 1
+  fi
   if stands .stop.rst; then
     say "step '$z_name' isn't started: a stop was requested; remove '.stop.rst' from $PWD to let it run"
     exit 1
@@ -478,6 +527,7 @@ main() {
   enter_folder
   [ -e /proc/self/fd/1 ] || exec >>"$z_log"
   [ -e /proc/self/fd/2 ] || exec 2>>"$z_log"
+  find_launch
   check_start
   take_signals
   reserve_final || exit 1

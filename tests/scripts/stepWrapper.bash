@@ -20,7 +20,7 @@ setup() {
   cp "$source_dir/data/scripts/$wrapper_name" "$run_dir"
   cd "$run_dir"
   PATH=$bin_dir:$PATH
-  unset XPERIMENT_SKIP_STEPS
+  unset XPERIMENT_SKIP_STEPS XPERIMENT_LAUNCH
   wrapper=''
 }
 

@@ -28,7 +28,7 @@ setup() {
   bin_dir="$BATS_TEST_TMPDIR/bin"
   use_run_directory "$run_dir"
   wine_environment
-  unset XPERIMENT_SKIP_STEPS
+  unset XPERIMENT_SKIP_STEPS XPERIMENT_LAUNCH
   wrapper=''
 }
 
@@ -291,4 +291,60 @@ S
   run -1 script_host rundef.js
   grep -q "step 'one.bat' failed: its wrapper failed" runme.log
   [ -e .one.bat.error.rst ]
+}
+
+# --- the launch ----------------------------------------------------------------
+
+# The lease of the run, of the launch $1.
+lease() {
+  printf '<?xml version="1.0" encoding="UTF-8"?>\n<Launch Version="1" Minor="1" Id="%s" Time="1" Kept="">\n  <Launcher/>\n</Launch>\n' "$1" >.launch.xml
+}
+
+@test "the markers of a launched run tell its launch" {
+  export XPERIMENT_LAUNCH=11111111-1111
+  lease 11111111-1111
+  batch one.bat <<<'exit /b 0'
+  batch two.bat <<<'exit /b 5'
+  run_script <<'S'
+ZUMStep( "one.bat",
+         "" );
+ZUMStep( "two.bat",
+         "" );
+S
+  run -5 script_host rundef.js
+  [ "$(handle one.bat /ProcessHandle/@Launch)" = 11111111-1111 ]
+  xmllint --noout --schema "$handle_schema" .one.bat.begin.rst
+  [ "$(<.one.bat.end.rst)" = 'launch: 11111111-1111' ]
+  [ "$(<.two.bat.error.rst)" = $'ended with status 5\nlaunch: 11111111-1111' ]
+}
+
+@test "a step of a launch that another has followed isn't started and touches no marker" {
+  export XPERIMENT_LAUNCH=11111111-1111
+  lease 22222222-2222
+  batch one.bat <<<'echo ran > ran'
+  echo theirs >.one.bat.end.rst
+  run_script <<'S'
+ZUMStep( "one.bat",
+         "" );
+S
+  run script_host rundef.js
+  [ ! -e ran ]
+  [ "$(left)" = '.launch.xml .one.bat.end.rst ' ]
+  [ "$(<.one.bat.end.rst)" = theirs ]
+  grep -q "step 'one.bat' isn't started: its run was launched anew" runme.log
+}
+
+@test "a step during which its run is launched anew leaves the markers alone" {
+  export XPERIMENT_LAUNCH=11111111-1111
+  lease 22222222-2222
+  mv .launch.xml later
+  batch one.bat <<<'copy later .launch.xml > nul'
+  run_script <<'S'
+ZUMStep( "one.bat",
+         "" );
+S
+  run script_host rundef.js
+  [ ! -e .one.bat.end.rst ]
+  [ ! -e .one.bat.error.rst ]
+  grep -q "its markers in .* are left alone" runme.log
 }

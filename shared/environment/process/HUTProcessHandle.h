@@ -88,6 +88,10 @@ public:
     void getPidNamespace(std::string& id) const { id = m_pidNamespace; }
     void setPidNamespace(const std::string& id) { m_pidNamespace = id; }
 
+    /// The launch of the run that the process belongs to; empty when none is told.
+    void getLaunch(std::string& id) const { id = m_launch; }
+    void setLaunch(const std::string& id) { m_launch = id; }
+
     /// The folder that the record was found in. Processes that outlive the
     /// first of their group are known by working in it.
     void getFolder(std::string& path) const { path = m_folder; }
@@ -126,6 +130,7 @@ private:
     std::string m_command;
     std::string m_bootId;
     std::string m_pidNamespace;
+    std::string m_launch;
     std::string m_folder;
     long m_uid = -1;
     long m_pid = 0;

@@ -133,6 +133,10 @@ private:
             m_hasVersion = true;
             return readNumber(value, kVersion, number) && number == kVersion;
         }
+        if (name == "Launch") {
+            m_record.setLaunch(value);
+            return true;
+        }
         return name != "Minor" || readNumber(value, kMostTime, number);
     }
 

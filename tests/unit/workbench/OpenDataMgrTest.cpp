@@ -21,6 +21,7 @@
 #include "tests/support/RunDir.h"
 #include "tests/unit/workbench/TestBench.h"
 #include "workbench/HAXPExpRun.h"
+#include "workbench/launchLease.h"
 #include "workbench/runLock.h"
 
 namespace {
@@ -45,6 +46,12 @@ protected:
         shell.addArg(script);
         shell.setOutputFile(m_bench.path("output"), false);
         return shell.launch(true, false, false, false);
+    }
+    /// Writes a lease, and gives its identity.
+    std::string lease() const {
+        const workbench::LaunchLease lease = workbench::makeLease();
+        workbench::writeLease(m_dir.path(workbench::kLeaseName), lease);
+        return lease.id;
     }
     std::string output() const { return m_bench.folder().read("output"); }
 
@@ -84,6 +91,39 @@ TEST_F(PreCommandsTest, EndTheScriptWhileTheLockIsHeld) {
     EXPECT_EQ(run("PATH=" + m_dir.path("bin") + ":/usr/bin:/bin", "echo went on"), 1);
     EXPECT_EQ(output(), "");
     EXPECT_EQ(m_dir.read("runme.log"), "another launch of this run is at work\n");
+}
+
+TEST_F(PreCommandsTest, EndTheScriptOfALaunchThatAnotherHasFollowed) {
+    const std::string marker = "." + test::TestBench::implementation().getQueStr() + ".queue.rst";
+    m_dir.mark(marker);
+    const std::string id = lease();
+    EXPECT_EQ(run("XPERIMENT_LAUNCH=earlier", "echo went on"), 1);
+    EXPECT_EQ(output(), "");
+    EXPECT_TRUE(m_dir.has(marker));
+    EXPECT_EQ(m_dir.read("runme.log"),
+              "launch earlier of this run ends: the run was launched anew, "
+              "or reset, since\n");
+    m_dir.unmark("runme.log");
+    EXPECT_EQ(run("XPERIMENT_LAUNCH=" + id, "echo went on"), 0);
+    EXPECT_EQ(output(), "went on\n");
+    EXPECT_FALSE(m_dir.has("runme.log"));
+}
+
+TEST_F(PreCommandsTest, EndTheScriptOfALaunchThatWasReset) {
+    EXPECT_EQ(run("XPERIMENT_LAUNCH=earlier", "echo went on"), 1);
+    EXPECT_EQ(output(), "");
+}
+
+TEST_F(PreCommandsTest, GiveAScriptThatIsStartedByHandTheLaunchOfTheLease) {
+    const std::string id = lease();
+    const std::string tell = "env | grep '^XPERIMENT_LAUNCH=' || echo none";
+    EXPECT_EQ(run("unset XPERIMENT_LAUNCH", tell), 0);
+    EXPECT_EQ(output(), "XPERIMENT_LAUNCH=" + id + "\n");
+    EXPECT_EQ(run("export XPERIMENT_LAUNCH=", tell), 0);
+    EXPECT_EQ(output(), "XPERIMENT_LAUNCH=" + id + "\n");
+    m_dir.unmark(workbench::kLeaseName);
+    EXPECT_EQ(run("unset XPERIMENT_LAUNCH", tell), 0);
+    EXPECT_EQ(output(), "none\n");
 }
 
 TEST_F(PreCommandsTest, NameNoStepToPassOverWhenAllAreEnabled) {

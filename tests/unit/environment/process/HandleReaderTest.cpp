@@ -73,6 +73,17 @@ TEST_F(HandleReaderTest, GivesTheWholeRecord) {
     EXPECT_EQ(command(), "/bin/place");
 }
 
+TEST_F(HandleReaderTest, GivesTheLaunchOfTheProcess) {
+    std::string launch = "before";
+    EXPECT_TRUE(read(record(kIdentity)));
+    m_handle.getLaunch(launch);
+    EXPECT_EQ(launch, "");
+    EXPECT_TRUE(read(kHead + "<ProcessHandle Version=\"1\" Minor=\"1\" Launch=\"a-1\"><Process " +
+                     kIdentity + "/><Command>place</Command></ProcessHandle>"));
+    m_handle.getLaunch(launch);
+    EXPECT_EQ(launch, "a-1");
+}
+
 TEST_F(HandleReaderTest, ReadsNothingOfAFileOfAGigabyte) {
     // The disk holds its beginning alone.
     m_dir.mark("marker", record(kIdentity));
