@@ -223,6 +223,38 @@ TEST_F(LsfTestJobTest, TouchesAFileThroughTheCommand) {
     EXPECT_THAT(m_clock.sleeps(), IsEmpty());
 }
 
+TEST_F(LsfTestJobTest, RunsTheCommandApartFromTheCaller) {
+    bsub("read -r all </proc/$$/stat\nset -- $all\necho \"$1 $5 $6\" > '" + m_dir.path("words") +
+         "'");
+    HAXPUtilsBase::touchFileWithLSF("bsub", m_dir.path("file"));
+    awaitJob();
+    const std::string line = m_dir.read("words");
+    const std::string pid = line.substr(0, line.find(' '));
+    EXPECT_EQ(line, pid + " " + pid + " " + pid + "\n") << "with group and session of its own";
+}
+
+TEST_F(LsfTestJobTest, DropsWhatTheCommandPrints) {
+    bsub("echo out\necho err >&2");
+    ::testing::internal::CaptureStdout();
+    ::testing::internal::CaptureStderr();
+    HAXPUtilsBase::touchFileWithLSF("bsub", m_dir.path("file"));
+    awaitJob();
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+}
+
+TEST_F(LsfTestJobTest, DoesntWaitForTheCommand) {
+    program("bsub", "#!/bin/sh\nread -r go < '" + m_dir.path("go") + "'\necho done > '" +
+                        m_dir.path("said") + "'\n");
+    ASSERT_EQ(::mkfifo(m_dir.path("go").c_str(), 0600), 0);
+    HAXPUtilsBase::touchFileWithLSF("bsub", m_dir.path("file"));
+    const int go = ::open(m_dir.path("go").c_str(), O_WRONLY | O_CLOEXEC);
+    ASSERT_GE(go, 0);
+    EXPECT_EQ(::write(go, "\n", 1), 1);
+    ::close(go);
+    awaitJob();
+}
+
 TEST_F(LsfTestJobTest, TellsOfACommandThatCantBeStarted) {
     unstartable("bsub");
     HAXPUtilsBase::touchFileWithLSF("bsub -q medium", m_dir.path("file"));

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
 #include <cerrno>
+#include <map>
 #include <ostream>
 #include <string>
 
@@ -10,6 +11,7 @@
 
 #include <gtest/gtest.h>
 
+#include "environment/containers/heapIter.h"
 #include "environment/errors/HEXAlgException.h"
 #include "tests/support/FaultyDisk.h"
 #include "tests/unit/runs/xperiment/resetFixture.h"
@@ -93,6 +95,29 @@ TEST_F(EmptyRunDirTest, RemovesTheFilesOfTheTable) {
     m_run->info().setFile(HAXPTypes::FILE_PLACE_IO, "c.rpt");
     EXPECT_TRUE(empty());
     EXPECT_EQ(entries(), (Ids{"user.rpt"}));
+}
+
+/// Tells of one type of file, whatever is in the table.
+class PickyInfo final : public test::TestRunInfo {
+public:
+    using TestRunInfo::TestRunInfo;
+
+    HSTFwdKeyIter<HAXPTypes::FileType>* createFileTypeIter() const override {
+        return containers::heapKeyIter<HAXPTypes::FileType>(m_types);
+    }
+
+private:
+    std::map<HAXPTypes::FileType, int> m_types{{HAXPTypes::FILE_PLACE_IO, 0}};
+};
+
+TEST_F(EmptyRunDirTest, RemovesTheFilesOfTheTypesThatTheRunTells) {
+    m_run->nukeSteps();
+    m_run->setExpInfoBase(new PickyInfo(m_run.get(), "impl_1"));
+    mark({"util.rpt", "io.rpt"});
+    know({"util.rpt"});
+    m_run->info().setFile(HAXPTypes::FILE_PLACE_IO, "io.rpt");
+    EXPECT_TRUE(empty());
+    EXPECT_EQ(entries(), (Ids{"util.rpt"}));
 }
 
 TEST_F(EmptyRunDirTest, RemovesFoldersOfTheTableWithAllInThem) {

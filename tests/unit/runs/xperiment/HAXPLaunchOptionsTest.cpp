@@ -2,9 +2,11 @@
 // Copyright the Xperiment authors
 #include "runs/base/xperiment/HAXPLaunchOptions.h"
 
+#include <iostream>
 #include <limits>
 #include <memory>
 #include <ostream>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -224,6 +226,32 @@ TEST_F(UserRunScriptTest, IsTheFileThatTheMapNames) {
     read("impl_1: " + m_dir.path("run.sh") + "\n");
     EXPECT_EQ(script("impl_1"), m_dir.path("run.sh"));
     EXPECT_EQ(m_printed, "User run script: " + m_dir.path("run.sh") + "\n");
+}
+
+/// Standard output while it lives; knows what a reader would have seen of it so far.
+class FlushedOutput final : public std::stringbuf {
+public:
+    FlushedOutput() : m_before(std::cout.rdbuf(this)) {}
+    ~FlushedOutput() override { std::cout.rdbuf(m_before); }
+
+    const std::string& seen() const { return m_seen; }
+
+protected:
+    int sync() override {
+        m_seen = str();
+        return 0;
+    }
+
+private:
+    std::streambuf* m_before;
+    std::string m_seen;
+};
+
+TEST_F(UserRunScriptTest, IsToldAtOnce) {
+    read("impl_1: " + m_dir.path());
+    const FlushedOutput output;
+    EXPECT_EQ(m_options.getUserRunScript("impl_1"), m_dir.path());
+    EXPECT_EQ(output.seen(), "User run script: " + m_dir.path() + "\n");
 }
 
 TEST_F(UserRunScriptTest, MayBeAnythingThatExists) {

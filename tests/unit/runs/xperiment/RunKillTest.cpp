@@ -712,6 +712,25 @@ TEST_F(KillCommandTest, FailsWhenTheProgramDiesOfASignal) {
     EXPECT_FALSE(m_run->killRun(m_dir.path("dying"), "1", false));
 }
 
+TEST_F(KillCommandTest, RunsTheCommandInTheGroupOfTheCaller) {
+    m_dir.mark("grouped", "#!/bin/sh\ngroup=$1\nread -r all </proc/$$/stat\nset -- $all\n"
+                          "[ \"$5\" = \"$group\" ]\n");
+    ASSERT_EQ(::chmod(m_dir.path("grouped").c_str(), 0755), 0);
+    EXPECT_TRUE(m_run->killRun(m_dir.path("grouped"), std::to_string(::getpgrp()), false))
+        << "what ends the caller from its terminal ends it too";
+    EXPECT_FALSE(m_run->killRun(m_dir.path("grouped"), "1", false));
+}
+
+TEST_F(KillCommandTest, DropsWhatTheCommandPrints) {
+    m_dir.mark("chatty", "#!/bin/sh\necho out\necho err >&2\n");
+    ASSERT_EQ(::chmod(m_dir.path("chatty").c_str(), 0755), 0);
+    ::testing::internal::CaptureStdout();
+    ::testing::internal::CaptureStderr();
+    EXPECT_TRUE(m_run->killRun(m_dir.path("chatty"), "1", false));
+    EXPECT_EQ(::testing::internal::GetCapturedStdout(), "");
+    EXPECT_EQ(::testing::internal::GetCapturedStderr(), "");
+}
+
 TEST_F(KillCommandTest, TakesNoArgumentThatACommandWouldSeeCut) {
     m_programs.add("end", 0);
     EXPECT_FALSE(m_run->killRun("end",
