@@ -22,7 +22,7 @@
 #include "shell/verb.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/LaunchQueue.h"
-#include "workbench/LocalLauncher.h"
+#include "workbench/RunLauncher.h"
 #include "workbench/Project.h"
 #include "workbench/launchDecision.h"
 
@@ -111,7 +111,7 @@ private:
         int status = kExitDone;
         for (HAXPExpRun* run : plan.launches) {
             try {
-                LocalLauncher(project).launch(*run);
+                RunLauncher(project).launch(*run);
                 fmt::print(stderr, "{}: started\n", run->getName());
             } catch (const HEXUserException& error) {
                 tellError(error.what());

@@ -54,11 +54,6 @@ std::string failMarkerName(const std::string& reportName) {
     return "." + reportName + ".fail";
 }
 
-std::string queueMarker(const HAXPExpRunBase& run) {
-    const HAXPStrategy* strategy = run.getStrategy();
-    return strategy->getFlow()->getQueueMarkerName();
-}
-
 }  // namespace
 
 /// What one reading of the directory tells.
@@ -229,7 +224,7 @@ bool HAXPExpRun::resetFrom(const HAXPExpRunStep* first) {
     }
     // One that waits for this launch stays queued until its script begins.
     if (!isWaiting_())
-        HUTFile(pathOf(queueMarker(*this))).rm();
+        HUTFile(queueMarkerPath()).rm();
     getInfo().removeAllStaleReasons();
     setLatestStep(nullptr);
     m_extra->gate.forget();
@@ -242,6 +237,10 @@ std::string HAXPExpRun::pathOf(const std::string& name) const {
     std::string dir;
     getRunDir(dir);
     return dir + HUTFile::getDirSeparator() + name;
+}
+
+std::string HAXPExpRun::queueMarkerPath() const {
+    return pathOf(getStrategy()->getFlow()->getQueueMarkerName());
 }
 
 void HAXPExpRun::initRun_(const std::string& name, const HAXPStrategy* strategy,
@@ -316,7 +315,7 @@ void HAXPExpRun::readSteps_(const std::string& dir, Poll& poll) {
 /// Whether a launcher that lives, as far as that can be told, lets the run wait.
 bool HAXPExpRun::isWaiting_() const {
     workbench::LaunchLease lease;
-    if (!workbench::readLease(pathOf(queueMarker(*this)), lease) || !lease.isWaiting)
+    if (!workbench::readLease(queueMarkerPath(), lease) || !lease.isWaiting)
         return false;
     const HUTProcessHandle::Life life = workbench::lookAtLauncher(lease);
     return life == HUTProcessHandle::Life::kAlive || life == HUTProcessHandle::Life::kUnknown;
@@ -324,11 +323,17 @@ bool HAXPExpRun::isWaiting_() const {
 
 bool HAXPExpRun::isQueued_() const {
     workbench::LaunchLease lease;
-    if (workbench::readLease(pathOf(queueMarker(*this)), lease) && lease.isWaiting)
-        return false;
+    if (workbench::readLease(queueMarkerPath(), lease)) {
+        if (lease.isWaiting)
+            return false;
+        // A cluster takes its time; whether the job is still there only the queue tells.
+        if (lease.way.kind == workbench::LaunchWay::Kind::kLsf ||
+            lease.way.kind == workbench::LaunchWay::Kind::kSge)
+            return true;
+    }
     long made = 0;
     // Older than any start takes: whoever made it went away before the script began.
-    return HUTFile::getFileStamp(pathOf(queueMarker(*this)).c_str(), made) &&
+    return HUTFile::getFileStamp(queueMarkerPath().c_str(), made) &&
            std::time(nullptr) - made <= kLongestStartSec;
 }
 

@@ -69,6 +69,8 @@ public:
 
     /// The path of `name` in the run directory.
     std::string pathOf(const std::string& name) const;
+    /// The path of its queue marker, in the run directory.
+    std::string queueMarkerPath() const;
 
 protected:
     void initRun_(const std::string& name, const HAXPStrategy* strategy,

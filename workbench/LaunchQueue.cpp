@@ -54,8 +54,8 @@ std::vector<LaunchQueue::Event> LaunchQueue::advance() {
 
 LaunchQueue::Runs LaunchQueue::takeBackWaiting() {
     for (HAXPExpRun* run : m_shown) {
-        if (LocalLauncher::isEnqueued(*run))
-            LocalLauncher::takeBack(*run);
+        if (RunLauncher::isEnqueued(*run))
+            RunLauncher::takeBack(*run);
     }
     m_shown.clear();
     Runs waited;
@@ -81,7 +81,7 @@ void LaunchQueue::lookAtRunning_(std::vector<Event>& events) {
 void LaunchQueue::startWaiting_(std::vector<Event>& events) {
     const Runs waiting = m_waiting;
     for (HAXPExpRun* run : waiting) {
-        if (contains(m_shown, run) && !LocalLauncher::isEnqueued(*run)) {
+        if (contains(m_shown, run) && !RunLauncher::isEnqueued(*run)) {
             giveUp_(*run, Event::kTakenBack, "", events);
             continue;
         }
@@ -132,8 +132,8 @@ void LaunchQueue::start_(HAXPExpRun& run, std::vector<Event>& events) {
 
 void LaunchQueue::giveUp_(HAXPExpRun& run, Event::Kind kind, const std::string& text,
                           std::vector<Event>& events) {
-    if (contains(m_shown, &run) && LocalLauncher::isEnqueued(run))
-        LocalLauncher::takeBack(run);
+    if (contains(m_shown, &run) && RunLauncher::isEnqueued(run))
+        RunLauncher::takeBack(run);
     remove(m_shown, &run);
     remove(m_waiting, &run);
     m_job.markAsFailed(&run);

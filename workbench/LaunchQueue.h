@@ -7,7 +7,7 @@
 #include <vector>
 
 #include "runs/base/xperiment/HAXPJob.h"
-#include "workbench/LocalLauncher.h"
+#include "workbench/RunLauncher.h"
 #include "workbench/WorkbenchExport.h"
 
 class HAXPExpRun;
@@ -78,7 +78,7 @@ private:
                  std::vector<Event>& events);
 
     Project& m_project;
-    LocalLauncher m_launcher;
+    RunLauncher m_launcher;
     HAXPJob m_job{1};
     std::size_t m_most;
     Runs m_waiting;

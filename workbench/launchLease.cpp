@@ -16,6 +16,7 @@
 #include "environment/process/processTable.h"
 #include "environment/xml/HXMLWriterBase.h"
 #include "environment/xml/xmlDocument.h"
+#include "workbench/HAXPExpRun.h"
 
 namespace workbench {
 
@@ -43,6 +44,10 @@ const char kGroup[] = "Pgid";
 const char kStartTicks[] = "StartTicks";
 const char kBootId[] = "BootId";
 const char kNamespace[] = "PidNamespace";
+const char kWay[] = "Way";
+const char kKind[] = "Kind";
+const char kCommand[] = "Command";
+const char kJobName[] = "JobName";
 }  // namespace name
 
 /// A whole number without sign or blanks, or 0.
@@ -123,6 +128,44 @@ void readLauncher(const xml::Element& element, HUTProcessHandle& launcher) {
     launcher.setPidNamespace(element.attribute(name::kNamespace));
 }
 
+struct KindName {
+    LaunchWay::Kind kind;
+    const char* name;
+};
+
+/// One that launched here has no element of its own.
+const KindName kKinds[] = {{LaunchWay::Kind::kHost, "host"},
+                           {LaunchWay::Kind::kLsf, "lsf"},
+                           {LaunchWay::Kind::kSge, "sge"}};
+
+void writeWay(HXMLWriterBase& out, const LaunchWay& way) {
+    for (const KindName& known : kKinds) {
+        if (known.kind != way.kind)
+            continue;
+        out.addAttr(name::kKind, known.name);
+        addText(out, name::kHost, way.host);
+        addText(out, name::kCommand, way.command);
+        addText(out, name::kJobName, way.jobName);
+        out.wrEmptyTag(name::kWay);
+    }
+}
+
+/// False for a way that this version doesn't know.
+bool readWay(const xml::Element* element, LaunchWay& way) {
+    if (element == nullptr)
+        return true;
+    way.host = element->attribute(name::kHost);
+    way.command = element->attribute(name::kCommand);
+    way.jobName = element->attribute(name::kJobName);
+    for (const KindName& known : kKinds) {
+        if (element->attribute(name::kKind) != known.name)
+            continue;
+        way.kind = known.kind;
+        return true;
+    }
+    return false;
+}
+
 }  // namespace
 
 LaunchLease makeLease() {
@@ -145,6 +188,7 @@ void writeLease(const std::string& path, const LaunchLease& lease) {
         out.addAttr(name::kKept, joined(*lease.keptSteps));
     out.wrStartTag(name::kLaunch);
     writeLauncher(out, lease.launcher);
+    writeWay(out, lease.way);
     out.wrEndTag(name::kLaunch);
     out.closeDoc();
 }
@@ -167,11 +211,18 @@ bool readLease(const std::string& path, LaunchLease& lease) {
         if (root.hasAttribute(name::kKept))
             read.keptSteps = separated(root.attribute(name::kKept));
         readLauncher(*launcher, read.launcher);
+        if (!readWay(root.child(name::kWay), read.way))
+            return false;
         lease = read;
         return true;
     } catch (const HEXAll&) {
         return false;
     }
+}
+
+bool readLeaseOf(const HAXPExpRun& run, LaunchLease& lease) {
+    // A run that waits to be launched anew has the lease of the launch before, too.
+    return readLease(run.queueMarkerPath(), lease) || readLease(run.pathOf(kLeaseName), lease);
 }
 
 std::string leaseText(const LaunchLease& lease) {

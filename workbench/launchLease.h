@@ -9,6 +9,8 @@
 #include "environment/process/HUTProcessHandle.h"
 #include "workbench/WorkbenchExport.h"
 
+class HAXPExpRun;
+
 /// Who launched a run, and which launch it was.
 namespace workbench {
 
@@ -18,6 +20,23 @@ inline constexpr char kLeaseName[] = ".launch.xml";
 
 /// The variable that carries the identity of a launch to every process of its run.
 inline constexpr char kLaunchVariable[] = "XPERIMENT_LAUNCH";
+
+/// How a run was launched: what another process needs to look at it and to stop it.
+struct LaunchWay {
+    enum class Kind {
+        kHere,  ///< on the launcher's host
+        kHost,  ///< on `host`, by a remote command
+        kLsf,
+        kSge
+    };
+    Kind kind = Kind::kHere;
+    /// Of kHost: as the remote command knows it.
+    std::string host;
+    /// The remote command of kHost, the submit command of a cluster: words, as typed.
+    std::string command;
+    /// The name of the job on a cluster.
+    std::string jobName;
+};
 
 struct LaunchLease {
     /// A UUID that no other launch has.
@@ -31,6 +50,7 @@ struct LaunchLease {
     std::optional<std::vector<std::string>> keptSteps;
     /// The process that launches, not one of the run.
     HUTProcessHandle launcher;
+    LaunchWay way;
 };
 
 /// A lease of this process with an identity of its own.
@@ -46,6 +66,10 @@ WORKBENCH_API bool readLease(const std::string& path, LaunchLease& lease);
 
 /// Who launched, where and when: "by jane on node7 at 2026-11-21 16:02:11".
 WORKBENCH_API std::string leaseText(const LaunchLease& lease);
+
+/// The lease that holds for `run`: that of its queue marker, of a launch that waits, else
+/// that of its last launch. False, with `lease` as it was, when there is neither.
+WORKBENCH_API bool readLeaseOf(const HAXPExpRun& run, LaunchLease& lease);
 
 /// What can be said of the process that launches. It may be this one.
 WORKBENCH_API HUTProcessHandle::Life lookAtLauncher(const LaunchLease& lease);

@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
-#include "workbench/LocalLauncher.h"
+#include "workbench/RunLauncher.h"
 
 #include <memory>
 #include <string>
@@ -32,6 +32,7 @@
 #include "workbench/Project.h"
 #include "workbench/entryRules.h"
 #include "workbench/launchDecision.h"
+#include "workbench/places/RunPlace.h"
 #include "workbench/reportScript.h"
 
 namespace {
@@ -101,15 +102,11 @@ std::vector<std::string> stepsBefore(const HAXPExpRun& run, const HAXPExpRunStep
     return names;
 }
 
-std::string queueMarker(const HAXPExpRun& run) {
-    return run.pathOf(run.getStrategy()->getFlow()->getQueueMarkerName());
-}
-
 }  // namespace
 
-LocalLauncher::LocalLauncher(Project& project) : m_project(project) {}
+RunLauncher::RunLauncher(Project& project) : m_project(project) {}
 
-void LocalLauncher::launch(HAXPExpRun& run) {
+void RunLauncher::launch(HAXPExpRun& run, const workbench::LaunchWay& way) {
     run.updateStatus();
     const bool waits = isEnqueued(run);
     if (!waits)
@@ -119,7 +116,7 @@ void LocalLauncher::launch(HAXPExpRun& run) {
     const HAXPExpRunStep* first = workbench::firstStepToRun(run);
     // Before the scripts are written, which takes back a request to stop: a job of an earlier
     // launch that starts from here on ends by itself.
-    takeLease_(run, first);
+    takeLease_(run, way, first);
     takeBackSteps_(run, first);
     writeScripts_(run);
     if (waits && !isEnqueued(run))
@@ -128,7 +125,7 @@ void LocalLauncher::launch(HAXPExpRun& run) {
     start_(run);
 }
 
-void LocalLauncher::enqueue(HAXPExpRun& run) {
+void RunLauncher::enqueue(HAXPExpRun& run) {
     run.updateStatus();
     workbench::requireNotAtWork(run);
     workbench::requireSources(run);
@@ -137,33 +134,33 @@ void LocalLauncher::enqueue(HAXPExpRun& run) {
     workbench::LaunchLease lease = workbench::makeLease();
     lease.isWaiting = true;
     try {
-        workbench::writeLease(queueMarker(run), lease);
+        workbench::writeLease(run.queueMarkerPath(), lease);
     } catch (const HXMLException&) {
         fail("@60-43@%s%s", run.getName(), adviceFor(dirOf(run)));
     }
     run.updateStatus();
 }
 
-bool LocalLauncher::isEnqueued(const HAXPExpRun& run) {
+bool RunLauncher::isEnqueued(const HAXPExpRun& run) {
     workbench::LaunchLease lease;
-    return !dirOf(run).empty() && workbench::readLease(queueMarker(run), lease) &&
+    return !dirOf(run).empty() && workbench::readLease(run.queueMarkerPath(), lease) &&
            lease.isWaiting && lease.launcher.getPid() == getpid() &&
            workbench::lookAtLauncher(lease) == HUTProcessHandle::Life::kAlive;
 }
 
-void LocalLauncher::takeBack(HAXPExpRun& run) {
-    HUTFile(queueMarker(run)).rm();
+void RunLauncher::takeBack(HAXPExpRun& run) {
+    HUTFile(run.queueMarkerPath()).rm();
     run.updateStatus();
 }
 
-void LocalLauncher::checkInputs_(const HAXPExpRun& run) const {
+void RunLauncher::checkInputs_(const HAXPExpRun& run) const {
     const HAXPExpRun* synthesis = m_project.getSynthesisOf(run);
     if (synthesis != nullptr && synthesis->getStatus()->getCode() != HDGUIStatus::statusDone)
         fail("@60-45@%s%s", run.getName(), synthesis->getName());
     workbench::requireSources(run);
 }
 
-void LocalLauncher::prepareDirectory_(HAXPExpRun& run) {
+void RunLauncher::prepareDirectory_(HAXPExpRun& run) {
     if (dirOf(run).empty())
         HAXPDataMgr::assignRunDir(&run, m_project.getRunsDir());
     const std::string dir = dirOf(run);
@@ -174,7 +171,7 @@ void LocalLauncher::prepareDirectory_(HAXPExpRun& run) {
     m_project.setInputs(m_project.getInputs());
 }
 
-void LocalLauncher::takeBackSteps_(HAXPExpRun& run, const HAXPExpRunStep* first) {
+void RunLauncher::takeBackSteps_(HAXPExpRun& run, const HAXPExpRunStep* first) {
     if (first != nullptr && !run.resetFrom(first))
         fail("@60-42@%s%s", run.getName(), dirOf(run));
     // A run that begins anew has a log of its own; one that goes on adds to it.
@@ -182,7 +179,7 @@ void LocalLauncher::takeBackSteps_(HAXPExpRun& run, const HAXPExpRunStep* first)
         HUTFile(run.pathOf("runme.log")).rm();
 }
 
-void LocalLauncher::writeScripts_(HAXPExpRun& run) {
+void RunLauncher::writeScripts_(HAXPExpRun& run) {
     workbench::writeReportScript(run);
     HAXPScriptWriter(&run).writeScript();
     const bool hasWrapper = HUTFile(run.pathOf("ZUMWrap.sh")).size() > 0;
@@ -190,7 +187,7 @@ void LocalLauncher::writeScripts_(HAXPExpRun& run) {
         fail("@60-43@%s%s", run.getName(), adviceFor(dirOf(run)));
 }
 
-void LocalLauncher::recordLaunch_(HAXPExpRun& run) {
+void RunLauncher::recordLaunch_(HAXPExpRun& run) {
     auto snapshot = std::make_unique<HAXPStrategy>();
     snapshot->copyStrat(run.getStrategy(), true, boost::logic::indeterminate);
     delete run.getInfo().getRunSnapshotStrategy();
@@ -204,9 +201,12 @@ void LocalLauncher::recordLaunch_(HAXPExpRun& run) {
     m_project.setInputs(m_project.getInputs());
 }
 
-void LocalLauncher::takeLease_(HAXPExpRun& run, const HAXPExpRunStep* first) {
+void RunLauncher::takeLease_(HAXPExpRun& run, const workbench::LaunchWay& way,
+                             const HAXPExpRunStep* first) {
     m_lease = workbench::makeLease();
+    m_lease.way = way;
     m_lease.keptSteps = stepsBefore(run, first);
+    workbench::RunPlace::of(m_lease)->complete(run, m_lease);
     try {
         workbench::writeLease(run.pathOf(workbench::kLeaseName), m_lease);
     } catch (const HXMLException&) {
@@ -214,23 +214,21 @@ void LocalLauncher::takeLease_(HAXPExpRun& run, const HAXPExpRunStep* first) {
     }
 }
 
-void LocalLauncher::start_(HAXPExpRun& run) {
-    const std::string marker = queueMarker(run);
+void RunLauncher::start_(HAXPExpRun& run) {
+    const std::string marker = run.queueMarkerPath();
     try {
         workbench::writeLease(marker, m_lease);
     } catch (const HXMLException&) {
         // It only shows the moment until the script begins.
     }
-    HUTFork script;
-    script.setEnvVar(workbench::kLaunchVariable, m_lease.id);
-    script.addArg(run.pathOf("runme.sh"));
-    script.setWorkingDir(dirOf(run));
-    if (script.launch(false, true, false, true) < 1) {
+    try {
+        workbench::RunPlace::of(m_lease)->start(run, m_lease);
+    } catch (const HEXUserException&) {
         HUTFile(marker).rm();
         run.setRunMode(HAXPExpRun::kNotLaunched);
         run.getInfo().setLaunch(0, "");
         m_project.save();
-        fail("@60-44@%s%s", run.getName(), script.getError());
+        throw;
     }
     run.updateStatus();
 }

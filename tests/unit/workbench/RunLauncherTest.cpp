@@ -1,6 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
-#include "workbench/LocalLauncher.h"
+#include "workbench/RunLauncher.h"
 
 #include <cerrno>
 #include <memory>
@@ -37,7 +37,7 @@ protected:
     std::string file() const { return m_bench.folder().read("proj/project.xml"); }
     std::string runDir() const { return m_bench.path("proj/runs/synth_1"); }
     std::string refusal(HAXPExpRun& run) {
-        return test::thrownText<HEXError>([&] { LocalLauncher(*m_project).launch(run); });
+        return test::thrownText<HEXError>([&] { RunLauncher(*m_project).launch(run); });
     }
 
     test::TestBench m_bench;

@@ -11,20 +11,21 @@ class HAXPExpRun;
 class HAXPExpRunStep;
 class Project;
 
-/// Launches runs on this host, one process a run, which goes on when the caller ends.
-class WORKBENCH_API LocalLauncher {
+/// Launches runs, here or elsewhere; they go on when the caller ends.
+class WORKBENCH_API RunLauncher {
 public:
     /// The project isn't owned and is open for changes.
-    explicit LocalLauncher(Project& project);
+    explicit RunLauncher(Project& project);
 
     /// Starts `run` from its first step that isn't done or is stale, in a run directory
     /// that is made if it has none, and saves the project. Returns as soon as the run's
     /// script is started. A run that waits may be launched; it shows as queued until its
     /// script begins.
-    /// @throws HEXUserException it is at work, an input or the synthesis is missing, or
-    /// its directory or scripts can't be written; the run is as it was, but that steps
-    /// that were to run anew may be reset.
-    void launch(HAXPExpRun& run);
+    /// @param way where it is to work.
+    /// @throws HEXUserException it is at work, an input or the synthesis is missing, its
+    /// directory or scripts can't be written, or it can't be started there; the run is as
+    /// it was, but that steps that were to run anew may be reset.
+    void launch(HAXPExpRun& run, const workbench::LaunchWay& way = {});
 
     /// Makes `run` show as queued, for as long as this process lives or until it is
     /// launched or taken back; saves the project.
@@ -42,7 +43,8 @@ private:
     void takeBackSteps_(HAXPExpRun& run, const HAXPExpRunStep* first);
     void writeScripts_(HAXPExpRun& run);
     void recordLaunch_(HAXPExpRun& run);
-    void takeLease_(HAXPExpRun& run, const HAXPExpRunStep* first);
+    void takeLease_(HAXPExpRun& run, const workbench::LaunchWay& way,
+                    const HAXPExpRunStep* first);
     void start_(HAXPExpRun& run);
 
     Project& m_project;
