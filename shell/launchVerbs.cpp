@@ -22,8 +22,8 @@
 #include "shell/verb.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/LaunchQueue.h"
-#include "workbench/RunLauncher.h"
 #include "workbench/Project.h"
+#include "workbench/RunLauncher.h"
 #include "workbench/launchDecision.h"
 
 namespace shell {

@@ -3,8 +3,12 @@
 #include "workbench/LaunchQueue.h"
 
 #include <algorithm>
+#include <limits>
+#include <memory>
 
 #include "environment/errors/HEXUserException.h"
+#include "environment/messages/ComMsgMgr.h"
+#include "environment/messages/ComMsgMgrInstance.h"
 #include "runs/base/xperiment/HAXPLaunchOptions.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "workbench/HAXPExpRun.h"
@@ -32,11 +36,59 @@ bool isDone(const HAXPExpRun& run) {
 }  // namespace
 
 LaunchQueue::LaunchQueue(Project& project, const HAXPLaunchOptions& options)
-    : m_project(project), m_launcher(project),
-      m_most(static_cast<std::size_t>(options.getNumJobsSH())) {}
+    : m_project(project), m_launcher(project), m_slots(slotsOf_(options)) {}
 
 LaunchQueue::~LaunchQueue() {
     takeBackWaiting();
+}
+
+std::vector<LaunchQueue::Slot> LaunchQueue::slotsOf_(const HAXPLaunchOptions& options) {
+    using Way = workbench::LaunchWay;
+    std::vector<Slot> slots;
+    switch (options.getLaunchMode()) {
+    case HAXPLaunchOptions::kLocalHost:
+    case HAXPLaunchOptions::kDefaultMode:
+        slots.push_back({Way(), static_cast<std::size_t>(options.getNumJobsSH()), {}});
+        break;
+    case HAXPLaunchOptions::kSeveralHosts: {
+        const std::unique_ptr<HSTFwdIter<HAXPLaunchOptions::HostJobs>> hosts(
+            options.createHostJobIterMH());
+        while (hosts->hasNext()) {
+            const HAXPLaunchOptions::HostJobs& host = hosts->next();
+            if (host.second > 0)
+                slots.push_back({{Way::Kind::kHost, host.first, options.getJobCmdMH(), ""},
+                                 static_cast<std::size_t>(host.second),
+                                 {}});
+        }
+        break;
+    }
+    case HAXPLaunchOptions::kLsfCluster:
+    case HAXPLaunchOptions::kSgeCluster:
+        if (!options.getClusterCmdLine().empty())
+            slots.push_back(
+                {{options.getLaunchMode() == HAXPLaunchOptions::kLsfCluster ? Way::Kind::kLsf
+                                                                            : Way::Kind::kSge,
+                  "", options.getClusterCmdLine(), ""},
+                 std::numeric_limits<std::size_t>::max(),
+                 {}});
+        break;
+    default:
+        break;
+    }
+    if (slots.empty())
+        throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-101@"));
+    return slots;
+}
+
+/// The emptiest of those that have room, the first one of several.
+LaunchQueue::Slot* LaunchQueue::freeSlot_() {
+    Slot* best = nullptr;
+    for (Slot& slot : m_slots) {
+        if (slot.running.size() < slot.most &&
+            (best == nullptr || slot.running.size() < best->running.size()))
+            best = &slot;
+    }
+    return best;
 }
 
 void LaunchQueue::add(HAXPExpRun& run) {
@@ -70,6 +122,8 @@ void LaunchQueue::lookAtRunning_(std::vector<Event>& events) {
         if (isAtWork(*run))
             continue;
         remove(m_running, run);
+        for (Slot& slot : m_slots)
+            remove(slot.running, run);
         if (isDone(*run))
             m_job.markAsExported(run);
         else
@@ -88,8 +142,8 @@ void LaunchQueue::startWaiting_(std::vector<Event>& events) {
         const Turn turn = turnOf_(*run);
         if (turn == Turn::kNever)
             giveUp_(*run, Event::kLeftOut, "", events);
-        else if (turn == Turn::kStart && m_running.size() < m_most)
-            start_(*run, events);
+        else if (Slot* slot = turn == Turn::kStart ? freeSlot_() : nullptr)
+            start_(*run, *slot, events);
     }
 }
 
@@ -118,9 +172,10 @@ LaunchQueue::Turn LaunchQueue::turnOf_(const HAXPExpRun& run) const {
     return m_job.hasRunBeenAttempted(synthesis) ? Turn::kNever : Turn::kStart;
 }
 
-void LaunchQueue::start_(HAXPExpRun& run, std::vector<Event>& events) {
+void LaunchQueue::start_(HAXPExpRun& run, Slot& slot, std::vector<Event>& events) {
     try {
-        m_launcher.launch(run);
+        launch_(run, slot.way);
+        slot.running.push_back(&run);
         remove(m_waiting, &run);
         remove(m_shown, &run);
         m_running.push_back(&run);
@@ -130,6 +185,10 @@ void LaunchQueue::start_(HAXPExpRun& run, std::vector<Event>& events) {
     }
 }
 
+void LaunchQueue::launch_(HAXPExpRun& run, const workbench::LaunchWay& way) {
+    m_launcher.launch(run, way);
+}
+
 void LaunchQueue::giveUp_(HAXPExpRun& run, Event::Kind kind, const std::string& text,
                           std::vector<Event>& events) {
     if (contains(m_shown, &run) && RunLauncher::isEnqueued(run))
@@ -137,5 +196,6 @@ void LaunchQueue::giveUp_(HAXPExpRun& run, Event::Kind kind, const std::string& 
     remove(m_shown, &run);
     remove(m_waiting, &run);
     m_job.markAsFailed(&run);
+    run.updateStatus();
     events.push_back({&run, kind, text});
 }

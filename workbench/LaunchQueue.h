@@ -9,12 +9,14 @@
 #include "runs/base/xperiment/HAXPJob.h"
 #include "workbench/RunLauncher.h"
 #include "workbench/WorkbenchExport.h"
+#include "workbench/launchLease.h"
 
 class HAXPExpRun;
 class HAXPLaunchOptions;
 class Project;
 
-/// Many runs of one launch on this host, up to a number of them at once.
+/// Many runs of one launch, up to a number of them at once: on this host, on each of
+/// several hosts, or as many as there are on a cluster.
 ///
 /// A run that waits shows as queued. An implementation waits for its synthesis when that
 /// belongs to the launch too, and is left out when that fails; all others go on. Who
@@ -40,10 +42,15 @@ public:
         std::string text;
     };
 
-    /// The project isn't owned and is open for changes. Of `options` the number of jobs
-    /// on this host counts.
+    /// The project isn't owned and is open for changes. Of `options` count the launch
+    /// mode and what belongs to it: the number of jobs here, the hosts with the remote
+    /// command, or the submit command. @throws HEXUserException a mode that starts
+    /// nothing, several hosts without a host or job, a cluster without a command.
     LaunchQueue(Project& project, const HAXPLaunchOptions& options);
-    ~LaunchQueue();
+    virtual ~LaunchQueue();
+
+    LaunchQueue(const LaunchQueue&) = delete;
+    LaunchQueue& operator=(const LaunchQueue&) = delete;
 
     /// Adds a run behind the others; a synthesis comes before what starts from it.
     void add(HAXPExpRun& run);
@@ -66,21 +73,34 @@ public:
     /// Takes back what waits, and says what it was.
     Runs takeBackWaiting();
 
+protected:
+    /// Launches `run` there. Throws as RunLauncher::launch() does.
+    virtual void launch_(HAXPExpRun& run, const workbench::LaunchWay& way);
+
 private:
+    /// Where runs may work, and how many at once.
+    struct Slot {
+        workbench::LaunchWay way;
+        std::size_t most;
+        Runs running;
+    };
+    static std::vector<Slot> slotsOf_(const HAXPLaunchOptions& options);
+    Slot* freeSlot_();
+
     enum class Turn { kWait, kStart, kNever };
 
     void lookAtRunning_(std::vector<Event>& events);
     void startWaiting_(std::vector<Event>& events);
     void showWaiting_(std::vector<Event>& events);
     Turn turnOf_(const HAXPExpRun& run) const;
-    void start_(HAXPExpRun& run, std::vector<Event>& events);
+    void start_(HAXPExpRun& run, Slot& slot, std::vector<Event>& events);
     void giveUp_(HAXPExpRun& run, Event::Kind kind, const std::string& text,
                  std::vector<Event>& events);
 
     Project& m_project;
     RunLauncher m_launcher;
     HAXPJob m_job{1};
-    std::size_t m_most;
+    std::vector<Slot> m_slots;
     Runs m_waiting;
     Runs m_running;
     /// Those of the waiting ones that show as queued.

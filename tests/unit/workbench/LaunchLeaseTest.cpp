@@ -45,6 +45,32 @@ TEST_F(LaunchLeaseTest, IsReadAsItWasWritten) {
     EXPECT_EQ(text, "a \"user\" & <more>");
 }
 
+TEST_F(LaunchLeaseTest, KeepsTheWay) {
+    using Kind = workbench::LaunchWay::Kind;
+    for (const Kind kind : {Kind::kHere, Kind::kHost, Kind::kLsf, Kind::kSge}) {
+        LaunchLease written = workbench::makeLease();
+        written.way.kind = kind;
+        if (kind != Kind::kHere) {
+            written.way.host = "node7";
+            written.way.command = "qsub -l \"a b\" <x>";
+            written.way.jobName = "/runs/impl 1/runme.sh";
+        }
+        workbench::writeLease(path(), written);
+        LaunchLease read;
+        ASSERT_TRUE(workbench::readLease(path(), read));
+        EXPECT_EQ(read.way.kind, kind);
+        EXPECT_EQ(read.way.host, written.way.host);
+        EXPECT_EQ(read.way.command, written.way.command);
+        EXPECT_EQ(read.way.jobName, written.way.jobName);
+    }
+}
+
+TEST_F(LaunchLeaseTest, PassesOverAWayThatItDoesNotKnow) {
+    EXPECT_TRUE(reads("<Launch Version='1' Id='x'><Launcher/><Way Kind='sge'/></Launch>"));
+    EXPECT_FALSE(reads("<Launch Version='1' Id='x'><Launcher/><Way Kind='cloud'/></Launch>"));
+    EXPECT_FALSE(reads("<Launch Version='1' Id='x'><Launcher/><Way/></Launch>"));
+}
+
 TEST_F(LaunchLeaseTest, KnowsThisProcessAsAlive) {
     workbench::writeLease(path(), workbench::makeLease());
     LaunchLease read;

@@ -1,0 +1,238 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "workbench/LaunchQueue.h"
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <gtest/gtest.h>
+
+#include "environment/errors/HEXError.h"
+#include "environment/errors/HEXUserException.h"
+#include "environment/files/HUTFile.h"
+#include "environment/messages/ComMsgMgr.h"
+#include "environment/messages/ComMsgMgrInstance.h"
+#include "runs/base/xperiment/HAXPLaunchOptions.h"
+#include "runs/base/xperiment/HDGUIStatus.h"
+#include "tests/support/thrownText.h"
+#include "tests/unit/workbench/TestBench.h"
+#include "workbench/HAXPExpRun.h"
+#include "workbench/OpenRunInfo.h"
+#include "workbench/Project.h"
+#include "workbench/openFlows.h"
+
+namespace {
+
+using workbench::LaunchWay;
+
+/// A queue that starts nothing: a run that it launches holds its lock and waits for the
+/// test to end it.
+class StillQueue : public LaunchQueue {
+public:
+    StillQueue(Project& project, const test::TestBench& bench, const HAXPLaunchOptions& options)
+        : LaunchQueue(project, options), m_bench(bench) {}
+    ~StillQueue() override = default;
+
+    void refuse(const std::string& name) { m_refused = name; }
+    void end(HAXPExpRun& run, bool isGood) {
+        // Without its lock, a run that isn't done has failed.
+        if (isGood)
+            m_bench.finish(run, kLaunchTime);
+        m_locks.erase(&run);
+    }
+    /// The hosts in the order of the launches.
+    std::string hosts;
+    std::vector<LaunchWay> ways;
+
+protected:
+    void launch_(HAXPExpRun& run, const LaunchWay& way) override {
+        if (run.getName() == m_refused)
+            throw HEXUserException(
+                ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-54@%s", run.getName()));
+        ways.push_back(way);
+        hosts += way.host + ' ';
+        std::string dir;
+        run.getRunDir(dir);
+        if (dir.empty()) {
+            dir = m_bench.path("proj/runs/" + run.getName());
+            m_bench.folder().folder("proj/runs/" + run.getName());
+            run.setRunDir(dir, false);
+        }
+        HUTFile(run.queueMarkerPath()).rm();
+        run.setRunMode(HAXPExpRun::kLaunched);
+        run.getInfo().setLaunch(kLaunchTime, "");
+        m_locks[&run] = std::make_unique<test::HeldRunLock>(dir);
+        run.updateStatus();
+    }
+
+private:
+    static constexpr long kLaunchTime = 2'000'000'000;
+    const test::TestBench& m_bench;
+    std::string m_refused;
+    std::map<const HAXPExpRun*, std::unique_ptr<test::HeldRunLock>> m_locks;
+};
+
+/// A project with a synthesis, two implementations that start from it, and a second
+/// synthesis.
+class LaunchQueueTest : public ::testing::Test {
+protected:
+    LaunchQueueTest()
+        : m_project(Project::create(m_bench.path("proj"), m_bench.inputs())),
+          m_synth(m_project->createRun("synth_1", *OpenFlows::getSynthesis(), "Default", "")),
+          m_impl1(implementation("impl_1")), m_impl2(implementation("impl_2")),
+          m_other(m_project->createRun("synth_2", *OpenFlows::getSynthesis(), "Default", "")) {
+        m_project->save();
+    }
+
+    HAXPExpRun& implementation(const std::string& name) {
+        return m_project->createRun(name, *OpenFlows::getImplementation(), "Default", "synth_1");
+    }
+    StillQueue& queue(int jobs) {
+        m_options.setNumJobsSH(jobs);
+        return queue();
+    }
+    StillQueue& queue() {
+        m_queue = std::make_unique<StillQueue>(*m_project, m_bench, m_options);
+        return *m_queue;
+    }
+    /// Such as "synth_1 started, impl_1 done".
+    std::string advance() {
+        static const char* const kWords[] = {"started",  "done",    "failed",
+                                             "left out", "refused", "taken back"};
+        std::string text;
+        for (const LaunchQueue::Event& event : m_queue->advance())
+            text += (text.empty() ? "" : ", ") + event.run->getName() + ' ' + kWords[event.kind];
+        return text;
+    }
+    static int codeOf(const HAXPExpRun& run) { return run.getStatus()->getCode(); }
+
+    test::TestBench m_bench;
+    std::unique_ptr<Project> m_project;
+    HAXPExpRun& m_synth;
+    HAXPExpRun& m_impl1;
+    HAXPExpRun& m_impl2;
+    HAXPExpRun& m_other;
+    HAXPLaunchOptions m_options;
+    std::unique_ptr<StillQueue> m_queue;
+};
+
+TEST_F(LaunchQueueTest, StartsAsManyAsMayRunAtOnceInTheirOrder) {
+    StillQueue& runs = queue(1);
+    runs.add(m_synth);
+    runs.add(m_other);
+    EXPECT_EQ(advance(), "synth_1 started");
+    EXPECT_EQ(advance(), "");
+    EXPECT_EQ(codeOf(m_synth), HDGUIStatus::statusRunning);
+    EXPECT_EQ(codeOf(m_other), HDGUIStatus::statusQueued);
+    runs.end(m_synth, true);
+    EXPECT_EQ(advance(), "synth_1 done, synth_2 started");
+    runs.end(m_other, true);
+    EXPECT_FALSE(runs.isOver());
+    EXPECT_EQ(advance(), "synth_2 done");
+    EXPECT_TRUE(runs.isOver());
+    EXPECT_EQ(runs.doneCount(), 2);
+    EXPECT_EQ(runs.failedCount(), 0);
+}
+
+TEST_F(LaunchQueueTest, AnImplementationWaitsForItsSynthesisAndOthersDoNot) {
+    StillQueue& runs = queue(8);
+    runs.add(m_synth);
+    runs.add(m_impl1);
+    runs.add(m_other);
+    runs.add(m_impl2);
+    EXPECT_EQ(advance(), "synth_1 started, synth_2 started");
+    runs.end(m_synth, true);
+    EXPECT_EQ(advance(), "synth_1 done, impl_1 started, impl_2 started");
+}
+
+TEST_F(LaunchQueueTest, AFailedSynthesisLeavesItsImplementationsOut) {
+    StillQueue& runs = queue(8);
+    runs.add(m_synth);
+    runs.add(m_impl1);
+    runs.add(m_other);
+    EXPECT_EQ(advance(), "synth_1 started, synth_2 started");
+    runs.end(m_synth, false);
+    EXPECT_EQ(advance(), "synth_1 failed, impl_1 left out");
+    EXPECT_EQ(codeOf(m_impl1), HDGUIStatus::statusNotStarted);
+    runs.end(m_other, true);
+    EXPECT_EQ(advance(), "synth_2 done");
+    EXPECT_TRUE(runs.isOver());
+    EXPECT_EQ(runs.failedCount(), 2);
+}
+
+TEST_F(LaunchQueueTest, OneThatIsRefusedKeepsNoOtherBack) {
+    StillQueue& runs = queue(1);
+    runs.refuse("synth_1");
+    runs.add(m_synth);
+    runs.add(m_impl1);
+    runs.add(m_other);
+    EXPECT_EQ(advance(), "synth_1 refused, impl_1 left out, synth_2 started");
+}
+
+TEST_F(LaunchQueueTest, OneThatSomebodyStopsWhileItWaitsIsTakenBack) {
+    StillQueue& runs = queue(1);
+    runs.add(m_synth);
+    runs.add(m_other);
+    EXPECT_EQ(advance(), "synth_1 started");
+    HUTFile(m_other.queueMarkerPath()).rm();
+    EXPECT_EQ(advance(), "synth_2 taken back");
+    EXPECT_EQ(codeOf(m_other), HDGUIStatus::statusNotStarted);
+}
+
+TEST_F(LaunchQueueTest, WhatWaitsIsNotQueuedAnyMoreWhenTheQueueGoes) {
+    StillQueue& runs = queue(1);
+    runs.add(m_synth);
+    runs.add(m_other);
+    EXPECT_EQ(advance(), "synth_1 started");
+    EXPECT_TRUE(HUTFile::exists(m_other.queueMarkerPath()));
+    m_queue.reset();
+    EXPECT_FALSE(HUTFile::exists(m_other.queueMarkerPath()));
+}
+
+TEST_F(LaunchQueueTest, EachHostTakesItsNumberOfRunsTheEmptiestFirst) {
+    m_options.setLaunchMode(HAXPLaunchOptions::kSeveralHosts);
+    m_options.setJobCmdMH("rsh");
+    m_options.addHostMH("none", 0);
+    m_options.addHostMH("big", 2);
+    m_options.addHostMH("small", 1);
+    StillQueue& runs = queue();
+    std::vector<HAXPExpRun*> all;
+    for (const char* name : {"a", "b", "c", "d"}) {
+        all.push_back(&m_project->createRun(name, *OpenFlows::getSynthesis(), "Default", ""));
+        runs.add(*all.back());
+    }
+    EXPECT_EQ(advance(), "a started, b started, c started");
+    EXPECT_EQ(runs.hosts, "big small big ");
+    EXPECT_EQ(runs.ways[0].kind, LaunchWay::Kind::kHost);
+    EXPECT_EQ(runs.ways[0].command, "rsh");
+    runs.end(*all[1], true);
+    EXPECT_EQ(advance(), "b done, d started");
+    EXPECT_EQ(runs.hosts, "big small big small ");
+}
+
+TEST_F(LaunchQueueTest, AClusterTakesAllAtOnce) {
+    m_options.setLaunchMode(HAXPLaunchOptions::kSgeCluster);
+    m_options.setClusterCmdLine("qsub -q all.q");
+    StillQueue& runs = queue();
+    runs.add(m_synth);
+    runs.add(m_other);
+    EXPECT_EQ(advance(), "synth_1 started, synth_2 started");
+    EXPECT_EQ(runs.ways[1].kind, LaunchWay::Kind::kSge);
+    EXPECT_EQ(runs.ways[1].command, "qsub -q all.q");
+}
+
+TEST_F(LaunchQueueTest, SomewhereToWorkIsNeeded) {
+    const std::string refusal =
+        "Nothing says where the runs are to work: there is no host with a job, or no submit "
+        "command. Give a host, or a submit command of a cluster, and launch again.";
+    for (const auto mode : {HAXPLaunchOptions::kScriptsOnly, HAXPLaunchOptions::kSeveralHosts,
+                            HAXPLaunchOptions::kLsfCluster, HAXPLaunchOptions::kSgeCluster,
+                            HAXPLaunchOptions::kNamedCluster}) {
+        m_options.setLaunchMode(mode);
+        EXPECT_EQ(test::thrownText<HEXError>([&] { queue(); }), refusal) << mode;
+    }
+}
+
+}  // namespace
