@@ -72,8 +72,8 @@ bool awaitEnd(HUTFork& fork, const Output& output, long limitMs, RemoteAnswer& a
 }  // namespace
 
 std::string RemoteAnswer::lastLine() const {
-    const std::string::size_type end = output.find_last_not_of(" \t\r\n") + 1;
-    const std::string whole = output.substr(0, end);
+    const std::string::size_type length = output.find_last_not_of(" \t\r\n") + 1;
+    const std::string whole = output.substr(0, length);
     return whole.substr(whole.rfind('\n') + 1);
 }
 
