@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/RunDir.h"
+#include "tests/unit/runs/xpreport/schemaFile.h"
 
 namespace {
 
@@ -58,6 +59,8 @@ TEST_F(LaunchLeaseTest, KeepsTheWay) {
         workbench::writeLease(path(), written);
         LaunchLease read;
         ASSERT_TRUE(workbench::readLease(path(), read));
+        EXPECT_TRUE(
+            test::reports::isValidBySchema("launch-lease.xsd", m_dir.read(workbench::kLeaseName)));
         EXPECT_EQ(read.way.kind, kind);
         EXPECT_EQ(read.way.host, written.way.host);
         EXPECT_EQ(read.way.command, written.way.command);
