@@ -4,6 +4,7 @@
 
 #include "workbench/launchLease.h"
 #include "workbench/places/HerePlace.h"
+#include "workbench/places/HostPlace.h"
 
 namespace workbench {
 
@@ -15,6 +16,7 @@ std::unique_ptr<RunPlace> RunPlace::of(const LaunchLease& lease) {
     case LaunchWay::Kind::kHere:
         break;
     case LaunchWay::Kind::kHost:
+        return std::make_unique<HostPlace>();
     case LaunchWay::Kind::kLsf:
     case LaunchWay::Kind::kSge:
         break;

@@ -1,0 +1,210 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "workbench/places/HostPlace.h"
+
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+
+#include "environment/errors/HXMLException.h"
+#include "environment/files/HUTFile.h"
+#include "environment/files/HUTFileUtils.h"
+#include "environment/messages/ComMsgMgr.h"
+#include "environment/messages/ComMsgMgrInstance.h"
+#include "environment/process/HUTProcessHandle.h"
+#include "environment/process/clock.h"
+#include "environment/process/remoteCall.h"
+#include "runs/base/xperiment/HDGUIStatus.h"
+#include "runs/base/xperiment/stepMarkers.h"
+#include "workbench/HAXPExpRun.h"
+#include "workbench/launchLease.h"
+#include "workbench/places/hostCalls.h"
+#include "workbench/places/openStep.h"
+#include "workbench/runLock.h"
+
+namespace workbench {
+
+namespace {
+
+std::string dirOf(const HAXPExpRun& run) {
+    std::string dir;
+    run.getRunDir(dir);
+    return dir;
+}
+
+HostCalls callsOf(const HAXPExpRun& run, const LaunchLease& lease) {
+    return {lease.way.command, lease.way.host, dirOf(run), lease.id};
+}
+
+bool isAtWork(const HAXPExpRun& run) {
+    const int code = run.getStatus()->getCode();
+    return code == HDGUIStatus::statusQueued || code == HDGUIStatus::statusRunning;
+}
+
+[[noreturn]] void refuse(const HAXPExpRun& run, const LaunchLease& lease,
+                         const std::string& words) {
+    throw HostError(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-130@%s%s%s",
+                                      run.getName(), lease.way.host, words));
+}
+
+[[noreturn]] void failToStop(const HAXPExpRun& run, const std::string& words) {
+    throw HEXUserException(
+        ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-133@%s%s", run.getName(), words));
+}
+
+bool differ(const std::string& a, const std::string& b) {
+    return a != "-" && b != "-" && a != b;
+}
+
+/// What keeps the answer from being about the host, and the start of it, that the launch
+/// began on; empty when it is. Sets `life` to what follows.
+std::string whyOther(const HostIdentity& claim, const HostIdentity& now, const std::string& host,
+                     RunLife& life) {
+    if (differ(claim.bootId, now.bootId)) {
+        if (claim.name == now.name) {
+            life = RunLife::kGone;
+            return fmt::format("{} was started anew since the run began", host);
+        }
+        return fmt::format("{} is another host now: it calls itself {}, and the run began on {}",
+                           host, now.name, claim.name);
+    }
+    if (differ(claim.pidNamespace, now.pidNamespace))
+        return fmt::format("{} answers from another container than the one that the run began in",
+                           host);
+    return {};
+}
+
+std::string processesText(std::size_t count) {
+    return fmt::format("{} process{} of it {} on", count, count == 1 ? "" : "es",
+                       count == 1 ? "is" : "are");
+}
+
+/// What the answer of the host proves.
+Evidence judge(const HAXPExpRun& run, const LaunchLease& lease, const HostLook& look) {
+    const std::string& host = lease.way.host;
+    Evidence evidence;
+    if (!look.isTold) {
+        evidence.lines.push_back(fmt::format("{} can't be asked: {}", host, look.words));
+        return evidence;
+    }
+    if (!look.pids.empty())
+        evidence.lines.push_back(fmt::format("{} {}", processesText(look.pids.size()), host));
+    if (look.lock == RunLife::kAlive)
+        evidence.lines.push_back("its lock is held on " + host);
+    if (!evidence.lines.empty()) {
+        evidence.life = RunLife::kAlive;
+        return evidence;
+    }
+    HostIdentity claim;
+    const std::string other = readHostClaim(dirOf(run), lease.id, claim)
+                                  ? whyOther(claim, look.host, host, evidence.life)
+                                  : std::string();
+    if (!other.empty()) {
+        evidence.lines.push_back(other);
+    } else if (look.seesProcesses || look.lock == RunLife::kGone) {
+        evidence.life = RunLife::kGone;
+        evidence.lines.push_back("no process of it is on " + host);
+    } else {
+        evidence.lines.push_back(host + " has no programs to look for processes with");
+    }
+    return evidence;
+}
+
+/// Writes the lease again that was taken away; false when that doesn't work.
+bool restoreLease(const HAXPExpRun& run, const LaunchLease& lease) {
+    try {
+        writeLease(run.pathOf(kLeaseName), lease);
+        return true;
+    } catch (const HXMLException&) {
+        return false;
+    }
+}
+
+/// Whether the run's script came to its first lines, in which it takes this marker away.
+bool hasBegun(const HAXPExpRun& run) {
+    return !HUTFile::exists(run.queueMarkerPath());
+}
+
+}  // namespace
+
+HostError::HostError(const ComMsgMgrInstance& message) : HEXUserException(message) {}
+
+HostError::~HostError() = default;
+
+HostPlace::HostPlace() = default;
+
+HostPlace::~HostPlace() = default;
+
+void HostPlace::complete(const HAXPExpRun& /*run*/, LaunchLease& lease) const {
+    if (lease.way.command.empty())
+        lease.way.command = HUTProcessHandle::getRemoteCommand();
+}
+
+void HostPlace::start(HAXPExpRun& run, const LaunchLease& lease) const {
+    requireHost(lease.way.host);
+    HUTFile(run.pathOf(kHostClaimName)).rm();
+    const HostStart start = callsOf(run, lease).start();
+    if (start.kind == HostStart::Kind::kBegan)
+        return;
+    // From now on nothing begins there: who claims the launch looks for the lease behind
+    // that.
+    HUTFile(run.pathOf(kLeaseName)).rm();
+    HostIdentity claim;
+    if (start.kind == HostStart::Kind::kRefused || !readHostClaim(dirOf(run), lease.id, claim))
+        refuse(run, lease, start.words);
+    if (!restoreLease(run, lease))
+        refuse(run, lease, start.words);
+    const Evidence evidence = look(run, lease);
+    if (evidence.life == RunLife::kAlive || hasBegun(run))
+        return;
+    if (evidence.life == RunLife::kGone) {
+        HUTFile(run.pathOf(kLeaseName)).rm();
+        refuse(run, lease, start.words);
+    }
+    ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "workbench", ComMsgMgr::kWarning,
+                             "@60-132@%s%s%s", run.getName(), lease.way.host, start.words);
+}
+
+Evidence HostPlace::look(HAXPExpRun& run, const LaunchLease& lease) const {
+    return judge(run, lease, callsOf(run, lease).look());
+}
+
+StopResult HostPlace::stop(HAXPExpRun& run, const LaunchLease& lease) const {
+    StopResult result;
+    result.wasIdle =
+        !isAtWork(run) && !hasOpenStep(run) && probeRunLock(dirOf(run)) != RunLife::kAlive;
+    if (result.wasIdle)
+        return result;
+    const long start = process::clock().nowMs();
+    // First of all: what ends now is followed by no other step.
+    HUTFileUtils::rewriteFile(run.pathOf(xperiment::stopMarker), "", false);
+    const HostStop stop = callsOf(run, lease).stop();
+    const Evidence left = judge(run, lease, stop);
+    if (!stop.isTold)
+        failToStop(run, left.lines.front());
+    if (left.life == RunLife::kAlive)
+        failToStop(run, stop.pids.empty()
+                            ? left.lines.front()
+                            : fmt::format("{}, with the numbers {}", left.lines.front(),
+                                          fmt::join(stop.pids, ", ")));
+    if (left.life != RunLife::kGone)
+        failToStop(run, left.lines.front());
+    result.asked = stop.asked;
+    result.killed = stop.killed;
+    result.ms = process::clock().nowMs() - start;
+    HUTFile(run.queueMarkerPath()).rm();
+    run.updateStatus();
+    closeOpenStep(run, lease, "it was stopped on " + lease.way.host);
+    return result;
+}
+
+void HostPlace::requireHost(const std::string& host) {
+    const std::string::size_type at = host.find('@');
+    const bool good = at == std::string::npos ? process::isHostName(host)
+                                              : process::isHostName(host.substr(0, at)) &&
+                                                    process::isHostName(host.substr(at + 1));
+    if (!good)
+        throw HEXUserException(
+            ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-134@%s", host));
+}
+
+}  // namespace workbench
