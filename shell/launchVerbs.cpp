@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #include <algorithm>
 #include <cstdio>
+#include <optional>
 #include <thread>
 
 #include <CLI/App.hpp>
@@ -12,7 +13,9 @@
 
 #include "environment/errors/HEXUserException.h"
 #include "runs/base/xperiment/HAXPLaunchOptions.h"
+#include "shell/dataOutput.h"
 #include "shell/exitStatus.h"
+#include "shell/hostOptions.h"
 #include "shell/interrupt.h"
 #include "shell/progressLine.h"
 #include "shell/runPlan.h"
@@ -78,6 +81,7 @@ public:
                         "How many runs at once; one for each processor if unsaid")
             ->check(CLI::Range(1, 10000))
             ->excludes(noWait);
+        m_hosts.declare(command);
     }
 
     int run(const Session& session) override {
@@ -88,8 +92,14 @@ public:
                                              "synth_1 --flow synth");
         const RunPlan plan = makePlan(*project, chosen);
         refuseBusy_(plan);
-        requireTools(plan.launches);
-        return m_noWait ? start_(*project, plan) : launchAll_(*project, plan);
+        const HAXPLaunchOptions options = options_();
+        // Other hosts have tools of their own.
+        if (!m_hosts.hasHosts())
+            requireTools(plan.launches);
+        if (!m_noWait)
+            return launchAll_(*project, plan, options);
+        return m_hosts.hasHosts() ? startOnHosts_(*project, plan, options)
+                                  : start_(*project, plan, options);
     }
 
 private:
@@ -106,12 +116,50 @@ private:
         }
     }
 
-    static int start_(Project& project, const RunPlan& plan) {
+    HAXPLaunchOptions options_() const {
+        HAXPLaunchOptions options;
+        options.setNumJobsSH(m_jobs);
+        m_hosts.addTo(options);
+        return options;
+    }
+
+    /// As many as the hosts take; the others have nobody who would start them later.
+    int startOnHosts_(Project& project, const RunPlan& plan,
+                      const HAXPLaunchOptions& options) const {
         tellUpToDate_(plan);
+        const DataOutput data(m_hosts.hasRunScripts());
+        LaunchQueue queue(project, options);
+        for (HAXPExpRun* run : plan.launches)
+            queue.add(*run);
+        ProgressLine line;
+        RunWatch watch(line);
+        int status = kExitDone;
+        for (bool again = true; again;) {
+            again = false;
+            for (const LaunchQueue::Event& event : queue.advance()) {
+                if (event.kind == LaunchQueue::Event::kStarted)
+                    fmt::print(stderr, "{}: started\n", event.run->getName());
+                tell_(project, event, watch, line, status);
+                again = again || event.kind == LaunchQueue::Event::kPutOff;
+            }
+        }
+        for (const HAXPExpRun* run : queue.takeBackWaiting()) {
+            tellError(fmt::format("Run {} isn't launched: every host has as many runs as it takes, "
+                                  "or its synthesis isn't done. Launch it later, or all of them "
+                                  "without --no-wait.",
+                                  run->getName()));
+            status = kExitRefused;
+        }
+        return status;
+    }
+
+    int start_(Project& project, const RunPlan& plan, const HAXPLaunchOptions& options) const {
+        tellUpToDate_(plan);
+        const DataOutput data(m_hosts.hasRunScripts());
         int status = kExitDone;
         for (HAXPExpRun* run : plan.launches) {
             try {
-                RunLauncher(project).launch(*run);
+                RunLauncher(project).launch(*run, {}, options.getUserRunScript(run->getName()));
                 fmt::print(stderr, "{}: started\n", run->getName());
             } catch (const HEXUserException& error) {
                 tellError(error.what());
@@ -148,6 +196,10 @@ private:
         case LaunchQueue::Event::kTakenBack:
             line.say(fmt::format("{}: taken back while it waited", event.run->getName()));
             break;
+        case LaunchQueue::Event::kPutOff:
+            line.clear();
+            fmt::print(stderr, "xp: warning: {} It waits for another host.\n", event.text);
+            return;
         case LaunchQueue::Event::kRefused:
             line.clear();
             tellError(event.text);
@@ -174,13 +226,13 @@ private:
         return text + ":";
     }
 
-    int launchAll_(Project& project, const RunPlan& plan) const {
+    int launchAll_(Project& project, const RunPlan& plan, const HAXPLaunchOptions& options) const {
         tellUpToDate_(plan);
+        std::optional<DataOutput> data;
+        data.emplace(m_hosts.hasRunScripts());
         const Interrupt interrupt;
         ProgressLine line;
         RunWatch watch(line);
-        HAXPLaunchOptions options;
-        options.setNumJobsSH(m_jobs);
         LaunchQueue queue(project, options);
         for (HAXPExpRun* run : plan.launches)
             queue.add(*run);
@@ -199,11 +251,13 @@ private:
             }
         }
         line.clear();
+        data.reset();
         printResults(project, plan.runs);
         return status;
     }
 
     std::vector<std::string> m_names;
+    HostOptions m_hosts;
     bool m_noWait = false;
     int m_jobs = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
 };

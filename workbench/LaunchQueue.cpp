@@ -13,6 +13,7 @@
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
+#include "workbench/places/HostPlace.h"
 
 namespace {
 
@@ -33,10 +34,24 @@ bool isDone(const HAXPExpRun& run) {
     return run.getStatus()->getCode() == HDGUIStatus::statusDone;
 }
 
+[[noreturn]] void failUnsupported(const char* what) {
+    throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-135@%s", what));
+}
+
+void requireSupported(const HAXPLaunchOptions& options) {
+    if (!options.getPreHookScriptMH().empty() || !options.getPostHookScriptMH().empty())
+        failUnsupported("scripts before and after a job");
+    if (options.emailCountMH() > 0)
+        failUnsupported("mails");
+}
+
 }  // namespace
 
 LaunchQueue::LaunchQueue(Project& project, const HAXPLaunchOptions& options)
-    : m_project(project), m_launcher(project), m_slots(slotsOf_(options)) {}
+    : m_project(project), m_options(options), m_launcher(project), m_slots(slotsOf_(options)) {
+    requireSupported(options);
+    findEarlier_();
+}
 
 LaunchQueue::~LaunchQueue() {
     takeBackWaiting();
@@ -84,7 +99,7 @@ std::vector<LaunchQueue::Slot> LaunchQueue::slotsOf_(const HAXPLaunchOptions& op
 LaunchQueue::Slot* LaunchQueue::freeSlot_() {
     Slot* best = nullptr;
     for (Slot& slot : m_slots) {
-        if (slot.running.size() < slot.most &&
+        if (!slot.isOut && slot.running.size() < slot.most &&
             (best == nullptr || slot.running.size() < best->running.size()))
             best = &slot;
     }
@@ -99,6 +114,7 @@ void LaunchQueue::add(HAXPExpRun& run) {
 std::vector<LaunchQueue::Event> LaunchQueue::advance() {
     std::vector<Event> events;
     lookAtRunning_(events);
+    dropEarlier_();
     startWaiting_(events);
     showWaiting_(events);
     return events;
@@ -142,6 +158,8 @@ void LaunchQueue::startWaiting_(std::vector<Event>& events) {
         const Turn turn = turnOf_(*run);
         if (turn == Turn::kNever)
             giveUp_(*run, Event::kLeftOut, "", events);
+        else if (turn == Turn::kStart && isOut_())
+            giveUp_(*run, Event::kRefused, m_fault, events);
         else if (Slot* slot = turn == Turn::kStart ? freeSlot_() : nullptr)
             start_(*run, *slot, events);
     }
@@ -180,13 +198,63 @@ void LaunchQueue::start_(HAXPExpRun& run, Slot& slot, std::vector<Event>& events
         remove(m_shown, &run);
         m_running.push_back(&run);
         events.push_back({&run, Event::kStarted, ""});
+    } catch (const workbench::HostError& error) {
+        putOff_(run, slot, error.what(), events);
     } catch (const HEXUserException& error) {
         giveUp_(run, Event::kRefused, error.what(), events);
     }
 }
 
 void LaunchQueue::launch_(HAXPExpRun& run, const workbench::LaunchWay& way) {
-    m_launcher.launch(run, way);
+    m_launcher.launch(run, way, m_options.getUserRunScript(run.getName()));
+}
+
+bool LaunchQueue::isOut_() const {
+    return std::all_of(m_slots.begin(), m_slots.end(), [](const Slot& slot) { return slot.isOut; });
+}
+
+/// The other hosts get the run; without one it is refused, as those behind it are.
+void LaunchQueue::putOff_(HAXPExpRun& run, Slot& slot, const std::string& text,
+                          std::vector<Event>& events) {
+    slot.isOut = true;
+    m_fault = text;
+    if (isOut_()) {
+        giveUp_(run, Event::kRefused, text, events);
+        return;
+    }
+    remove(m_shown, &run);
+    events.push_back({&run, Event::kPutOff, text});
+}
+
+void LaunchQueue::findEarlier_() {
+    if (m_slots.front().way.kind != workbench::LaunchWay::Kind::kHost)
+        return;
+    for (HAXPExpRun* run : m_project.getRuns()) {
+        workbench::LaunchLease lease;
+        run->updateStatus();
+        if (!isAtWork(*run) || !workbench::readLeaseOf(*run, lease) || lease.isWaiting ||
+            lease.way.kind != workbench::LaunchWay::Kind::kHost)
+            continue;
+        for (Slot& slot : m_slots) {
+            if (slot.way.host != lease.way.host || slot.running.size() >= slot.most)
+                continue;
+            slot.running.push_back(run);
+            m_earlier.push_back(run);
+            break;
+        }
+    }
+}
+
+void LaunchQueue::dropEarlier_() {
+    const Runs earlier = m_earlier;
+    for (HAXPExpRun* run : earlier) {
+        run->updateStatus();
+        if (isAtWork(*run))
+            continue;
+        remove(m_earlier, run);
+        for (Slot& slot : m_slots)
+            remove(slot.running, run);
+    }
 }
 
 void LaunchQueue::giveUp_(HAXPExpRun& run, Event::Kind kind, const std::string& text,

@@ -7,12 +7,12 @@
 #include <vector>
 
 #include "runs/base/xperiment/HAXPJob.h"
+#include "runs/base/xperiment/HAXPLaunchOptions.h"
 #include "workbench/RunLauncher.h"
 #include "workbench/WorkbenchExport.h"
 #include "workbench/launchLease.h"
 
 class HAXPExpRun;
-class HAXPLaunchOptions;
 class Project;
 
 /// Many runs of one launch, up to a number of them at once: on this host, on each of
@@ -20,7 +20,8 @@ class Project;
 ///
 /// A run that waits shows as queued. An implementation waits for its synthesis when that
 /// belongs to the launch too, and is left out when that fails; all others go on. Who
-/// launches calls advance() again and again. Runs at work go on when the object is
+/// launches calls advance() again and again. A host that didn't take a run gets no other one
+/// of this launch. Runs at work go on when the object is
 /// deleted, those that wait are taken back then; when this process is killed, they
 /// aren't queued any more.
 class WORKBENCH_API LaunchQueue {
@@ -32,10 +33,11 @@ public:
         enum Kind {
             kStarted,
             kDone,
-            kFailed,    ///< or was lost or stopped
-            kLeftOut,   ///< its synthesis isn't done; never started
-            kRefused,   ///< couldn't be launched; `text` is the message
-            kTakenBack  ///< somebody stopped it while it waited
+            kFailed,     ///< or was lost or stopped
+            kLeftOut,    ///< its synthesis isn't done; never started
+            kRefused,    ///< couldn't be launched; `text` is the message
+            kTakenBack,  ///< somebody stopped it while it waited
+            kPutOff      ///< a host didn't take it, as `text` says; it waits for another
         };
         HAXPExpRun* run;
         Kind kind;
@@ -44,8 +46,10 @@ public:
 
     /// The project isn't owned and is open for changes. Of `options` count the launch
     /// mode and what belongs to it: the number of jobs here, the hosts with the remote
-    /// command, or the submit command. @throws HEXUserException a mode that starts
-    /// nothing, several hosts without a host or job, a cluster without a command.
+    /// command, or the submit command; and the user's run scripts. Runs of the project that
+    /// are at work on a host already count there. @throws HEXUserException a mode that
+    /// starts nothing, several hosts without a host or job, a cluster without a command,
+    /// mails or scripts before and after jobs, which aren't supported.
     LaunchQueue(Project& project, const HAXPLaunchOptions& options);
     virtual ~LaunchQueue();
 
@@ -83,9 +87,14 @@ private:
         workbench::LaunchWay way;
         std::size_t most;
         Runs running;
+        bool isOut = false;
     };
     static std::vector<Slot> slotsOf_(const HAXPLaunchOptions& options);
     Slot* freeSlot_();
+    bool isOut_() const;
+    void findEarlier_();
+    void dropEarlier_();
+    void putOff_(HAXPExpRun& run, Slot& slot, const std::string& text, std::vector<Event>& events);
 
     enum class Turn { kWait, kStart, kNever };
 
@@ -98,11 +107,16 @@ private:
                  std::vector<Event>& events);
 
     Project& m_project;
+    HAXPLaunchOptions m_options;
     RunLauncher m_launcher;
     HAXPJob m_job{1};
     std::vector<Slot> m_slots;
+    /// Why the last host went out.
+    std::string m_fault;
     Runs m_waiting;
     Runs m_running;
+    /// Those of earlier launches that are at work on the hosts of this one.
+    Runs m_earlier;
     /// Those of the waiting ones that show as queued.
     Runs m_shown;
 };

@@ -34,6 +34,7 @@
 #include "workbench/launchDecision.h"
 #include "workbench/places/RunPlace.h"
 #include "workbench/reportScript.h"
+#include "workbench/userRunScript.h"
 
 namespace {
 
@@ -106,7 +107,8 @@ std::vector<std::string> stepsBefore(const HAXPExpRun& run, const HAXPExpRunStep
 
 RunLauncher::RunLauncher(Project& project) : m_project(project) {}
 
-void RunLauncher::launch(HAXPExpRun& run, const workbench::LaunchWay& way) {
+void RunLauncher::launch(HAXPExpRun& run, const workbench::LaunchWay& way,
+                         const std::string& userScript) {
     run.updateStatus();
     const bool waits = isEnqueued(run);
     if (!waits)
@@ -118,7 +120,7 @@ void RunLauncher::launch(HAXPExpRun& run, const workbench::LaunchWay& way) {
     // launch that starts from here on ends by itself.
     takeLease_(run, way, first);
     takeBackSteps_(run, first);
-    writeScripts_(run);
+    writeScripts_(run, userScript);
     if (waits && !isEnqueued(run))
         fail("@60-54@%s", run.getName());
     recordLaunch_(run);
@@ -179,9 +181,13 @@ void RunLauncher::takeBackSteps_(HAXPExpRun& run, const HAXPExpRunStep* first) {
         HUTFile(run.pathOf("runme.log")).rm();
 }
 
-void RunLauncher::writeScripts_(HAXPExpRun& run) {
+void RunLauncher::writeScripts_(HAXPExpRun& run, const std::string& userScript) {
     workbench::writeReportScript(run);
     HAXPScriptWriter(&run).writeScript();
+    if (userScript.empty())
+        workbench::dropRunScript(run);
+    else
+        workbench::useRunScript(run, userScript);
     const bool hasWrapper = HUTFile(run.pathOf("ZUMWrap.sh")).size() > 0;
     if (!hasWrapper || !isWhole(run) || !parses(run))
         fail("@60-43@%s%s", run.getName(), adviceFor(dirOf(run)));

@@ -22,10 +22,13 @@ public:
     /// script is started. A run that waits may be launched; it shows as queued until its
     /// script begins.
     /// @param way where it is to work.
+    /// @param userScript the user's run script in the place of the generated steps; empty
+    /// for none.
     /// @throws HEXUserException it is at work, an input or the synthesis is missing, its
     /// directory or scripts can't be written, or it can't be started there; the run is as
     /// it was, but that steps that were to run anew may be reset.
-    void launch(HAXPExpRun& run, const workbench::LaunchWay& way = {});
+    void launch(HAXPExpRun& run, const workbench::LaunchWay& way = {},
+                const std::string& userScript = "");
 
     /// Makes `run` show as queued, for as long as this process lives or until it is
     /// launched or taken back; saves the project.
@@ -41,7 +44,7 @@ private:
     void checkInputs_(const HAXPExpRun& run) const;
     void prepareDirectory_(HAXPExpRun& run);
     void takeBackSteps_(HAXPExpRun& run, const HAXPExpRunStep* first);
-    void writeScripts_(HAXPExpRun& run);
+    void writeScripts_(HAXPExpRun& run, const std::string& userScript);
     void recordLaunch_(HAXPExpRun& run);
     void takeLease_(HAXPExpRun& run, const workbench::LaunchWay& way,
                     const HAXPExpRunStep* first);

@@ -4,6 +4,7 @@
 
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -21,7 +22,9 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
+#include "workbench/launchLease.h"
 #include "workbench/openFlows.h"
+#include "workbench/places/HostPlace.h"
 
 namespace {
 
@@ -36,6 +39,7 @@ public:
     ~StillQueue() override = default;
 
     void refuse(const std::string& name) { m_refused = name; }
+    void lose(const std::string& host) { m_lost.insert(host); }
     void end(HAXPExpRun& run, bool isGood) {
         // Without its lock, a run that isn't done has failed.
         if (isGood)
@@ -51,6 +55,10 @@ protected:
         if (run.getName() == m_refused)
             throw HEXUserException(
                 ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-54@%s", run.getName()));
+        if (m_lost.count(way.host) > 0)
+            throw workbench::HostError(ComMsgMgrInstance("workbench", ComMsgMgr::kError,
+                                                         "@60-130@%s%s%s", run.getName(), way.host,
+                                                         "it is lost"));
         ways.push_back(way);
         hosts += way.host + ' ';
         std::string dir;
@@ -71,6 +79,7 @@ private:
     static constexpr long kLaunchTime = 2'000'000'000;
     const test::TestBench& m_bench;
     std::string m_refused;
+    std::set<std::string> m_lost;
     std::map<const HAXPExpRun*, std::unique_ptr<test::HeldRunLock>> m_locks;
 };
 
@@ -99,8 +108,8 @@ protected:
     }
     /// Such as "synth_1 started, impl_1 done".
     std::string advance() {
-        static const char* const kWords[] = {"started",  "done",    "failed",
-                                             "left out", "refused", "taken back"};
+        static const char* const kWords[] = {"started", "done",       "failed", "left out",
+                                             "refused", "taken back", "put off"};
         std::string text;
         for (const LaunchQueue::Event& event : m_queue->advance())
             text += (text.empty() ? "" : ", ") + event.run->getName() + ' ' + kWords[event.kind];
@@ -210,6 +219,64 @@ TEST_F(LaunchQueueTest, EachHostTakesItsNumberOfRunsTheEmptiestFirst) {
     runs.end(*all[1], true);
     EXPECT_EQ(advance(), "b done, d started");
     EXPECT_EQ(runs.hosts, "big small big small ");
+}
+
+TEST_F(LaunchQueueTest, AHostThatIsLostLeavesItsRunsToTheOthers) {
+    m_options.setLaunchMode(HAXPLaunchOptions::kSeveralHosts);
+    m_options.addHostMH("lost", 3);
+    m_options.addHostMH("found", 1);
+    StillQueue& runs = queue();
+    runs.lose("lost");
+    runs.add(m_synth);
+    runs.add(m_other);
+    EXPECT_EQ(advance(), "synth_1 put off, synth_2 started");
+    EXPECT_EQ(codeOf(m_synth), HDGUIStatus::statusQueued);
+    runs.end(m_other, true);
+    EXPECT_EQ(advance(), "synth_2 done, synth_1 started");
+    EXPECT_EQ(runs.hosts, "found found ");
+}
+
+TEST_F(LaunchQueueTest, WithoutAHostThatIsLeftEveryRunIsRefused) {
+    m_options.setLaunchMode(HAXPLaunchOptions::kSeveralHosts);
+    m_options.addHostMH("lost", 3);
+    StillQueue& runs = queue();
+    runs.lose("lost");
+    runs.add(m_synth);
+    runs.add(m_impl1);
+    runs.add(m_other);
+    EXPECT_EQ(advance(), "synth_1 refused, impl_1 left out, synth_2 refused");
+    EXPECT_TRUE(runs.isOver());
+}
+
+TEST_F(LaunchQueueTest, RunsOfAnEarlierLaunchCountOnTheirHost) {
+    m_options.setLaunchMode(HAXPLaunchOptions::kSeveralHosts);
+    m_options.addHostMH("node7", 1);
+    m_bench.folder().folder("proj/runs/synth_1");
+    m_synth.setRunDir(m_bench.path("proj/runs/synth_1"), false);
+    m_synth.setRunMode(HAXPExpRun::kLaunched);
+    m_synth.getInfo().setLaunch(1000, "");
+    workbench::LaunchLease lease = workbench::makeLease();
+    lease.way = {LaunchWay::Kind::kHost, "node7", "", ""};
+    workbench::writeLease(m_synth.pathOf(workbench::kLeaseName), lease);
+    auto lock = std::make_unique<test::HeldRunLock>(m_bench.path("proj/runs/synth_1"));
+    StillQueue& runs = queue();
+    runs.add(m_other);
+    EXPECT_EQ(advance(), "");
+    lock.reset();
+    EXPECT_EQ(advance(), "synth_2 started");
+}
+
+TEST_F(LaunchQueueTest, WhatIsNotSupportedIsSaid) {
+    m_options.setPreHookScriptMH("before.sh");
+    EXPECT_EQ(test::thrownText<HEXError>([&] { queue(); }),
+              "Launches know no scripts before and after a job. Leave that out, or launch with a "
+              "run script of your own that does it.");
+    m_options.setPreHookScriptMH("");
+    m_options.addEmailMH("jane@lab");
+    EXPECT_EQ(
+        test::thrownText<HEXError>([&] { queue(); }),
+        "Launches know no mails. Leave that out, or launch with a run script of your own that "
+        "does it.");
 }
 
 TEST_F(LaunchQueueTest, AClusterTakesAllAtOnce) {
