@@ -303,6 +303,16 @@ workbench::ToolStamps readTools(const xml::Document& document, const xml::Elemen
     return tools;
 }
 
+/// Whether `path` is a folder directly in `parent`, by its text. A reset removes what a
+/// run left: a file from a stranger must not say where.
+bool isFolderIn(const std::string& parent, const std::string& path) {
+    const std::string start = parent + "/";
+    if (path.compare(0, start.size(), start) != 0)
+        return false;
+    const std::string name = path.substr(start.size());
+    return !name.empty() && name != "." && name != ".." && name.find('/') == std::string::npos;
+}
+
 }  // namespace
 
 ProjectFile::ProjectFile(Project& project) : m_project(project) {}
@@ -406,6 +416,9 @@ void ProjectFile::readRun_(const xml::Document& document, const xml::Element& el
     entry->toStep = element.attribute(name::kToStep);
     run.setToStepId(entry->toStep);
     const std::string& dir = element.attribute(name::kDir);
+    if (!dir.empty() && !isFolderIn(m_project.getRunsDir(), absolute_(dir)))
+        document.refuse(element,
+                        "the run directory " + dir + " is no folder in " + m_project.getRunsDir());
     if (!dir.empty())
         run.setRunDir(absolute_(dir), false);
     if (const xml::Element* launch = element.child(name::kLaunch)) {

@@ -40,8 +40,8 @@ protected:
     RunReportsTest() : m_project(Project::create(dir(), m_bench.inputs())) {
         m_project->createRun("synth_1", *OpenFlows::getSynthesis(), "Default", "");
         m_project->createRun("impl_1", *OpenFlows::getImplementation(), "Default", "synth_1");
-        m_bench.folder().folder("run");
-        run().setRunDir(m_bench.path("run"), false);
+        m_bench.folder().folder("proj/runs/impl_1");
+        run().setRunDir(m_bench.path("proj/runs/impl_1"), false);
         run().setRunMode(HAXPExpRun::kLaunched);
         run().getInfo().setLaunch(static_cast<long>(std::time(nullptr)), "bitstream");
     }
@@ -51,9 +51,11 @@ protected:
     RunReports reports() const { return RunReports(run()); }
     HAXRReportConfig& timing() const { return reports().get(kTiming); }
     void mark(const std::string& name, const std::string& text = "") const {
-        m_bench.folder().mark("run/" + name, text);
+        m_bench.folder().mark("proj/runs/impl_1/" + name, text);
     }
-    bool has(const std::string& name) const { return m_bench.folder().has("run/" + name); }
+    bool has(const std::string& name) const {
+        return m_bench.folder().has("proj/runs/impl_1/" + name);
+    }
 
     /// The steps up to `last` are done, as their markers tell.
     void done(const std::string& last) const {
@@ -365,13 +367,13 @@ TEST_F(RunReportsTest, AReportKeepsItsNameWhereTheMarkerOfTheNewOneIsThere) {
     run().renameRun("impl_2");
     EXPECT_TRUE(messages.has("60-97"));
     EXPECT_EQ(RunReports(m_project->getRun("impl_2")).get(kTiming).getName(), kTiming);
-    EXPECT_EQ(m_bench.folder().read("run/.impl_2_route_report_timing_summary_0.fail"),
+    EXPECT_EQ(m_bench.folder().read("proj/runs/impl_1/.impl_2_route_report_timing_summary_0.fail"),
               "of another");
 }
 
 TEST_F(RunReportsTest, ARunAtWorkKeepsItsNameAndItsReports) {
     done("ice40_init");
-    const test::HeldRunLock lock(m_bench.path("run"));
+    const test::HeldRunLock lock(m_bench.path("proj/runs/impl_1"));
     EXPECT_EQ(thrown([this] { run().renameRun("impl_2"); }),
               "Run impl_1 keeps its name: it is at work. Wait for it with \"xp wait\".");
     EXPECT_EQ(run().getName(), "impl_1");
@@ -408,7 +410,7 @@ TEST_F(RunReportsTest, AReportThatCannotBeMadeFromWhatTheStepLeftHasFailed) {
     EXPECT_FALSE(outcomes.front().made);
     EXPECT_TRUE(outcomes.front().failed);
     EXPECT_EQ(outcomes.front().reason,
-              "it failed; see " + m_bench.path("run/route_design_reports.log"));
+              "it failed; see " + m_bench.path("proj/runs/impl_1/route_design_reports.log"));
     EXPECT_TRUE(has("route_design_reports.log"));
 }
 
