@@ -14,6 +14,7 @@
 #include "environment/messages/ComMsgMgrTerminalSink.h"
 #include "shell/commandLine.h"
 #include "shell/exitStatus.h"
+#include "workbench/cluster/gridKill.h"
 #include "workbench/product.h"
 #include "workbench/reports/tarnel.h"
 
@@ -40,6 +41,8 @@ int main(int argc, char** argv) {
     try {
         workbench::installProduct(ownFolder());
         const std::vector<std::string> words(argv + 1, argv + argc);
+        if (cluster::isGridKill(argv[0]))
+            return cluster::gridKillMain(words);
         if (reports::isTarnel(argv[0]))
             return reports::tarnelMain(words);
         return shell::runCommandLine(words);

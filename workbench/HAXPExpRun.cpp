@@ -327,8 +327,7 @@ bool HAXPExpRun::isQueued_() const {
         if (lease.isWaiting)
             return false;
         // A cluster takes its time; whether the job is still there only the queue tells.
-        if (lease.way.kind == workbench::LaunchWay::Kind::kLsf ||
-            lease.way.kind == workbench::LaunchWay::Kind::kSge)
+        if (workbench::isOnCluster(lease.way))
             return true;
     }
     long made = 0;

@@ -30,6 +30,7 @@
 #include "workbench/OpenDataMgr.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
+#include "workbench/cluster/gridKill.h"
 #include "workbench/entryRules.h"
 #include "workbench/launchDecision.h"
 #include "workbench/places/RunPlace.h"
@@ -201,6 +202,7 @@ void RunLauncher::recordLaunch_(HAXPExpRun& run) {
     std::string toStep;
     run.getInfo().setLaunch(timeIn(run), run.getToStepId(toStep));
     run.getInfo().recordLaunch();
+    cluster::nameConfiguration(run.getInfo(), m_lease.way);
     run.setRunMode(HAXPExpRun::kLaunched);
     m_project.save();
     // The runs that start from this one hear of its directory and launch.

@@ -38,6 +38,11 @@ struct LaunchWay {
     std::string jobName;
 };
 
+/// Whether the run is a job.
+inline bool isOnCluster(const LaunchWay& way) {
+    return way.kind == LaunchWay::Kind::kLsf || way.kind == LaunchWay::Kind::kSge;
+}
+
 struct LaunchLease {
     /// A UUID that no other launch has.
     std::string id;

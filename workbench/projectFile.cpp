@@ -23,6 +23,7 @@
 #include "runs/base/xperiment/HAXPMgr.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "workbench/OpenRunInfo.h"
+#include "workbench/cluster/gridKill.h"
 #include "workbench/entryRules.h"
 #include "workbench/optionText.h"
 #include "workbench/printRecords.h"
@@ -76,6 +77,7 @@ const char kFile[] = "File";
 const char kEnabled[] = "Enabled";
 const char kBeforeStep[] = "BeforeStep";
 const char kStaleOption[] = "StaleOption";
+const char kCluster[] = "Cluster";
 const char kLaunchValue[] = "LaunchValue";
 }  // namespace name
 
@@ -293,6 +295,13 @@ void writeTools(HXMLWriterBase& out, const OpenRunInfo& info) {
     }
 }
 
+void readCluster(const xml::Element& launch, OpenRunInfo& info) {
+    const std::string& conf = launch.attribute(name::kCluster);
+    info.setClusterConfigurationName(conf, false);
+    if (conf == cluster::kSgeConfName)
+        cluster::enableGridKills();
+}
+
 workbench::ToolStamps readTools(const xml::Document& document, const xml::Element& launch) {
     workbench::ToolStamps tools;
     for (const xml::Element& child : launch.children()) {
@@ -423,6 +432,7 @@ void ProjectFile::readRun_(const xml::Document& document, const xml::Element& el
         run.setRunDir(absolute_(dir), false);
     if (const xml::Element* launch = element.child(name::kLaunch)) {
         run.getInfo().setLaunch(readTime(document, *launch), launch->attribute(name::kToStep));
+        readCluster(*launch, run.getInfo());
         run.getInfo().setLaunchedInputs(readInputs_(*launch));
         run.getInfo().setLaunchedFiles(readFiles_(document, *launch));
         run.getInfo().setLaunchedTools(readTools(document, *launch));
@@ -469,6 +479,7 @@ void ProjectFile::writeRun_(HXMLWriterBase& out, const Project::Entry& entry) co
     if (info.getLaunchTime() != 0) {
         out.addAttr(name::kTime, std::to_string(info.getLaunchTime()));
         addIfSet(out, name::kToStep, info.getLaunchedTo());
+        addIfSet(out, name::kCluster, info.getClusterConfigurationName());
         out.wrStartTag(name::kLaunch);
         writeInputs_(out, info.getLaunchedInputs());
         writeFiles_(out, info);

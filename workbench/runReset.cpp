@@ -17,6 +17,7 @@
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
 #include "workbench/launchLease.h"
+#include "workbench/runStop.h"
 
 namespace workbench {
 
@@ -36,8 +37,17 @@ void requireStep(const HAXPExpRun& run, const std::string& abbrev) {
                                              run.getName(), abbrev, known));
 }
 
+/// Takes the job of a run back that a cluster holds in its queue. Nothing of it has begun.
+void takeBackJob(HAXPExpRun& run) {
+    LaunchLease lease;
+    if (run.getStatus()->getCode() == HDGUIStatus::statusQueued &&
+        readLease(run.queueMarkerPath(), lease) && !lease.isWaiting && isOnCluster(lease.way))
+        stopRun(run);
+}
+
 void requireIdle(HAXPExpRun& run) {
     run.updateStatus();
+    takeBackJob(run);
     const int code = run.getStatus()->getCode();
     if (code == HDGUIStatus::statusQueued || code == HDGUIStatus::statusRunning)
         throw HEXUserException(
@@ -49,6 +59,7 @@ void forgetLaunch(HAXPExpRun& run) {
     run.setRunMode(HAXPExpRun::kNotLaunched);
     run.getInfo().setLaunch(0, "");
     run.getInfo().setLaunchedInputs({});
+    run.getInfo().setClusterConfigurationName("", true);
     run.setLatestStep(nullptr);
     HUTFile(run.pathOf(kLeaseName)).rm();
     run.updateStatus();

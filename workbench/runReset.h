@@ -13,10 +13,10 @@ class Project;
 /// Taking a run back.
 namespace workbench {
 
-/// Takes `run`, which isn't at work, back to the step with the short name `fromStep`, to
-/// its first one when that is empty, and saves the project. The markers of these steps
-/// go; with `emptyDir` also what they made, and from the first step on the scripts, the
-/// log and the reports. A run that was taken back as a whole isn't launched any more.
+/// Takes `run`, which isn't at work but may wait in the queue of a cluster, back to the step with
+/// the short name `fromStep`, to its first one when that is empty, and saves the project. The
+/// markers of these steps go; with `emptyDir` also what they made, and from the first step on the
+/// scripts, the log and the reports. A run that was taken back as a whole isn't launched any more.
 ///
 /// False when something stayed; `errors` then gets a sentence for each, and what could
 /// be reset is reset. Nothing outside of the run directory is touched.

@@ -3,6 +3,7 @@
 #include "workbench/places/RunPlace.h"
 
 #include "workbench/launchLease.h"
+#include "workbench/places/ClusterPlace.h"
 #include "workbench/places/HerePlace.h"
 #include "workbench/places/HostPlace.h"
 
@@ -19,7 +20,7 @@ std::unique_ptr<RunPlace> RunPlace::of(const LaunchLease& lease) {
         return std::make_unique<HostPlace>();
     case LaunchWay::Kind::kLsf:
     case LaunchWay::Kind::kSge:
-        break;
+        return std::make_unique<ClusterPlace>();
     }
     return std::make_unique<HerePlace>();
 }

@@ -11,8 +11,8 @@
 
 namespace test {
 
-/// A clock for programs that run beside the test: short naps pass in the host's time and
-/// don't count, long pauses pass at once. When the file `hang` appears, naps count as
+/// A clock for programs that run beside the test: short naps take a millisecond of
+/// the host's time, long pauses pass at once. When the file `hang` appears, naps count as
 /// seconds: whoever made it means to stay.
 class PatientClock final : public process::Clock {
 public:

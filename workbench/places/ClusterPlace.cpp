@@ -1,0 +1,206 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "workbench/places/ClusterPlace.h"
+
+#include <algorithm>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include <pwd.h>
+#include <unistd.h>
+
+#include "environment/errors/HEXUserException.h"
+#include "environment/files/HUTFile.h"
+#include "environment/files/HUTFileUtils.h"
+#include "environment/messages/ComMsgMgr.h"
+#include "environment/messages/ComMsgMgrInstance.h"
+#include "environment/process/clock.h"
+#include "runs/base/xperiment/HAXPExpRunStep.h"
+#include "runs/base/xperiment/HAXPFlowStep.h"
+#include "runs/base/xperiment/HDGUIStatus.h"
+#include "runs/base/xperiment/stepMarkers.h"
+#include "workbench/HAXPExpRun.h"
+#include "workbench/cluster/Scheduler.h"
+#include "workbench/cluster/jobFiles.h"
+#include "workbench/launchLease.h"
+#include "workbench/places/HerePlace.h"
+#include "workbench/runProcesses.h"
+
+namespace workbench {
+
+namespace {
+
+using cluster::JobAnswer;
+using cluster::JobKey;
+using cluster::Scheduler;
+using cluster::Submission;
+
+/// Time for the scripts of a running job to see the request to stop.
+constexpr long kPatienceMs = 3000;
+/// A scheduler that hears of its hosts once in a while.
+constexpr long kEndMs = 60000;
+constexpr long kPauseMs = 100;
+
+template <class... Args> [[noreturn]] void fail(const char* format, const Args&... args) {
+    throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, format, args...));
+}
+
+std::unique_ptr<Scheduler> schedulerOf(const LaunchWay& way) {
+    return Scheduler::make(way.kind == LaunchWay::Kind::kSge ? Scheduler::kSge : Scheduler::kLsf,
+                           way.command);
+}
+
+const char* nameOf(const LaunchWay& way) {
+    return way.kind == LaunchWay::Kind::kSge ? "the grid engine" : "LSF";
+}
+
+std::string dirOf(const HAXPExpRun& run) {
+    std::string dir;
+    run.getRunDir(dir);
+    return dir;
+}
+
+/// Who submitted the job; empty for this user, or when it can't be told.
+std::string ownerOf(const LaunchLease& lease) {
+    constexpr std::size_t kBufferSize = 16384;
+    const auto uid = static_cast<uid_t>(lease.launcher.getUid());
+    std::vector<char> buffer(kBufferSize);
+    struct passwd entry {};
+    struct passwd* found = nullptr;
+    if (lease.launcher.getUid() < 0 || uid == geteuid() ||
+        getpwuid_r(uid, &entry, buffer.data(), buffer.size(), &found) != 0 || found == nullptr)
+        return {};
+    return found->pw_name;
+}
+
+JobKey keyOf(const HAXPExpRun& run, const LaunchLease& lease) {
+    return {lease.way.jobName, cluster::readJobId(dirOf(run)), ownerOf(lease)};
+}
+
+bool isAtWork(const HAXPExpRun& run) {
+    const int code = run.getStatus()->getCode();
+    return code == HDGUIStatus::statusQueued || code == HDGUIStatus::statusRunning;
+}
+
+/// The step that has begun and left no word of its end; null when there is none.
+const HAXPExpRunStep* openStep(const HAXPExpRun& run) {
+    const HAXPExpRunStep* step = run.getLatestStep();
+    return step != nullptr && step->getStatus()->getCode() == HDGUIStatus::statusRunning ? step
+                                                                                         : nullptr;
+}
+
+/// A job that didn't write its identifier down when it was submitted does so now.
+void adopt(const HAXPExpRun& run, const std::string& id) {
+    std::string reason;
+    if (!id.empty() && HUTFile(dirOf(run)).isDir() && cluster::readJobId(dirOf(run)) != id)
+        cluster::writeJobId(dirOf(run), id, reason);
+}
+
+/// Waits a while for a running job that was asked to end.
+void letEnd(HAXPExpRun& run) {
+    const long limit = process::clock().nowMs() + kPatienceMs;
+    while (isAtWork(run) && process::clock().nowMs() < limit) {
+        process::clock().sleepMs(kPauseMs);
+        run.updateStatus();
+    }
+}
+
+/// A job that was killed leaves its step open, and no other host can tell that nobody works
+/// on it any more.
+void closeStep(HAXPExpRun& run, const LaunchLease& lease) {
+    const HAXPExpRunStep* step = openStep(run);
+    if (step == nullptr)
+        return;
+    const std::string marker = run.pathOf(
+        xperiment::stepMarker(step->getFlowStep()->getStatusTrackingStr(), xperiment::errorMarker));
+    const std::string reason = std::string("its job was ended\nlaunch: ") + lease.id + "\n";
+    if (!HUTFile::exists(marker))
+        HUTFileUtils::rewriteFile(marker, reason, false);
+    run.updateStatus();
+}
+
+}  // namespace
+
+ClusterPlace::ClusterPlace() = default;
+
+ClusterPlace::~ClusterPlace() = default;
+
+void ClusterPlace::complete(const HAXPExpRun& run, LaunchLease& lease) const {
+    lease.way.jobName = schedulerOf(lease.way)->nameFor(run.getName(), dirOf(run), lease.id);
+}
+
+void ClusterPlace::start(HAXPExpRun& run, const LaunchLease& lease) const {
+    check(lease.way);
+    const std::string dir = dirOf(run);
+    cluster::removeJobFiles(dir);
+    const Submission submission =
+        schedulerOf(lease.way)->submit({lease.way.jobName, dir, lease.id});
+    cluster::writeJobLog(dir, submission.log);
+    if (submission.result == Submission::kRefused) {
+        // Should a job come up all the same, it finds itself superseded.
+        HUTFile(run.pathOf(kLeaseName)).rm();
+        fail("@60-111@%s%s%s", run.getName(), nameOf(lease.way), submission.told);
+    }
+    if (submission.result == Submission::kUnsure) {
+        ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "workbench", ComMsgMgr::kWarning,
+                                 "@60-112@%s%s%s", run.getName(), nameOf(lease.way),
+                                 submission.told);
+        return;
+    }
+    std::string reason;
+    if (!cluster::writeJobId(dir, submission.id, reason))
+        ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "workbench", ComMsgMgr::kWarning,
+                                 "@60-113@%s%s%s", run.getName(), submission.id, reason);
+}
+
+Evidence ClusterPlace::look(HAXPExpRun& run, const LaunchLease& lease) const {
+    const JobAnswer job = schedulerOf(lease.way)->look(keyOf(run, lease));
+    adopt(run, job.id);
+    Evidence evidence;
+    evidence.lines.push_back(job.told);
+    if (job.state == JobAnswer::kUnknown)
+        return evidence;
+    evidence.life = RunLife::kAlive;
+    if (job.state != JobAnswer::kGone)
+        return evidence;
+    // What left the session of a job may outlive it.
+    evidence.life = RunLife::kGone;
+    if (!findRunProcesses(dirOf(run), lease.id).empty()) {
+        evidence.life = RunLife::kAlive;
+        evidence.lines.emplace_back("a process of it is on this host");
+    }
+    return evidence;
+}
+
+StopResult ClusterPlace::stop(HAXPExpRun& run, const LaunchLease& lease) const {
+    const std::unique_ptr<Scheduler> scheduler = schedulerOf(lease.way);
+    const JobKey key = keyOf(run, lease);
+    if (!isAtWork(run) &&
+        (openStep(run) == nullptr || scheduler->look(key).state == JobAnswer::kGone))
+        return HerePlace::endProcesses(run, lease);
+    const long start = process::clock().nowMs();
+    // First of all: what ends now is followed by no other step.
+    HUTFileUtils::rewriteFile(run.pathOf(xperiment::stopMarker), "", false);
+    if (run.getStatus()->getCode() == HDGUIStatus::statusRunning)
+        letEnd(run);
+    std::string reason;
+    if (!scheduler->end(key, kEndMs, reason))
+        fail("@60-114@%s%s", run.getName(), reason);
+    HUTFile(run.queueMarkerPath()).rm();
+    run.updateStatus();
+    StopResult result = HerePlace::endProcesses(run, lease);
+    closeStep(run, lease);
+    result.wasIdle = false;
+    result.asked = std::max<std::size_t>(result.asked, 1);
+    result.ms = process::clock().nowMs() - start;
+    return result;
+}
+
+void ClusterPlace::check(const LaunchWay& way) {
+    std::string reason;
+    if (!schedulerOf(way)->check(reason))
+        fail("@60-110@%s%s", nameOf(way), reason);
+}
+
+}  // namespace workbench
