@@ -13,6 +13,7 @@
 
 #include "environment/errors/HEXUserException.h"
 #include "runs/base/xperiment/HAXPLaunchOptions.h"
+#include "shell/clusterOptions.h"
 #include "shell/dataOutput.h"
 #include "shell/exitStatus.h"
 #include "shell/hostOptions.h"
@@ -82,6 +83,7 @@ public:
             ->check(CLI::Range(1, 10000))
             ->excludes(noWait);
         m_hosts.declare(command);
+        m_cluster.declare(command);
     }
 
     int run(const Session& session) override {
@@ -94,15 +96,17 @@ public:
         refuseBusy_(plan);
         const HAXPLaunchOptions options = options_();
         // Other hosts have tools of their own.
-        if (!m_hosts.hasHosts())
+        if (!isElsewhere_())
             requireTools(plan.launches);
         if (!m_noWait)
             return launchAll_(*project, plan, options);
-        return m_hosts.hasHosts() ? startOnHosts_(*project, plan, options)
-                                  : start_(*project, plan, options);
+        return isElsewhere_() ? startElsewhere_(*project, plan, options)
+                              : start_(*project, plan, options);
     }
 
 private:
+    bool isElsewhere_() const { return m_hosts.hasHosts() || m_cluster.hasCluster(); }
+
     /// Before anything is touched: a run that is at work isn't launched again.
     static void refuseBusy_(const RunPlan& plan) {
         for (const HAXPExpRun* run : plan.runs)
@@ -120,12 +124,14 @@ private:
         HAXPLaunchOptions options;
         options.setNumJobsSH(m_jobs);
         m_hosts.addTo(options);
+        m_cluster.addTo(options);
         return options;
     }
 
-    /// As many as the hosts take; the others have nobody who would start them later.
-    int startOnHosts_(Project& project, const RunPlan& plan,
-                      const HAXPLaunchOptions& options) const {
+    /// As many as the hosts or the cluster take; the others have nobody who would start
+    /// them later.
+    int startElsewhere_(Project& project, const RunPlan& plan,
+                        const HAXPLaunchOptions& options) const {
         tellUpToDate_(plan);
         const DataOutput data(m_hosts.hasRunScripts());
         LaunchQueue queue(project, options);
@@ -138,16 +144,19 @@ private:
             again = false;
             for (const LaunchQueue::Event& event : queue.advance()) {
                 if (event.kind == LaunchQueue::Event::kStarted)
-                    fmt::print(stderr, "{}: started\n", event.run->getName());
+                    fmt::print(stderr, "{}: {}\n", event.run->getName(),
+                               m_cluster.hasCluster() ? ClusterOptions::startedText(*event.run)
+                                                      : "started");
                 tell_(project, event, watch, line, status);
                 again = again || event.kind == LaunchQueue::Event::kPutOff;
             }
         }
         for (const HAXPExpRun* run : queue.takeBackWaiting()) {
-            tellError(fmt::format("Run {} isn't launched: every host has as many runs as it takes, "
-                                  "or its synthesis isn't done. Launch it later, or all of them "
-                                  "without --no-wait.",
-                                  run->getName()));
+            tellError(fmt::format(
+                "Run {} isn't launched: {}its synthesis isn't done. Launch it "
+                "later, or all of them without --no-wait.",
+                run->getName(),
+                m_hosts.hasHosts() ? "every host has as many runs as it takes, or " : ""));
             status = kExitRefused;
         }
         return status;
@@ -258,6 +267,7 @@ private:
 
     std::vector<std::string> m_names;
     HostOptions m_hosts;
+    ClusterOptions m_cluster;
     bool m_noWait = false;
     int m_jobs = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
 };

@@ -1,0 +1,64 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "shell/clusterOptions.h"
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+
+#include "runs/base/xperiment/HAXPLaunchOptions.h"
+#include "workbench/HAXPExpRun.h"
+#include "workbench/cluster/jobFiles.h"
+#include "workbench/launchLease.h"
+#include "workbench/places/ClusterPlace.h"
+
+namespace shell {
+
+namespace {
+
+/// Refuses a command of nothing but blanks, which would mean this host.
+std::string checkWords(const std::string& command) {
+    return command.find_first_not_of(' ') == std::string::npos
+               ? "a submit command is missing, such as \"qsub -q all.q\""
+               : "";
+}
+
+}  // namespace
+
+void ClusterOptions::declare(CLI::App& command) {
+    auto* sge = command
+                    .add_option("--sge", m_sge,
+                                "Launch on a grid engine by this submit command, such as "
+                                "\"qsub -q all.q\"")
+                    ->check(CLI::Validator(checkWords, "COMMAND"))
+                    ->excludes("--jobs")
+                    ->excludes("--host");
+    command
+        .add_option("--lsf", m_lsf,
+                    "Launch on LSF by this submit command, such as \"bsub -q medium\"")
+        ->check(CLI::Validator(checkWords, "COMMAND"))
+        ->excludes("--jobs")
+        ->excludes("--host")
+        ->excludes(sge);
+}
+
+void ClusterOptions::addTo(HAXPLaunchOptions& options) const {
+    if (!hasCluster())
+        return;
+    workbench::LaunchWay way;
+    way.kind = m_sge.empty() ? workbench::LaunchWay::Kind::kLsf : workbench::LaunchWay::Kind::kSge;
+    way.command = m_sge.empty() ? m_lsf : m_sge;
+    workbench::ClusterPlace::check(way);
+    options.setLaunchMode(m_sge.empty() ? HAXPLaunchOptions::kLsfCluster
+                                        : HAXPLaunchOptions::kSgeCluster);
+    options.setClusterCmdLine(way.command);
+}
+
+std::string ClusterOptions::startedText(const HAXPExpRun& run) {
+    std::string dir;
+    run.getRunDir(dir);
+    const std::string id = cluster::readJobId(dir);
+    return id.empty() ? "submitted" : "submitted as job " + id;
+}
+
+}  // namespace shell

@@ -1,0 +1,35 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <string>
+
+class HAXPExpRun;
+class HAXPLaunchOptions;
+
+namespace CLI {
+class App;
+}  // namespace CLI
+
+namespace shell {
+
+/// The options of a launch on a cluster.
+class ClusterOptions {
+public:
+    /// Behind the options --jobs and --host, which these exclude.
+    void declare(CLI::App& command);
+
+    bool hasCluster() const { return !m_sge.empty() || !m_lsf.empty(); }
+
+    /// @throws HEXUserException the submit command can't be used.
+    void addTo(HAXPLaunchOptions& options) const;
+
+    /// What is told of a run that a cluster took: "submitted as job 12".
+    static std::string startedText(const HAXPExpRun& run);
+
+private:
+    std::string m_sge;
+    std::string m_lsf;
+};
+
+}  // namespace shell
