@@ -112,8 +112,6 @@ protected:
             markDone(id);
         m_run->updateStatus();
     }
-    ~RunOrderTest() noexcept override { m_run->onUpdateStatus = nullptr; }
-
     /// The markers of every step, then those of the queue.
     static Ids markers() {
         return {".c.begin.rst", ".c.end.rst", ".b.begin.rst",         ".b.end.rst",

@@ -110,6 +110,27 @@ TEST_F(StaleSourcesTest, FiltersByTheStepAndTheKindOfItsRun) {
     EXPECT_FALSE(passes(HAXPTypes::FLOW_UNKNOWN));
 }
 
+/// The information object of a simulation run.
+class SimulationInfo final : public HAXPExpInfoBase {
+public:
+    SimulationInfo() : HAXPExpInfoBase(nullptr, "sim_1") {}
+    bool isSimFlow() const override { return true; }
+};
+
+TEST_F(StaleSourcesTest, FiltersByUseInSimulationInARunOfIt) {
+    SimulationInfo info;
+    HAXPExpRunStep simulation(flowStep("a"), step("a")->getOptions(), nullptr, &info);
+    HDDASrcFile* file = add("top.v");
+    HDDASrcFilter filter;
+    simulation.initRunStepSrcFilter(filter);
+    EXPECT_TRUE(filter.filterSF(file));
+    file->getAttrs().setUsedInSynthesis(false);
+    file->getAttrs().setUsedInImplementation(false);
+    EXPECT_TRUE(filter.filterSF(file));
+    file->getAttrs().setUsedInSimulation(false);
+    EXPECT_FALSE(filter.filterSF(file));
+}
+
 TEST_F(StaleSourcesTest, FiltersTheKindsOfTheFlowStep) {
     HDDASrcFilter filter;
     step("a")->initRunStepSrcFilter(filter);
