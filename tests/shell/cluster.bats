@@ -1,0 +1,277 @@
+# SPDX-License-Identifier: Apache-2.0
+# Copyright the Xperiment authors
+#
+# Launches on clusters, with client programs that behave like those of a grid engine and of
+# LSF. A job is a file in $grid/jobs that holds its name and, once it runs, its process.
+
+load xp.bash
+
+# Puts qsub, qstat and qdel in front of the search path. Jobs wait as long as $grid/held is
+# there.
+make_grid() {
+  grid=$BATS_TEST_TMPDIR/grid
+  mkdir -p "$grid/jobs" "$grid/bin"
+  client qsub <<'END'
+while [ $# -gt 1 ]; do
+  case $1 in
+    -N) name=$2; shift 2 ;;
+    -wd) cd "$2"; shift 2 ;;
+    -S | -j | -o | -q | -v) shift 2 ;;
+    *) shift ;;
+  esac
+done
+[ ! -e "$grid/refuse" ] || { cat "$grid/refuse"; exit 1; }
+id=$(($(cat "$grid/last") + 1))
+echo "$id" >"$grid/last"
+echo "$name" >"$grid/jobs/$id"
+[ -e "$grid/held" ] || start_job "$id" "$1"
+[ ! -e "$grid/silent" ] || kill -9 $$
+echo "Your job $id (\"$name\") has been submitted"
+END
+  client qstat <<'END'
+[ ! -e "$grid/away" ] || { echo 'error: unable to contact qmaster'; exit 1; }
+echo '<?xml version="1.0"?><job_info>'
+for job in "$grid"/jobs/*; do
+  [ -e "$job" ] || continue
+  { read -r name; read -r pid; } <"$job"
+  state=${pid:+r}
+  echo "<job_list><JB_job_number>${job##*/}</JB_job_number><JB_name>$name</JB_name>"
+  echo "<state>${state:-qw}</state><queue_name>${pid:+all.q@$(hostname)}</queue_name></job_list>"
+done
+echo '</job_info>'
+END
+  client qdel <<'END'
+{ read -r name; read -r pid; } <"$grid/jobs/$1"
+rm "$grid/jobs/$1"
+[ -z "$pid" ] || kill -9 -- -"$pid"
+echo "registered the job $1 for deletion"
+END
+  echo 11 >"$grid/last"
+  PATH=$grid/bin:$PATH
+}
+
+# A client program $1 with the commands on standard input.
+client() {
+  {
+    printf '#!/bin/bash\ngrid=%q\n' "$grid"
+    # Leads its group; the job goes when it ends.
+    cat <<'END'
+start_job() {
+  setsid bash -c 'echo "$BASHPID" >>"$0"; exec 7>&- 8>&- 9>&-; sh "$1"; rm -f "$0"' \
+    "$grid/jobs/$1" "$2" </dev/null >/dev/null 2>&1 3>&- &
+  while [ "$(wc -l <"$grid/jobs/$1")" = 1 ]; do :; done 2>/dev/null
+}
+END
+    cat
+  } >"$grid/bin/$1"
+  chmod +x "$grid/bin/$1"
+}
+
+# bsub and bkill; a job is called by its command.
+make_lsf() {
+  make_grid
+  client bsub <<'END'
+[ ! -e "$grid/refuse" ] || { cat "$grid/refuse" >&2; exit 255; }
+for word; do :; done
+echo "$word" >"$grid/jobs/12"
+[ -e "$grid/held" ] || start_job 12 "$word"
+echo 'Job <12> is submitted to queue <medium>.'
+END
+  client bkill <<'END'
+{ read -r name; read -r pid; } 2>/dev/null <"$grid/jobs/12"
+[ "$1 $name" = "-J $2" ] || { echo "Job <$2> is not found" >&2; exit 255; }
+rm "$grid/jobs/12"
+[ -z "$pid" ] || kill -9 -- -"$pid"
+echo 'Job <12> is being terminated'
+END
+}
+
+jobs_are() {
+  [ "$(cd "$grid/jobs" && echo *)" = "$1" ]
+}
+
+@test "a launch on a grid engine waits for its jobs and tells their results" {
+  new_project_with_runs
+  make_grid
+  run "$xp" -C proj launch --sge 'qsub -q all.q'
+  [ "$status" = 0 ]
+  [[ $output == *'impl_1: done in '* ]]
+  run_is synth_1 done
+  run_is impl_1 done
+  [ "$(od -An -c "$project/runs/synth_1/job.id")" = '   1   2' ]
+  grep -q 'Your job 12 ' "$project/runs/synth_1/job.id.log"
+  grep -q '<Way Kind="sge" Command="qsub -q all.q" JobName="xp_synth_1_' \
+    "$project/runs/synth_1/.launch.xml"
+}
+
+@test "a launch without waiting tells the job, and the run is queued until its script begins" {
+  new_project_with_runs
+  make_grid
+  touch "$grid/held"
+  run "$xp" -C proj launch synth_1 --no-wait --sge qsub
+  [ "$status" = 0 ]
+  [[ $output == 'synth_1: submitted as job 12' ]]
+  touch -d '2 hours ago' "$project"/runs/synth_1/.*.queue.rst
+  run_is synth_1 queued
+}
+
+@test "a kill takes a job back that waits" {
+  new_project_with_runs
+  make_grid
+  touch "$grid/held"
+  "$xp" -C proj launch synth_1 --no-wait --sge qsub
+  run "$xp" -C proj kill synth_1
+  [ "$status" = 0 ]
+  jobs_are '*'
+  run_is synth_1 'not started'
+}
+
+@test "a kill ends a job that runs and says in which step" {
+  new_project_with_runs
+  make_grid
+  fake_tool yosys <<<'begun; hang'
+  launch_fake_on_grid synth_1
+  run "$xp" -C proj kill synth_1
+  [ "$status" = 0 ]
+  [[ $output == *'synth_1: stopped in synth_design'* ]]
+  jobs_are '*'
+  run_is synth_1 stopped
+}
+
+launch_fake_on_grid() {
+  "$xp" -C proj launch "$1" --no-wait --sge qsub 8>&-
+  tool_started
+}
+
+@test "a kill while the scheduler is away never says stopped" {
+  new_project_with_runs
+  make_grid
+  touch "$grid/held"
+  "$xp" -C proj launch synth_1 --no-wait --sge qsub
+  touch "$grid/away"
+  run "$xp" -C proj kill synth_1
+  [ "$status" = 6 ]
+  assert_one_error "isn't stopped" 'error: unable to contact qmaster'
+  run_is synth_1 queued
+  jobs_are 12
+}
+
+@test "a reset of a run that waits takes its job back first" {
+  new_project_with_runs
+  make_grid
+  touch "$grid/held"
+  "$xp" -C proj launch synth_1 --no-wait --sge qsub
+  run "$xp" -C proj reset synth_1
+  [ "$status" = 0 ]
+  jobs_are '*'
+  run_is synth_1 'not started'
+  [ ! -e "$project/runs/synth_1/job.id" ]
+}
+
+@test "a refusal is told in the scheduler's own words and leaves nothing launched" {
+  new_project_with_runs
+  make_grid
+  echo 'Unable to run job: unknown queue "nono.q".' >"$grid/refuse"
+  run "$xp" -C proj launch synth_1 --no-wait --sge 'qsub -q nono.q'
+  [ "$status" = 6 ]
+  assert_one_error "Run synth_1 isn't launched, as the grid engine refuses its job: Unable to run job: unknown queue \"nono.q\"."
+  run_is synth_1 'not started'
+  jobs_are '*'
+}
+
+@test "a submission that is cut off finds its job again and doesn't submit another" {
+  new_project_with_runs
+  make_grid
+  touch "$grid/held" "$grid/silent"
+  run "$xp" -C proj launch synth_1 --no-wait --sge qsub
+  [ "$status" = 0 ]
+  [[ $output == *'synth_1: submitted as job 12' ]]
+  jobs_are 12
+}
+
+@test "a submission of which nobody knows shows as queued and is warned of" {
+  new_project_with_runs
+  make_grid
+  touch "$grid/held" "$grid/silent" "$grid/away"
+  run "$xp" -C proj launch synth_1 --no-wait --sge qsub
+  [ "$status" = 0 ]
+  [[ $output == *"Whether the grid engine took run synth_1 isn't known: it was killed by signal 9."* ]]
+  run_is synth_1 queued
+  rm "$grid/away"
+  "$xp" -C proj kill synth_1
+  jobs_are '*'
+}
+
+@test "a job goes on when xp is killed, and the next xp shows its true state" {
+  new_project_with_runs
+  make_grid
+  fake_tool yosys <<<'begun; hang'
+  "$xp" -C proj launch synth_1 --sge qsub 8>&- 3>&- &
+  tool_started
+  kill -9 $!
+  run_is synth_1 running
+  "$xp" -C proj kill synth_1
+  run_is synth_1 stopped
+}
+
+@test "a command that can't submit is refused before anything is touched" {
+  new_project_with_runs
+  make_grid
+  run "$xp" -C proj launch --sge "$grid/bin/qsub"
+  [ "$status" = 6 ]
+  assert_one_error "is not a valid SGE executable. 'qsub' is the only SGE executable"
+  run "$xp" -C proj launch --lsf 'bsub -Is'
+  [ "$status" = 6 ]
+  assert_one_error 'bsub could not be found.'
+  run "$xp" -C proj launch --sge ' '
+  [ "$status" = 2 ]
+  [ ! -e "$project/runs" ]
+}
+
+@test "a launch goes to one place" {
+  new_project_with_runs
+  for other in '--lsf bsub' '--jobs 2' '--host node7'; do
+    run "$xp" -C proj launch --sge qsub $other
+    [ "$status" = 2 ]
+  done
+}
+
+@test "the kill command ends the job of a run and no other" {
+  make_grid
+  echo thesis >"$grid/jobs/12"
+  echo xp_synth_1_0123 >"$grid/jobs/13"
+  kill_command=$build_dir/bin/xp_qdel
+  run "$kill_command" 12
+  [ "$status" = 1 ]
+  [ "$output" = "xp_qdel: error: job 12 is called thesis and isn't one of a run" ]
+  run "$kill_command" '13 12'
+  [ "$status" = 1 ]
+  jobs_are '12 13'
+  run "$kill_command" 13
+  [ "$status" = 0 ]
+  jobs_are 12
+  run "$kill_command"
+  [ "$status" = 2 ]
+}
+
+@test "a launch on LSF is killed by the path of its script" {
+  new_project_with_runs
+  make_lsf
+  touch "$grid/held"
+  run "$xp" -C proj launch synth_1 --no-wait --lsf 'bsub -q medium'
+  [ "$status" = 0 ]
+  [ "$output" = 'synth_1: submitted as job 12' ]
+  [ "$(cat "$grid/jobs/12")" = "$project/runs/synth_1/runme.sh" ]
+  run_is synth_1 queued
+  run "$xp" -C proj kill synth_1
+  [ "$status" = 0 ]
+  jobs_are '*'
+}
+
+@test "a launch on LSF runs to its end" {
+  new_project_with_runs
+  make_lsf
+  run "$xp" -C proj launch synth_1 --lsf 'bsub -q medium'
+  [ "$status" = 0 ]
+  run_is synth_1 done
+}
