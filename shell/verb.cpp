@@ -25,7 +25,9 @@ const std::vector<VerbEntry>& verbs() {
         {"apply", "give a run the values of a strategy; what was set on the run is lost",
          "xp apply impl_1 Performance\nxp apply impl_1", makeApplyVerb},
         {"launch", "launch runs, and wait for them with live progress",
-         "xp launch\nxp launch impl_1\nxp launch synth_1 --no-wait", makeLaunchVerb},
+         "xp launch\nxp launch impl_1\nxp launch synth_1 --no-wait\nxp launch --host node7:4 "
+         "--host node8",
+         makeLaunchVerb},
         {"plan", "show what a launch would do, in order and why, without doing it",
          "xp plan\nxp plan impl_1 --json", makePlanVerb},
         {"wait", "wait for runs that were launched", "xp wait\nxp wait impl_1", makeWaitVerb},

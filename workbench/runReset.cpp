@@ -17,7 +17,9 @@
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
 #include "workbench/launchLease.h"
+#include "workbench/places/hostCalls.h"
 #include "workbench/runStop.h"
+#include "workbench/userRunScript.h"
 
 namespace workbench {
 
@@ -62,6 +64,8 @@ void forgetLaunch(HAXPExpRun& run) {
     run.getInfo().setClusterConfigurationName("", true);
     run.setLatestStep(nullptr);
     HUTFile(run.pathOf(kLeaseName)).rm();
+    HUTFile(run.pathOf(kHostClaimName)).rm();
+    dropRunScript(run);
     run.updateStatus();
 }
 

@@ -157,3 +157,45 @@ assert_nothing_left() {
   [ -z "$output" ] || { echo "left: $output"; return 1; }
   flock -n "$project/runs/$1/.run.lock" true
 }
+
+# A project with $1 syntheses, synth_1 to synth_$1.
+new_syntheses() {
+  local n
+  new_project
+  for ((n = 1; n <= $1; ++n)); do
+    "$xp" -C proj create "synth_$n" --flow synth 2>/dev/null
+  done
+}
+
+# A synthesis tool that hangs until the file $tool_dir/go.NUMBER of its run is there, and
+# ends badly when that isn't empty.
+gated_tool() {
+  fake_tool yosys <<'TOOL'
+[[ $PWD =~ synth_([0-9]+) ]]
+note
+gate=${0%/*}/go.${BASH_REMATCH[1]}
+begun
+until [ -e "$gate" ]; do read -r -t 0.05 <>"${0%/*}/never"; done
+[ ! -s "$gate" ] || exit 1
+PATH=${PATH#*"${0%/*}":}
+exec yosys "$@"
+TOOL
+}
+
+jobs_in_background() {
+  "$xp" -C proj launch "$@" >xp.out 2>xp.err 8>&- &
+  xp_pid=$!
+}
+
+statuses() {
+  "$xp" -C proj status --json | json "' '.join(r['status'] for r in j['runs'])"
+}
+
+statuses_are() {
+  [ "$(statuses)" = "$1" ]
+}
+
+end_of_xp() {
+  status=0
+  wait "$xp_pid" || status=$?
+}
