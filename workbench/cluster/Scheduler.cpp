@@ -89,6 +89,8 @@ Submission Scheduler::settle_(const Job& job, const ClientAnswer& answer) const 
     }
 }
 
+void Scheduler::forget_() const {}
+
 bool Scheduler::end(const JobKey& key, long limitMs, std::string& reason) const {
     constexpr long kFirstPauseMs = 50;
     constexpr long kLongestPauseMs = 1000;
@@ -96,6 +98,7 @@ bool Scheduler::end(const JobKey& key, long limitMs, std::string& reason) const 
     CancelAnswer cancelled = cancel(key);
     long pause = kFirstPauseMs;
     while (cancelled.result == CancelAnswer::kAsked) {
+        forget_();
         const JobAnswer now = look(key);
         if (now.state == JobAnswer::kGone)
             return true;

@@ -89,7 +89,8 @@ public:
     /// is looked up by its name, and never submitted again. May take minutes.
     Submission submit(const Job& job);
 
-    /// What the scheduler says of the job; may take half a minute.
+    /// What the scheduler says of the job; may take half a minute. That a job is there may
+    /// be two seconds old, so that many can be looked at; that it is gone never is.
     virtual JobAnswer look(const JobKey& key) const = 0;
 
     /// Asks the scheduler to end the job. Only a job of that name is ever named.
@@ -110,6 +111,9 @@ protected:
     /// The submit command as the user typed it, and its words.
     const std::string& command_() const { return m_command; }
     const std::vector<std::string>& words_() const { return m_words; }
+    /// Called before a look that must not rest on an earlier one. Nothing here.
+    virtual void forget_() const;
+
     /// The client program of that name beside the submit program; the bare name when it
     /// isn't there.
     std::string client_(const std::string& name) const;

@@ -4,12 +4,15 @@
 
 #include <algorithm>
 #include <cctype>
+#include <map>
+#include <mutex>
 
 #include <pwd.h>
 #include <unistd.h>
 
 #include "environment/containers/HSTVector.h"
 #include "environment/errors/HEXAll.h"
+#include "environment/process/clock.h"
 #include "environment/xml/xmlDocument.h"
 #include "runs/base/xperiment/HAXPUtilsBase.h"
 #include "workbench/launchLease.h"
@@ -154,8 +157,62 @@ std::string SgeScheduler::idIn_(const std::string& text) const {
     return {};
 }
 
+/// Shared by the schedulers of the process, which are made anew for each look.
+class SgeScheduler::RecentLists {
+public:
+    static RecentLists& get() {
+        static RecentLists s_lists;
+        return s_lists;
+    }
+
+    bool find(const std::string& key, const std::string& name, Entry& entry) const {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        const auto list = m_lists.find(key);
+        if (list == m_lists.end() || process::clock().nowMs() - list->second.timeMs > kAgeMs)
+            return false;
+        const auto found = list->second.byName.find(name);
+        if (found != list->second.byName.end())
+            entry = found->second;
+        return found != list->second.byName.end();
+    }
+
+    void put(const std::string& key, const std::vector<Entry>& entries) {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        List& list = m_lists[key];
+        list.timeMs = process::clock().nowMs();
+        list.byName.clear();
+        for (const Entry& entry : entries)
+            list.byName.emplace(entry.name, entry);
+    }
+
+    void clear() {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        m_lists.clear();
+    }
+
+private:
+    static constexpr long kAgeMs = 2000;
+    struct List {
+        long timeMs = 0;
+        std::map<std::string, Entry> byName;
+    };
+    mutable std::mutex m_mutex;
+    std::map<std::string, List> m_lists;
+};
+
+void SgeScheduler::forget_() const {
+    RecentLists::get().clear();
+}
+
+std::string SgeScheduler::listKey_(const std::string& owner) const {
+    return client_("qstat") + '\n' + owner;
+}
+
 JobAnswer SgeScheduler::look(const JobKey& key) const {
     JobAnswer answer;
+    Entry recent;
+    if (RecentLists::get().find(listKey_(key.owner), key.name, recent))
+        return answerOf_(recent);
     std::vector<Entry> entries;
     std::string reason;
     if (!list_(key.owner, entries, reason)) {
@@ -196,6 +253,7 @@ JobAnswer SgeScheduler::answerOf_(const Entry& entry) const {
 }
 
 CancelAnswer SgeScheduler::cancel(const JobKey& key) const {
+    forget_();
     const JobAnswer now = look(key);
     if (now.state == JobAnswer::kGone)
         return {CancelAnswer::kGone, ""};
@@ -264,7 +322,9 @@ bool SgeScheduler::list_(const std::string& owner, std::vector<Entry>& entries,
     const bool isSound = std::all_of(entries.begin(), entries.end(), [](const Entry& entry) {
         return isJobId(entry.id) && !entry.name.empty();
     });
-    if (!isSound)
+    if (isSound)
+        RecentLists::get().put(listKey_(owner), entries);
+    else
         reason = "its qstat lists a job without number or name";
     return isSound;
 }

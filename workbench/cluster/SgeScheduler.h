@@ -34,6 +34,7 @@ public:
 protected:
     ClientCall submitCall_(const Job& job) const override;
     std::string idIn_(const std::string& text) const override;
+    void forget_() const override;
 
 private:
     /// A job as qstat lists it.
@@ -44,7 +45,11 @@ private:
         std::string queue;
     };
 
+    /// The jobs of one user as they were some time ago.
+    class RecentLists;
+
     bool list_(const std::string& owner, std::vector<Entry>& entries, std::string& reason) const;
+    std::string listKey_(const std::string& owner) const;
     bool isReachable_(const std::string& queue) const;
     JobAnswer answerOf_(const Entry& entry) const;
     bool isUnknownJob_(const std::string& id) const;

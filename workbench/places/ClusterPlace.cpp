@@ -90,6 +90,11 @@ const HAXPExpRunStep* openStep(const HAXPExpRun& run) {
                                                                                          : nullptr;
 }
 
+/// LSF makes one line of the words of a command, for a shell.
+bool isPlainWord(const std::string& path) {
+    return path.find_first_of(" \t'\"`\\$&|;<>()#~*?[]{}!^") == std::string::npos;
+}
+
 /// A job that didn't write its identifier down when it was submitted does so now.
 void adopt(const HAXPExpRun& run, const std::string& id) {
     std::string reason;
@@ -133,6 +138,8 @@ void ClusterPlace::complete(const HAXPExpRun& run, LaunchLease& lease) const {
 void ClusterPlace::start(HAXPExpRun& run, const LaunchLease& lease) const {
     check(lease.way);
     const std::string dir = dirOf(run);
+    if (lease.way.kind == LaunchWay::Kind::kLsf && !isPlainWord(dir))
+        fail("@60-115@%s%s", run.getName(), dir);
     cluster::removeJobFiles(dir);
     const Submission submission =
         schedulerOf(lease.way)->submit({lease.way.jobName, dir, lease.id});

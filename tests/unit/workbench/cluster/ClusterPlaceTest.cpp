@@ -61,7 +61,7 @@ protected:
         list("qw -");
     }
     /// The job shows in that state and queue, until qdel is called.
-    void list(const std::string& stateAndQueue) const {
+    void list(const std::string& stateAndQueue) {
         m_clients.program("qstat", "if [ -e \"$bench/deleted\" ]; then cat <<'END'\n" +
                                        test::SchedulerBench::qstatList({}) +
                                        "END\nelse cat <<'END'\n" +
@@ -136,6 +136,18 @@ TEST_F(ClusterPlaceTest, RefusesACommandThatCanNotSubmit) {
     m_lease.way.command = "bsub";
     EXPECT_EQ(refusal(), "Runs can't be launched on the grid engine: bsub is not a valid SGE "
                          "executable. 'qsub' is the only SGE executable supported by launch_runs");
+    EXPECT_EQ(m_clients.calls(), "");
+}
+
+TEST_F(ClusterPlaceTest, RefusesAPathThatLsfWouldTakeApart) {
+    m_clients.program("bsub", "");
+    m_lease.way = {LaunchWay::Kind::kLsf, "", "bsub", ""};
+    m_bench.folder().folder("a b");
+    m_run.setRunDir(m_bench.path("a b"), false);
+    EXPECT_EQ(refusal(), "Run synth_1 isn't launched: LSF can't take the path " +
+                             m_bench.path("a b") +
+                             ", as it holds a blank or a sign that a shell takes as its own. "
+                             "Move the project to another folder.");
     EXPECT_EQ(m_clients.calls(), "");
 }
 

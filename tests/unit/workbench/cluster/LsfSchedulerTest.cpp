@@ -23,15 +23,13 @@ protected:
         m_bench.program("bkill", "echo 'Job <12> is being terminated'");
         show("RUN", "node7");
     }
-    void show(const std::string& state, const std::string& host) const {
+    void show(const std::string& state, const std::string& host) {
         m_bench.program("bjobs", "echo 'JOBID   USER    STAT  QUEUE   FROM_HOST   EXEC_HOST   "
                                  "JOB_NAME   SUBMIT_TIME'\necho '12 jane " +
                                      state + " medium a.host " + host + " " + m_script +
                                      " Nov 21 17:00'");
     }
-    void showNone() const {
-        m_bench.program("bjobs", "echo \"Job <$4> is not found\" >&2; exit 255");
-    }
+    void showNone() { m_bench.program("bjobs", "echo \"Job <$4> is not found\" >&2; exit 255"); }
     Submission submit(const std::string& command = "bsub -q medium") {
         return cluster::LsfScheduler(command).submit({m_script, m_bench.folder().path(), "1234"});
     }

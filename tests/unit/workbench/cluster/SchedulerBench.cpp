@@ -41,7 +41,8 @@ SchedulerBench::SchedulerBench() : m_clock(m_folder.path("hang")) {
     m_environment.set("PATH", m_folder.path("bin"));
 }
 
-void SchedulerBench::program(const std::string& name, const std::string& commands) const {
+void SchedulerBench::program(const std::string& name, const std::string& commands) {
+    m_clock.pass(60000);
     HUTFileUtils::rewriteFile(m_folder.path("bin/" + name),
                               "#!/bin/sh\nbench='" + m_folder.path() + "'\necho \"" + name +
                                   " $*\" >>\"$bench/calls\"\n" + commands + "\n",

@@ -25,6 +25,9 @@ public:
     long nowMs() override { return m_now; }
     void sleepMs(long ms) override;
 
+    /// Lets time pass.
+    void pass(long ms) { m_now += ms; }
+
     /// The long pauses so far, in milliseconds.
     const std::vector<long>& pauses() const { return m_pauses; }
 
@@ -40,8 +43,8 @@ class SchedulerBench {
 public:
     SchedulerBench();
 
-    /// Makes or replaces a program.
-    void program(const std::string& name, const std::string& commands) const;
+    /// Makes or replaces a program; nobody remembers what the old one said.
+    void program(const std::string& name, const std::string& commands);
     void removeProgram(const std::string& name) const;
     /// The calls so far, one a line: the program's name and its words.
     std::string calls() const;

@@ -24,11 +24,11 @@ protected:
         m_bench.program("qsub", "echo 'Your job 12 (\"xp_a\") has been submitted'");
         list({});
     }
-    void list(const std::vector<std::string>& jobs) const {
+    void list(const std::vector<std::string>& jobs) {
         m_bench.program("qstat", "cat <<'END'\n" + test::SchedulerBench::qstatList(jobs) + "END");
     }
     /// A qstat that lists the job only once the file `taken` is there.
-    void listTakenJob() const {
+    void listTakenJob() {
         m_bench.program("qstat", "if [ -e \"$bench/taken\" ]; then cat <<'END'\n" +
                                      test::SchedulerBench::qstatList({"12 xp_a qw -"}) +
                                      "END\nelse cat <<'END'\n" +
@@ -255,6 +255,24 @@ TEST_F(SgeSchedulerTest, FindsAJobByItsNameWhateverTheIdentifierSays) {
     EXPECT_EQ(look().id, "13");
 }
 
+TEST_F(SgeSchedulerTest, AsksOnceForManyJobsThatAreThere) {
+    list({"12 xp_a qw -", "13 xp_b qw -"});
+    EXPECT_EQ(look().state, JobAnswer::kQueued);
+    EXPECT_EQ(cluster::SgeScheduler("qsub").look({"xp_b", "", ""}).id, "13");
+    EXPECT_EQ(m_bench.callCount("qstat"), 1);
+    // Not for one that isn't there: it may have come since.
+    EXPECT_EQ(m_scheduler.look({"xp_c", "", ""}).state, JobAnswer::kGone);
+    EXPECT_EQ(m_bench.callCount("qstat"), 2);
+}
+
+TEST_F(SgeSchedulerTest, AsksAgainAfterAWhile) {
+    list({"12 xp_a qw -"});
+    look();
+    process::clock().sleepMs(3000);
+    look();
+    EXPECT_EQ(m_bench.callCount("qstat"), 2);
+}
+
 TEST_F(SgeSchedulerTest, TellsThatAJobIsGone) {
     list({"12 xp_stranger r all.q@node7"});
     const JobAnswer answer = look();
@@ -347,7 +365,7 @@ TEST_F(SgeSchedulerTest, TellsWhyAJobIsNotCancelled) {
 /// A job 12 called xp_a that goes when qdel was called and `looks` more looks were had.
 class SgeEndTest : public SgeSchedulerTest {
 protected:
-    void job(const std::string& name, int looks) const {
+    void job(const std::string& name, int looks) {
         m_bench.program("qdel", ": >\"$bench/deleted\"");
         m_bench.program("qstat",
                         "[ -e \"$bench/deleted\" ] && echo x >>\"$bench/looks\"\n"
