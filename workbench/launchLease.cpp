@@ -10,10 +10,12 @@
 
 #include <boost/uuid/random_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>
+#include <unistd.h>
 
 #include "environment/errors/HEXAll.h"
 #include "environment/files/HUTFileUtils.h"
 #include "environment/process/processTable.h"
+#include "environment/process/userName.h"
 #include "environment/xml/HXMLWriterBase.h"
 #include "environment/xml/xmlDocument.h"
 #include "workbench/HAXPExpRun.h"
@@ -83,8 +85,7 @@ HUTProcessHandle ownHandle() {
     self.setHostname(table.hostName());
     self.setBootId(table.bootId());
     self.setPidNamespace(table.pidNamespace());
-    const char* user = std::getenv("USER");
-    self.setUser(user == nullptr ? std::string() : user);
+    self.setUser(process::userName(geteuid()));
     process::Entry entry;
     self.setPid(table.ownPid());
     if (table.look(table.ownPid(), entry)) {

@@ -5,7 +5,9 @@
 #include <string>
 
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include "environment/process/userName.h"
 #include "tests/support/RunDir.h"
 #include "tests/unit/runs/xpreport/schemaFile.h"
 
@@ -72,6 +74,17 @@ TEST_F(LaunchLeaseTest, PassesOverAWayThatItDoesNotKnow) {
     EXPECT_TRUE(reads("<Launch Version='1' Id='x'><Launcher/><Way Kind='sge'/></Launch>"));
     EXPECT_FALSE(reads("<Launch Version='1' Id='x'><Launcher/><Way Kind='cloud'/></Launch>"));
     EXPECT_FALSE(reads("<Launch Version='1' Id='x'><Launcher/><Way/></Launch>"));
+}
+
+TEST_F(LaunchLeaseTest, NamesItsUserWhateverTheEnvironmentSays) {
+    setenv("USER", "somebody else", 1);
+    std::string user;
+    workbench::makeLease().launcher.getUser(user);
+    unsetenv("USER");
+    EXPECT_EQ(user, process::userName(geteuid()));
+    EXPECT_FALSE(user.empty());
+    EXPECT_EQ(process::userName(-1), "");
+    EXPECT_EQ(process::userName(4123456789), "");
 }
 
 TEST_F(LaunchLeaseTest, KnowsThisProcessAsAlive) {
