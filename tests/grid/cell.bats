@@ -50,26 +50,6 @@ submit() {
   wait_until queue_is_empty
 }
 
-@test "a killed execution daemon is noticed, and comes back to its job" {
-  submit -q all.q@head <<<'exec sleep 1000'
-  wait_until job_is "$job" r
-  kill -KILL "$(daemon execd)"
-  is_unknown() { [[ $(queue_state head) == *u* ]]; }
-  wait_until is_unknown
-  job_is "$job" r
-  "$cell_sh" start execd
-  wait_until queue_is_well
-  job_is "$job" r
-}
-
-@test "a host without its link is noticed" {
-  cut_link
-  is_unknown() { [[ $(queue_state node1) == *u* ]]; }
-  wait_until is_unknown
-  heal_link
-  wait_until queue_is_well
-}
-
 @test "without the master the clients say so" {
   lose_master
   run ! qstat
