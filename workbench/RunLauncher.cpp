@@ -31,6 +31,7 @@
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
 #include "workbench/cluster/gridKill.h"
+#include "workbench/cluster/jobFiles.h"
 #include "workbench/entryRules.h"
 #include "workbench/launchDecision.h"
 #include "workbench/places/RunPlace.h"
@@ -177,6 +178,8 @@ void RunLauncher::prepareDirectory_(HAXPExpRun& run) {
 void RunLauncher::takeBackSteps_(HAXPExpRun& run, const HAXPExpRunStep* first) {
     if (first != nullptr && !run.resetFrom(first))
         fail("@60-42@%s%s", run.getName(), dirOf(run));
+    // A run that isn't on a cluster any more must not be killed through it.
+    cluster::removeJobFiles(dirOf(run));
     // A run that begins anew has a log of its own; one that goes on adds to it.
     if (first == run.getFirstStep())
         HUTFile(run.pathOf("runme.log")).rm();
