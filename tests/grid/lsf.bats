@@ -86,17 +86,6 @@ cluster=(--lsf 'bsub -m head -q medium')
   queue_is_empty
 }
 
-@test "a job that somebody deletes is no running and no done run" {
-  new_synthesis
-  hold_tool yosys
-  submit synth_1
-  tool_started
-  bkill -J "$project/runs/synth_1/runme.sh" >/dev/null
-  wait_until queue_is_empty
-  [[ $(status_of synth_1 status) == @(lost|failed) ]]
-  assert_nothing_done synth_1
-}
-
 @test "while LSF is down a run is neither lost nor done, and no kill is claimed" {
   new_synthesis
   qmod -d '*' >/dev/null

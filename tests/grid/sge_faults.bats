@@ -71,42 +71,6 @@ host_is_unknown() { [[ $(queue_state "$1") == *u* ]]; }
   run_is synth_1 stopped
 }
 
-@test "a job that somebody deletes is no running and no done run" {
-  submit_held
-  qdel "$job" >/dev/null
-  wait_until queue_is_empty
-  [[ $(status_of synth_1 status) == @(lost|failed) ]]
-  assert_nothing_done synth_1
-  run -1 timeout 60 "$xp" -C proj wait synth_1
-}
-
-@test "a waiting xp hears that its job was deleted" {
-  new_synthesis
-  hold_tool yosys
-  "$xp" -C proj launch synth_1 "${cluster[@]}" 3>&- 7>&- 8>&- >xp.out 2>xp.err &
-  local waiting=$!
-  tool_started
-  read_launch synth_1
-  qdel "$job" >/dev/null
-  status=0
-  wait "$waiting" || status=$?
-  [ "$status" = 1 ]
-  grep -F 'synth_1' xp.err
-  [[ $(status_of synth_1 status) == @(lost|failed) ]]
-}
-
-@test "a queued job that somebody deletes isn't queued any more" {
-  new_synthesis
-  qmod -d '*' >/dev/null
-  submit synth_1
-  qdel "$job" >/dev/null
-  wait_until queue_is_empty
-  [[ $(status_of synth_1 status) != @(queued|running|done) ]]
-  qmod -e '*' >/dev/null
-  run -0 "$xp" -C proj launch synth_1 "${cluster[@]}"
-  run_is synth_1 "done"
-}
-
 @test "a killed step without an end is a failed run, not a running one" {
   submit_held
   kill -KILL "$tool_pid"
