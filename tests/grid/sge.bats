@@ -45,10 +45,9 @@ cluster=(--sge 'qsub -V -q all.q@head')
 
 @test "a job waits for a free slot, and shows as queued" {
   new_synthesis
-  local slot
-  for slot in 1 2; do
-    qsub -q all.q@head -S /bin/sh -o /dev/null -j y -N holder <<<'exec sleep 1000' >/dev/null
-  done
+  local holder=(qsub -q all.q@head -S /bin/sh -o /dev/null -j y -N holder)
+  "${holder[@]}" <<<'exec sleep 1000' >/dev/null
+  "${holder[@]}" <<<'exec sleep 1000' >/dev/null
   submit synth_1
   job_is "$job" qw
   run_is synth_1 queued
