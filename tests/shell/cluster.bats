@@ -96,8 +96,8 @@ jobs_are() {
   run "$xp" -C proj launch --sge 'qsub -q all.q'
   [ "$status" = 0 ]
   [[ $output == *'impl_1: done in '* ]]
-  run_is synth_1 done
-  run_is impl_1 done
+  run_is synth_1 "done"
+  run_is impl_1 "done"
   [ "$(od -An -c "$project/runs/synth_1/job.id")" = '   1   2' ]
   grep -q 'Your job 12 ' "$project/runs/synth_1/job.id.log"
   grep -q '<Way Kind="sge" Command="qsub -q all.q" JobName="xp_synth_1_' \
@@ -273,5 +273,5 @@ launch_fake_on_grid() {
   make_lsf
   run "$xp" -C proj launch synth_1 --lsf 'bsub -q medium'
   [ "$status" = 0 ]
-  run_is synth_1 done
+  run_is synth_1 "done"
 }
