@@ -335,6 +335,8 @@ TEST_F(StaleBlockDesignTest, IsNotStaleByOneThatTheDesignLeavesOut) {
     m_design->getAttrs().setAutoDisabled(true);
     EXPECT_FALSE(afterGraphUpdate());
     EXPECT_FALSE(step("a")->isStale());
+    m_design->getAttrs().setAutoDisabled(false);
+    EXPECT_FALSE(afterGraphUpdate()) << "it is decided once, too";
 }
 
 TEST_F(StaleBlockDesignTest, IsAnsweredWithoutAReasonInASetOfPapers) {
@@ -403,8 +405,9 @@ TEST_F(StaleBlockDesignTest, KeepsWhatItSawBeforeAnotherSource) {
     mixed.addFiles(Summary::FSCS_ADDED, add("top.v"));
     EXPECT_TRUE(update("a", mixed)) << "a reason at once";
     EXPECT_EQ(reasons("a"), (Kinds{1}));
-    Summary alone = added(m_design);
-    EXPECT_TRUE(step("a")->hasOnlyBDAdded(&alone));
+    Summary again(m_sources);
+    again.addFiles(Summary::FSCS_MODIFIED, m_design);
+    EXPECT_TRUE(step("a")->hasOnlyBDAdded(&again));
 }
 
 // Parameters and the image of the device -------------------------------------
