@@ -1,7 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
-// Taking back the steps of 1,000 runs with what they left, against the unlinks that must
-// happen.
+// Taking back the steps of 1,000 runs with what they left, and emptying their directories,
+// against the unlinks that must happen.
 
 #include <memory>
 #include <string>
@@ -27,6 +27,11 @@ constexpr int kRuns = 1000;
 constexpr int kSteps = 4;
 constexpr int kOutputs = 6;
 
+/// What a launch leaves beside the files of the steps.
+constexpr const char* kLaunchFiles[] = {"ZUMWrap.js",  "ZUMWrap.sh", "rundef.js", "runme.bat",
+                                        "runme.log",   "runme.sh",   "htr.txt",   "tarnel.jou",
+                                        "gen_run.xml", "notes.txt"};
+
 /// 1,000 runs whose steps are done and left files.
 class Runs {
 public:
@@ -40,11 +45,14 @@ public:
         }
     }
 
-    void make() const {
-        for (const std::string& file : m_files)
+    /// Writes the files that the steps left, and with `launched` those of the launch.
+    void make(bool launched) const {
+        for (const std::string& file : files(launched))
             bench::writePlainly(file, "", 0644);
     }
-    const std::vector<std::string>& files() const { return m_files; }
+    const std::vector<std::string>& files(bool launched) const {
+        return launched ? m_allFiles : m_stepFiles;
+    }
     const std::vector<std::unique_ptr<HAXPExpRun>>& runs() const { return m_runs; }
     const HAXPFlowStep* firstStep() const { return m_runs.front()->getFirstStep()->getFlowStep(); }
 
@@ -60,16 +68,24 @@ private:
             m_flow->getFlowStepForFSId(step->getFlowStep()->getFlowStepId())
                 ->setGenFilter(&m_generated);
             for (const char* kind : {".begin.rst", ".end.rst"})
-                m_files.push_back(dir + "/." + bench::stepName(s) + kind);
+                addFile_(dir, "." + bench::stepName(s) + kind, true);
             for (const std::string& output : outputs)
-                m_files.push_back(dir + "/" + output);
+                addFile_(dir, output, true);
         }
+        for (const char* name : kLaunchFiles)
+            addFile_(dir, name, false);
+    }
+    void addFile_(const std::string& dir, const std::string& name, bool isOfStep) {
+        m_allFiles.push_back(dir + "/" + name);
+        if (isOfStep)
+            m_stepFiles.push_back(m_allFiles.back());
     }
 
     bench::BenchFolder m_folder;
     HAXPFlow* m_flow;
     HAXPFileSpec m_generated{"generated"};
-    std::vector<std::string> m_files;
+    std::vector<std::string> m_stepFiles;
+    std::vector<std::string> m_allFiles;
     std::vector<std::unique_ptr<HAXPExpRun>> m_runs;
 };
 
@@ -78,39 +94,74 @@ const Runs& allRuns() {
     return s_runs;
 }
 
-void floorOfReset(benchmark::State& state) {
+/// Fails when one of the files is still there.
+void requireGone(benchmark::State& state, const std::vector<std::string>& files) {
+    for (const std::string& file : files) {
+        if (::access(file.c_str(), F_OK) == 0)
+            state.SkipWithError("a file is left");
+    }
+}
+
+void removeBarely(benchmark::State& state, bool launched) {
     const Runs& all = allRuns();
     for (auto _ : state) {
         state.PauseTiming();
-        all.make();
+        all.make(launched);
         state.ResumeTiming();
-        for (const std::string& file : all.files()) {
+        for (const std::string& file : all.files(launched)) {
             if (::unlink(file.c_str()) != 0)
                 state.SkipWithError("a file could not be removed");
         }
     }
 }
 
+void floorOfReset(benchmark::State& state) {
+    removeBarely(state, false);
+}
+
 void resetSteps(benchmark::State& state) {
     const Runs& all = allRuns();
     for (auto _ : state) {
         state.PauseTiming();
-        all.make();
+        all.make(false);
         state.ResumeTiming();
         for (const auto& run : all.runs()) {
             if (!run->resetStep(all.firstStep(), false, true))
                 state.SkipWithError("a step could not be reset");
         }
         state.PauseTiming();
-        for (const std::string& file : all.files()) {
-            if (::access(file.c_str(), F_OK) == 0)
-                state.SkipWithError("a file is left");
+        requireGone(state, all.files(false));
+        state.ResumeTiming();
+    }
+}
+
+void floorOfEmptying(benchmark::State& state) {
+    removeBarely(state, true);
+}
+
+void resetRuns(benchmark::State& state) {
+    const Runs& all = allRuns();
+    for (auto _ : state) {
+        state.PauseTiming();
+        all.make(true);
+        for (const auto& run : all.runs())
+            run->setRunMode(HAXPExpRunBase::kLaunched);
+        state.ResumeTiming();
+        HSTVector<std::string> errors;
+        for (const auto& run : all.runs()) {
+            if (!run->resetRun(errors, true, false, false))
+                state.SkipWithError("a run could not be reset");
         }
+        state.PauseTiming();
+        requireGone(state, all.files(true));
         state.ResumeTiming();
     }
 }
 
 }  // namespace
 
-BENCHMARK(floorOfReset)->Unit(benchmark::kMillisecond)->Iterations(5);
-BENCHMARK(resetSteps)->Unit(benchmark::kMillisecond)->Iterations(5);
+// Making the files takes longer than what is measured.
+BENCHMARK(floorOfReset)->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(resetSteps)->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(floorOfEmptying)->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(resetRuns)->Unit(benchmark::kMillisecond)->Iterations(1);
