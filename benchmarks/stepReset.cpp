@@ -3,6 +3,8 @@
 // Taking back the steps of 1,000 runs with what they left, and emptying their directories,
 // against the unlinks that must happen.
 
+#include <algorithm>
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
@@ -13,6 +15,7 @@
 
 #include "benchmarks/BenchFlow.h"
 #include "benchmarks/BenchFolder.h"
+#include "benchmarks/Pairs.h"
 #include "environment/containers/HSTFwdIter.h"
 #include "environment/containers/HSTVector.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
@@ -23,7 +26,8 @@
 
 namespace {
 
-constexpr int kRuns = 1000;
+/// A thousand are reset, and as many give the floor.
+constexpr int kRuns = 2000;
 constexpr int kSteps = 4;
 constexpr int kOutputs = 6;
 
@@ -32,33 +36,33 @@ constexpr const char* kLaunchFiles[] = {"ZUMWrap.js",  "ZUMWrap.sh", "rundef.js"
                                         "runme.log",   "runme.sh",   "htr.txt",   "tarnel.jou",
                                         "gen_run.xml", "notes.txt"};
 
-/// 1,000 runs whose steps are done and left files.
+/// Runs whose steps are done and left files.
 class Runs {
 public:
+    /// One of the runs, and what stands in its directory: the files of its steps first.
+    struct Entry {
+        std::unique_ptr<HAXPExpRun> run;
+        std::vector<std::string> files;
+    };
+
     Runs() : m_flow(bench::makeFlow(kSteps, 0)) {
         m_generated.addFileType(HAXPTypes::FILE_PLACE_UTIL);
         for (int i = 0; i < kRuns; ++i) {
             const std::string name = "run_" + std::to_string(i);
             const std::string dir = m_folder.folder(name);
-            m_runs.push_back(bench::makeRun(name, *m_flow, dir));
-            addFiles_(*m_runs.back(), dir);
+            m_entries.push_back({bench::makeRun(name, *m_flow, dir), {}});
+            addFiles_(m_entries.back(), dir);
         }
     }
 
-    /// Writes the files that the steps left, and with `launched` those of the launch.
-    void make(bool launched) const {
-        for (const std::string& file : files(launched))
-            bench::writePlainly(file, "", 0644);
+    const std::vector<Entry>& entries() const { return m_entries; }
+    const HAXPFlowStep* firstStep() const {
+        return m_entries.front().run->getFirstStep()->getFlowStep();
     }
-    const std::vector<std::string>& files(bool launched) const {
-        return launched ? m_allFiles : m_stepFiles;
-    }
-    const std::vector<std::unique_ptr<HAXPExpRun>>& runs() const { return m_runs; }
-    const HAXPFlowStep* firstStep() const { return m_runs.front()->getFirstStep()->getFlowStep(); }
 
 private:
-    void addFiles_(const HAXPExpRun& run, const std::string& dir) {
-        const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
+    void addFiles_(Entry& entry, const std::string& dir) {
+        const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(entry.run->createRunStepIter());
         for (int s = 0; s < kSteps; ++s) {
             HAXPExpRunStep* step = steps->next();
             HSTVector<std::string> outputs;
@@ -68,25 +72,18 @@ private:
             m_flow->getFlowStepForFSId(step->getFlowStep()->getFlowStepId())
                 ->setGenFilter(&m_generated);
             for (const char* kind : {".begin.rst", ".end.rst"})
-                addFile_(dir, "." + bench::stepName(s) + kind, true);
+                entry.files.push_back(dir + "/." + bench::stepName(s) + kind);
             for (const std::string& output : outputs)
-                addFile_(dir, output, true);
+                entry.files.push_back(dir + "/" + output);
         }
         for (const char* name : kLaunchFiles)
-            addFile_(dir, name, false);
-    }
-    void addFile_(const std::string& dir, const std::string& name, bool isOfStep) {
-        m_allFiles.push_back(dir + "/" + name);
-        if (isOfStep)
-            m_stepFiles.push_back(m_allFiles.back());
+            entry.files.push_back(dir + "/" + name);
     }
 
     bench::BenchFolder m_folder;
     HAXPFlow* m_flow;
     HAXPFileSpec m_generated{"generated"};
-    std::vector<std::string> m_stepFiles;
-    std::vector<std::string> m_allFiles;
-    std::vector<std::unique_ptr<HAXPExpRun>> m_runs;
+    std::vector<Entry> m_entries;
 };
 
 const Runs& allRuns() {
@@ -94,74 +91,53 @@ const Runs& allRuns() {
     return s_runs;
 }
 
-/// Fails when one of the files is still there.
-void requireGone(benchmark::State& state, const std::vector<std::string>& files) {
-    for (const std::string& file : files) {
-        if (::access(file.c_str(), F_OK) == 0)
-            state.SkipWithError("a file is left");
-    }
-}
-
-void removeBarely(benchmark::State& state, bool launched) {
-    const Runs& all = allRuns();
+/// Resets every other run, and takes the files of those between with bare unlinks: those of
+/// the steps, and with `launched` those of the launch.
+template <class Reset> void compare(benchmark::State& state, bool launched, Reset reset) {
+    constexpr std::size_t kStepFiles = std::size_t{kSteps} * (2 + kOutputs);
+    bench::Pairs pairs(bench::Pairs::kProcessor);
+    const auto& runs = allRuns().entries();
     for (auto _ : state) {
-        state.PauseTiming();
-        all.make(launched);
-        state.ResumeTiming();
-        for (const std::string& file : all.files(launched)) {
-            if (::unlink(file.c_str()) != 0)
-                state.SkipWithError("a file could not be removed");
+        for (std::size_t i = 0; i < runs.size(); ++i) {
+            const std::vector<std::string>& files = runs[i].files;
+            const auto end = files.begin() + (launched ? files.size() : kStepFiles);
+            std::for_each(files.begin(), end,
+                          [](const std::string& file) { bench::writePlainly(file, "", 0644); });
+            if (i % 2 == 0)
+                pairs.floor([&] {
+                    std::for_each(files.begin(), end,
+                                  [](const std::string& file) { ::unlink(file.c_str()); });
+                });
+            else
+                pairs.measure([&] { reset(*runs[i].run); });
+            if (std::any_of(files.begin(), end, [](const std::string& file) {
+                    return ::access(file.c_str(), F_OK) == 0;
+                }))
+                state.SkipWithError("a file is left");
         }
     }
-}
-
-void floorOfReset(benchmark::State& state) {
-    removeBarely(state, false);
+    pairs.tell(state);
 }
 
 void resetSteps(benchmark::State& state) {
-    const Runs& all = allRuns();
-    for (auto _ : state) {
-        state.PauseTiming();
-        all.make(false);
-        state.ResumeTiming();
-        for (const auto& run : all.runs()) {
-            if (!run->resetStep(all.firstStep(), false, true))
-                state.SkipWithError("a step could not be reset");
-        }
-        state.PauseTiming();
-        requireGone(state, all.files(false));
-        state.ResumeTiming();
-    }
-}
-
-void floorOfEmptying(benchmark::State& state) {
-    removeBarely(state, true);
+    const HAXPFlowStep* first = allRuns().firstStep();
+    compare(state, false, [&](HAXPExpRun& run) {
+        if (!run.resetStep(first, false, true))
+            state.SkipWithError("a step could not be reset");
+    });
 }
 
 void resetRuns(benchmark::State& state) {
-    const Runs& all = allRuns();
-    for (auto _ : state) {
-        state.PauseTiming();
-        all.make(true);
-        for (const auto& run : all.runs())
-            run->setRunMode(HAXPExpRunBase::kLaunched);
-        state.ResumeTiming();
-        HSTVector<std::string> errors;
-        for (const auto& run : all.runs()) {
-            if (!run->resetRun(errors, true, false, false))
-                state.SkipWithError("a run could not be reset");
-        }
-        state.PauseTiming();
-        requireGone(state, all.files(true));
-        state.ResumeTiming();
-    }
+    HSTVector<std::string> errors;
+    compare(state, true, [&](HAXPExpRun& run) {
+        run.setRunMode(HAXPExpRunBase::kLaunched);
+        if (!run.resetRun(errors, true, false, false))
+            state.SkipWithError("a run could not be reset");
+    });
 }
 
 }  // namespace
 
 // Making the files takes longer than what is measured.
-BENCHMARK(floorOfReset)->Unit(benchmark::kMillisecond)->Iterations(1);
 BENCHMARK(resetSteps)->Unit(benchmark::kMillisecond)->Iterations(1);
-BENCHMARK(floorOfEmptying)->Unit(benchmark::kMillisecond)->Iterations(1);
 BENCHMARK(resetRuns)->Unit(benchmark::kMillisecond)->Iterations(1);

@@ -1,0 +1,38 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include "benchmarks/Pairs.h"
+
+#include <algorithm>
+#include <cstddef>
+
+namespace bench {
+
+namespace {
+
+double medianOf(std::vector<double> values) {
+    if (values.empty())
+        return 0;
+    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
+    std::nth_element(values.begin(), middle, values.end());
+    return *middle;
+}
+
+}  // namespace
+
+void Pairs::tell(benchmark::State& state) const {
+    constexpr double kMicro = 1e6;
+    const double floor = medianOf(m_floors);
+    const double measure = medianOf(m_measures);
+    state.counters["floor_us"] = floor * kMicro;
+    state.counters["us"] = measure * kMicro;
+    state.counters["ratio"] = floor > 0 ? measure / floor : 0;
+}
+
+double Pairs::now_() const {
+    constexpr double kNano = 1e-9;
+    timespec time{};
+    clock_gettime(static_cast<clockid_t>(m_clock), &time);
+    return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) * kNano;
+}
+
+}  // namespace bench
