@@ -30,6 +30,8 @@ namespace {
 constexpr int kRuns = 2000;
 constexpr int kSteps = 4;
 constexpr int kOutputs = 6;
+/// The begin marker first.
+constexpr std::size_t kFilesOfStep = 2 + kOutputs;
 
 /// What a launch leaves beside the files of the steps.
 constexpr const char* kLaunchFiles[] = {"ZUMWrap.js",  "ZUMWrap.sh", "rundef.js", "runme.bat",
@@ -91,18 +93,28 @@ const Runs& allRuns() {
     return s_runs;
 }
 
+/// Polls the run while its steps run, as whoever launched it does: the disk knows by then
+/// which markers aren't there.
+void watchWhileAtWork(const Runs::Entry& entry) {
+    for (int s = 0; s < kSteps; ++s)
+        bench::writePlainly(entry.files[static_cast<std::size_t>(s) * kFilesOfStep], "", 0644);
+    entry.run->updateStatus();
+}
+
 /// Resets every other run, and takes the files of those between with bare unlinks: those of
 /// the steps, and with `launched` those of the launch.
 template <class Reset> void compare(benchmark::State& state, bool launched, Reset reset) {
-    constexpr std::size_t kStepFiles = std::size_t{kSteps} * (2 + kOutputs);
+    constexpr std::size_t kStepFiles = kSteps * kFilesOfStep;
     bench::Pairs pairs(bench::Pairs::kProcessor);
     const auto& runs = allRuns().entries();
     for (auto _ : state) {
         for (std::size_t i = 0; i < runs.size(); ++i) {
             const std::vector<std::string>& files = runs[i].files;
             const auto end = files.begin() + (launched ? files.size() : kStepFiles);
+            watchWhileAtWork(runs[i]);
             std::for_each(files.begin(), end,
                           [](const std::string& file) { bench::writePlainly(file, "", 0644); });
+            runs[i].run->updateStatus();
             if (i % 2 == 0)
                 pairs.floor([&] {
                     std::for_each(files.begin(), end,

@@ -322,18 +322,20 @@ bool HAXPExpRun::isWaiting_() const {
 }
 
 bool HAXPExpRun::isQueued_() const {
+    const std::string marker = queueMarkerPath();
+    long made = 0;
+    if (!HUTFile::getFileStamp(marker.c_str(), made))
+        return false;
     workbench::LaunchLease lease;
-    if (workbench::readLease(queueMarkerPath(), lease)) {
+    if (workbench::readLease(marker, lease)) {
         if (lease.isWaiting)
             return false;
         // A cluster takes its time; whether the job is still there only the queue tells.
         if (workbench::isOnCluster(lease.way))
             return true;
     }
-    long made = 0;
     // Older than any start takes: whoever made it went away before the script began.
-    return HUTFile::getFileStamp(queueMarkerPath().c_str(), made) &&
-           std::time(nullptr) - made <= kLongestStartSec;
+    return std::time(nullptr) - made <= kLongestStartSec;
 }
 
 /// Whether the request to stop came before the step ended badly.

@@ -106,12 +106,7 @@ bool HUTFile::getFileStamp(const char* path, long& seconds) {
 }
 
 bool HUTFile::getFileStamp(const char* path, long& seconds, long& size) {
-    struct stat status = {};
-    if (::stat(path, &status) != 0 || !S_ISREG(status.st_mode))
-        return false;
-    seconds = status.st_mtim.tv_sec;
-    size = static_cast<long>(status.st_size);
-    return true;
+    return files::stampAt(AT_FDCWD, path, seconds, size);
 }
 
 bool HUTFile::isDir() const {
@@ -145,10 +140,7 @@ bool HUTFile::mkDirRecursive() const {
 }
 
 bool HUTFile::rm() const {
-    if (files::namesNothing(m_path))
-        return false;
-    return files::disk().unlinkAt(AT_FDCWD, m_path.c_str(), 0) == 0 || errno == ENOENT ||
-           errno == ENOTDIR;
+    return files::removeAt(AT_FDCWD, m_path.c_str());
 }
 
 bool HUTFile::rmRecursive() const {

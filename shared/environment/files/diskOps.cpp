@@ -108,6 +108,21 @@ ssize_t readUpTo(int fd, char* buffer, std::size_t size) {
     return static_cast<ssize_t>(got);
 }
 
+bool removeAt(int folder, const char* path) {
+    if (namesNothing(path))
+        return false;
+    return disk().unlinkAt(folder, path, 0) == 0 || errno == ENOENT || errno == ENOTDIR;
+}
+
+bool stampAt(int folder, const char* path, long& seconds, long& size) {
+    struct stat status = {};
+    if (::fstatat(folder, path, &status, 0) != 0 || !S_ISREG(status.st_mode))
+        return false;
+    seconds = status.st_mtim.tv_sec;
+    size = static_cast<long>(status.st_size);
+    return true;
+}
+
 std::string folderOf(const std::string& path) {
     const std::string::size_type at = path.rfind('/');
     if (at == std::string::npos)

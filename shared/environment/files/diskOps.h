@@ -4,6 +4,7 @@
 
 #include <cstddef>
 #include <string>
+#include <string_view>
 
 #include <sys/stat.h>
 #include <sys/types.h>
@@ -72,8 +73,13 @@ Descriptor openRegular(const std::string& path, struct stat& status, int& errorN
 /// Reads until `size` bytes or the end; the number of bytes, or -1.
 ssize_t readUpTo(int fd, char* buffer, std::size_t size);
 
+/// HUTFile::rm() and HUTFile::getFileStamp() of a path that is relative to the open folder
+/// `folder`, or of any with AT_FDCWD.
+ENVIRONMENT_API bool removeAt(int folder, const char* path);
+ENVIRONMENT_API bool stampAt(int folder, const char* path, long& seconds, long& size);
+
 /// Whether `path` is empty or ends in a separator.
-inline bool namesNothing(const std::string& path) {
+inline bool namesNothing(std::string_view path) {
     return path.empty() || path.back() == '/';
 }
 

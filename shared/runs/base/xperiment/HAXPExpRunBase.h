@@ -28,6 +28,10 @@ class HAXRReportSpec;
 class HAXRReportStrategy;
 class HDGUIStatus;
 
+namespace xperiment {
+class RunPath;
+}  // namespace xperiment
+
 /// One pass of a flow over a design, in a run directory of its own.
 ///
 /// The base keeps the steps, the private copies of strategy and report strategy,
@@ -382,7 +386,7 @@ private:
     bool executesInProcess_() const;
     bool stopForReset_(const std::string& runDir, bool killFirst, HSTVector<std::string>& errors,
                        bool& emptyDir);
-    void removeLaunchFiles_(const std::string& runDir) const;
+    void removeNamedFiles_(xperiment::RunPath& dir) const;
     std::vector<HAXPExpRunStep*> stepsFrom_(const HAXPFlowStep* flowStep) const;
     std::unique_ptr<HAXPExpRunStep> takeOut_(const HAXPExpRunStep* step);
     void dropStepsFrom_(int count);

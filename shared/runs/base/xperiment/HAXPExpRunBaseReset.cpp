@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <array>
 #include <memory>
+#include <set>
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -19,6 +21,7 @@
 #include "runs/base/xperiment/HAXPFlowStep.h"
 #include "runs/base/xperiment/runData.h"
 #include "runs/base/xperiment/runFiles.h"
+#include "runs/base/xperiment/runPath.h"
 #include "runs/base/xperiment/stepMarkers.h"
 
 using xperiment::RunLock;
@@ -86,22 +89,42 @@ bool removeAllEntries(const std::string& runDir) {
     const auto entries = entriesOf(runDir);
     if (!entries->hasNext())
         return isSeenEmpty(runDir);
+    xperiment::RunPath dir(runDir);
+    dir.open();
     while (entries->hasNext()) {
         std::string name;
         entries->next().getName(name);
-        ok = xperiment::removeRunEntry(runDir, name) && ok;
+        ok = xperiment::removeRunEntry(dir, name) && ok;
     }
     return ok;
 }
 
-void removePassingFiles(const std::string& runDir) {
-    const auto entries = entriesOf(runDir);
-    while (entries->hasNext()) {
-        const HUTFile entry = entries->next();
-        std::string ext;
-        entry.getExt(ext);
+using Names = std::set<std::string>;
+
+/// The names of what stands in the folder; false when they can't be read.
+bool listNames(const std::string& folder, Names& names) {
+    namespace fs = boost::filesystem;
+    boost::system::error_code failed;
+    for (fs::directory_iterator entry(folder, failed); !failed && entry != fs::directory_iterator();
+         entry.increment(failed))
+        names.insert(entry->path().filename().string());
+    return !failed;
+}
+
+/// Removes what a launch left. Most of the names are those of other tools: one look at the
+/// directory costs less than a try for each.
+void removeLaunchFiles(xperiment::RunPath& dir) {
+    Names names;
+    const bool isListed = listNames(dir.runDir(), names);
+    for (const char* name : kLaunchFiles) {
+        if (!isListed || names.erase(name) != 0)
+            xperiment::removeRunEntry(dir, name);
+    }
+    std::string ext;
+    for (const std::string& name : names) {
+        HUTFile(name).getExt(ext);
         if (std::find(kPassingExts.begin(), kPassingExts.end(), ext) != kPassingExts.end())
-            entry.rm();
+            xperiment::removeRunFile(dir, name);
     }
 }
 
@@ -115,11 +138,13 @@ bool HAXPExpRunBase::resetStep(const HAXPFlowStep* flowStep, bool checkFilter, b
     std::string runDir;
     getRunDir(runDir);
     bool ok = !steps.empty();
+    xperiment::RunPath dir(runDir);
+    dir.open();
     for (auto step = steps.rbegin(); step != steps.rend(); ++step)
-        ok = (*step)->resetStep(runDir, cleanFiles) && ok;
+        ok = (*step)->resetStep_(dir, cleanFiles) && ok;
     if (flow != nullptr) {
-        xperiment::removeRunFile(runDir, xperiment::queueMarker(flow->getQueStr()));
-        xperiment::removeRunFile(runDir, xperiment::queueMarker(flow->getName()));
+        xperiment::removeRunFile(dir, xperiment::queueMarker(flow->getQueStr()));
+        xperiment::removeRunFile(dir, xperiment::queueMarker(flow->getName()));
     }
     updateStatus();
     return ok;
@@ -195,8 +220,10 @@ bool HAXPExpRunBase::emptyRunDir() {
         return true;
     if (ownsDirectory(requireStrategy_().getFlow()))
         return removeAllEntries(runDir);
-    removeLaunchFiles_(runDir);
-    removePassingFiles(runDir);
+    xperiment::RunPath dir(runDir);
+    dir.open();
+    removeNamedFiles_(dir);
+    removeLaunchFiles(dir);
     return true;
 }
 
@@ -207,15 +234,13 @@ HAXPExpRunStep& HAXPExpRunBase::requireFirstStep_() const {
     return *first;
 }
 
-void HAXPExpRunBase::removeLaunchFiles_(const std::string& runDir) const {
+void HAXPExpRunBase::removeNamedFiles_(xperiment::RunPath& dir) const {
     const HAXPExpInfoBase& info = requireInfo_();
     const std::unique_ptr<HSTFwdKeyIter<HAXPTypes::FileType>> types(info.createFileTypeIter());
     while (types->hasNext()) {
         HSTVector<std::string> names;
         info.getFiles(types->next(), names);
         for (const std::string& name : names)
-            xperiment::removeRunEntry(runDir, name);
+            xperiment::removeRunEntry(dir, name);
     }
-    for (const char* name : kLaunchFiles)
-        xperiment::removeRunEntry(runDir, name);
 }

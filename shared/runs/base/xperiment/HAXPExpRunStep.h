@@ -29,6 +29,10 @@ class HDDASrcFilter;
 class HDGUIStatus;
 class HUTProcessHandle;
 
+namespace xperiment {
+class RunPath;
+}  // namespace xperiment
+
 /// One step of one run: the live counterpart of a flow step.
 ///
 /// It pairs the flow step with the options and attributes that the run's
@@ -188,8 +192,9 @@ private:
     /// outlives the step.
     void countStaleChangesIn_(std::atomic<unsigned long>& counter);
     std::string hookFile_(const std::string& dbId) const;
-    void removeReportFiles_(const std::string& runDir);
-    void removeGeneratedFiles_(const std::string& runDir);
+    bool resetStep_(xperiment::RunPath& dir, bool cleanFiles);
+    void removeReportFiles_(xperiment::RunPath& dir);
+    void removeGeneratedFiles_(xperiment::RunPath& dir);
     bool rebuildOptionReasons_(HAXPStrategy* current, HAXPStrategy* snapshot, bool compareAll);
     void checkDeviceImage_(const HADAFileSet* fileSet);
     void unloadMessages_();

@@ -7,7 +7,9 @@
 #include "runs/base/xperiment/HAXPFileSpec.h"
 #include "runs/base/xperiment/HAXPFlowStep.h"
 #include "runs/base/xperiment/runFiles.h"
+#include "runs/base/xperiment/runPath.h"
 #include "runs/base/xperiment/runStepData.h"
+#include "runs/base/xperiment/stepMarkers.h"
 
 using xperiment::removeGenerated;
 using xperiment::removeRunFile;
@@ -15,32 +17,39 @@ using xperiment::removeRunPath;
 
 namespace {
 
-void removeAll(const std::string& runDir, const HSTVector<std::string>& names) {
+void removeAll(xperiment::RunPath& dir, const HSTVector<std::string>& names) {
     for (const std::string& name : names)
-        removeRunFile(runDir, name);
+        removeRunFile(dir, name);
 }
 
 }  // namespace
 
 bool HAXPExpRunStep::resetStep(const std::string& runDir, bool cleanFiles) {
-    const bool markersAreGone = m_data->flowStep->resetStep(runDir, m_data->expInfo);
+    xperiment::RunPath dir(runDir);
+    dir.open();
+    return resetStep_(dir, cleanFiles);
+}
+
+bool HAXPExpRunStep::resetStep_(xperiment::RunPath& dir, bool cleanFiles) {
+    const std::string& tracking = m_data->flowStep->getStatusTrackingStr();
+    const bool markersAreGone = xperiment::StepMarkerFinder(dir, tracking).removeAll();
     resetStatus();
     if (!markersAreGone)
         return false;
     if (cleanFiles) {
-        removeReportFiles_(runDir);
-        removeGeneratedFiles_(runDir);
-        removeRunFile(runDir, m_data->flowStep->getMsgFileName());
+        removeReportFiles_(dir);
+        removeGeneratedFiles_(dir);
+        removeRunFile(dir, m_data->flowStep->getMsgFileName());
     }
     resetStaleReasons();
     return true;
 }
 
-void HAXPExpRunStep::removeReportFiles_(const std::string& runDir) {
+void HAXPExpRunStep::removeReportFiles_(xperiment::RunPath& dir) {
     if (HPAParamMgr::getParamMgr()->getValueIfExistAsBool("project.enableReportConfiguration",
                                                           false)) {
         resetReportConfigs();
-        removeRunFile(runDir, m_data->flowStep->getFlowStepId() + "_reports.log");
+        removeRunFile(dir, m_data->flowStep->getFlowStepId() + "_reports.log");
         return;
     }
     std::string path;
@@ -48,32 +57,32 @@ void HAXPExpRunStep::removeReportFiles_(const std::string& runDir) {
         if (!report->isAvailable())
             continue;
         report->getFullPath(path);
-        removeRunPath(runDir, path);
+        removeRunPath(dir, path);
     }
 }
 
-void HAXPExpRunStep::removeGeneratedFiles_(const std::string& runDir) {
+void HAXPExpRunStep::removeGeneratedFiles_(xperiment::RunPath& dir) {
     const HAXPFileSpec* generated = m_data->flowStep->getGenFilter();
     if (generated == nullptr)
         return;
-    const HAXPExpInfoBase* info = m_data->expInfo;
-    if (info != nullptr) {
+    HSTVector<std::string> names;
+    if (const HAXPExpInfoBase* info = m_data->expInfo) {
         const auto universal = generated->createUniversalFileTypeRange();
         for (auto type = universal.first; type != universal.second; ++type) {
-            HSTVector<std::string> names;
+            names.clear();
             info->getFilesUniversal(type->getUniversalId(), names);
             for (const std::string& name : names)
-                removeGenerated(runDir, name);
+                removeGenerated(dir, name);
         }
         for (const HAXPTypes::FileType type : generated->getFileTypes()) {
-            HSTVector<std::string> names;
+            names.clear();
             info->getFiles(type, names);
-            removeAll(runDir, names);
+            removeAll(dir, names);
         }
     }
     for (const HAXPTypes::FileType type : generated->getFileTypes()) {
-        HSTVector<std::string> names;
-        getFiles(type, names);
-        removeAll(runDir, names);
+        const auto found = m_data->files.find(type);
+        if (found != m_data->files.end())
+            removeAll(dir, found->second);
     }
 }

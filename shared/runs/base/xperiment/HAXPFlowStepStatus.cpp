@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
-#include "environment/files/HUTFile.h"
 #include "environment/process/HUTProcHandleXMLParser.h"
 #include "environment/process/HUTProcessHandle.h"
 #include "runs/base/xperiment/HAXPFlowStep.h"
@@ -20,9 +19,9 @@ void HAXPFlowStep::updateStatus(HDGUIStatus* status, HUTProcessHandle* handle,
 }
 
 bool HAXPFlowStep::resetStep(const std::string& runDir, HAXPExpInfoBase*) const {
-    return nukeStatusFile_(runDir, xperiment::beginMarker) &&
-           nukeStatusFile_(runDir, xperiment::endMarker) &&
-           nukeStatusFile_(runDir, xperiment::errorMarker);
+    xperiment::RunPath dir(runDir);
+    dir.open();
+    return xperiment::StepMarkerFinder(dir, getStatusTrackingStr()).removeAll();
 }
 
 void HAXPFlowStep::updStatus_(HDGUIStatus* status, HUTProcessHandle* handle,
@@ -37,7 +36,8 @@ void HAXPFlowStep::updStatus_(HDGUIStatus* status, HUTProcessHandle* handle,
 
 bool HAXPFlowStep::getStatusFile_(const std::string& runDir, const std::string& kind,
                                   std::string& path) const {
-    xperiment::StepMarkerFinder markers(runDir, getStatusTrackingStr());
+    xperiment::RunPath dir(runDir);
+    xperiment::StepMarkerFinder markers(dir, getStatusTrackingStr());
     if (!markers.find(kind))
         return false;
     path = markers.path();
@@ -46,7 +46,8 @@ bool HAXPFlowStep::getStatusFile_(const std::string& runDir, const std::string& 
 
 bool HAXPFlowStep::statusExists_(const std::string& runDir, const std::string& kind,
                                  long& stamp) const {
-    xperiment::StepMarkerFinder markers(runDir, getStatusTrackingStr());
+    xperiment::RunPath dir(runDir);
+    xperiment::StepMarkerFinder markers(dir, getStatusTrackingStr());
     if (!markers.find(kind))
         return false;
     stamp = markers.stamp();
@@ -54,16 +55,8 @@ bool HAXPFlowStep::statusExists_(const std::string& runDir, const std::string& k
 }
 
 bool HAXPFlowStep::nukeStatusFile_(const std::string& runDir, const std::string& kind) const {
-    std::string path;
-    if (getStatusFile_(runDir, kind, path) && !HUTFile(path).rm())
-        return false;
-    if (!runDir.empty() && xperiment::isTarnelProgram()) {
-        const HUTFile ofProcess(
-            xperiment::markerPath(runDir, xperiment::stepMarker(xperiment::tarnelProcess, kind)));
-        if (ofProcess.isFile())
-            ofProcess.rm();
-    }
-    return true;
+    xperiment::RunPath dir(runDir);
+    return xperiment::StepMarkerFinder(dir, getStatusTrackingStr()).remove(kind);
 }
 
 void HAXPFlowStep::readHandle_(HUTProcessHandle* handle, const std::string& runDir) const {

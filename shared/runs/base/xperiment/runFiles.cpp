@@ -9,6 +9,7 @@
 
 #include "environment/files/HUTFile.h"
 #include "environment/files/HUTFileUtils.h"
+#include "runs/base/xperiment/runPath.h"
 
 namespace xperiment {
 
@@ -18,6 +19,11 @@ namespace {
 
 constexpr char kAnyText = '*';
 constexpr std::size_t kMaxPatternBytes = 1024;
+
+/// Whether `name` is one of the directory itself.
+bool isPlain(const std::string& name) {
+    return name.find(HUTFile::getDirSeparator()) == std::string::npos;
+}
 
 /// Whether a folder is there, and no link to one.
 bool isRealFolder(const std::string& path) {
@@ -57,34 +63,32 @@ std::string pathIn(const std::string& runDir, const std::string& name) {
     return runDir + HUTFile::getDirSeparator() + name;
 }
 
-void removeRunFile(const std::string& runDir, const std::string& name) {
-    if (runDir.empty() || name.empty())
+void removeRunFile(RunPath& dir, const std::string& name) {
+    if (dir.runDir().empty() || name.empty())
         return;
-    const std::string path = pathIn(runDir, name);
-    if (name.find(HUTFile::getDirSeparator()) == std::string::npos)
-        HUTFile(path).rm();
-    else if (!isRealFolder(path))
-        HUTFileUtils::removeBelow(runDir, name);
+    if (isPlain(name))
+        dir.remove({name});
+    else if (!isRealFolder(pathIn(dir.runDir(), name)))
+        HUTFileUtils::removeBelow(dir.runDir(), name);
 }
 
-void removeRunPath(const std::string& runDir, const std::string& path) {
-    const std::string start = pathIn(runDir, "");
-    if (!runDir.empty() && path.compare(0, start.size(), start) == 0)
-        removeRunFile(runDir, path.substr(start.size()));
+void removeRunPath(RunPath& dir, const std::string& path) {
+    const std::string start = pathIn(dir.runDir(), "");
+    if (!dir.runDir().empty() && path.compare(0, start.size(), start) == 0)
+        removeRunFile(dir, path.substr(start.size()));
     else
         HUTFile(path).rm();
 }
 
-bool removeRunEntry(const std::string& runDir, const std::string& name) {
-    if (runDir.empty() || name.empty())
+bool removeRunEntry(RunPath& dir, const std::string& name) {
+    if (dir.runDir().empty() || name.empty())
         return false;
     // Most entries are files, which go, or aren't there, with one system call.
-    const bool isPlain = name.find(HUTFile::getDirSeparator()) == std::string::npos;
-    return (isPlain && HUTFile(pathIn(runDir, name)).rm()) ||
-           HUTFileUtils::removeBelow(runDir, name);
+    return (isPlain(name) && dir.remove({name})) || HUTFileUtils::removeBelow(dir.runDir(), name);
 }
 
-void removeGenerated(const std::string& runDir, const std::string& name) {
+void removeGenerated(RunPath& dir, const std::string& name) {
+    const std::string& runDir = dir.runDir();
     if (runDir.empty() || name.empty())
         return;
     if (name.find(kAnyText) != std::string::npos) {
@@ -93,7 +97,7 @@ void removeGenerated(const std::string& runDir, const std::string& name) {
     }
     const HUTFile file(pathIn(runDir, name));
     if (!file.isDir())
-        removeRunFile(runDir, name);
+        removeRunFile(dir, name);
     else if (HUTFileUtils::removeBelow(runDir, name))
         file.mkDir();
 }

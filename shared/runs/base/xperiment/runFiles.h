@@ -6,6 +6,8 @@
 
 namespace xperiment {
 
+class RunPath;
+
 // The names of files in a run directory come from tables that a tool may have filled.
 // Whatever a name says, nothing outside of the directory is touched: no link below it is
 // followed, and no name goes up. An empty name, or an empty directory, names nothing.
@@ -23,14 +25,14 @@ constexpr const char* jobLogFile = "job.id.log";
 std::string pathIn(const std::string& runDir, const std::string& name);
 
 /// Removes the file or link `name`; a folder of that name stays.
-void removeRunFile(const std::string& runDir, const std::string& name);
+void removeRunFile(RunPath& dir, const std::string& name);
 
 /// removeRunFile() of a full path, which need not lie in the directory.
-void removeRunPath(const std::string& runDir, const std::string& path);
+void removeRunPath(RunPath& dir, const std::string& path);
 
 /// Removes the file, link or folder `name`, a folder with all that is in it. True when
 /// nothing of that name is left; false also for a name that may not be reached.
-bool removeRunEntry(const std::string& runDir, const std::string& name);
+bool removeRunEntry(RunPath& dir, const std::string& name);
 
 /// Removes what was generated as `name`: a file as removeRunFile() does; a folder is
 /// emptied and made again; behind a '*' in it, `name` is a folder and a pattern, the
@@ -40,6 +42,6 @@ bool removeRunEntry(const std::string& runDir, const std::string& name);
 /// @throws std::regex_error the pattern isn't one, is longer than 1024 bytes, or needs
 ///     too much memory; nothing is removed.
 /// @throws boost::filesystem::filesystem_error the folder of a pattern can't be read.
-void removeGenerated(const std::string& runDir, const std::string& name);
+void removeGenerated(RunPath& dir, const std::string& name);
 
 }  // namespace xperiment

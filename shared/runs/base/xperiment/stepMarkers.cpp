@@ -33,58 +33,62 @@ bool isTarnelProgram() {
     return HSTStringUtils::iequals(HUTEnv::getProgramName(), "zbk") || HUTEnv::isTarnel();
 }
 
-StepMarkerFinder::StepMarkerFinder(const std::string& runDir, const std::string& trackingStr)
-    : m_trackingStr(trackingStr) {
-    if (runDir.empty())
-        return;
-    append_(runDir);
-    append_(HUTFile::getDirSeparator());
-    m_folderLength = m_path.size();
-}
+StepMarkerFinder::StepMarkerFinder(RunPath& dir, const std::string& trackingStr)
+    : m_dir(dir), m_trackingStr(trackingStr) {}
 
 bool StepMarkerFinder::find(std::string_view kind) {
-    if (m_folderLength == 0)
-        return false;
     m_isPlain = look_(m_trackingStr, kind, kSuffix);
     if (m_isPlain || look_(m_trackingStr, kind, kOtherSuffix))
         return true;
     if (kind != errorMarker)
         return false;
-    const char* process = isTarnelProgram() ? tarnelProcess : kOtherProcess;
+    const char* process = isTarnel_() ? tarnelProcess : kOtherProcess;
     if (!look_(process, kind, kSuffix))
         return false;
     // A process that fails later isn't charged to a step that has ended.
     if (look_(m_trackingStr, endMarker, kSuffix))
         return false;
-    setPath_(process, kind, kSuffix);
+    m_word = process;
+    m_kind = kind;
+    m_suffix = kSuffix;
     return true;
 }
 
-void StepMarkerFinder::setPath_(std::string_view word, std::string_view kind,
-                                std::string_view suffix) {
-    m_path.resize(m_folderLength);
-    append_(".");
-    append_(word);
-    append_(".");
-    append_(kind);
-    append_(suffix);
-    m_path.push_back('\0');
+std::string StepMarkerFinder::path() const {
+    return m_dir.to({".", m_word, ".", m_kind, m_suffix});
+}
+
+bool StepMarkerFinder::remove(std::string_view kind) {
+    if (find(kind) && !m_dir.remove({".", m_word, ".", m_kind, m_suffix}))
+        return false;
+    if (isTarnel_() && look_(tarnelProcess, kind, kSuffix))
+        m_dir.remove({".", tarnelProcess, ".", kind, kSuffix});
+    return true;
+}
+
+bool StepMarkerFinder::removeAll() {
+    return remove(beginMarker) && remove(endMarker) && remove(errorMarker);
 }
 
 /// Whether the file of this name is there; without one stamp and size stay.
 bool StepMarkerFinder::look_(std::string_view word, std::string_view kind,
                              std::string_view suffix) {
-    setPath_(word, kind, suffix);
-    return HUTFile::getFileStamp(m_path.data(), m_stamp, m_size);
+    m_word = word;
+    m_kind = kind;
+    m_suffix = suffix;
+    return m_dir.look({".", word, ".", kind, suffix}, m_stamp, m_size);
 }
 
-void StepMarkerFinder::append_(std::string_view text) {
-    m_path.insert(m_path.end(), text.begin(), text.end());
+bool StepMarkerFinder::isTarnel_() {
+    if (!m_isTarnel)
+        m_isTarnel = isTarnelProgram();
+    return *m_isTarnel;
 }
 
 StepState readStepState(const std::string& runDir, const std::string& trackingStr) {
     StepState state;
-    StepMarkerFinder markers(runDir, trackingStr);
+    RunPath dir(runDir);
+    StepMarkerFinder markers(dir, trackingStr);
     if (!markers.find(beginMarker))
         return state;
     state.code = HDGUIStatus::statusRunning;

@@ -2,13 +2,12 @@
 // Copyright the Xperiment authors
 #pragma once
 
-#include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
-#include <boost/container/small_vector.hpp>
-
 #include "runs/base/xperiment/RunsExport.h"
+#include "runs/base/xperiment/runPath.h"
 
 /// The names of the marker files in a run directory, and what they say.
 ///
@@ -44,10 +43,11 @@ RUNS_API std::string markerPath(const std::string& runDir, const std::string& na
 RUNS_API bool isTarnelProgram();
 
 /// Finds the markers of one step: asks the disk once a name, and takes no memory
-/// while paths stay below half a thousand characters.
+/// while paths stay short. It takes the program for the same as long as it lives.
 class StepMarkerFinder {
 public:
-    StepMarkerFinder(const std::string& runDir, const std::string& trackingStr);
+    /// Both must outlive the finder.
+    StepMarkerFinder(RunPath& dir, const std::string& trackingStr);
 
     /// Looks for the marker `kind` that counts for the step: the form ".rst", else the
     /// form ".stp". For an error also the marker of the whole process, unless the
@@ -56,20 +56,29 @@ public:
 
     /// Of the marker that find() found last: path, time of modification (s) and size
     /// (bytes).
-    const char* path() const { return m_path.data(); }
+    std::string path() const;
     long stamp() const { return m_stamp; }
     long size() const { return m_size; }
     /// Whether it is the step's own, as ".rst".
     bool isPlain() const { return m_isPlain; }
 
-private:
-    void setPath_(std::string_view word, std::string_view kind, std::string_view suffix);
-    bool look_(std::string_view word, std::string_view kind, std::string_view suffix);
-    void append_(std::string_view text);
+    /// Removes the marker `kind` that find() finds. The program "tarnel" then removes that
+    /// of its process too, of any kind. False only if the first of them can't be removed.
+    bool remove(std::string_view kind);
+    /// That of "begin", "end" and "error", until one is false.
+    bool removeAll();
 
-    boost::container::small_vector<char, 512> m_path;
-    std::size_t m_folderLength = 0;
+private:
+    bool look_(std::string_view word, std::string_view kind, std::string_view suffix);
+    bool isTarnel_();
+
+    RunPath& m_dir;
     const std::string& m_trackingStr;
+    std::optional<bool> m_isTarnel;
+    /// Of the marker that was found.
+    std::string_view m_word;
+    std::string_view m_kind;
+    std::string_view m_suffix;
     long m_stamp = 0;
     long m_size = 0;
     bool m_isPlain = false;

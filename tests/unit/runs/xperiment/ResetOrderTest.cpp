@@ -3,6 +3,9 @@
 #include <memory>
 #include <string>
 
+#include <sys/stat.h>
+#include <unistd.h>
+
 #include <gtest/gtest.h>
 
 #include "runs/base/xperiment/HAXPFileSpec.h"
@@ -127,43 +130,56 @@ TEST_F(RunOrderTest, ResetsTheLastStepFirstAndTheQueueLast) {
 
 TEST_F(RunOrderTest, EmptiesTheDirectoryBehindTheSteps) {
     m_flow->getFlowStepForFSId("b")->setGenFilter(nullptr);
+    const Ids left{"util.rpt",
+                   "ZUMWrap.js",
+                   "ZUMWrap.sh",
+                   "htr.txt",
+                   "rundef.js",
+                   "runme.bat",
+                   "runme.log",
+                   "runme.sh",
+                   "runhls.tcl",
+                   "tarnel_hls.log",
+                   "tarnel.jou",
+                   "ridgeLine.jou",
+                   "tarnel.pb",
+                   "ridgeLine.pb",
+                   "ridgeLine.blk2edif.log",
+                   ".blk2edfcache",
+                   ".stop.rst",
+                   ".Orv",
+                   "project.wdf",
+                   "usage_statistics_sayline.xml",
+                   "realTime.debug",
+                   "dont_buffer.kdc",
+                   "dont_touch.kdc",
+                   "debug.kdc",
+                   "c_files",
+                   "fsm_encoding.os",
+                   "gen_run.xml",
+                   "mq_reconfig.kdc",
+                   "mq_visual",
+                   "job.id",
+                   "job.id.log",
+                   "notes.txt"};
+    for (const std::string& name : left)
+        mark(name);
     const test::FaultyDisk disk;
     EXPECT_TRUE(reset());
     Ids expected = markers();
-    for (const char* name : {"util.rpt",
-                             "ZUMWrap.js",
-                             "ZUMWrap.sh",
-                             "htr.txt",
-                             "rundef.js",
-                             "runme.bat",
-                             "runme.log",
-                             "runme.sh",
-                             "runhls.tcl",
-                             "tarnel_hls.log",
-                             "tarnel.jou",
-                             "ridgeLine.jou",
-                             "tarnel.pb",
-                             "ridgeLine.pb",
-                             "ridgeLine.blk2edif.log",
-                             ".blk2edfcache",
-                             ".stop.rst",
-                             ".Orv",
-                             "project.wdf",
-                             "usage_statistics_sayline.xml",
-                             "realTime.debug",
-                             "dont_buffer.kdc",
-                             "dont_touch.kdc",
-                             "debug.kdc",
-                             "c_files",
-                             "fsm_encoding.os",
-                             "gen_run.xml",
-                             "mq_reconfig.kdc",
-                             "mq_visual",
-                             "job.id",
-                             "job.id.log",
-                             "notes.txt"})
-        expected.push_back(name);
+    expected.insert(expected.end(), left.begin(), left.end());
     EXPECT_EQ(disk.removals(), expected);
+    EXPECT_EQ(entries(), Ids());
+}
+
+TEST_F(RunOrderTest, RemovesTheFilesOfALaunchFromADirectoryThatCantBeListed) {
+    if (geteuid() == 0)
+        GTEST_SKIP() << "root lists every directory";
+    mark("runme.sh");
+    ASSERT_EQ(chmod(runDir().c_str(), 0300), 0);
+    EXPECT_TRUE(reset());
+    ASSERT_EQ(chmod(runDir().c_str(), 0700), 0);
+    EXPECT_EQ(entries(), Ids{"notes.txt"});
 }
 
 /// What the run looked like at each of its hooks: whose turn it was, whether its output,
