@@ -10,6 +10,7 @@
 #include "shell/suggestion.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
+#include "workbench/fileFingerprint.h"
 
 namespace shell {
 
@@ -60,6 +61,8 @@ std::vector<HAXPExpRun*> chosenRuns(const Project& project, const std::vector<st
 
 RunPlan makePlan(const Project& project, const std::vector<HAXPExpRun*>& chosen) {
     RunPlan plan;
+    // The runs of a project read the same sources.
+    const workbench::FileWatch::Moment moment;
     for (HAXPExpRun* run : chosen) {
         HAXPExpRun* synthesis = project.getSynthesisOf(*run);
         const bool anew = synthesis != nullptr && !synthesis->isUpToDate();

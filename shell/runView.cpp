@@ -21,6 +21,7 @@
 #include "workbench/OpenRunInfo.h"
 #include "workbench/OpenStats.h"
 #include "workbench/Project.h"
+#include "workbench/fileFingerprint.h"
 #include "workbench/ice40/metrics.h"
 #include "workbench/openFlows.h"
 
@@ -174,6 +175,7 @@ std::string statusTable(const Project& project, const std::vector<HAXPExpRun*>& 
         columns.push_back({stat.title, true});
     columns.push_back({"Stale"});
     TextTable table(columns);
+    const workbench::FileWatch::Moment moment;
     for (HAXPExpRun* run : runs) {
         std::vector<std::string> row{run->getName(), flowWord(*run), run->getStrategy()->getName(),
                                      statusWord(*run), stepWord(*run)};
@@ -187,6 +189,7 @@ std::string statusTable(const Project& project, const std::vector<HAXPExpRun*>& 
 
 nlohmann::json statusJson(const Project& project, const std::vector<HAXPExpRun*>& runs) {
     nlohmann::json all = nlohmann::json::array();
+    const workbench::FileWatch::Moment moment;
     for (HAXPExpRun* run : runs) {
         nlohmann::json one{{"name", run->getName()},
                            {"flow", flowWord(*run)},

@@ -222,6 +222,8 @@ void OpenRunInfo::updStaleReasons() {
     if (getLaunchTime() == 0)
         return;
     updStaleOptionReasons();
+    // Sources are looked at for their contents and for the files that they name.
+    const workbench::FileWatch::Moment moment;
     addFileChanges_();
     addSettingChanges_();
     addToolChanges_();
@@ -249,11 +251,10 @@ void OpenRunInfo::recordTool_(const std::string& tool, bool isKept,
 
 void OpenRunInfo::addFileChanges_() {
     const workbench::InputFiles& before = m_extra->launchedFiles;
-    const workbench::InputFiles now =
-        workbench::lookAtInputs(m_extra->inputs, isSynthFlow(), before);
+    m_extra->seenFiles = workbench::lookAtInputs(m_extra->inputs, isSynthFlow(), before);
+    const workbench::InputFiles& now = m_extra->seenFiles;
     const long launch = getLaunchTime();
     auto& all = m_extra->fileChanges;
-    m_extra->seenFiles = now;
     all = workbench::listChangesOf(m_extra->launchedInputs, recordInputs(), now, launch);
     const auto changed = before.empty() ? workbench::newerThan(launch, now)
                                         : workbench::changesOf(before, now, launch);
@@ -266,6 +267,8 @@ void OpenRunInfo::addFileChanges_() {
 }
 
 void OpenRunInfo::tellSteps_(HADAFileSet& set, const std::vector<workbench::FileChange>& changes) {
+    if (changes.empty())
+        return;
     HADAFileSetChangeSummary summary(&set);
     for (const workbench::FileChange& change : changes) {
         HDDASrcFile* file = set.findSrcFile(change.path);

@@ -13,6 +13,8 @@
 #include <boost/uuid/detail/sha1.hpp>
 #include <fmt/format.h>
 
+#include "environment/process/HUTFork.h"
+
 namespace workbench {
 
 namespace {
@@ -163,7 +165,7 @@ FileWatch& FileWatch::ofProcess() {
 
 FileFingerprint FileWatch::look(const std::string& path, const FileFingerprint& known) {
     FileFingerprint now;
-    now.state = readStamp(path, now.stamp);
+    now.state = stampOf(path, now.stamp);
     if (!now.isPresent())
         return now;
     const auto fits = [&now](const FileFingerprint& print) {
@@ -180,6 +182,44 @@ FileFingerprint FileWatch::look(const std::string& path, const FileFingerprint& 
         seen.isSettled = isOldEnough(seen.stamp, time);
     }
     return seen;
+}
+
+FileFingerprint::State FileWatch::stampOf(const std::string& path, FileStamp& stamp) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_moments == 0)
+        return readStamp(path, stamp);
+    const auto [at, isNew] = m_ofMoment.try_emplace(path);
+    Seen& seen = at->second;
+    if (isNew)
+        seen.state = readStamp(path, seen.stamp);
+    if (seen.state == FileFingerprint::kPresent)
+        stamp = seen.stamp;
+    return seen.state;
+}
+
+bool FileWatch::findProgram(const std::string& name, std::string& path) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_moments == 0)
+        return HUTFork::findInPath(name, path);
+    const auto [at, isNew] = m_programs.try_emplace(name);
+    if (isNew)
+        HUTFork::findInPath(name, at->second);
+    if (!at->second.empty())
+        path = at->second;
+    return !at->second.empty();
+}
+
+FileWatch::Moment::Moment(FileWatch& watch) : m_watch(watch) {
+    const std::lock_guard<std::mutex> lock(m_watch.m_mutex);
+    ++m_watch.m_moments;
+}
+
+FileWatch::Moment::~Moment() {
+    const std::lock_guard<std::mutex> lock(m_watch.m_mutex);
+    if (--m_watch.m_moments > 0)
+        return;
+    m_watch.m_ofMoment.clear();
+    m_watch.m_programs.clear();
 }
 
 }  // namespace workbench

@@ -88,11 +88,41 @@ public:
     /// was taken of this path, isn't read.
     FileFingerprint look(const std::string& path, const FileFingerprint& known = {});
 
+    /// readStamp(), asked once a path while a moment lasts.
+    FileFingerprint::State stampOf(const std::string& path, FileStamp& stamp);
+
+    /// HUTFork::findInPath(), asked once a name while a moment lasts.
+    bool findProgram(const std::string& name, std::string& path);
+
+    /// As long as one lives, every file is looked at once and is taken for what it was then,
+    /// by all threads: who asks for many runs of one design has one answer for all of them,
+    /// and pays for one. Moments may overlap. To be kept short, and not over a launch.
+    class WORKBENCH_API Moment {
+    public:
+        explicit Moment(FileWatch& watch = ofProcess());
+        ~Moment();
+
+        Moment(const Moment&) = delete;
+        Moment& operator=(const Moment&) = delete;
+
+    private:
+        FileWatch& m_watch;
+    };
+
 private:
+    struct Seen {
+        FileFingerprint::State state = FileFingerprint::kMissing;
+        FileStamp stamp;
+    };
+
     Clock m_clock;
     Read m_read;
     std::mutex m_mutex;
     std::unordered_map<std::string, FileFingerprint> m_seen;
+    int m_moments = 0;
+    std::unordered_map<std::string, Seen> m_ofMoment;
+    /// By name; empty for one that isn't there.
+    std::unordered_map<std::string, std::string> m_programs;
 };
 
 }  // namespace workbench

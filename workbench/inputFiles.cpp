@@ -43,7 +43,7 @@ public:
         FileStamp ignored;
         for (const auto& [path, file] : m_known) {
             if (file.kind == InputKind::kReference && m_files.count(path) == 0 &&
-                readStamp(path, ignored) != FileFingerprint::kPresent)
+                FileWatch::ofProcess().stampOf(path, ignored) != FileFingerprint::kPresent)
                 add(path, file.kind);
         }
     }
@@ -61,9 +61,10 @@ std::time_t changeTime(const FileStamp& stamp, long launchTime) {
 
 using Paths = std::vector<std::string>;
 
-Paths pathsOf(const InputRecord& record, const char* entry) {
+const Paths& pathsOf(const InputRecord& record, const char* entry) {
+    static const Paths none;
     const auto found = record.find(entry);
-    return found == record.end() ? Paths() : found->second;
+    return found == record.end() ? none : found->second;
 }
 
 /// Those of `paths` that aren't among `others`, in order.
@@ -151,8 +152,10 @@ std::vector<FileChange> listChangesOf(const InputRecord& before, const InputReco
     for (const KindRow& row : kKinds) {
         if (row.entry == nullptr)
             continue;
-        const Paths was = pathsOf(before, row.entry);
-        const Paths is = pathsOf(now, row.entry);
+        const Paths& was = pathsOf(before, row.entry);
+        const Paths& is = pathsOf(now, row.entry);
+        if (was == is)
+            continue;
         for (const std::string& path : without(is, was)) {
             const auto file = files.find(path);
             const bool isThere = file != files.end() && file->second.print.isPresent();

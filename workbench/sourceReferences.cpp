@@ -49,9 +49,11 @@ public:
     /// Those of a file that can't be read are none.
     Strings of(const std::string& path) {
         FileStamp stamp;
+        // Before the file is looked at: it may have changed meanwhile.
         timespec now{};
         clock_gettime(CLOCK_REALTIME, &now);
-        const bool isThere = readStamp(path, stamp) == FileFingerprint::kPresent;
+        const bool isThere =
+            FileWatch::ofProcess().stampOf(path, stamp) == FileFingerprint::kPresent;
         const std::lock_guard<std::mutex> lock(m_mutex);
         Entry& entry = m_entries[path];
         if (isThere && entry.isSettled && entry.stamp == stamp)

@@ -4,7 +4,6 @@
 
 #include <mutex>
 
-#include "environment/process/HUTFork.h"
 #include "workbench/ice40/toolVersion.h"
 
 namespace workbench {
@@ -78,11 +77,11 @@ bool tellsVersion(const std::string& tool) {
 
 bool findTool(const std::string& tool, const ToolStamp& known, ToolStamp& stamp) {
     std::string path;
-    if (!HUTFork::findInPath(tool, path))
+    if (!FileWatch::ofProcess().findProgram(tool, path))
         return false;
     FileFingerprint print;
     if (tellsVersion(tool))
-        print.state = readStamp(path, print.stamp);
+        print.state = FileWatch::ofProcess().stampOf(path, print.stamp);
     else
         print =
             FileWatch::ofProcess().look(path, path == known.path ? known.print : FileFingerprint());

@@ -3,6 +3,7 @@
 #include "workbench/fileFingerprint.h"
 
 #include <array>
+#include <cstdlib>
 #include <ostream>
 #include <string>
 
@@ -25,6 +26,7 @@ protected:
     FileWatchTest() { m_dir.mark("a.v", "module a; endmodule\n"); }
 
     std::string path() const { return m_dir.path("a.v"); }
+    FileWatch& watch() { return m_watch; }
     /// The watch's clock is this far ahead of the real one.
     void setAhead(long seconds) { m_aheadSec = seconds; }
     FileFingerprint look(const FileFingerprint& known = {}) { return m_watch.look(path(), known); }
@@ -124,6 +126,51 @@ TEST_F(FileWatchTest, ReadsAgainWhatWasChangedRightBeforeItWasRead) {
     lookAnew(fresh);
     lookAnew(fresh);
     EXPECT_EQ(m_reads, 3);
+}
+
+TEST_F(FileWatchTest, TakesAFileForWhatItWasAsLongAsAMomentLasts) {
+    {
+        const FileWatch::Moment moment(watch());
+        const FileFingerprint first = look();
+        m_dir.mark("a.v", "something else");
+        EXPECT_EQ(look().sha1, first.sha1);
+        const FileWatch::Moment another(watch());
+        EXPECT_EQ(look().sha1, first.sha1);
+        EXPECT_EQ(m_reads, 1);
+    }
+    EXPECT_EQ(look().stamp.size, 14U);
+    EXPECT_EQ(m_reads, 2);
+}
+
+TEST_F(FileWatchTest, AFileThatIsMissingAtFirstIsMissingForTheMoment) {
+    FileStamp stamp;
+    const std::string later = m_dir.path("later.v");
+    {
+        const FileWatch::Moment moment(watch());
+        EXPECT_EQ(watch().stampOf(later, stamp), FileFingerprint::kMissing);
+        m_dir.mark("later.v", "abc");
+        EXPECT_EQ(watch().stampOf(later, stamp), FileFingerprint::kMissing);
+        EXPECT_EQ(stamp.size, 0U);
+    }
+    EXPECT_EQ(watch().stampOf(later, stamp), FileFingerprint::kPresent);
+    EXPECT_EQ(stamp.size, 3U);
+}
+
+TEST_F(FileWatchTest, LooksForAProgramOnceAMoment) {
+    const std::string before = std::getenv("PATH");
+    setenv("PATH", m_dir.path().c_str(), 1);
+    std::string path = "as it was";
+    {
+        const FileWatch::Moment moment(watch());
+        EXPECT_FALSE(watch().findProgram("tool", path));
+        m_dir.mark("tool");
+        ASSERT_EQ(chmod(m_dir.path("tool").c_str(), 0700), 0);
+        EXPECT_FALSE(watch().findProgram("tool", path));
+        EXPECT_EQ(path, "as it was");
+    }
+    EXPECT_TRUE(watch().findProgram("tool", path));
+    EXPECT_EQ(path, m_dir.path("tool"));
+    setenv("PATH", before.c_str(), 1);
 }
 
 TEST_F(FileWatchTest, TellsAMissingFileFromOneThatCanNotBeRead) {
