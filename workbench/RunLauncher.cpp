@@ -85,8 +85,9 @@ std::string adviceFor(const std::string& dir) {
 long timeIn(const HAXPExpRun& run) {
     const std::string path = run.pathOf(".launch");
     long seconds = 0;
-    HUTFile(path).rm();
-    if (!HUTFileUtils::createFile(path, "") || !HUTFile::getFileStamp(path.c_str(), seconds))
+    // Without a sync: only its time counts.
+    if (!HUTFile(path).rm() || !HUTFileUtils::rewriteFile(path, "", false) ||
+        !HUTFile::getFileStamp(path.c_str(), seconds))
         fail("@60-43@%s%s", run.getName(), adviceFor(dirOf(run)));
     HUTFile(path).rm();
     return seconds;
@@ -227,11 +228,9 @@ void RunLauncher::takeLease_(HAXPExpRun& run, const workbench::LaunchWay& way,
 
 void RunLauncher::start_(HAXPExpRun& run) {
     const std::string marker = run.queueMarkerPath();
-    try {
-        workbench::writeLease(marker, m_lease);
-    } catch (const HXMLException&) {
-        // It only shows the moment until the script begins.
-    }
+    // It holds the lease too, unsynced: it only shows the moment until the script begins, or
+    // doesn't.
+    HUTFile(run.pathOf(workbench::kLeaseName)).copyTo(marker, HUTFile::kReplaceExisting);
     try {
         workbench::RunPlace::of(m_lease)->start(run, m_lease);
     } catch (const HEXUserException&) {

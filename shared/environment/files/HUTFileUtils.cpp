@@ -145,7 +145,9 @@ bool openPlain(const std::string& path, bool executable, Generated& opened) {
 /// 0, or the error. `expected` is the size that the file seems to have; one that
 /// holds just that isn't asked for more.
 int readAll(int fd, std::size_t expected, std::size_t maxBytes, std::string& content) {
-    content.resize(std::min(expected, maxBytes) + 1);
+    // A file of the system's own says nothing of its size.
+    constexpr std::size_t kLeast = 4096;
+    content.resize(std::min(std::max(expected, kLeast), maxBytes) + 1);
     std::size_t size = 0;
     const ssize_t first = files::disk().read(fd, &content[0], content.size());
     if (first > 0)
