@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #include "benchmarks/BenchFlow.h"
 
+#include "environment/filemgmt/HDDASrcFilter.h"
 #include "environment/options/HATAttrSpec.h"
 #include "environment/options/HATOptGroupSpec.h"
 #include "runs/base/xperiment/HAXPFlow.h"
@@ -34,6 +35,7 @@ protected:
         }
     }
     void configReports_() override {}
+    void initSrcFilter_() override { getSrcFilter()->addSFType(HDDATypes::SFT_VERILOG); }
 
 private:
     int m_options;

@@ -7,25 +7,22 @@
 
 namespace bench {
 
-namespace {
-
-double medianOf(std::vector<double> values) {
-    if (values.empty())
-        return 0;
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
-}  // namespace
-
 void Pairs::tell(benchmark::State& state) const {
     constexpr double kMicro = 1e6;
-    const double floor = medianOf(m_floors);
-    const double measure = medianOf(m_measures);
+    const double floor = pick_(m_floors);
+    const double measure = pick_(m_measures);
     state.counters["floor_us"] = floor * kMicro;
     state.counters["us"] = measure * kMicro;
     state.counters["ratio"] = floor > 0 ? measure / floor : 0;
+}
+
+double Pairs::pick_(std::vector<double> values) const {
+    if (values.empty())
+        return 0;
+    const std::size_t at = m_clock == kWall ? 0 : values.size() / 2;
+    const auto chosen = values.begin() + static_cast<std::ptrdiff_t>(at);
+    std::nth_element(values.begin(), chosen, values.end());
+    return *chosen;
 }
 
 double Pairs::now_() const {
