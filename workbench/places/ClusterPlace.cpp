@@ -16,8 +16,6 @@
 #include "environment/messages/ComMsgMgr.h"
 #include "environment/messages/ComMsgMgrInstance.h"
 #include "environment/process/clock.h"
-#include "runs/base/xperiment/HAXPExpRunStep.h"
-#include "runs/base/xperiment/HAXPFlowStep.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "runs/base/xperiment/stepMarkers.h"
 #include "workbench/HAXPExpRun.h"
@@ -25,6 +23,7 @@
 #include "workbench/cluster/jobFiles.h"
 #include "workbench/launchLease.h"
 #include "workbench/places/HerePlace.h"
+#include "workbench/places/openStep.h"
 #include "workbench/runProcesses.h"
 
 namespace workbench {
@@ -83,13 +82,6 @@ bool isAtWork(const HAXPExpRun& run) {
     return code == HDGUIStatus::statusQueued || code == HDGUIStatus::statusRunning;
 }
 
-/// The step that has begun and left no word of its end; null when there is none.
-const HAXPExpRunStep* openStep(const HAXPExpRun& run) {
-    const HAXPExpRunStep* step = run.getLatestStep();
-    return step != nullptr && step->getStatus()->getCode() == HDGUIStatus::statusRunning ? step
-                                                                                         : nullptr;
-}
-
 /// LSF makes one line of the words of a command, for a shell.
 bool isPlainWord(const std::string& path) {
     return path.find_first_of(" \t'\"`\\$&|;<>()#~*?[]{}!^") == std::string::npos;
@@ -109,20 +101,6 @@ void letEnd(HAXPExpRun& run) {
         process::clock().sleepMs(kPauseMs);
         run.updateStatus();
     }
-}
-
-/// A job that was killed leaves its step open, and no other host can tell that nobody works
-/// on it any more.
-void closeStep(HAXPExpRun& run, const LaunchLease& lease) {
-    const HAXPExpRunStep* step = openStep(run);
-    if (step == nullptr)
-        return;
-    const std::string marker = run.pathOf(
-        xperiment::stepMarker(step->getFlowStep()->getStatusTrackingStr(), xperiment::errorMarker));
-    const std::string reason = std::string("its job was ended\nlaunch: ") + lease.id + "\n";
-    if (!HUTFile::exists(marker))
-        HUTFileUtils::rewriteFile(marker, reason, false);
-    run.updateStatus();
 }
 
 }  // namespace
@@ -183,8 +161,7 @@ Evidence ClusterPlace::look(HAXPExpRun& run, const LaunchLease& lease) const {
 StopResult ClusterPlace::stop(HAXPExpRun& run, const LaunchLease& lease) const {
     const std::unique_ptr<Scheduler> scheduler = schedulerOf(lease.way);
     const JobKey key = keyOf(run, lease);
-    if (!isAtWork(run) &&
-        (openStep(run) == nullptr || scheduler->look(key).state == JobAnswer::kGone))
+    if (!isAtWork(run) && (!hasOpenStep(run) || scheduler->look(key).state == JobAnswer::kGone))
         return HerePlace::endProcesses(run, lease);
     const long start = process::clock().nowMs();
     // First of all: what ends now is followed by no other step.
@@ -197,7 +174,7 @@ StopResult ClusterPlace::stop(HAXPExpRun& run, const LaunchLease& lease) const {
     HUTFile(run.queueMarkerPath()).rm();
     run.updateStatus();
     StopResult result = HerePlace::endProcesses(run, lease);
-    closeStep(run, lease);
+    closeOpenStep(run, lease, "its job was ended");
     result.wasIdle = false;
     result.asked = std::max<std::size_t>(result.asked, 1);
     result.ms = process::clock().nowMs() - start;

@@ -52,7 +52,9 @@ std::string whyUntold(const process::RemoteAnswer& answer) {
     default:
         break;
     }
-    const std::string said = answer.lastLine();
+    std::string said = answer.lastLine();
+    // The sentence goes on, or ends by itself.
+    said.resize(said.find_last_not_of('.') + 1);
     return "the remote command ended with status " + std::to_string(answer.status) +
            (said.empty() ? " and said nothing" : " and said: " + said);
 }

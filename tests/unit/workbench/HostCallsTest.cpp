@@ -276,7 +276,7 @@ TEST_F(HostCallsTest, TellsThatItCanNotAsk) {
     m_host.script("echo 'Permission denied (publickey).' >&2; exit 255");
     EXPECT_FALSE(host().look().isTold);
     EXPECT_EQ(host().look().words, "the remote command ended with status 255 and said: Permission "
-                                   "denied (publickey).");
+                                   "denied (publickey)");
     EXPECT_FALSE(host().stop().isTold);
 }
 
