@@ -119,6 +119,16 @@ bool restoreLease(const HAXPExpRun& run, const LaunchLease& lease) {
     }
 }
 
+bool isClaimed(const HAXPExpRun& run, const LaunchLease& lease) {
+    HostIdentity claim;
+    return readHostClaim(dirOf(run), lease.id, claim);
+}
+
+void warn(const HAXPExpRun& run, const LaunchLease& lease, const std::string& words) {
+    ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "workbench", ComMsgMgr::kWarning,
+                             "@60-132@%s%s%s", run.getName(), lease.way.host, words);
+}
+
 /// Whether the run's script came to its first lines, in which it takes this marker away.
 bool hasBegun(const HAXPExpRun& run) {
     return !HUTFile::exists(run.queueMarkerPath());
@@ -142,26 +152,30 @@ void HostPlace::complete(const HAXPExpRun& /*run*/, LaunchLease& lease) const {
 void HostPlace::start(HAXPExpRun& run, const LaunchLease& lease) const {
     requireHost(lease.way.host);
     HUTFile(run.pathOf(kHostClaimName)).rm();
-    const HostStart start = callsOf(run, lease).start();
+    const HostCalls host = callsOf(run, lease);
+    const HostStart start = host.start();
     if (start.kind == HostStart::Kind::kBegan)
         return;
+    const bool isUntold = start.kind == HostStart::Kind::kUntold;
+    if (isUntold && isClaimed(run, lease)) {
+        const Evidence evidence = look(run, lease);
+        if (evidence.life == RunLife::kAlive || hasBegun(run))
+            return;
+        if (evidence.life == RunLife::kUnknown) {
+            warn(run, lease, start.words);
+            return;
+        }
+    }
     // From now on nothing begins there: who claims the launch looks for the lease behind
     // that.
     HUTFile(run.pathOf(kLeaseName)).rm();
-    HostIdentity claim;
-    if (start.kind == HostStart::Kind::kRefused || !readHostClaim(dirOf(run), lease.id, claim))
-        refuse(run, lease, start.words);
-    if (!restoreLease(run, lease))
-        refuse(run, lease, start.words);
-    const Evidence evidence = look(run, lease);
-    if (evidence.life == RunLife::kAlive || hasBegun(run))
+    // One that claimed it at that very moment may have seen the lease.
+    if (isUntold && isClaimed(run, lease) &&
+        judge(run, lease, host.stop()).life != RunLife::kGone && restoreLease(run, lease)) {
+        warn(run, lease, start.words);
         return;
-    if (evidence.life == RunLife::kGone) {
-        HUTFile(run.pathOf(kLeaseName)).rm();
-        refuse(run, lease, start.words);
     }
-    ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "workbench", ComMsgMgr::kWarning,
-                             "@60-132@%s%s%s", run.getName(), lease.way.host, start.words);
+    refuse(run, lease, start.words);
 }
 
 Evidence HostPlace::look(HAXPExpRun& run, const LaunchLease& lease) const {

@@ -19,6 +19,7 @@
 #include "environment/process/processTable.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "tests/support/FakeClock.h"
+#include "tests/support/FaultyDisk.h"
 #include "tests/support/MessageRecorder.h"
 #include "tests/support/RunDir.h"
 #include "tests/support/thrownText.h"
@@ -175,6 +176,15 @@ TEST_F(HostPlaceTest, DoesNotStartTwiceWhenTheConnectionDiesBehindTheStart) {
     EXPECT_TRUE(m_messages.ids().empty());
 }
 
+TEST_F(HostPlaceTest, NeverTakesTheLeaseAwayFromARunThatBegan) {
+    m_host.script(
+        "case $2 in *began*) sh -c \"$2\" >/dev/null; exit 255 ;; esac; exec sh -c \"$2\"");
+    const test::FaultyDisk disk;
+    begin();
+    // Its script would take itself for one of a launch that was taken back.
+    EXPECT_EQ(disk.removals(), std::vector<std::string>{workbench::kHostClaimName});
+}
+
 TEST_F(HostPlaceTest, LeavesARunInDoubtThatBeganOnAHostThatIsLost) {
     m_host.script("[ -e '" + m_dir.path("ready") + "' ] || sh -c \"$2\" >/dev/null; exit 255");
     runScript("true");
@@ -214,6 +224,43 @@ TEST_F(HostPlaceTest, BeginsNothingThatComesUpBehindItsRefusal) {
     EXPECT_EQ(late.launch(true, false, true, true), 0);
     EXPECT_EQ(m_dir.read("said"), "xp:" + m_lease.id + " start lease\n");
     EXPECT_FALSE(m_dir.has("ready"));
+}
+
+/// The host claims the launch at the moment at which it is taken back: its connection was
+/// dead, but it wasn't.
+class LateClaimTest : public HostPlaceTest {
+protected:
+    LateClaimTest() {
+        // The claim of an earlier launch goes, with its folder's descriptor; this launch's is
+        // looked for; the lease goes.
+        m_disk.doAt(4, [this] {
+            EXPECT_TRUE(m_dir.has(workbench::kLeaseName));
+            claim(HUTEnv::getHostName(), boot(), space());
+            m_late.addArg(m_dir.path("runme.sh"));
+            m_late.setEnvVar(workbench::kLaunchVariable, m_lease.id);
+            m_late.launch(false, true, false, true);
+            awaitReady();
+        });
+    }
+    bool lives() const { return !workbench::findRunProcesses(m_dir.path(), m_lease.id).empty(); }
+    test::FaultyDisk m_disk;
+    HUTFork m_late;
+};
+
+TEST_F(LateClaimTest, IsStoppedBeforeTheLaunchIsRefused) {
+    m_host.script("case $2 in *began*) exit 255 ;; esac; exec sh -c \"$2\"");
+    refusal();
+    EXPECT_TRUE(m_dir.has("ready"));
+    EXPECT_FALSE(lives());
+    EXPECT_FALSE(m_dir.has(workbench::kLeaseName));
+}
+
+TEST_F(LateClaimTest, LeavesARunInDoubtWhenItCanNotBeStopped) {
+    m_host.script("exit 255");
+    start();
+    EXPECT_TRUE(lives());
+    EXPECT_TRUE(m_dir.has(workbench::kLeaseName));
+    EXPECT_EQ(m_messages.ids(), std::vector<std::string>{"60-132"});
 }
 
 TEST_F(HostPlaceTest, SaysInWhichWordsAHostCanNotBeAsked) {
