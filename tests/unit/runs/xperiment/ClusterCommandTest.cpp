@@ -175,6 +175,15 @@ TEST_F(ClusterCommandTest, KeepsErrorsThatWereThereBefore) {
 
 // --- the test job of an LSF cluster -------------------------------------------------
 
+TEST_F(ClusterCommandTest, JudgesByTheCommandAndNotByEarlierErrors) {
+    unstartable("bsub");
+    unstartable("qsub");
+    m_errors.emplace_back("before");
+    EXPECT_TRUE(validLsf("bsub"));
+    EXPECT_TRUE(validSge("qsub"));
+    EXPECT_THAT(m_errors, ElementsAre("before"));
+}
+
 /// A program "bsub" that says through a pipe when it has done its work.
 class LsfTestJobTest : public ClusterCommandTest {
 protected:
