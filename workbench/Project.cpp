@@ -173,6 +173,13 @@ void Project::setInputs(const DesignInputs& inputs) {
         giveInputs_(*entry);
 }
 
+void Project::tellDependants(const HAXPExpRun& run) {
+    for (const auto& entry : m_entries) {
+        if (entry->run.get() == &run || entry->synthesis == run.getName())
+            giveInputs_(*entry);
+    }
+}
+
 std::vector<HAXPExpRun*> Project::getRuns() const {
     std::vector<HAXPExpRun*> runs;
     runs.reserve(m_entries.size());

@@ -58,6 +58,9 @@ public:
     /// Takes `inputs` and hands them to every run. @throws HEXUserException a path can't
     /// enter a script.
     void setInputs(const DesignInputs& inputs);
+    /// Hands `run`, and the runs that start from it, their inputs anew: they follow from its
+    /// directory and its launch.
+    void tellDependants(const HAXPExpRun& run);
 
     /// The runs in order of creation; the project owns them.
     std::vector<HAXPExpRun*> getRuns() const;

@@ -173,7 +173,7 @@ void RunLauncher::prepareDirectory_(HAXPExpRun& run) {
     if (!HUTFile(dir).isDir() && !HUTFile(dir).mkDirRecursive())
         throw HEXUserException(ComMsgMgrInstance("runs", ComMsgMgr::kError, "@36-66@%s", dir));
     // An implementation finds the netlist by the directory of its synthesis.
-    m_project.setInputs(m_project.getInputs());
+    m_project.tellDependants(run);
 }
 
 void RunLauncher::takeBackSteps_(HAXPExpRun& run, const HAXPExpRunStep* first) {
@@ -210,7 +210,7 @@ void RunLauncher::recordLaunch_(HAXPExpRun& run) {
     run.setRunMode(HAXPExpRun::kLaunched);
     m_project.save();
     // The runs that start from this one hear of its directory and launch.
-    m_project.setInputs(m_project.getInputs());
+    m_project.tellDependants(run);
 }
 
 void RunLauncher::takeLease_(HAXPExpRun& run, const workbench::LaunchWay& way,

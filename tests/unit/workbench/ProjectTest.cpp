@@ -280,6 +280,22 @@ TEST_F(ProjectTest, GivesAnImplementationTheNetlistOfItsSynthesis) {
     EXPECT_EQ(synthesis.getInfo().getInputs().netlist, "");
 }
 
+TEST_F(ProjectTest, TellsOnlyWhatStartsFromARunOfItsNetlist) {
+    HAXPExpRun& synthesis = addSynthesis();
+    HAXPExpRun& run = addImplementation();
+    synthesis.setRunDir(m_bench.path("elsewhere"), false);
+    m_project->tellDependants(run);
+    EXPECT_EQ(run.getInfo().getInputs().netlist, m_bench.path("elsewhere/blinky.json"))
+        << "its own";
+    synthesis.setRunDir(m_bench.path("another"), false);
+    m_project->tellDependants(synthesis);
+    EXPECT_EQ(run.getInfo().getInputs().netlist, m_bench.path("another/blinky.json"));
+    synthesis.setRunDir(m_bench.path("third"), false);
+    HAXPExpRun& other = m_project->createRun("synth_2", *OpenFlows::getSynthesis(), "", "");
+    m_project->tellDependants(other);
+    EXPECT_EQ(run.getInfo().getInputs().netlist, m_bench.path("another/blinky.json"));
+}
+
 TEST_F(ProjectTest, RefusesInputsThatScriptsCanNotCarry) {
     DesignInputs inputs = m_bench.inputs();
     inputs.sources = {"/it's.v"};

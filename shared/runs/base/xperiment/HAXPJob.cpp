@@ -28,6 +28,10 @@ HSTFwdIter<HAXPExpRun*>* iterOver(const IndexedRunList& list) {
     return containers::heapIter<HAXPExpRun*>(list.runs());
 }
 
+[[noreturn]] void refuse(const char* operation, const char* why) {
+    throw HEXAlgException(std::string("Job::") + operation + " : run " + why);
+}
+
 }  // namespace
 
 HAXPJob::HAXPJob(int jobId) : m_data(std::make_unique<Data>()) {
@@ -56,13 +60,20 @@ void HAXPJob::addRun(HAXPExpRun* run) {
 }
 
 void HAXPJob::markAsFailed(HAXPExpRun* run) {
-    requireUnmarked_(run, "markAsFailed");
-    m_data->failedRuns.insert(run);
+    requireRegistered_(run, "markAsFailed");
+    if (m_data->exportedRuns.contains(run))
+        refuse("markAsFailed", "already exported");
+    if (!m_data->failedRuns.insert(run))
+        refuse("markAsFailed", "already failed");
 }
 
 void HAXPJob::markAsExported(HAXPExpRun* run) {
-    requireUnmarked_(run, "markAsExported");
-    m_data->exportedRuns.insert(run);
+    requireRegistered_(run, "markAsExported");
+    // No run is in both lists.
+    if (m_data->failedRuns.contains(run))
+        refuse("markAsExported", "already failed");
+    if (!m_data->exportedRuns.insert(run))
+        refuse("markAsExported", "already exported");
 }
 
 bool HAXPJob::hasRunBeenAttempted(HAXPExpRun* run) const {
@@ -99,14 +110,7 @@ HSTFwdIter<HAXPExpRun*>* HAXPJob::createExportedRunIter() const {
     return iterOver(m_data->exportedRuns);
 }
 
-void HAXPJob::requireUnmarked_(HAXPExpRun* run, const char* operation) const {
-    const auto refuse = [operation](const char* why) {
-        throw HEXAlgException(std::string("Job::") + operation + " : run " + why);
-    };
+void HAXPJob::requireRegistered_(HAXPExpRun* run, const char* operation) const {
     if (!m_data->runs.contains(run))
-        refuse("not registered");
-    if (m_data->exportedRuns.contains(run))
-        refuse("already exported");
-    if (m_data->failedRuns.contains(run))
-        refuse("already failed");
+        refuse(operation, "not registered");
 }

@@ -56,7 +56,7 @@ public:
     HSTFwdIter<HAXPExpRun*>* createExportedRunIter() const;
 
 private:
-    void requireUnmarked_(HAXPExpRun* run, const char* operation) const;
+    void requireRegistered_(HAXPExpRun* run, const char* operation) const;
 
     struct Data;
     std::unique_ptr<Data> m_data;

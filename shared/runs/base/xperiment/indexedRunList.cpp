@@ -7,23 +7,24 @@
 
 namespace xperiment {
 
-void IndexedRunList::insert(HAXPExpRun* run) {
+bool IndexedRunList::insert(HAXPExpRun* run) {
     if (m_index != nullptr) {
-        if (m_index->emplace(run, m_runs.size()).second) {
-            try {
-                m_runs.push_back(run);
-            } catch (...) {
-                m_index->erase(run);
-                throw;
-            }
+        if (!m_index->emplace(run, m_runs.size()).second)
+            return false;
+        try {
+            m_runs.push_back(run);
+        } catch (...) {
+            m_index->erase(run);
+            throw;
         }
-        return;
+        return true;
     }
     if (contains(run))
-        return;
+        return false;
     m_runs.push_back(run);
     if (m_runs.size() >= kIndexedFrom)
         buildIndex_();
+    return true;
 }
 
 bool IndexedRunList::contains(HAXPExpRun* run) const {

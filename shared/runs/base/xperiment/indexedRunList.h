@@ -21,8 +21,8 @@ class IndexedRunList {
 public:
     static constexpr std::size_t kIndexedFrom = 500;
 
-    /// Adds the run at the end; one that is there stays where it is.
-    void insert(HAXPExpRun* run);
+    /// Adds the run at the end; false for one that is there, which stays where it is.
+    bool insert(HAXPExpRun* run);
     bool contains(HAXPExpRun* run) const;
 
     std::size_t size() const { return m_runs.size(); }
