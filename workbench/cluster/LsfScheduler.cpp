@@ -113,8 +113,7 @@ std::string LsfScheduler::idIn_(const std::string& text) const {
     for (auto at = text.find(head); at != std::string::npos; at = text.find(head, at + 1)) {
         const std::string::size_type begin = at + head.size();
         const std::string::size_type end = text.find("> is submitted to ", begin);
-        const std::string id =
-            end == std::string::npos ? std::string() : text.substr(begin, end - begin);
+        std::string id = end == std::string::npos ? std::string() : text.substr(begin, end - begin);
         if (isJobId(id))
             return id;
     }

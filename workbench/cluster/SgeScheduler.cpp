@@ -147,7 +147,7 @@ std::string SgeScheduler::idIn_(const std::string& text) const {
         const std::string::size_type end = std::min(text.find('\n', begin), text.size());
         const std::string line = text.substr(begin, end - begin);
         const std::string rest = startsWith(line, head) ? line.substr(head.size()) : line;
-        const std::string id = rest.substr(0, rest.find_first_not_of("0123456789"));
+        std::string id = rest.substr(0, rest.find_first_not_of("0123456789"));
         const bool isWhole = id.size() == rest.size() || (rest.size() != line.size() &&
                                                           startsWith(rest.substr(id.size()), " "));
         if (isJobId(id) && isWhole)

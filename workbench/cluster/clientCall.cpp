@@ -100,15 +100,15 @@ std::string onOneLine(const std::string& text) {
 }  // namespace
 
 std::string ClientAnswer::told() const {
-    const std::string said = onOneLine(text);
+    std::string said = onOneLine(text);
     if (end == kOverTime)
         return said.empty() ? "it gave no answer in time" : "it didn't end in time: " + said;
     if (end == kTooMuch)
         return "it said more than an answer can be";
     if (!said.empty())
         return said;
-    return isKilled() ? "it was killed by signal " + std::to_string(status - kSignalled)
-                      : "it ended with status " + std::to_string(status);
+    return isKilled_() ? "it was killed by signal " + std::to_string(status - kSignalled)
+                       : "it ended with status " + std::to_string(status);
 }
 
 ClientAnswer callClient(const ClientCall& call) {

@@ -38,7 +38,7 @@ struct ClientAnswer {
     /// Whether it ended by itself and said that all went well.
     bool isGood() const { return end == kEnded && status == 0; }
     /// Whether it ended by itself, not by a signal, and said that it failed.
-    bool isRefusal() const { return end == kEnded && status != 0 && !isKilled(); }
+    bool isRefusal() const { return end == kEnded && status != 0 && !isKilled_(); }
     /// What a user is told: the client's own words on one line, of a bounded length; or
     /// how it ended, when it said nothing.
     WORKBENCH_API std::string told() const;
@@ -47,7 +47,7 @@ private:
     static constexpr int kSignalled = 128;
     static constexpr int kLastSignal = 64;
 
-    bool isKilled() const { return status > kSignalled && status <= kSignalled + kLastSignal; }
+    bool isKilled_() const { return status > kSignalled && status <= kSignalled + kLastSignal; }
 };
 
 /// Makes the call and waits for its end, at most a little longer than the limit; waits go
