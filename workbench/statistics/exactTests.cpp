@@ -32,6 +32,7 @@ TestResult rankSumTest(const Values& first, const Values& second) {
 
 TestResult signedRankTest(const Values& differences) {
     Values sizes;
+    sizes.reserve(differences.size());
     for (const double difference : differences)
         sizes.push_back(std::abs(difference));
     const DoubledRanks all = doubledRanks(sizes);

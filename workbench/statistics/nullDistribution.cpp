@@ -38,6 +38,7 @@ DoubledRanks doubledRanks(const std::vector<double>& values) {
 
 DoubledRanks plainRanks(std::size_t count) {
     DoubledRanks ranks;
+    ranks.reserve(count);
     for (std::size_t i = 1; i <= count; ++i)
         ranks.push_back(static_cast<long>(2 * i));
     return ranks;

@@ -33,6 +33,7 @@ double Shift::uncertainty() const {
 
 Shift shiftBetween(const Values& first, const Values& second, double level) {
     Values differences;
+    differences.reserve(first.size() * second.size());
     for (const double a : first) {
         for (const double b : second)
             differences.push_back(a - b);

@@ -92,6 +92,7 @@ std::optional<std::size_t> moreSeeds(const Verdict& verdict, double deviation,
 
 Values valuesOf(const Family& family) {
     Values values;
+    values.reserve(family.size());
     for (const Sample& sample : family)
         values.push_back(sample.value);
     return values;

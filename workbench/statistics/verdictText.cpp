@@ -18,8 +18,8 @@ int decimalsFor(double uncertainty) {
     if (uncertainty <= 0)
         return 3;
     const int magnitude = static_cast<int>(std::floor(std::log10(uncertainty)));
-    const bool beginsWithOne = uncertainty / std::pow(10.0, magnitude) < 1.95;
-    return std::clamp((beginsWithOne ? 1 : 0) - magnitude, 0, 9);
+    const bool beginsLow = uncertainty / std::pow(10.0, magnitude) < 2.95;
+    return std::clamp((beginsLow ? 1 : 0) - magnitude, 0, 9);
 }
 
 /// Without zeros behind the last digit that counts.

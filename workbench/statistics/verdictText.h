@@ -24,7 +24,7 @@ std::string testText(const Verdict& verdict);
 std::string percentText(double share);
 
 /// `value` with as many digits as `uncertainty` leaves any sense: two digits of it when it
-/// begins with a 1, else one.
+/// begins with 1 or 2, else one.
 std::string valueText(double value, double uncertainty);
 
 }  // namespace statistics

@@ -48,6 +48,7 @@ double chanceByHand(const Values& first, const Values& second) {
 /// The signed rank test by looking at each way in which the signs may fall.
 double chanceOfSignsByHand(const Values& differences) {
     Values sizes;
+    sizes.reserve(differences.size());
     for (const double difference : differences)
         sizes.push_back(std::abs(difference));
     const DoubledRanks ranks = statistics::doubledRanks(sizes);

@@ -105,7 +105,7 @@ protected:
 };
 
 TEST_P(DifferentFamiliesTest, AreToldApartWithThePowerPromised) {
-    constexpr int kTrials = 1000;
+    constexpr int kTrials = 700;
     const DifferentCase& row = GetParam();
     const std::size_t count = seeds();
     test::Scatter scatter(2000, row.shape);

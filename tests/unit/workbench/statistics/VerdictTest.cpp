@@ -14,6 +14,7 @@ using statistics::Verdict;
 /// Runs with the seeds 1, 2 ...
 Family seeded(const Values& values) {
     Family family;
+    family.reserve(values.size());
     for (const double value : values)
         family.push_back({static_cast<long>(family.size()) + 1, value});
     return family;
@@ -21,6 +22,7 @@ Family seeded(const Values& values) {
 
 Family unseeded(const Values& values) {
     Family family;
+    family.reserve(values.size());
     for (const double value : values)
         family.push_back({std::nullopt, value});
     return family;

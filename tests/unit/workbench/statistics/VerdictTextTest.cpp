@@ -30,13 +30,14 @@ TEST(VerdictTextTest, SaysHowMuchBetterAndHowSure) {
 }
 
 TEST(VerdictTextTest, LowerIsBetterWhereItIs) {
-    EXPECT_EQ(verdictText(different(-12.2, -14.1, -10), Better::kLower, ""), "better by 12 ± 2");
+    EXPECT_EQ(verdictText(different(-12.2, -14.1, -10), Better::kLower, ""),
+              "better by 12.2 ± 2.2");
     EXPECT_EQ(verdictText(different(-3, -4, -2.5), Better::kHigher, "ns"), "worse by 3.0 ± 1.0 ns");
 }
 
 TEST(VerdictTextTest, WhereNeitherSideIsBetterItIsHigherOrLower) {
-    EXPECT_EQ(verdictText(different(3, 1, 5), Better::kNeither, ""), "higher by 3 ± 2");
-    EXPECT_EQ(verdictText(different(-3, -5, -1), Better::kNeither, ""), "lower by 3 ± 2");
+    EXPECT_EQ(verdictText(different(3, 1, 5), Better::kNeither, ""), "higher by 3.0 ± 2.0");
+    EXPECT_EQ(verdictText(different(-3, -5, -1), Better::kNeither, ""), "lower by 3.0 ± 2.0");
 }
 
 TEST(VerdictTextTest, ADifferenceWithoutScatterHasNoUncertainty) {

@@ -32,6 +32,7 @@ double Scatter::next() {
 
 statistics::Family Scatter::family(std::size_t count, double middle, double deviation) {
     statistics::Family family;
+    family.reserve(count);
     for (std::size_t i = 1; i <= count; ++i)
         family.push_back({static_cast<long>(i), middle + deviation * next()});
     return family;
