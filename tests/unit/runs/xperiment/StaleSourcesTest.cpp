@@ -428,6 +428,14 @@ TEST_F(StaleSourcesTest, NotesAParameterChangeOnce) {
     EXPECT_EQ(option.getNewValue(), "");
 }
 
+TEST_F(StaleSourcesTest, NotesALaterParameterChangeBehindWhatCameBetween) {
+    step("a")->updateStaleReasonsForSwParamChange();
+    change(Summary::FSCS_MODIFIED, add("top.v"));
+    EXPECT_EQ(reasons("a"), (Kinds{10, 1}));
+    step("a")->updateStaleReasonsForSwParamChange();
+    EXPECT_EQ(reasons("a"), (Kinds{1, 10}));
+}
+
 class StaleImageTest : public StaleSourcesTest {
 protected:
     StaleImageTest() : m_core(addCore("cpu.core")) {
