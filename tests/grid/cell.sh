@@ -122,7 +122,7 @@ make_configuration() {
     -e 's|^\(min_[ug]id\) .*|\1 0|' \
     -e 's|^\(shell_start_mode\) .*|\1 unix_behavior|' \
     -e 's|^\(load_report_time\) .*|\1 00:00:01|' \
-    -e 's|^\(max_unheard\) .*|\1 00:00:05|' \
+    -e 's|^\(max_unheard\) .*|\1 00:00:08|' \
     -e 's|^\(administrator_mail\) .*|\1 none|' \
     -e 's|^\(execd_params\) .*|\1 ENABLE_ADDGRP_KILL=true|' \
     -e 's|flush_time=00:00:15|flush_time=00:00:01|' \

@@ -24,7 +24,9 @@ daemon() { pgrep -x "sge_$1"; }
 queue_state() { qstat -f | awk -v queue="all.q@$1" '$1 == queue { print $6 }'; }
 
 queue_is_well() {
-  [ -n "$(qstat -f)" ] && [ -z "$(queue_state head)" ] && [ -z "$(queue_state node1)" ]
+  local queues
+  queues=$(qstat -f) && awk '/^all\.q@/ { ++n; bad += NF == 6 } END { exit n != 2 || bad }' \
+    <<<"$queues"
 }
 
 # The jobs that the queue knows, one number a line.

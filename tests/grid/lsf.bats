@@ -18,11 +18,11 @@ cluster=(--lsf 'bsub -m head -q medium')
   grep -F 'Executing SYNTH_ICE40 pass' proj/runs/synth_1/runme.log
   read_launch impl_1
   wait_until queue_is_empty
-  assert_nothing_left impl_1
+  assert_no_job_left impl_1
 }
 
 @test "a job is pending, runs and is done, and bears the path of its script" {
-  new_synthesis
+  new_syntheses 1
   hold_tool yosys
   qmod -d '*' >/dev/null
   submit synth_1
@@ -39,7 +39,7 @@ cluster=(--lsf 'bsub -m head -q medium')
 }
 
 @test "a job whose tool fails is a failed run" {
-  new_synthesis
+  new_syntheses 1
   echo 'module blinky (' >blinky.v
   run -1 "$xp" -C proj launch "${cluster[@]}"
   run_is synth_1 failed
@@ -48,28 +48,28 @@ cluster=(--lsf 'bsub -m head -q medium')
 }
 
 @test "a pending job is taken out of the queue" {
-  new_synthesis
+  new_syntheses 1
   qmod -d '*' >/dev/null
   submit synth_1
   run -0 "$xp" -C proj kill synth_1
-  assert_nothing_left synth_1
+  assert_no_job_left synth_1
   [[ $(status_of synth_1 status) != @(queued|running|done) ]]
 }
 
 @test "a running job is stopped on its host" {
-  new_synthesis
+  new_syntheses 1
   hold_tool yosys
   cluster=(--lsf 'bsub -m node1')
   submit synth_1
   tool_started
   rm proj/runs/synth_1/job.id
   run -0 "$xp" -C proj kill synth_1
-  assert_nothing_left synth_1
+  assert_no_job_left synth_1
   run_is synth_1 stopped
 }
 
 @test "what LSF says against a job is told, and there is none" {
-  new_synthesis
+  new_syntheses 1
   run -6 "$xp" -C proj launch synth_1 --no-wait --lsf 'bsub -q short'
   assert_one_error "Run synth_1 isn't launched" 'short: No such queue. Job not submitted.'
   queue_is_empty
@@ -77,7 +77,7 @@ cluster=(--lsf 'bsub -m head -q medium')
 }
 
 @test "a command that LSF could not take is refused before anything is touched" {
-  new_synthesis
+  new_syntheses 1
   local command
   for command in 'bsub -I' 'bsub -J name' 'bsub -K' no-such-bsub; do
     run -6 "$xp" -C proj launch synth_1 --lsf "$command"
@@ -87,7 +87,7 @@ cluster=(--lsf 'bsub -m head -q medium')
 }
 
 @test "while LSF is down a run is neither lost nor done, and no kill is claimed" {
-  new_synthesis
+  new_syntheses 1
   qmod -d '*' >/dev/null
   submit synth_1
   lose_master

@@ -18,25 +18,13 @@ teardown() {
   mend_cell
 }
 
-new_synthesis() {
-  new_project
-  "$xp" -C proj create synth_1 --flow synth 2>/dev/null
-}
-
-run_is() { [ "$(status_of "$1" status)" = "$2" ]; }
-
 # Launches run $1 as a job by the words of `cluster`, and doesn't wait for it; sets job and
 # launch_id. No process of the job holds a pipe of the test.
 submit() {
   "$xp" -C proj launch "$1" --no-wait "${cluster[@]}" 3>&- 7>&- 8>&- 2>submit.err ||
     { cat submit.err >&2; return 1; }
-  read_launch "$1"
-}
-
-read_launch() {
   job=$(cat "proj/runs/$1/job.id")
-  launch_id=$(sed -n 's/.* Id="\([^"]*\)".*/\1/p' "proj/runs/$1/.launch.xml")
-  [ -n "$launch_id" ]
+  read_launch "$1"
 }
 
 # No marker of run $1 says that something was done.
@@ -54,7 +42,7 @@ launch_processes() {
 }
 
 # Neither the queue nor a host has anything of run $1.
-assert_nothing_left() {
+assert_no_job_left() {
   local left
   left=$(qstat -u '*')
   [ -z "$left" ] || { echo "in the queue: $left"; return 1; }

@@ -19,11 +19,11 @@ cluster=(--sge 'qsub -V -q all.q@head')
   grep -F 'Executing SYNTH_ICE40 pass' proj/runs/synth_1/runme.log
   read_launch impl_1
   wait_until queue_is_empty
-  assert_nothing_left impl_1
+  assert_no_job_left impl_1
 }
 
 @test "a job is queued, runs and is done, as the grid engine has it" {
-  new_synthesis
+  new_syntheses 1
   hold_tool yosys
   qmod -d '*' >/dev/null
   submit synth_1
@@ -40,11 +40,11 @@ cluster=(--sge 'qsub -V -q all.q@head')
   run -0 "$xp" -C proj wait
   run_is synth_1 "done"
   wait_until queue_is_empty
-  assert_nothing_left synth_1
+  assert_no_job_left synth_1
 }
 
 @test "a job waits for a free slot, and shows as queued" {
-  new_synthesis
+  new_syntheses 1
   local holder=(qsub -q all.q@head -S /bin/sh -o /dev/null -j y -N holder)
   "${holder[@]}" <<<'exec sleep 1000' >/dev/null
   "${holder[@]}" <<<'exec sleep 1000' >/dev/null
@@ -55,7 +55,7 @@ cluster=(--sge 'qsub -V -q all.q@head')
 }
 
 @test "a job whose tool fails is a failed run" {
-  new_synthesis
+  new_syntheses 1
   echo 'module blinky (' >blinky.v
   run -1 "$xp" -C proj launch "${cluster[@]}"
   assert_one_error 'synth_1'
@@ -65,42 +65,42 @@ cluster=(--sge 'qsub -V -q all.q@head')
 }
 
 @test "a queued job is taken out of the queue" {
-  new_synthesis
+  new_syntheses 1
   qmod -d '*' >/dev/null
   submit synth_1
   run -0 "$xp" -C proj kill synth_1
-  assert_nothing_left synth_1
+  assert_no_job_left synth_1
   qmod -e '*' >/dev/null
   [ ! -e proj/runs/synth_1/.ice40_synth.begin.rst ]
   [[ $(status_of synth_1 status) != @(queued|running|done) ]]
 }
 
 @test "a running job is stopped on its host, with all that it started" {
-  new_synthesis
+  new_syntheses 1
   hold_tool yosys
   cluster=(--sge 'qsub -V -q all.q@node1')
   submit synth_1
   tool_started
   [ -n "$(launch_processes)" ]
   run -0 "$xp" -C proj kill synth_1
-  assert_nothing_left synth_1
+  assert_no_job_left synth_1
   run_is synth_1 stopped
   assert_nothing_done synth_1
 }
 
 @test "a tool that ignores TERM is killed in its job" {
-  new_synthesis
+  new_syntheses 1
   hold_tool yosys
   sed -i "2i trap '' TERM HUP INT USR1 USR2" "$tool_dir/yosys"
   submit synth_1
   tool_started
   run -0 "$xp" -C proj kill synth_1
-  assert_nothing_left synth_1
+  assert_no_job_left synth_1
   run_is synth_1 stopped
 }
 
 @test "a stopped run is launched again, on the grid engine or here" {
-  new_synthesis
+  new_syntheses 1
   hold_tool yosys
   submit synth_1
   tool_started
@@ -116,7 +116,7 @@ cluster=(--sge 'qsub -V -q all.q@head')
 }
 
 @test "a reset with a kill takes a running job back" {
-  new_synthesis
+  new_syntheses 1
   hold_tool yosys
   cluster=(--sge 'qsub -V -q all.q@node1')
   submit synth_1
@@ -125,11 +125,11 @@ cluster=(--sge 'qsub -V -q all.q@head')
   wait_until job_is "$job" r
   run -0 "$xp" -C proj reset synth_1 --kill
   run_is synth_1 'not started'
-  assert_nothing_left synth_1
+  assert_no_job_left synth_1
 }
 
 @test "a run in the queue isn't launched twice" {
-  new_synthesis
+  new_syntheses 1
   qmod -d '*' >/dev/null
   submit synth_1
   run -6 "$xp" -C proj launch synth_1 "${cluster[@]}"
@@ -140,7 +140,7 @@ cluster=(--sge 'qsub -V -q all.q@head')
 }
 
 @test "what the grid engine says against a job is told, and there is none" {
-  new_synthesis
+  new_syntheses 1
   run -6 "$xp" -C proj launch synth_1 --no-wait --sge 'qsub -q nowhere.q'
   assert_one_error "Run synth_1 isn't launched" 'Job was rejected because job requests unknown queue "nowhere.q"'
   queue_is_empty
@@ -149,7 +149,7 @@ cluster=(--sge 'qsub -V -q all.q@head')
 }
 
 @test "a command that submits no single job at once is refused before anything is touched" {
-  new_synthesis
+  new_syntheses 1
   local command
   for command in /usr/bin/qsub 'qsub -t 1-3' 'qsub -sync y' 'bsub'; do
     run -6 "$xp" -C proj launch synth_1 --sge "$command"
@@ -160,7 +160,7 @@ cluster=(--sge 'qsub -V -q all.q@head')
 }
 
 @test "a killed xp loses nothing of a running job" {
-  new_synthesis
+  new_syntheses 1
   hold_tool yosys
   "$xp" -C proj launch synth_1 "${cluster[@]}" 3>&- 7>&- 8>&- >/dev/null 2>&1 &
   local waiting=$!
@@ -173,7 +173,7 @@ cluster=(--sge 'qsub -V -q all.q@head')
 }
 
 @test "with xp killed before it knows the job, the next xp finds the job by its name" {
-  new_synthesis
+  new_syntheses 1
   qmod -d '*' >/dev/null
   fake_client qsub <<<'"$real" "$@" >/dev/null; kill -KILL "$PPID"'
   run -137 "$xp" -C proj launch synth_1 --no-wait "${cluster[@]}"
@@ -186,7 +186,7 @@ cluster=(--sge 'qsub -V -q all.q@head')
 }
 
 @test "a submission that fails though the job was taken makes one job" {
-  new_synthesis
+  new_syntheses 1
   fake_client qsub <<<'"$real" "$@" >/dev/null; echo "lost my way" >&2; exit 1'
   run -0 "$xp" -C proj launch synth_1 "${cluster[@]}"
   run_is synth_1 "done"
@@ -194,18 +194,18 @@ cluster=(--sge 'qsub -V -q all.q@head')
 }
 
 @test "without its number a job is found and killed all the same" {
-  new_synthesis
+  new_syntheses 1
   hold_tool yosys
   submit synth_1
   tool_started
   rm proj/runs/synth_1/job.id
   run_is synth_1 running
   run -0 "$xp" -C proj kill synth_1
-  assert_nothing_left synth_1
+  assert_no_job_left synth_1
 }
 
 @test "a number that is another job's ends no other job" {
-  new_synthesis
+  new_syntheses 1
   hold_tool yosys
   submit synth_1
   tool_started
@@ -221,11 +221,11 @@ cluster=(--sge 'qsub -V -q all.q@head')
   [ "$(jobs_in_queue)" = "$other" ]
   qdel "$other" >/dev/null
   wait_until queue_is_empty
-  assert_nothing_left synth_1
+  assert_no_job_left synth_1
 }
 
 @test "a job that comes late to a run launched anew ends without a trace" {
-  new_synthesis
+  new_syntheses 1
   qmod -d '*' >/dev/null
   submit synth_1
   rm -r proj/runs/synth_1
@@ -235,4 +235,34 @@ cluster=(--sge 'qsub -V -q all.q@head')
   wait_until queue_is_empty
   run_is synth_1 "done"
   [ -z "$(find proj/runs/synth_1 -name '.*.rst' -newer stamp)" ]
+}
+
+@test "queued and running jobs are stopped at one word" {
+  new_syntheses 2
+  hold_tool yosys
+  submit synth_1
+  tool_started
+  qmod -d '*' >/dev/null
+  submit synth_2
+  run -0 "$xp" -C proj kill --all
+  queue_is_empty
+  assert_no_job_left synth_1
+  assert_no_job_left synth_2
+}
+
+@test "the kill command of the cluster configuration ends jobs of runs, and no others" {
+  new_syntheses 1
+  hold_tool yosys
+  local other kill=$build_dir/bin/xp_qdel
+  other=$(qsub -terse -q all.q@node1 -S /bin/sh -o /dev/null -j y -N other <<<'exec sleep 1000')
+  submit synth_1
+  tool_started
+  run ! "$kill" "$other"
+  [[ $output == *"job $other is called other"* ]]
+  run ! "$kill" "$job "
+  run ! "$kill" "-u root"
+  run -0 "$kill" "$job"
+  [ "$(jobs_in_queue)" = "$other" ]
+  # One that has ended is no error: it is what was asked for.
+  run -0 "$kill" "$job"
 }

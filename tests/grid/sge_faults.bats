@@ -10,7 +10,7 @@ cluster=(--sge 'qsub -V -q all.q@head')
 
 # A synthesis on head, or on the host $1, that is held in its tool.
 submit_held() {
-  new_synthesis
+  new_syntheses 1
   hold_tool yosys
   cluster=(--sge "qsub -V -q all.q@${1:-head}")
   submit synth_1
@@ -40,7 +40,7 @@ host_is_unknown() { [[ $(queue_state "$1") == *u* ]]; }
   [[ $(status_of synth_1 status) == @(lost|failed) ]]
   assert_nothing_done synth_1
   run -0 "$xp" -C proj reset synth_1
-  assert_nothing_left synth_1
+  assert_no_job_left synth_1
   rm "$tool_dir/yosys"
   run -0 "$xp" -C proj launch synth_1 "${cluster[@]}"
   run_is synth_1 "done"
@@ -67,7 +67,7 @@ host_is_unknown() { [[ $(queue_state "$1") == *u* ]]; }
   kill -0 "$killing"
   heal_link
   wait "$killing"
-  assert_nothing_left synth_1
+  assert_no_job_left synth_1
   run_is synth_1 stopped
 }
 
@@ -76,11 +76,11 @@ host_is_unknown() { [[ $(queue_state "$1") == *u* ]]; }
   kill -KILL "$tool_pid"
   wait_until run_is synth_1 failed
   wait_until queue_is_empty
-  assert_nothing_left synth_1
+  assert_no_job_left synth_1
 }
 
 @test "without the master nothing is launched, and that is told in its words" {
-  new_synthesis
+  new_syntheses 1
   lose_master
   run -6 "$xp" -C proj launch synth_1 --no-wait "${cluster[@]}"
   assert_one_error "Run synth_1 isn't launched" 'unable to send message to qmaster'
@@ -102,11 +102,11 @@ host_is_unknown() { [[ $(queue_state "$1") == *u* ]]; }
   find_master
   launch_id=$was
   wait_until queue_is_empty
-  assert_nothing_left synth_1
+  assert_no_job_left synth_1
 }
 
 @test "a kill of a queued job without the master fails, and works when it is back" {
-  new_synthesis
+  new_syntheses 1
   qmod -d '*' >/dev/null
   submit synth_1
   lose_master
@@ -142,7 +142,7 @@ host_is_unknown() { [[ $(queue_state "$1") == *u* ]]; }
 }
 
 @test "a run directory that vanishes from under a queued job is told, and the job can be taken out" {
-  new_synthesis
+  new_syntheses 1
   qmod -d '*' >/dev/null
   submit synth_1
   rm -r proj/runs/synth_1

@@ -168,7 +168,7 @@ TOOL
   remote_command
   "$xp" -C proj launch synth_1 --no-wait --host node7 "${on[@]}" 8>&-
   tool_started
-  launch_id=$(sed -n 's/.* Id="\([^"]*\)".*/\1/p' proj/runs/synth_1/.launch.xml)
+  read_launch synth_1
   run -0 --separate-stderr "$xp" -C proj kill synth_1
   [[ $stderr == 'synth_1: stopped in synth_design: '*' processes ended in '*' ms'* ]]
   assert_nothing_left synth_1
@@ -182,7 +182,7 @@ TOOL
   remote_command
   "$xp" -C proj launch synth_1 --no-wait --host node7 "${on[@]}" 8>&-
   tool_started
-  launch_id=$(sed -n 's/.* Id="\([^"]*\)".*/\1/p' proj/runs/synth_1/.launch.xml)
+  read_launch synth_1
   run -6 "$xp" -C proj reset synth_1
   assert_one_error "Run synth_1 isn't reset: it is running"
   run -0 --separate-stderr "$xp" -C proj reset synth_1 --kill
@@ -220,7 +220,7 @@ REMOTE
   grep -F 'Host="node7.far.away"' proj/runs/synth_1/.ice40_synth.begin.rst
   grep -F ' node7.far.away ' proj/runs/synth_1/.launch.host
   run_is synth_1 running
-  launch_id=$(sed -n 's/.* Id="\([^"]*\)".*/\1/p' proj/runs/synth_1/.launch.xml)
+  read_launch synth_1
   run -0 "$xp" -C proj kill synth_1
   end_of_xp
   assert_nothing_left synth_1

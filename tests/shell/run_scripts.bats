@@ -58,7 +58,7 @@ TOOL
   "$xp" -C proj launch --no-wait --run-scripts scripts.txt
   wait_until [ -e proj/runs/synth_1/begun ]
   run_is synth_1 running
-  launch_id=$(sed -n 's/.* Id="\([^"]*\)".*/\1/p' proj/runs/synth_1/.launch.xml)
+  read_launch synth_1
   [ -n "$(survivors)" ]
   run -0 "$xp" -C proj kill synth_1
   assert_nothing_left synth_1

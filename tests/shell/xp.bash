@@ -137,6 +137,11 @@ fake_tool() {
 launch_fake() {
   "$xp" -C proj launch "$1" --no-wait 8>&-
   tool_started
+  read_launch "$1"
+}
+
+# Sets launch_id, the identity of the launch of run $1.
+read_launch() {
   launch_id=$(sed -n 's/.* Id="\([^"]*\)".*/\1/p' "$project/runs/$1/.launch.xml")
   [ -n "$launch_id" ]
 }
