@@ -264,7 +264,8 @@ CancelAnswer SgeScheduler::cancel(const JobKey& key) const {
     const ClientAnswer answer = callClient(call);
     if (answer.isGood())
         return {CancelAnswer::kAsked, ""};
-    // It may have come to its end meanwhile.
+    // It may have come to its end since it was listed.
+    forget_();
     if (answer.isRefusal() && look(key).state == JobAnswer::kGone)
         return {CancelAnswer::kGone, ""};
     return {CancelAnswer::kFailed, "qdel of job " + now.id + " failed: " + answer.told()};

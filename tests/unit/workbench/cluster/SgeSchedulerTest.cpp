@@ -386,6 +386,14 @@ TEST_F(SgeEndTest, WaitsUntilTheJobIsGone) {
     EXPECT_EQ(m_bench.callCount("qdel"), 1);
 }
 
+TEST_F(SgeEndTest, AJobThatEndsBeforeItsCancelIsGone) {
+    job("xp_a", 0);
+    m_bench.program("qdel",
+                    ": >\"$bench/deleted\"; echo 'denied: job \"12\" does not exist'; exit 1");
+    EXPECT_TRUE(m_scheduler.end({"xp_a", "12", ""}, 30000, m_reason));
+    EXPECT_EQ(m_reason, "");
+}
+
 TEST_F(SgeEndTest, GivesUpOnAJobThatStays) {
     list({"12 xp_a dr all.q@node7"});
     m_bench.program("qdel", "");
