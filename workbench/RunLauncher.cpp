@@ -35,6 +35,7 @@
 #include "workbench/entryRules.h"
 #include "workbench/launchDecision.h"
 #include "workbench/places/RunPlace.h"
+#include "workbench/places/knownWays.h"
 #include "workbench/reportScript.h"
 #include "workbench/userRunScript.h"
 
@@ -232,6 +233,7 @@ void RunLauncher::start_(HAXPExpRun& run) {
     // doesn't.
     HUTFile(run.pathOf(workbench::kLeaseName)).copyTo(marker, HUTFile::kReplaceExisting);
     try {
+        workbench::rememberWay(m_lease.way);
         workbench::RunPlace::of(m_lease)->start(run, m_lease);
     } catch (const HEXUserException&) {
         HUTFile(marker).rm();

@@ -46,8 +46,7 @@ private:
     void takeBackSteps_(HAXPExpRun& run, const HAXPExpRunStep* first);
     void writeScripts_(HAXPExpRun& run, const std::string& userScript);
     void recordLaunch_(HAXPExpRun& run);
-    void takeLease_(HAXPExpRun& run, const workbench::LaunchWay& way,
-                    const HAXPExpRunStep* first);
+    void takeLease_(HAXPExpRun& run, const workbench::LaunchWay& way, const HAXPExpRunStep* first);
     void start_(HAXPExpRun& run);
 
     Project& m_project;

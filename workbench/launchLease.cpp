@@ -5,8 +5,11 @@
 #include <array>
 #include <cstdlib>
 #include <ctime>
+
 #include <iterator>
 #include <sstream>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <boost/uuid/random_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>
@@ -174,6 +177,7 @@ LaunchLease makeLease() {
     lease.id = boost::uuids::to_string(boost::uuids::random_generator()());
     lease.time = static_cast<long>(std::time(nullptr));
     lease.launcher = ownHandle();
+    lease.isOwn = true;
     return lease;
 }
 
@@ -214,6 +218,8 @@ bool readLease(const std::string& path, LaunchLease& lease) {
         readLauncher(*launcher, read.launcher);
         if (!readWay(root.child(name::kWay), read.way))
             return false;
+        struct stat info {};
+        read.isOwn = ::lstat(path.c_str(), &info) == 0 && info.st_uid == geteuid();
         lease = read;
         return true;
     } catch (const HEXAll&) {

@@ -56,6 +56,8 @@ struct LaunchLease {
     /// The process that launches, not one of the run.
     HUTProcessHandle launcher;
     LaunchWay way;
+    /// Whether this user's process made it, as far as its file tells.
+    bool isOwn = false;
 };
 
 /// A lease of this process with an identity of its own.

@@ -12,7 +12,6 @@
 #include "environment/messages/ComMsgMgrInstance.h"
 #include "environment/process/HUTProcessHandle.h"
 #include "environment/process/clock.h"
-#include "environment/process/remoteCall.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "runs/base/xperiment/stepMarkers.h"
 #include "workbench/HAXPExpRun.h"
@@ -212,11 +211,7 @@ StopResult HostPlace::stop(HAXPExpRun& run, const LaunchLease& lease) const {
 }
 
 void HostPlace::requireHost(const std::string& host) {
-    const std::string::size_type at = host.find('@');
-    const bool good = at == std::string::npos ? process::isHostName(host)
-                                              : process::isHostName(host.substr(0, at)) &&
-                                                    process::isHostName(host.substr(at + 1));
-    if (!good)
+    if (!isRemoteHost(host))
         throw HEXUserException(
             ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-134@%s", host));
 }

@@ -26,7 +26,8 @@ public:
     RunPlace(const RunPlace&) = delete;
     RunPlace& operator=(const RunPlace&) = delete;
 
-    /// The place that `lease` names; never null.
+    /// The place that `lease` names; never null. For a way that this user never launched by
+    /// one that calls nothing: it knows nothing of the run and refuses to stop it.
     static std::unique_ptr<RunPlace> of(const LaunchLease& lease);
 
     /// Adds what the place needs to find the run again, such as the name of its job.

@@ -32,6 +32,13 @@ Words wordsOf(const std::string& line) {
     return words;
 }
 
+/// Whether `id` is a word for every program, and none that is found by chance.
+bool isIdentity(const std::string& id) {
+    constexpr std::size_t kLength = 36;
+    return id.size() == kLength && id.front() != '-' &&
+           id.find_first_not_of("0123456789abcdef-") == std::string::npos;
+}
+
 std::size_t countOf(const std::string& word) {
     return static_cast<std::size_t>(std::strtoul(word.c_str(), nullptr, 10));
 }
@@ -116,6 +123,13 @@ bool readHostClaim(const std::string& runDir, const std::string& launchId, HostI
     return true;
 }
 
+bool isRemoteHost(const std::string& host) {
+    const std::string::size_type at = host.find('@');
+    if (at == std::string::npos)
+        return process::isHostName(host);
+    return process::isHostName(host.substr(0, at)) && process::isHostName(host.substr(at + 1));
+}
+
 HostCalls::HostCalls(std::string command, std::string host, std::string runDir,
                      std::string launchId)
     : m_command(std::move(command)), m_host(std::move(host)), m_runDir(std::move(runDir)),
@@ -166,9 +180,13 @@ HostStop HostCalls::stop() const {
 /// say is theirs.
 HostCalls::Reply HostCalls::call_(const std::string& script, const std::string& verb,
                                   long limitMs) const {
+    Reply reply;
+    if (!isRemoteHost(m_host) || !isIdentity(m_launchId)) {
+        reply.why = "its lease is none that xp writes";
+        return reply;
+    }
     const process::RemoteAnswer answer = process::callHost(
         m_command, m_host, process::remoteWord(script, {m_runDir, m_launchId}), limitMs);
-    Reply reply;
     std::istringstream lines(answer.end == process::RemoteAnswer::End::kNotStarted ? std::string()
                                                                                    : answer.output);
     for (std::string line; std::getline(lines, line);) {

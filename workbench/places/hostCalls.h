@@ -30,6 +30,10 @@ struct HostIdentity {
 WORKBENCH_API bool readHostClaim(const std::string& runDir, const std::string& launchId,
                                  HostIdentity& host);
 
+/// Whether `host` can be the name of a host, or that of a user and a host with @ between
+/// them.
+WORKBENCH_API bool isRemoteHost(const std::string& host);
+
 struct HostStart {
     enum class Kind {
         kBegan,    ///< the script of the run was started

@@ -166,6 +166,16 @@ TEST_F(HostPlaceTest, RefusesAHostThatIsASwitch) {
     EXPECT_EQ(m_host.calls(), "");
 }
 
+TEST_F(HostPlaceTest, AsksNoHostByALeaseThatXpDidNotWrite) {
+    m_lease.way.host = "-oProxyCommand=touch";
+    EXPECT_EQ(look(), "unknown: -oProxyCommand=touch can't be asked: its lease is none that xp "
+                      "writes");
+    m_lease.way.host = "node7";
+    m_lease.id = "-f/etc/passwd";
+    EXPECT_EQ(look(), "unknown: node7 can't be asked: its lease is none that xp writes");
+    EXPECT_EQ(m_host.calls(), "");
+}
+
 TEST_F(HostPlaceTest, DoesNotStartTwiceWhenTheConnectionDiesBehindTheStart) {
     m_host.script(
         "case $2 in *began*) sh -c \"$2\" >/dev/null; exit 255 ;; esac; exec sh -c \"$2\"");
