@@ -1,11 +1,15 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
+#include <memory>
 #include <string>
+#include <unordered_set>
 
+#include "environment/containers/HSTFwdIter.h"
 #include "environment/filemgmt/HADAFileSet.h"
 #include "environment/filemgmt/HDDASrcOptions.h"
 #include "runs/base/xperiment/HAXPExpInfoBase.h"
 #include "runs/base/xperiment/HAXPExpRunBase.h"
+#include "runs/base/xperiment/HAXPExpRunStep.h"
 #include "runs/base/xperiment/HAXPUtilsBase.h"
 #include "runs/base/xpreport/HAXRReportConfig.h"
 #include "runs/base/xpreport/reportConfigUtil.h"
@@ -81,14 +85,39 @@ std::string suffixOf(const HAXRReportConfig& config) {
     return {};
 }
 
-/// The first "<stem><n><tail>" with `n` from 0 that `isFree` takes.
-template <class IsFree>
-std::string firstFree(const std::string& stem, const char* tail, IsFree isFree) {
-    for (int n = 0;; ++n) {
-        std::string name = stem + std::to_string(n) + tail;
-        if (isFree(name))
-            return name;
+using Names = std::unordered_set<std::string>;
+
+/// What `get` tells of each report of the run.
+template <class Get> Names collect(const HAXPExpRunBase& run, Get get) {
+    Names all;
+    const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
+    while (steps->hasNext()) {
+        const std::unique_ptr<HSTFwdIter<HAXRReportConfig*>> reports(
+            steps->next()->createReportConfigIter());
+        while (reports->hasNext()) {
+            if (const HAXRReportConfig* report = reports->next())
+                all.insert(get(*report));
+        }
     }
+    return all;
+}
+
+/// The first "<stem><n><tail>" with `n` from 0 that `isFree` takes, which asks every report
+/// of the run. When that isn't one of the first, `listTaken` lists all that are taken.
+template <class IsFree, class ListTaken>
+std::string firstFree(const std::string& stem, const char* tail, IsFree isFree,
+                      ListTaken listTaken) {
+    constexpr int kFirstOnes = 4;
+    const auto nameOf = [&](int n) { return stem + std::to_string(n) + tail; };
+    int n = 0;
+    for (; n < kFirstOnes; ++n) {
+        if (isFree(nameOf(n)))
+            return nameOf(n);
+    }
+    const Names taken = listTaken();
+    while (taken.count(nameOf(n)) != 0)
+        ++n;
+    return nameOf(n);
 }
 
 }  // namespace
@@ -107,9 +136,12 @@ std::string createReportName(HAXPExpRunBase* run, const std::string& stepId,
                              const std::string& reportName) {
     const HAXPExpRunBase& owner = required(run, "Report name: null run");
     const std::string stem = owner.getName() + "_" + getStepAlias(stepId) + "_" + reportName + "_";
-    return firstFree(stem, "", [&owner](const std::string& name) {
-        return owner.isUniqueReportConfigName(name);
-    });
+    return firstFree(
+        stem, "",
+        [&owner](const std::string& name) { return owner.isUniqueReportConfigName(name); },
+        [&owner] {
+            return collect(owner, [](const HAXRReportConfig& one) { return one.getName(); });
+        });
 }
 
 std::string getDefaultReportName(const HAXPExpRunBase* run, const HAXRReportConfig* config) {
@@ -147,9 +179,12 @@ std::string createReportFileName(HAXPExpRunBase* run, const HAXRReportConfig* co
     }
     const std::string stem =
         getStepAlias(report.getAssociatedStepName()) + "_" + report.getSpecName() + "_";
-    return firstFree(stem, ".rpt", [&owner](const std::string& name) {
-        return owner.isUniqueReportFileName(name);
-    });
+    return firstFree(
+        stem, ".rpt",
+        [&owner](const std::string& name) { return owner.isUniqueReportFileName(name); },
+        [&owner] {
+            return collect(owner, [](const HAXRReportConfig& one) { return one.getReportFile(); });
+        });
 }
 
 }  // namespace reportConfigUtil

@@ -87,6 +87,19 @@ TEST_F(ReportNameTest, TakesTheFirstFreeNumber) {
     EXPECT_EQ(newName("route_design", "report_drc"), "impl_1_route_report_drc_1");
 }
 
+TEST_F(ReportNameTest, TakesTheFirstFreeNumberAlsoAmongMany) {
+    for (int i = 0; i < 9; ++i)
+        add(i % 2 == 0 ? "route_design" : "init_design", "report_drc");
+    for (int i = 0; i < 7; ++i)
+        add("route_design", "report_drc");
+    EXPECT_EQ(newName("route_design", "report_drc"), "impl_1_route_report_drc_12");
+    m_run->deleteReportConfig(report("impl_1_route_report_drc_9"));
+    m_run->deleteReportConfig(report("impl_1_route_report_drc_5"));
+    EXPECT_EQ(newName("route_design", "report_drc"), "impl_1_route_report_drc_5");
+    create("impl_1_route_report_drc_5", "init_design");
+    EXPECT_EQ(newName("route_design", "report_drc"), "impl_1_route_report_drc_9");
+}
+
 TEST_F(ReportNameTest, IsUniqueInTheWholeRun) {
     create("impl_1_route_report_drc_0", "init_design");
     EXPECT_EQ(newName("route_design", "report_drc"), "impl_1_route_report_drc_1");
@@ -120,6 +133,18 @@ TEST_F(ReportFileNameTest, TakesTheFirstFreeNumberOfTheWholeRun) {
     add("place_design", "report_io")->setReportFile("route_report_drc_2.rpt", true);
     const HAXRReportConfig* const config = add("route_design", "report_drc");
     EXPECT_EQ(newFileName(config), "route_report_drc_1.rpt");
+}
+
+TEST_F(ReportFileNameTest, TakesTheFirstFreeNumberAlsoAmongMany) {
+    HAXRReportConfig* config = add("route_design", "report_drc");
+    for (int i = 0; i < 12; ++i) {
+        if (i != 7)
+            add("init_design", "report_drc")
+                ->setReportFile("route_report_drc_" + std::to_string(i) + ".rpt", false);
+    }
+    EXPECT_EQ(newFileName(config), "route_report_drc_7.rpt");
+    config->setReportFile("route_report_drc_7.rpt", false);
+    EXPECT_EQ(newFileName(add("route_design", "report_drc")), "route_report_drc_12.rpt");
 }
 
 TEST_F(ReportFileNameTest, TellsCapitalsApart) {
