@@ -6,7 +6,10 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 
+#include "environment/containers/HSTVector.h"
+#include "environment/errors/HEXUserException.h"
 #include "runs/base/xperiment/HAXPLaunchOptions.h"
+#include "runs/base/xperiment/HAXPUtilsBase.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/cluster/jobFiles.h"
 #include "workbench/launchLease.h"
@@ -33,13 +36,18 @@ void ClusterOptions::declare(CLI::App& command) {
                     ->check(CLI::Validator(checkWords, "COMMAND"))
                     ->excludes("--jobs")
                     ->excludes("--host");
+    auto* lsf = command
+                    .add_option("--lsf", m_lsf,
+                                "Launch on LSF by this submit command, such as \"bsub -q medium\"")
+                    ->check(CLI::Validator(checkWords, "COMMAND"))
+                    ->excludes("--jobs")
+                    ->excludes("--host")
+                    ->excludes(sge);
     command
-        .add_option("--lsf", m_lsf,
-                    "Launch on LSF by this submit command, such as \"bsub -q medium\"")
-        ->check(CLI::Validator(checkWords, "COMMAND"))
-        ->excludes("--jobs")
-        ->excludes("--host")
-        ->excludes(sge);
+        .add_flag("--test-folder", m_testFolder,
+                  "First see whether LSF's hosts can write to the project's folder; two minutes at "
+                  "most")
+        ->needs(lsf);
 }
 
 void ClusterOptions::addTo(HAXPLaunchOptions& options) const {
@@ -52,6 +60,12 @@ void ClusterOptions::addTo(HAXPLaunchOptions& options) const {
     options.setLaunchMode(m_sge.empty() ? HAXPLaunchOptions::kLsfCluster
                                         : HAXPLaunchOptions::kSgeCluster);
     options.setClusterCmdLine(way.command);
+}
+
+void ClusterOptions::testFolder(const std::string& dir) const {
+    HSTVector<std::string> errors;
+    if (m_testFolder && !HAXPUtilsBase::validateLSF(m_lsf, errors, dir))
+        throw HEXUserException(errors.empty() ? dir : errors[0]);
 }
 
 std::string ClusterOptions::startedText(const HAXPExpRun& run) {

@@ -24,12 +24,18 @@ public:
     /// @throws HEXUserException the submit command can't be used.
     void addTo(HAXPLaunchOptions& options) const;
 
+    /// With --test-folder: has LSF touch a file in the folder `dir`, which shows that its
+    /// hosts see it. Holds the caller for two minutes at most.
+    /// @throws HEXUserException they don't.
+    void testFolder(const std::string& dir) const;
+
     /// What is told of a run that a cluster took: "submitted as job 12".
     static std::string startedText(const HAXPExpRun& run);
 
 private:
     std::string m_sge;
     std::string m_lsf;
+    bool m_testFolder = false;
 };
 
 }  // namespace shell

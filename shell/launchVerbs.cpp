@@ -98,6 +98,7 @@ public:
         // Other hosts have tools of their own.
         if (!isElsewhere_())
             requireTools(plan.launches);
+        m_cluster.testFolder(project->getDir());
         if (!m_noWait)
             return launchAll_(*project, plan, options);
         return isElsewhere_() ? startElsewhere_(*project, plan, options)

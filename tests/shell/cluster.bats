@@ -268,6 +268,26 @@ launch_fake_on_grid() {
   jobs_are '*'
 }
 
+@test "LSF is asked first to write to the project's folder, if the user wants that" {
+  new_project_with_runs
+  make_lsf
+  touch "$grid/held"
+  client bsub <<'END'
+echo "$*" >>"$grid/calls"
+[ "${*: -2:1}" != touch ] || { touch "${*: -1}"; exit; }
+for word; do :; done
+echo "$word" >"$grid/jobs/12"
+echo 'Job <12> is submitted to queue <medium>.'
+END
+  run "$xp" -C proj launch synth_1 --no-wait --lsf 'bsub -q medium' --test-folder
+  [ "$status" = 0 ]
+  [ "$(sed -n 1p "$grid/calls")" = "-q medium touch $project/lsf_config_test.txt" ]
+  [ ! -e "$project/lsf_config_test.txt" ]
+  run_is synth_1 queued
+  run "$xp" -C proj launch synth_1 --test-folder
+  [ "$status" = 2 ]
+}
+
 @test "a launch on LSF runs to its end" {
   new_project_with_runs
   make_lsf

@@ -109,7 +109,7 @@ bool Scheduler::end(const JobKey& key, long limitMs, std::string& reason) const 
         process::clock().sleepMs(pause);
         pause = std::min(pause * 2, kLongestPauseMs);
         // Who ends jobs also knows which there are, where nobody can be asked.
-        if (now.state == JobAnswer::kUnknown)
+        if (now.state == JobAnswer::kUnknown && now.id.empty())
             cancelled = cancel(key);
     }
     if (cancelled.result == CancelAnswer::kFailed)

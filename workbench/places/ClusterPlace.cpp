@@ -94,6 +94,17 @@ void adopt(const HAXPExpRun& run, const std::string& id) {
         cluster::writeJobId(dirOf(run), id, reason);
 }
 
+/// Whether the scheduler has answered whoever launches: what it said is written at once.
+/// Until then the queue may not have the job yet.
+bool wasSubmitted(const HAXPExpRun& run) {
+    return HUTFile::exists(run.pathOf(cluster::kJobIdName)) ||
+           HUTFile::exists(run.pathOf(cluster::kJobLogName));
+}
+
+bool isBeingSubmitted(const HAXPExpRun& run, const LaunchLease& lease) {
+    return !wasSubmitted(run) && lookAtLauncher(lease) == HUTProcessHandle::Life::kAlive;
+}
+
 /// Waits a while for a running job that was asked to end.
 void letEnd(HAXPExpRun& run) {
     const long limit = process::clock().nowMs() + kPatienceMs;
@@ -140,12 +151,23 @@ void ClusterPlace::start(HAXPExpRun& run, const LaunchLease& lease) const {
 }
 
 Evidence ClusterPlace::look(HAXPExpRun& run, const LaunchLease& lease) const {
+    Evidence evidence;
+    if (isBeingSubmitted(run, lease)) {
+        evidence.life = RunLife::kAlive;
+        evidence.lines.emplace_back("its job is being submitted");
+        return evidence;
+    }
     const JobAnswer job = schedulerOf(lease.way)->look(keyOf(run, lease));
     adopt(run, job.id);
-    Evidence evidence;
     evidence.lines.push_back(job.told);
     if (job.state == JobAnswer::kUnknown)
         return evidence;
+    if (job.state == JobAnswer::kGone && !wasSubmitted(run) &&
+        lookAtLauncher(lease) == HUTProcessHandle::Life::kUnknown) {
+        evidence.lines.emplace_back("who launched it can't be seen from here, and may be about "
+                                    "to submit it");
+        return evidence;
+    }
     evidence.life = RunLife::kAlive;
     if (job.state != JobAnswer::kGone)
         return evidence;
@@ -163,6 +185,8 @@ StopResult ClusterPlace::stop(HAXPExpRun& run, const LaunchLease& lease) const {
     const JobKey key = keyOf(run, lease);
     if (!isAtWork(run) && (!hasOpenStep(run) || scheduler->look(key).state == JobAnswer::kGone))
         return HerePlace::endProcesses(run, lease);
+    if (isBeingSubmitted(run, lease))
+        fail("@60-114@%s%s", run.getName(), "its job is being submitted right now");
     const long start = process::clock().nowMs();
     // First of all: what ends now is followed by no other step.
     HUTFileUtils::rewriteFile(run.pathOf(xperiment::stopMarker), "", false);

@@ -56,6 +56,7 @@ protected:
         m_lease.way.command = "qsub -q all.q";
         m_place.complete(m_run, m_lease);
         workbench::writeLease(m_run.pathOf(workbench::kLeaseName), m_lease);
+        mark("job.id.log");
         m_clients.program("qsub", "echo 'Your job 12 (\"x\") has been submitted'");
         m_clients.program("qdel", ": >\"$bench/deleted\"");
         list("qw -");
@@ -194,6 +195,32 @@ TEST_F(ClusterPlaceTest, SeesThatAJobIsGone) {
     const Evidence evidence = look();
     EXPECT_EQ(evidence.life, RunLife::kGone);
     EXPECT_EQ(evidence.lines, std::vector<std::string>{"job 12 isn't in the grid engine's queue"});
+}
+
+TEST_F(ClusterPlaceTest, NeitherMissesNorStopsAJobThatIsJustBeingSubmitted) {
+    m_bench.folder().unmark("proj/runs/synth_1/job.id.log");
+    queueMarker();
+    listNothing();
+    EXPECT_EQ(look().life, RunLife::kAlive);
+    EXPECT_EQ(look().lines, std::vector<std::string>{"its job is being submitted"});
+    EXPECT_EQ(test::thrownText<HEXError>([this] { workbench::stopRun(m_run); }),
+              "Run synth_1 isn't stopped: its job is being submitted right now. See to its job in "
+              "the queue, then try again.");
+    EXPECT_FALSE(has(".stop.rst"));
+}
+
+TEST_F(ClusterPlaceTest, MissesAJobWhoseLauncherDiedBeforeItWasSubmitted) {
+    m_bench.folder().unmark("proj/runs/synth_1/job.id.log");
+    m_lease.launcher.setStartTicks(1);
+    listNothing();
+    EXPECT_EQ(look().life, RunLife::kGone);
+}
+
+TEST_F(ClusterPlaceTest, ClaimsNothingOfAJobThatAnotherHostMayBeAboutToSubmit) {
+    m_bench.folder().unmark("proj/runs/synth_1/job.id.log");
+    m_lease.launcher.setHostname("a.host");
+    listNothing();
+    EXPECT_EQ(look().life, RunLife::kUnknown);
 }
 
 TEST_F(ClusterPlaceTest, ClaimsNothingWhenTheSchedulerIsAway) {

@@ -401,6 +401,19 @@ TEST_F(SgeEndTest, GivesUpOnAJobThatStays) {
     EXPECT_EQ(m_reason, "job 12 is to end on node7");
 }
 
+TEST_F(SgeEndTest, AsksOnceForTheEndOfAJobOnAHostThatIsSilent) {
+    m_bench.program("qdel", "");
+    m_bench.program("qstat",
+                    "case $1 in -f) echo '<?xml version=\"1.0\"?><job_info><queue_info><Queue-List>"
+                    "<name>all.q@node7</name><state>au</state></Queue-List></queue_info>"
+                    "</job_info>'; exit;; esac\ncat <<'END'\n" +
+                        test::SchedulerBench::qstatList({"12 xp_a dr all.q@node7"}) + "END");
+    EXPECT_FALSE(m_scheduler.end({"xp_a", "12", ""}, 30000, m_reason));
+    EXPECT_EQ(m_reason, "job 12 is to end on node7, as far as the grid engine knows, which doesn't "
+                        "hear of that host");
+    EXPECT_EQ(m_bench.callCount("qdel"), 1);
+}
+
 TEST_F(SgeEndTest, EndsAJobOfARunByItsNumber) {
     job("xp_a", 0);
     EXPECT_TRUE(endJob("12"));
