@@ -164,7 +164,7 @@ end_jobs() {
   grep -lz '^JOB_SCRIPT=' /proc/[0-9]*/environ 2>/dev/null | cut -d/ -f3 |
     while read -r pid; do
       kill -KILL "$pid" 2>/dev/null || :
-    done
+    done || :
 }
 
 both_ready() { [ "$(qstat -f | grep -c '^all\.q@.* lx-[^ ]* *$')" = 2 ]; }
