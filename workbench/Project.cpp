@@ -34,6 +34,7 @@
 #include "workbench/projectFile.h"
 #include "workbench/reportRecords.h"
 #include "workbench/reportStrategyOptions.h"
+#include "workbench/runFamily.h"
 #include "workbench/strategies.h"
 #include "workbench/strategyOptions.h"
 
@@ -229,6 +230,16 @@ HAXPExpRun& Project::createRun(const std::string& name, const HAXPFlow& flow,
 HAXPExpRun* Project::getSynthesisOf(const HAXPExpRun& run) const {
     const Entry& entry = entryOf_(run);
     return entry.synthesis.empty() ? nullptr : findRun(entry.synthesis);
+}
+
+const workbench::RunFamily& Project::getFamilyOf(const HAXPExpRun& run) const {
+    return entryOf_(run).family;
+}
+
+void Project::setFamilyOf(const HAXPExpRun& run, const workbench::RunFamily& family) {
+    workbench::requireRunName(family.sweep);
+    workbench::requireRunName(family.name);
+    entryOf_(run).family = family;
 }
 
 void Project::applyStrategy(HAXPExpRun& run, const std::string& name) {

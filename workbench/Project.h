@@ -16,7 +16,8 @@ class HAXPStrategy;
 
 namespace workbench {
 struct ReportRecord;
-}
+struct RunFamily;
+}  // namespace workbench
 
 /// A design, its runs and where they lie: a folder with a project file.
 ///
@@ -79,6 +80,11 @@ public:
 
     /// The synthesis that an implementation starts from; null for a synthesis.
     HAXPExpRun* getSynthesisOf(const HAXPExpRun& run) const;
+
+    /// The family of runs to which `run` belongs; with empty names for none.
+    const workbench::RunFamily& getFamilyOf(const HAXPExpRun& run) const;
+    /// @throws HEXUserException a name that a run couldn't have.
+    void setFamilyOf(const HAXPExpRun& run, const workbench::RunFamily& family);
 
     /// Gives `run` a copy of the strategy `name`; its options are lost, its reports stay.
     void applyStrategy(HAXPExpRun& run, const std::string& name);

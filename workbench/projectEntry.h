@@ -9,6 +9,7 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
 #include "workbench/reportRecords.h"
+#include "workbench/runFamily.h"
 
 /// A run of a project, and what only the project knows of it.
 struct Project::Entry {
@@ -18,6 +19,8 @@ struct Project::Entry {
     std::string synthesis;
     /// The short name of the step to end at; empty for the last one.
     std::string toStep;
+    /// The sweep that made it; with empty names for none.
+    workbench::RunFamily family;
     /// Reports that this installation can't make; they stay in the file.
     std::vector<workbench::ReportRecord> lostReports;
 };

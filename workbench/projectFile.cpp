@@ -35,7 +35,7 @@
 namespace {
 
 constexpr int kVersion = 1;
-constexpr int kMinor = 2;
+constexpr int kMinor = 3;
 
 /// Elements and attributes of the format, for reader and writer.
 namespace name {
@@ -60,6 +60,8 @@ const char kStrategy[] = "Strategy";
 const char kDescription[] = "Description";
 const char kDir[] = "Dir";
 const char kToStep[] = "ToStep";
+const char kSweep[] = "Sweep";
+const char kFamily[] = "Family";
 const char kOption[] = "Option";
 const char kId[] = "Id";
 const char kValue[] = "Value";
@@ -422,6 +424,7 @@ void ProjectFile::readRun_(const xml::Document& document, const xml::Element& el
     readOptions(document, element, *run.getStrategy());
     run.setStrategyName(element.attribute(name::kStrategy));
     run.setDescription(element.attribute(name::kDescription), false);
+    readFamily_(document, element, *entry);
     entry->toStep = element.attribute(name::kToStep);
     run.setToStepId(entry->toStep);
     const std::string& dir = element.attribute(name::kDir);
@@ -444,6 +447,14 @@ void ProjectFile::readRun_(const xml::Document& document, const xml::Element& el
     }
     readReports_(document, element, *entry);
     run.clearDirty();
+}
+
+void ProjectFile::readFamily_(const xml::Document& document, const xml::Element& element,
+                              const Project::Entry& entry) {
+    const workbench::RunFamily family{element.attribute(name::kSweep),
+                                      element.attribute(name::kFamily)};
+    if (!family.sweep.empty() || !family.name.empty())
+        requireEntry(document, element, [&] { m_project.setFamilyOf(*entry.run, family); });
 }
 
 void ProjectFile::readReports_(const xml::Document& document, const xml::Element& element,
@@ -473,6 +484,8 @@ void ProjectFile::writeRun_(HXMLWriterBase& out, const Project::Entry& entry) co
     addIfSet(out, name::kDescription, run.getDescription());
     addIfSet(out, name::kDir, dir.empty() ? dir : relative_(dir));
     addIfSet(out, name::kToStep, entry.toStep);
+    addIfSet(out, name::kSweep, entry.family.sweep);
+    addIfSet(out, name::kFamily, entry.family.name);
     out.wrStartTag(name::kRun);
     writeOptions(out, *run.getStrategy());
     writeReports(out, run, entry.lostReports);

@@ -30,6 +30,8 @@ private:
     void checkVersion_(const xml::Document& document) const;
     void readDesign_(const xml::Element& root);
     void readRun_(const xml::Document& document, const xml::Element& element);
+    void readFamily_(const xml::Document& document, const xml::Element& element,
+                     const Project::Entry& entry);
     void readReports_(const xml::Document& document, const xml::Element& element,
                       Project::Entry& entry);
     void writeRun_(HXMLWriterBase& out, const Project::Entry& entry) const;

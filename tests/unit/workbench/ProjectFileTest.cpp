@@ -20,6 +20,7 @@
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
 #include "workbench/openFlows.h"
+#include "workbench/runFamily.h"
 
 namespace {
 
@@ -71,10 +72,40 @@ TEST_F(ProjectFileTest, IsRefusedWhenANewerVersionWroteIt) {
 
 TEST_F(ProjectFileTest, IsReadWhenANewerMinorVersionWroteIt) {
     std::string newer = text();
-    newer.replace(newer.find("Minor=\"2\""), 9, "Minor=\"7\"");
+    newer.replace(newer.find("Minor=\"3\""), 9, "Minor=\"7\"");
     newer.replace(newer.find("<Run "), 5, "<Later Thing=\"1\"/><Run Later=\"2\" ");
     write(newer);
     EXPECT_EQ(refusal(), "nothing thrown");
+}
+
+TEST_F(ProjectFileTest, KeepsSweepAndFamilyOfARun) {
+    {
+        const auto project = Project::open(dir(), Project::kChange);
+        project->setFamilyOf(project->getRun("impl_1"), {"night", "night_Explore"});
+        project->save();
+    }
+    EXPECT_TRUE(test::reports::isValidBySchema("project.xsd", text()));
+    const auto project = Project::open(dir(), Project::kRead);
+    EXPECT_EQ(project->getFamilyOf(project->getRun("impl_1")).sweep, "night");
+    EXPECT_EQ(project->getFamilyOf(project->getRun("impl_1")).name, "night_Explore");
+    EXPECT_EQ(project->getFamilyOf(project->getRun("synth_1")).name, "");
+}
+
+TEST_F(ProjectFileTest, ARunOfNoSweepHasNeitherAttribute) {
+    EXPECT_EQ(text().find("Sweep"), std::string::npos);
+    EXPECT_EQ(text().find("Family"), std::string::npos);
+}
+
+TEST_F(ProjectFileTest, AFamilyThatCanNotBeCalledSoIsRefused) {
+    const std::string whole = text();
+    for (const char* attributes : {"Sweep=\"a b\" Family=\"c\"", "Sweep=\"a\" Family=\"../c\"",
+                                   "Sweep=\"a\"", "Family=\"c\""}) {
+        std::string changed = whole;
+        changed.replace(changed.find("<Run "), 5, std::string("<Run ") + attributes + " ");
+        write(changed);
+        EXPECT_NE(refusal(), "nothing thrown") << attributes;
+        EXPECT_EQ(text(), changed);
+    }
 }
 
 TEST_F(ProjectFileTest, IsRefusedWhereverItIsCutOff) {
@@ -273,7 +304,7 @@ TEST_F(LaunchRecordTest, AFileOfAnOlderVersionFallsBackToTimes) {
     std::string old = text();
     for (std::size_t at = 0; (at = old.find("<File ")) != std::string::npos;)
         old.erase(at, old.find("/>", at) + 2 - at);
-    old.replace(old.find("Minor=\"2\""), 9, "Minor=\"1\"");
+    old.replace(old.find("Minor=\"3\""), 9, "Minor=\"1\"");
     write(old);
     const auto project = open();
     OpenRunInfo& info = project->getRun("synth_1").getInfo();
