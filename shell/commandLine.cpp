@@ -81,8 +81,8 @@ void printHelp() {
         "  -C DIR      work on the project in DIR instead of the one here\n"
         "  -h, --help  show this help\n"
         "  --version   show the version\n\n"
-        "Exit status: 0 done, 1 a run or a report failed, 2 wrong usage, 5 a tool is missing,\n"
-        "6 refused, 130 interrupted.\n\n"
+        "Exit status: 0 done, 1 a run or a report failed, 2 wrong usage, 3 done but a goal is\n"
+        "missed, 4 stale, 5 a tool is missing, 6 refused, 130 interrupted.\n\n"
         "\"xp help VERB\" tells more, with examples.\n",
         kUsage, topList());
 }

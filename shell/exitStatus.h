@@ -7,11 +7,13 @@
 
 namespace shell {
 
-/// How xp ends; scripts rely on it. 3 and 4 are kept for verbs to come.
+/// How xp ends; scripts rely on it.
 enum ExitStatus {
     kExitDone = 0,
     kExitRunFailed = 1,    ///< a run or report that was asked for failed
     kExitUsage = 2,        ///< the command line is wrong
+    kExitGoalMissed = 3,   ///< all is done, but nothing meets what was required
+    kExitStale = 4,        ///< the results that were asked for are out of date
     kExitToolMissing = 5,  ///< a tool that a run needs isn't installed
     kExitRefused = 6,      ///< the project, an input or the disk doesn't allow it
     kExitInterrupted = 130

@@ -74,18 +74,6 @@ int compare(const ComparedRun& a, const ComparedRun& b, const std::vector<Goal>&
     return 0;
 }
 
-/// Why `run` isn't judged; empty when it is.
-std::string whyLeftOut(const ComparedRun& run, const Goal& goal) {
-    if (!run.isDone)
-        return fmt::format("it isn't done ({})", run.status);
-    if (run.isStale)
-        return fmt::format("its results are stale; bring it up to date: xp launch {}", run.name);
-    if (figureOf(run, goal.figure) == nullptr)
-        return fmt::format("no report tells its {}; look at them with: xp report list {}",
-                           goal.label, run.name);
-    return {};
-}
-
 bool missesClock(const ComparedRun& run) {
     const Figure* slack = figureOf(run, "worst_slack");
     const Figure* missed = figureOf(run, "missed_clocks");
@@ -164,6 +152,36 @@ std::vector<OptionRow> differingOptions(const std::vector<ComparedRun>& runs) {
     return rows;
 }
 
+std::vector<Metric> knownMetrics(const std::vector<ComparedRun>& runs) {
+    std::vector<Metric> metrics;
+    metrics.reserve(namedGoals().size());
+    for (const Goal& goal : namedGoals())
+        metrics.push_back({goal.word, goal.figure, goal.label, goal.unit,
+                           goal.isHigherBetter ? Figure::kHigher : Figure::kLower});
+    for (const Figure& figure : figureRows(runs)) {
+        const bool known =
+            std::any_of(metrics.begin(), metrics.end(),
+                        [&figure](const Metric& metric) { return metric.word == figure.name; });
+        if (!known)
+            metrics.push_back({figure.name, figure.name, figure.label, figure.unit, figure.better});
+    }
+    return metrics;
+}
+
+const Metric& requireMetric(const std::string& word, const std::vector<Metric>& known) {
+    std::vector<std::string> words;
+    for (const Metric& metric : known) {
+        if (metric.word == word)
+            return metric;
+        words.push_back(metric.word);
+    }
+    const std::string meant = suggestionFor(word, words);
+    throw CommandError(kExitUsage,
+                       fmt::format("There is no metric '{}'. {}The runs have: {}.", word,
+                                   meant.empty() ? "" : fmt::format("Did you mean '{}'? ", meant),
+                                   fmt::join(words, ", ")));
+}
+
 std::vector<Goal> readGoals(const std::string& text, const std::vector<ComparedRun>& runs) {
     const std::vector<Goal> known = knownGoals(runs);
     std::vector<Goal> goals;
@@ -173,11 +191,28 @@ std::vector<Goal> readGoals(const std::string& text, const std::vector<ComparedR
     return goals;
 }
 
+std::string whyNotJudged(const ComparedRun& run) {
+    if (!run.isDone)
+        return fmt::format("it isn't done ({})", run.status);
+    if (run.isStale)
+        return fmt::format("its results are stale; bring it up to date: xp launch {}", run.name);
+    return {};
+}
+
+std::string whyLeftOut(const ComparedRun& run, const std::string& figure,
+                       const std::string& label) {
+    const std::string reason = whyNotJudged(run);
+    if (!reason.empty() || figureOf(run, figure) != nullptr)
+        return reason;
+    return fmt::format("no report tells its {}; look at them with: xp report list {}", label,
+                       run.name);
+}
+
 Verdict judge(const std::vector<ComparedRun>& runs, const std::vector<Goal>& goals) {
     Verdict verdict;
     std::vector<const ComparedRun*> judged;
     for (const ComparedRun& run : runs) {
-        const std::string reason = whyLeftOut(run, goals.front());
+        const std::string reason = whyLeftOut(run, goals.front().figure, goals.front().label);
         if (!reason.empty()) {
             verdict.leftOut.push_back({&run, reason});
             continue;

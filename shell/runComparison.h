@@ -29,6 +29,8 @@ struct ComparedRun {
     /// Each name once.
     std::vector<reports::Figure> figures;
     std::vector<ComparedOption> options;
+    /// The family that a sweep made it for; empty for none.
+    std::string family = {};
 };
 
 /// The figure `name` of `run`; null when it lacks it.
@@ -68,10 +70,34 @@ struct Goal {
 /// The figure that a run's time on the clock is shown as.
 extern const char kTimeFigure[];
 
+/// A figure as rules name it.
+struct Metric {
+    /// "fmax", "slack", "luts", "time" or a figure's name.
+    std::string word;
+    /// Its name among the figures.
+    std::string figure;
+    std::string label;
+    std::string unit;
+    reports::Figure::Better better = reports::Figure::kNeither;
+};
+
+/// What rules may name: the four words above, and every figure that one of the runs has.
+std::vector<Metric> knownMetrics(const std::vector<ComparedRun>& runs);
+
+/// The one of `known` called `word`. @throws CommandError there is none; it names one that
+/// may be meant, or all.
+const Metric& requireMetric(const std::string& word, const std::vector<Metric>& known);
+
 /// The goals of `text`, words with commas between: the first decides, the others decide
 /// ties. Any figure of `runs` will do that knows which way is better.
 /// @throws CommandError a word is none of them; it names one that may be meant.
 std::vector<Goal> readGoals(const std::string& text, const std::vector<ComparedRun>& runs);
+
+/// Why `run` can't be judged by any figure: it isn't done, or stale; empty when it can.
+std::string whyNotJudged(const ComparedRun& run);
+
+/// The same by the figure called `figure`, or `label` for people.
+std::string whyLeftOut(const ComparedRun& run, const std::string& figure, const std::string& label);
 
 /// Which run is best.
 struct Verdict {

@@ -11,6 +11,7 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
 #include "workbench/fileFingerprint.h"
+#include "workbench/runFamily.h"
 
 namespace shell {
 
@@ -28,6 +29,11 @@ void addToPlan(HAXPExpRun& run, bool mustLaunch, RunPlan& plan) {
         plan.launches.push_back(&run);
 }
 
+void addOnce(const std::string& name, std::vector<std::string>& names) {
+    if (!name.empty() && std::find(names.begin(), names.end(), name) == names.end())
+        names.push_back(name);
+}
+
 }  // namespace
 
 bool RunPlan::launchesRun(const HAXPExpRun& run) const {
@@ -38,8 +44,11 @@ HAXPExpRun& chosenRun(const Project& project, const std::string& name) {
     if (HAXPExpRun* run = project.findRun(name))
         return *run;
     std::vector<std::string> known;
-    for (const HAXPExpRun* run : project.getRuns())
+    for (const HAXPExpRun* run : project.getRuns()) {
         known.push_back(run->getName());
+        addOnce(project.getFamilyOf(*run).sweep, known);
+        addOnce(project.getFamilyOf(*run).name, known);
+    }
     const std::string meant = suggestionFor(name, known);
     if (meant.empty())
         return project.getRun(name);
@@ -47,14 +56,32 @@ HAXPExpRun& chosenRun(const Project& project, const std::string& name) {
                        fmt::format("There is no run '{}'. Did you mean '{}'?", name, meant));
 }
 
+std::vector<HAXPExpRun*> runsOfFamily(const Project& project, const std::string& name) {
+    std::vector<HAXPExpRun*> runs;
+    if (name.empty())
+        return runs;
+    for (HAXPExpRun* run : project.getRuns()) {
+        const workbench::RunFamily& family = project.getFamilyOf(*run);
+        if (family.sweep == name || family.name == name)
+            runs.push_back(run);
+    }
+    return runs;
+}
+
 std::vector<HAXPExpRun*> chosenRuns(const Project& project, const std::vector<std::string>& names) {
     if (names.empty())
         return project.getRuns();
     std::vector<HAXPExpRun*> runs;
     for (const std::string& name : names) {
-        HAXPExpRun* run = &chosenRun(project, name);
-        if (!contains(runs, run))
-            runs.push_back(run);
+        std::vector<HAXPExpRun*> meant;
+        if (project.findRun(name) == nullptr)
+            meant = runsOfFamily(project, name);
+        if (meant.empty())
+            meant.push_back(&chosenRun(project, name));
+        for (HAXPExpRun* run : meant) {
+            if (!contains(runs, run))
+                runs.push_back(run);
+        }
     }
     return runs;
 }

@@ -14,8 +14,11 @@ namespace shell {
 /// @throws HEXUserException there is no such run.
 HAXPExpRun& chosenRun(const Project& project, const std::string& name);
 
-/// The runs called `names`, each once, or all of the project.
-/// Throws as chosenRun() does.
+/// The runs of the sweep or family `name`, in the project's order; none when there isn't one.
+std::vector<HAXPExpRun*> runsOfFamily(const Project& project, const std::string& name);
+
+/// The runs called `names`, each once, or all of the project. A name that is no run's may
+/// be that of a sweep or family and means all its runs. Throws as chosenRun() does.
 std::vector<HAXPExpRun*> chosenRuns(const Project& project, const std::vector<std::string>& names);
 
 /// What a launch has to do.

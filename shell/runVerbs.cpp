@@ -30,18 +30,6 @@ void setOptions(Project& project, HAXPExpRun& run, const std::vector<std::string
         project.setOption(run, setting.name, setting.value);
 }
 
-/// The name of the strategy that `text` means, NAME or FLOW/NAME, for a run of `flow`.
-/// @throws CommandError it is one of another flow.
-std::string strategyName(const HAXPFlow& flow, const std::string& text) {
-    const StrategyReference reference = readReference(text);
-    if (reference.flow != nullptr && reference.flow != &flow)
-        throw CommandError(kExitRefused,
-                           fmt::format("The run has the flow {0}, and {1} is of another one. "
-                                       "Choose one of its own: xp strategy list --flow {0}",
-                                       flowWord(flow), text));
-    return reference.name;
-}
-
 class CreateVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
@@ -63,7 +51,7 @@ public:
         const auto project = Project::open(session.projectDir, Project::kChange);
         const HAXPFlow& flow = flowOf(m_flow);
         HAXPExpRun& run =
-            project->createRun(m_name, flow, strategyName(flow, m_strategy), m_synthesis,
+            project->createRun(m_name, flow, strategyNameFor(flow, m_strategy), m_synthesis,
                                m_reports.empty() ? "" : chosenReportStrategy(flow, m_reports));
         if (!m_toStep.empty())
             project->setToStep(run, m_toStep);
@@ -101,7 +89,7 @@ public:
         const auto project = Project::open(session.projectDir, Project::kChange);
         HAXPExpRun& run = chosenRun(*project, m_name);
         if (!m_strategy.empty())
-            project->applyStrategy(run, strategyName(*run.getStrategy()->getFlow(), m_strategy));
+            project->applyStrategy(run, strategyNameFor(*run.getStrategy()->getFlow(), m_strategy));
         if (m_to->count() > 0)
             project->setToStep(run, m_toStep);
         setOptions(*project, run, m_settings);
@@ -130,7 +118,7 @@ public:
         HAXPExpRun& run = chosenRun(*project, m_name);
         const HAXPFlow* flow = run.getStrategy()->getFlow();
         const std::string name =
-            m_strategy.empty() ? run.getStrategy()->getName() : strategyName(*flow, m_strategy);
+            m_strategy.empty() ? run.getStrategy()->getName() : strategyNameFor(*flow, m_strategy);
         HAXPStrategy before;
         before.copyStrat(run.getStrategy(), true, boost::logic::indeterminate);
         project->applyStrategy(run, name);

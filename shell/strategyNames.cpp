@@ -38,6 +38,16 @@ StrategyReference readReference(const std::string& text) {
     return {nullptr, text};
 }
 
+std::string strategyNameFor(const HAXPFlow& flow, const std::string& text) {
+    const StrategyReference reference = readReference(text);
+    if (reference.flow != nullptr && reference.flow != &flow)
+        throw CommandError(kExitRefused,
+                           fmt::format("The run has the flow {0}, and {1} is of another one. "
+                                       "Choose one of its own: xp strategy list --flow {0}",
+                                       flowWord(flow), text));
+    return reference.name;
+}
+
 void failAmbiguous(const std::string& word, const std::string& text,
                    const std::vector<std::string>& found) {
     throw CommandError(kExitRefused, fmt::format("There is more than one {} '{}'. Say {}.", word,

@@ -31,6 +31,10 @@ struct StrategyReference {
 /// Takes what stands before the first slash for a flow, if it is one.
 StrategyReference readReference(const std::string& text);
 
+/// The name of the strategy that `text` means, NAME or FLOW/NAME, for a run of `flow`.
+/// @throws CommandError it is one of another flow.
+std::string strategyNameFor(const HAXPFlow& flow, const std::string& text);
+
 /// @throws CommandError that there are several called `text`, which are `found`.
 [[noreturn]] void failAmbiguous(const std::string& word, const std::string& text,
                                 const std::vector<std::string>& found);

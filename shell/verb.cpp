@@ -19,6 +19,10 @@ const std::vector<VerbEntry>& verbs() {
          "xp create impl_1 --flow impl --strategy Performance --set place_design.seed=7\n"
          "xp create impl_2 --flow impl --reports 'Tarnel Implementation Default Reports'",
          makeCreateVerb},
+        {"sweep", "make families of runs: strategies, each with several seeds",
+         "xp sweep night --strategies Default,Performance --seeds 1-6\n"
+         "xp sweep night --strategies Default --seeds 7-12 --dry-run\nxp launch night",
+         makeSweepVerb},
         {"set", "change the options, the strategy or the last step of a run",
          "xp set impl_1 seed=7 router=router2\nxp set impl_1 --strategy Explore --to route",
          makeSetVerb},
@@ -48,8 +52,13 @@ const std::vector<VerbEntry>& verbs() {
         {"reportstrategy", "the same for report strategies: named sets of reports",
          "xp reportstrategy list\nxp reportstrategy show Daily", nullptr, reportStrategyVerbs},
         {"compare", "compare runs: key figures, options that differ, and which is best",
-         "xp compare\nxp compare impl_1 impl_2 --goal luts,fmax\nxp compare --json",
+         "xp compare\nxp compare impl_1 impl_2 --goal luts,fmax\nxp compare --json\n"
+         "xp compare night_Default night_Performance",
          makeCompareVerb},
+        {"best", "choose the best run by rules, and tell why it won",
+         "xp best\nxp best --by 'fmax max 1%' --then 'cells min' --require 'slack >= 0'\n"
+         "xp best impl_1 impl_2 --by 'luts min' --json\nxp best night --families",
+         makeBestVerb},
         {"report", "list, make, show, add and change the reports of runs",
          "xp report list impl_1\nxp report open impl_1 report_timing_summary", nullptr,
          reportVerbs},

@@ -71,6 +71,7 @@ template <class V> std::unique_ptr<Verb> makeVerb() {
 std::unique_ptr<Verb> makeNewVerb();
 std::unique_ptr<Verb> makeAddVerb();
 std::unique_ptr<Verb> makeCreateVerb();
+std::unique_ptr<Verb> makeSweepVerb();
 std::unique_ptr<Verb> makeSetVerb();
 std::unique_ptr<Verb> makeApplyVerb();
 std::unique_ptr<Verb> makeLaunchVerb();
@@ -81,6 +82,7 @@ std::unique_ptr<Verb> makeStatusVerb();
 std::unique_ptr<Verb> makeLogVerb();
 std::unique_ptr<Verb> makeShowVerb();
 std::unique_ptr<Verb> makeCompareVerb();
+std::unique_ptr<Verb> makeBestVerb();
 std::unique_ptr<Verb> makeWhyVerb();
 std::unique_ptr<Verb> makePlanVerb();
 

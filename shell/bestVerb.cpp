@@ -1,0 +1,113 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include <cstdio>
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <fmt/format.h>
+#include <nlohmann/json.hpp>
+
+#include "shell/bestRun.h"
+#include "shell/bestView.h"
+#include "shell/comparedRuns.h"
+#include "shell/familyOptions.h"
+#include "shell/familyView.h"
+#include "shell/jsonOutput.h"
+#include "shell/verb.h"
+#include "workbench/Project.h"
+#include "workbench/printable.h"
+
+namespace shell {
+
+namespace {
+
+class BestVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("runs", m_names,
+                           "Names of runs, families or sweeps; all implementations if unsaid");
+        command
+            .add_option("--by", m_by,
+                        "METRIC [max|min] [TOLERANCE]: what decides, such as 'fmax max 1%'")
+            ->capture_default_str();
+        command
+            .add_option("--then", m_then, "The same for those that are as good; may be repeated")
+            ->allow_extra_args(false);
+        command
+            .add_option("--require", m_require,
+                        "What must hold, such as 'slack >= 0'; may be repeated")
+            ->allow_extra_args(false);
+        command.add_flag("--families", m_wantsFamilies,
+                         "Choose the best family by its medians, and say whether it really is");
+        m_families.declare(command);
+        addJsonFlag(command, m_json);
+    }
+
+    int run(const Session& session) override {
+        const auto project = Project::open(session.projectDir, Project::kRead);
+        const std::vector<ComparedRun> runs =
+            comparedRuns(*project, runsToCompare(*project, m_names));
+        return m_wantsFamilies ? showFamily_(familiesOf(runs)) : show_(chosen_(runs), {});
+    }
+
+private:
+    Choice chosen_(const std::vector<ComparedRun>& runs) const {
+        std::vector<std::string> rules{m_by};
+        rules.insert(rules.end(), m_then.begin(), m_then.end());
+        return choose(runs, readChoiceRules(m_require, rules, runs));
+    }
+
+    int showFamily_(const std::vector<ComparedFamily>& families) const {
+        if (families.empty())
+            throw CommandError(kExitRefused, "None of these runs belongs to a family. Make "
+                                             "families with: xp sweep NAME");
+        std::vector<ComparedRun> medians;
+        medians.reserve(families.size());
+        for (const ComparedFamily& family : families)
+            medians.push_back(medianRun(family));
+        const Choice choice = chosen_(medians);
+        if (choice.best.empty())
+            return show_(choice, {});
+        std::vector<std::string> figures;
+        figures.reserve(choice.rules.ruleMetrics.size());
+        for (const Metric& metric : choice.rules.ruleMetrics)
+            figures.push_back(metric.figure);
+        const auto place = static_cast<std::size_t>(choice.best.front() - medians.data());
+        return show_(choice,
+                     compareBest(families, families[place], figures, m_families.question()));
+    }
+
+    int show_(const Choice& choice, const std::vector<FamilyPair>& pairs) const {
+        if (m_json) {
+            nlohmann::json json = choiceJson(choice);
+            if (m_wantsFamilies)
+                json["comparisons"] = pairsJson(pairs);
+            printJson(json);
+            return exitStatusOf(choice);
+        }
+        for (const std::string& line : choiceLines(choice))
+            fmt::print("{}\n", workbench::printable(line));
+        for (const FamilyPair& pair : pairs) {
+            for (const FamilyRow& row : pair.rows)
+                fmt::print("{}\n", verdictLine(pair, row));
+        }
+        return exitStatusOf(choice);
+    }
+
+    std::vector<std::string> m_names;
+    std::string m_by = "fmax max";
+    std::vector<std::string> m_then;
+    std::vector<std::string> m_require;
+    FamilyOptions m_families;
+    bool m_wantsFamilies = false;
+    bool m_json = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Verb> makeBestVerb() {
+    return std::make_unique<BestVerb>();
+}
+
+}  // namespace shell

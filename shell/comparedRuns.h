@@ -1,0 +1,26 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "shell/runComparison.h"
+
+class HAXPExpRun;
+class Project;
+
+namespace shell {
+
+/// The runs called `names`, or all implementations. @throws CommandError there is none.
+std::vector<HAXPExpRun*> runsToCompare(const Project& project,
+                                       const std::vector<std::string>& names);
+
+/// `run` as it is compared: its figures come from its reports, and what no report tells from
+/// the numbers of its steps. Reports that can't be read are told on standard error.
+ComparedRun comparedRun(const Project& project, HAXPExpRun& run);
+
+/// The same of each of `runs`.
+std::vector<ComparedRun> comparedRuns(const Project& project, const std::vector<HAXPExpRun*>& runs);
+
+}  // namespace shell

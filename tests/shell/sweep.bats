@@ -1,0 +1,106 @@
+#!/usr/bin/env bats
+# SPDX-License-Identifier: Apache-2.0
+# Copyright the Xperiment authors
+#
+# Families of runs over the real tools: made, launched, compared, and the best one chosen.
+
+load xp.bash
+
+setup_file() {
+  local tool
+  for tool in yosys nextpnr-ice40 icepack icetime; do
+    command -v $tool >/dev/null || skip "$tool is missing"
+  done
+}
+
+@test "two strategies with three seeds each are launched, compared and chosen from" {
+  new_project
+  "$xp" -C proj create synth_1 --flow synth
+  run -0 --separate-stderr "$xp" -C proj sweep night --strategies Default,Performance --seeds 1-3 --to route
+  [ "${#lines[@]}" = 7 ]
+  [ "$stderr" = '6 runs are made. Next: xp launch night' ]
+  run -0 --separate-stderr "$xp" -C proj launch night -j 2
+  # One synthesis for all of them.
+  [ "$(grep -c 'synth_1: done' <<<"$stderr")" = 1 ]
+  [ "$(status_of night_Performance_s3 status)" = "done" ]
+
+  # The seeds reach the tool.
+  grep -rIqE -e "--seed['\", ]+2([^0-9]|\$)" "$project/runs/night_Default_s2"
+  run -1 grep -rIqE -e "--seed['\", ]+2([^0-9]|\$)" "$project/runs/night_Default_s3"
+
+  # Three seeds can't tell a difference that scatters, and each family is told with its median.
+  run -0 --separate-stderr "$xp" -C proj compare night
+  [[ ${lines[0]} == 'Figure '*'night_Default (3 runs)'*'night_Performance (3 runs)'*'night_Performance against night_Default' ]]
+  [[ $output == *'exact signed-rank test (Wilcoxon) of 3 pairs of one seed, at the 5 % level'* ]]
+  [[ $output == *"LUTs "*"no real difference"* ]]
+  "$xp" -C proj compare night --json >families.json
+  "$xp" -C proj compare night --each --json >runs.json
+  "$xp" -C proj best night --by 'fmax max' --require 'slack >= 0' --json >best.json
+  # Medians and the best one are those of the runs' own numbers.
+  python3 - <<'PYTHON'
+import json
+families, runs, best = (json.load(open(name + ".json")) for name in ("families", "runs", "best"))
+fmax = {run["name"]: run["figures"]["fmax"] for run in runs["runs"]}
+assert len(fmax) == 6
+told = next(f for f in families["comparisons"][0]["figures"] if f["figure"] == "fmax")
+assert told["base"]["median"] == sorted(v for n, v in fmax.items() if "_Default_" in n)[1]
+assert told["other"]["median"] == sorted(v for n, v in fmax.items() if "_Performance_" in n)[1]
+assert told["paired"] and told["outcome"] == "cant_tell" and (told["more_seeds"] or 3) >= 3
+assert best["judged"] == 6
+assert best["best"] == [n for n in fmax if fmax[n] == max(fmax.values())]
+PYTHON
+
+  run -0 --separate-stderr "$xp" -C proj best night --families --by 'fmax max' --then 'cells min'
+  [[ ${lines[0]} == 'Best: night_'*' (Fmax '* ]]
+  [[ $output == *'Fmax of night_'*' against night_'*': '*'(exact signed-rank test'* ]]
+
+  # A goal that nothing reaches.
+  run -3 --separate-stderr "$xp" -C proj best night --require 'fmax >= 5000'
+  [ "${lines[0]}" = 'No run meets what is required.' ]
+
+  # Another option of one run makes it stale: it is told and left out.
+  "$xp" -C proj set night_Default_s1 route_design.router=router2
+  run -0 --separate-stderr "$xp" -C proj best night
+  [[ $output == *'night_Default_s1 is left out: its results are stale; bring it up to date: xp launch night_Default_s1'* ]]
+  run -4 --separate-stderr "$xp" -C proj best night_Default_s1
+}
+
+@test "a dry run shows the runs and makes none" {
+  new_project_with_runs
+  cp proj/project.xml before.xml
+  run -0 --separate-stderr "$xp" -C proj sweep night --seeds 1,4 --dry-run
+  [ "${lines[1]}" = 'night_Default_s1  night_Default  Default   synth_1' ]
+  [ "${lines[2]}" = 'night_Default_s4  night_Default  Default   synth_1' ]
+  [ "$stderr" = 'Nothing is made: this is what a sweep would make' ]
+  cmp proj/project.xml before.xml
+}
+
+@test "a sweep of which one run is there makes none" {
+  new_project_with_runs
+  "$xp" -C proj create night_Default_s2 --flow impl
+  cp proj/project.xml before.xml
+  run -6 --separate-stderr "$xp" -C proj sweep night --seeds 1-3
+  [ "$stderr" = 'xp: error: There is a run night_Default_s2 already. Choose another name.' ]
+  cmp proj/project.xml before.xml
+}
+
+@test "a sweep says what is wrong with it" {
+  new_project_with_runs
+  run -2 --separate-stderr "$xp" -C proj sweep night --seeds 1-
+  [[ $stderr == "xp: error: '1-' can't be seeds. "* ]]
+  run -6 --separate-stderr "$xp" -C proj sweep night --flow synth
+  [[ $stderr == 'xp: error: A synthesis has no seed. '* ]]
+  run -6 --separate-stderr "$xp" -C proj sweep impl_1
+  [[ $stderr == 'xp: error: There is a run impl_1 already, '* ]]
+  run -2 --separate-stderr "$xp" -C proj best --by 'fmx max'
+  [[ $stderr == "xp: error: There is no metric 'fmx'. Did you mean 'fmax'? The runs have: fmax, "* ]]
+}
+
+@test "a project with families fits its schema" {
+  command -v xmllint >/dev/null || skip 'no xmllint here'
+  new_project_with_runs
+  "$xp" -C proj sweep night --seeds 1-2
+  xmllint --noout --nonet --schema "$source_dir/data/schemas/project.xsd" proj/project.xml
+  run -0 grep -c ' Sweep="night" Family="night_Default"' proj/project.xml
+  [ "$output" = 2 ]
+}
