@@ -81,6 +81,8 @@ Choice::Step stepOf(const Choice& choice, const SelectionStep& from) {
         !isRequirement && rules.rules[from.index].direction == Rule::kMax,
         {},
         {}};
+    if (from.kind == SelectionStep::kTie)
+        step.text = step.metric.word + (step.isHigherBetter ? " max" : " min");
     for (const std::size_t place : from.left)
         step.left.push_back(choice.judged[place]);
     for (const std::size_t place : from.dropped)

@@ -64,8 +64,8 @@ TEST_F(BestRunTest, TellsWhyThisOneWon) {
 TEST_F(BestRunTest, AmongEqualsTheRulesDecideWithoutTheirTolerance) {
     EXPECT_EQ(choiceLines(chosen({}, {"fmax 0.5"})),
               (Texts{"Best: a (Fmax 100 MHz)",
-                     "  fmax 0.5 leaves 2 of 4: a (100 MHz), b (99.5 MHz); next: c (99.2 MHz)",
-                     "  fmax 0.5, among equals, leaves 1 of 2: a (100 MHz); next: b (99.5 MHz)"}));
+                     "  fmax max 0.5 leaves 2 of 4: a (100 MHz), b (99.5 MHz); next: c (99.2 MHz)",
+                     "  fmax max, among equals, leaves 1 of 2: a (100 MHz); next: b (99.5 MHz)"}));
 }
 
 TEST_F(BestRunTest, WhatNoRuleTellsApartIsBestTogether) {
