@@ -227,6 +227,25 @@ REMOTE
   run_is synth_1 stopped
 }
 
+@test "a project from elsewhere has no host and no command called" {
+  new_syntheses 1
+  gated_tool
+  remote_command
+  "$xp" -C proj launch synth_1 --no-wait --host node7 "${on[@]}" 8>&-
+  tool_started
+  grep -F "node7" "$XDG_CONFIG_HOME/xperiment/launch-ways"
+  cp proj/runs/synth_1/.launch.xml kept
+  sed -i 's/BootId="[^"]*"/BootId="another"/' proj/runs/synth_1/.launch.xml
+  rm "$XDG_CONFIG_HOME/xperiment/launch-ways" hosts/calls
+  "$xp" -C proj status
+  run -6 "$xp" -C proj kill synth_1
+  assert_one_error "Run synth_1 isn't stopped: it was launched" 'you never launched by that'
+  [ ! -e hosts/calls ]
+  cp kept proj/runs/synth_1/.launch.xml
+  run -0 "$xp" -C proj kill synth_1
+  run_is synth_1 stopped
+}
+
 @test "hosts and their numbers are checked" {
   new_syntheses 1
   run -2 "$xp" -C proj launch --host node7:0
