@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <csignal>
+#include <map>
 #include <set>
 #include <system_error>
 
@@ -21,6 +22,9 @@ constexpr long kPatienceMs = 3000;
 /// A killed process that stays longer hangs in the host, on a lost disk.
 constexpr long kKillMs = 5000;
 constexpr long kPauseMs = 10;
+/// What came up behind the request, such as a program by which the tool puts its files in
+/// order, may end by itself.
+constexpr long kNewcomerMs = 200;
 
 std::string list(const std::vector<Entry>& entries) {
     std::string pids;
@@ -93,21 +97,29 @@ bool GroupEnd::isOurs_(const Entry& entry) const {
            processTable().worksIn(entry.pid, folder);
 }
 
-/// Signals what is left, until nothing is or `ms` are over. Each is asked once
-/// and killed again and again: a group may grow meanwhile.
+/// Signals what is left, until nothing is or `ms` are over. Each is asked once, a newcomer
+/// only when it stays, and killed again and again: a group may grow meanwhile.
 bool GroupEnd::endsWithin_(long ms, int number, std::string& message) {
-    const long end = clock().nowMs() + ms;
+    const long start = clock().nowMs();
+    long first = 0;
+    std::map<long, long> seen;
     std::set<long> asked;
     for (;;) {
         std::vector<Entry> left = survivors_();
         if (left.empty())
             return true;
+        const long now = clock().nowMs();
+        first = seen.empty() ? now : first;
         left.erase(std::remove_if(left.begin(), left.end(),
                                   [&](const Entry& entry) {
-                                      return number == SIGTERM && !asked.insert(entry.pid).second;
+                                      const long since = seen.emplace(entry.pid, now).first->second;
+                                      const bool isDue =
+                                          since == first || now - since >= kNewcomerMs;
+                                      return number == SIGTERM &&
+                                             (!isDue || !asked.insert(entry.pid).second);
                                   }),
                    left.end());
-        if (!signal_(left, number, message) || clock().nowMs() >= end)
+        if (!signal_(left, number, message) || now - start >= ms)
             return false;
         clock().sleepMs(kPauseMs);
     }

@@ -94,6 +94,32 @@ TEST_F(KillProcessTest, EndsWhatTheGroupStartsMeanwhile) {
     EXPECT_FALSE(m_host.has(43));
 }
 
+TEST_F(KillProcessTest, LeavesTimeToWhatTheToolStartsToPutItsFilesInOrder) {
+    m_host.add(42, 42, 7, test::Nature::kStubborn);
+    m_clock.onSleep([&] {
+        if (m_clock.sleeps().size() == 1)
+            m_host.add(43, 42, 9);
+        if (m_clock.nowMs() >= 150) {
+            m_host.remove(43);
+            m_host.remove(42);
+        }
+    });
+    EXPECT_TRUE(kill());
+    EXPECT_TRUE(m_host.hasSignalled(42));
+    EXPECT_FALSE(m_host.hasSignalled(43));
+}
+
+TEST_F(KillProcessTest, AsksANewcomerThatStays) {
+    m_host.add(42, 42, 7);
+    m_clock.onSleep([&] {
+        if (m_clock.sleeps().size() == 1)
+            m_host.add(43, 42, 9);
+    });
+    EXPECT_TRUE(kill());
+    EXPECT_THAT(m_host.signals(), ElementsAre(Pair(42, SIGTERM), Pair(43, SIGTERM)));
+    EXPECT_LT(m_clock.nowMs(), 1000);
+}
+
 TEST_F(KillProcessTest, IsDoneWhenAllIsGone) {
     EXPECT_TRUE(kill());
     EXPECT_THAT(m_host.signals(), IsEmpty());

@@ -117,7 +117,7 @@ TEST_F(KillRealProcessTest, EndsWhatItsLeaderLeftBehind) {
 }
 
 TEST_F(KillRealProcessTest, LeavesAloneWhatWorksElsewhereWithoutItsLeader) {
-    start("cd / && sleep 1000 & : >ready; wait");
+    start("here=$PWD; (cd / && : >\"$here/ready\" && exec sleep 1000) & wait");
     ASSERT_EQ(::kill(m_pid, SIGKILL), 0);
     int status = 0;
     while (!m_fork.hasEnded(status))
