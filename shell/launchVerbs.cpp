@@ -92,6 +92,7 @@ public:
         if (chosen.empty())
             throw CommandError(kExitRefused, "The project has no runs. Make one first: xp create "
                                              "synth_1 --flow synth");
+        lookAtBusy_(*project, chosen);
         const RunPlan plan = makePlan(*project, chosen);
         refuseBusy_(plan);
         const HAXPLaunchOptions options = options_();
@@ -107,6 +108,16 @@ public:
 
 private:
     bool isElsewhere_() const { return m_hosts.hasHosts() || m_cluster.hasCluster(); }
+
+    /// What isn't at work any more, though its markers say so, may be launched.
+    static void lookAtBusy_(const Project& project, const Runs& runs) {
+        for (HAXPExpRun* run : runs) {
+            for (HAXPExpRun* each : {run, project.getSynthesisOf(*run)}) {
+                if (each != nullptr && isAtWork(*each))
+                    each->lookForLife();
+            }
+        }
+    }
 
     /// Before anything is touched: a run that is at work isn't launched again.
     static void refuseBusy_(const RunPlan& plan) {

@@ -32,6 +32,7 @@ public:
     int run(const Session& session) override {
         const auto project = Project::open(session.projectDir, Project::kRead);
         const std::vector<HAXPExpRun*> runs = chosenRuns(*project, m_names);
+        lookForLife(runs);
         if (m_json)
             printJson(statusJson(*project, runs));
         else if (runs.empty())

@@ -5,6 +5,7 @@
 #include <memory>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
 
 #include "environment/containers/HSTFwdIter.h"
@@ -24,6 +25,7 @@
 #include "workbench/fileFingerprint.h"
 #include "workbench/ice40/metrics.h"
 #include "workbench/openFlows.h"
+#include "workbench/runEvidence.h"
 
 namespace shell {
 
@@ -67,6 +69,28 @@ nlohmann::json textOrNull(const std::string& text) {
     return text.empty() ? nlohmann::json() : nlohmann::json(text);
 }
 
+/// The words of a reset that keeps the steps before the one that the status is about.
+std::string resetFrom(const HAXPExpRun& run) {
+    const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
+    for (bool isFirst = true; steps->hasNext(); isFirst = false) {
+        const HAXPFlowStep& step = *steps->next()->getFlowStep();
+        if (step.getFlowStepId() == run.getStatus()->getDetailText())
+            return isFirst ? std::string() : " --from " + step.getAbbrev();
+    }
+    return {};
+}
+
+nlohmann::json evidenceJson(const HAXPExpRun& run) {
+    using Verdict = workbench::RunEvidence::Verdict;
+    const workbench::RunEvidence& evidence = run.getEvidence();
+    if (evidence.verdict == Verdict::kNone)
+        return {};
+    const char* verdict = evidence.verdict == Verdict::kAlive  ? "alive"
+                          : evidence.verdict == Verdict::kLost ? "lost"
+                                                               : "unknown";
+    return {{"verdict", verdict}, {"seen", evidence.lines}};
+}
+
 std::string dirOf(const HAXPExpRun& run) {
     std::string dir;
     run.getRunDir(dir);
@@ -92,7 +116,7 @@ std::string statusWord(const HAXPExpRun& run) {
     case HDGUIStatus::statusQueued:
         return "queued";
     case HDGUIStatus::statusRunning:
-        return "running";
+        return run.getStatus()->getText() == HAXPExpRun::kUnknownText ? "unknown" : "running";
     case HDGUIStatus::statusDone:
         return "done";
     case HDGUIStatus::statusError:
@@ -134,14 +158,25 @@ std::string stopPlace(const HAXPExpRun& run) {
 
 std::string adviceFor(const HAXPExpRun& run) {
     const std::string word = statusWord(run);
+    const std::string seen = fmt::format("{}", fmt::join(run.getEvidence().lines, "; "));
+    if (word == "unknown")
+        return fmt::format(
+            "{0} may be at work in {1} or lost: {2}. If you know that it is gone, "
+            "take it back with \"xp reset {0}{3} --force\"; \"xp kill {0}\" stops it.",
+            run.getName(), stepWord(run), seen, resetFrom(run));
     if (word != "lost" && word != "stopped")
         return {};
-    const std::string what = word == "lost"
-                                 ? " was lost in " + stepWord(run) + ": its processes are gone"
-                                 : " stopped" + stopPlace(run);
+    std::string what = word == "lost" ? " was lost in " + stepWord(run) + ": " +
+                                            (seen.empty() ? "its processes are gone" : seen)
+                                      : " stopped" + stopPlace(run);
     return fmt::format("{0}{1}. Go on with \"xp launch {0}\", or take it back with \"xp reset "
-                       "{0}\".",
-                       run.getName(), what);
+                       "{0}{2}\".",
+                       run.getName(), what, word == "lost" ? resetFrom(run) : "");
+}
+
+void lookForLife(const std::vector<HAXPExpRun*>& runs) {
+    for (HAXPExpRun* run : runs)
+        run->lookForLife();
 }
 
 std::vector<const HAXPExpRunStep*> stepsOf(const HAXPExpRun& run) {
@@ -196,6 +231,7 @@ nlohmann::json statusJson(const Project& project, const std::vector<HAXPExpRun*>
                            {"strategy", run->getStrategy()->getName()},
                            {"status", statusWord(*run)},
                            {"step", textOrNull(stepWord(*run))},
+                           {"evidence", evidenceJson(*run)},
                            {"stale", !staleTexts(project, *run).empty()},
                            {"directory", textOrNull(dirOf(*run))},
                            {"log", textOrNull(logPath(*run))},

@@ -21,9 +21,9 @@ std::string flowWord(const HAXPExpRun& run);
 /// The flow called so. @throws CommandError there is none.
 const HAXPFlow& flowOf(const std::string& word);
 
-/// One of "not started", "queued", "running", "done", "failed", "lost" and "stopped".
-/// A lost run's processes went away in the middle of a step, a stopped one's between
-/// two steps.
+/// One of "not started", "queued", "running", "unknown", "done", "failed", "lost" and
+/// "stopped". A lost run's processes went away in the middle of a step, a stopped one's
+/// between two steps; of an unknown one that can't be told.
 std::string statusWord(const HAXPExpRun& run);
 
 /// Whether it is queued or running.
@@ -39,9 +39,13 @@ std::string stepWord(const HAXPExpRun& run);
 /// Where a run stopped: " in place_design", or " before place_design".
 std::string stopPlace(const HAXPExpRun& run);
 
-/// What became of a run that was lost or stopped, and what can be done; empty for every
-/// other.
+/// What became of a run that was lost or stopped, or may be, what speaks for that, and
+/// what can be done; empty for every other.
 std::string adviceFor(const HAXPExpRun& run);
+
+/// Looks whether those of `runs` still live of which the markers leave that open; it may
+/// take a minute for each that isn't on this host.
+void lookForLife(const std::vector<HAXPExpRun*>& runs);
 
 /// The steps of `run` that a launch runs, in order.
 std::vector<const HAXPExpRunStep*> stepsOf(const HAXPExpRun& run);
@@ -50,7 +54,7 @@ std::string logPath(const HAXPExpRun& run);
 /// The bitstream of an implementation that has written it; else empty.
 std::string bitstreamPath(const HAXPExpRun& run);
 
-/// The table of `runs`, and the same as JSON.
+/// The table of `runs`, and the same as JSON, with what lookForLife() saw.
 std::string statusTable(const Project& project, const std::vector<HAXPExpRun*>& runs);
 nlohmann::json statusJson(const Project& project, const std::vector<HAXPExpRun*>& runs);
 

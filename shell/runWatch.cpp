@@ -6,6 +6,7 @@
 #include <ctime>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "runs/base/xperiment/HAXPExpRunStep.h"
 #include "runs/base/xperiment/HAXPFlowStep.h"
@@ -17,6 +18,7 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/OpenStats.h"
+#include "workbench/runEvidence.h"
 
 namespace shell {
 
@@ -52,8 +54,10 @@ std::string resultsOf(const HAXPExpRun& run) {
 RunWatch::End RunWatch::watch(const std::vector<HAXPExpRun*>& runs, const Interrupt& interrupt) {
     std::vector<HAXPExpRun*> waiting = runs;
     while (true) {
-        for (HAXPExpRun* run : waiting)
+        for (HAXPExpRun* run : waiting) {
             run->updateRun();
+            run->lookForLifeNowAndThen();
+        }
         const auto ended = std::stable_partition(waiting.begin(), waiting.end(),
                                                  [](const auto* run) { return isAtWork(*run); });
         for (auto run = ended; run != waiting.end(); ++run)
@@ -113,8 +117,10 @@ std::string failureText(const HAXPExpRun& run) {
     const std::string word = statusWord(run);
     std::string text;
     if (word == "lost")
-        text = fmt::format("Run {} was lost in step {}: its processes are gone.", run.getName(),
-                           stepWord(run));
+        text = fmt::format("Run {} was lost in step {}: {}.", run.getName(), stepWord(run),
+                           run.getEvidence().lines.empty()
+                               ? "its processes are gone"
+                               : fmt::format("{}", fmt::join(run.getEvidence().lines, "; ")));
     else if (word == "stopped")
         text = fmt::format("Run {} stopped{}.", run.getName(), stopPlace(run));
     else

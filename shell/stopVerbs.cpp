@@ -99,7 +99,11 @@ public:
         command.add_option("--from", m_fromStep,
                            "Short name of the first step to take back; all if unsaid");
         command.add_flag("--keep-files", m_keepFiles, "Leave what the steps made");
-        command.add_flag("--kill", m_kill, "Stop the run first if it is at work");
+        auto* kill = command.add_flag("--kill", m_kill, "Stop the run first if it is at work");
+        command
+            .add_flag("--force", m_force,
+                      "Also when it can't be told whether the run is still at work")
+            ->excludes(kill);
     }
 
     int run(const Session& session) override {
@@ -108,7 +112,8 @@ public:
         if (m_kill && isAtWork(run))
             fmt::print(stderr, "{}: {}\n", m_name, stopText(run, workbench::stopRun(run)));
         HSTVector<std::string> errors;
-        const bool ok = workbench::resetRun(*project, run, m_fromStep, !m_keepFiles, errors);
+        const bool ok =
+            workbench::resetRun(*project, run, m_fromStep, !m_keepFiles, errors, m_force);
         for (const std::string& error : errors)
             fmt::print(stderr, "xp: error: {}\n", error);
         if (!ok)
@@ -123,6 +128,7 @@ private:
     std::string m_fromStep;
     bool m_keepFiles = false;
     bool m_kill = false;
+    bool m_force = false;
 };
 
 }  // namespace

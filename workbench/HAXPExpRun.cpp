@@ -3,6 +3,7 @@
 #include "workbench/HAXPExpRun.h"
 
 #include <cstdio>
+#include <cstdlib>
 #include <ctime>
 #include <utility>
 #include <vector>
@@ -14,6 +15,8 @@
 #include "environment/files/HUTFile.h"
 #include "environment/messages/ComMsgMgr.h"
 #include "environment/messages/ComMsgMgrInstance.h"
+#include "environment/process/clock.h"
+#include "environment/process/processTable.h"
 #include "environment/strings/HSTStringUtils.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
 #include "runs/base/xperiment/HAXPFlow.h"
@@ -28,8 +31,10 @@
 #include "workbench/OpenRunInfo.h"
 #include "workbench/launchLease.h"
 #include "workbench/launchMarks.h"
+#include "workbench/runEvidence.h"
 #include "workbench/runGate.h"
 #include "workbench/runLock.h"
+#include "workbench/runProcesses.h"
 
 using workbench::RunLife;
 
@@ -37,6 +42,8 @@ namespace {
 
 /// The script of a run waits at most ten seconds for the run's lock.
 constexpr long kLongestStartSec = 30;
+/// Between two looks of one who polls at a run elsewhere.
+constexpr long kLookPauseMs = 60000;
 
 using StepIter = std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>>;
 
@@ -66,6 +73,7 @@ struct HAXPExpRun::Poll {
     const HAXPExpRunStep* missing = nullptr;
     HAXPExpRunStep* latest = nullptr;
     bool anyDone = false;
+    bool isElsewhere = false;
     bool changed = false;
     bool reportsChanged = false;
 };
@@ -80,6 +88,7 @@ struct HAXPExpRun::Verdict {
 const char HAXPExpRun::kLostText[] = "Lost in";
 const char HAXPExpRun::kStoppedInText[] = "Stopped in";
 const char HAXPExpRun::kStoppedText[] = "Stopped before";
+const char HAXPExpRun::kUnknownText[] = "Unknown in";
 
 struct HAXPExpRun::Extra {
     HAXPStratDB* owner = nullptr;
@@ -88,6 +97,24 @@ struct HAXPExpRun::Extra {
     bool hasWaited = false;
     workbench::RunGate gate;
     workbench::LaunchMarks marks;
+    /// The steps and their codes as the last reading left them.
+    std::vector<std::pair<const HAXPExpRunStep*, int>> seen;
+    /// The step at work in the last reading, and whether that left the run's end open.
+    const HAXPExpRunStep* running = nullptr;
+    bool isOpen = false;
+    /// The signs of the last reading, if they are kept; and those for which nothing of the run
+    /// was found to live on this host, and for which `evidence` holds.
+    std::string signs;
+    std::string goneFor;
+    std::string evidenceFor;
+    workbench::RunEvidence evidence;
+    /// By the clock of those who wait; 0 before the first look.
+    long lastLookMs = 0;
+
+    void forgetEvidence() {
+        evidence = {};
+        evidenceFor.clear();
+    }
 };
 
 HAXPExpRun::HAXPExpRun(const std::string& name, const HAXPStrategy* strategy, HAXPStratDB* owner,
@@ -156,7 +183,8 @@ void HAXPExpRun::updateStatus() {
         clearStatus_();
         return;
     }
-    if (m_extra->gate.isUnchanged(dir))
+    // The last step that began may be gone from the list.
+    if (m_extra->gate.isUnchanged(dir) && seenSteps_() == m_extra->seen)
         return;
     m_extra->gate.open(dir);
     Poll poll;
@@ -169,7 +197,7 @@ void HAXPExpRun::updateStatus() {
     poll.queued = queued;
     RunLife life = RunLife::kUnknown;
     if (poll.failed == nullptr && poll.missing != nullptr) {
-        life = workbench::probeRunLock(dir);
+        life = probe_(dir, poll);
         // Whoever just ended wrote its marker before it let the lock go.
         if (life == RunLife::kGone) {
             const bool changed = poll.changed;
@@ -182,10 +210,54 @@ void HAXPExpRun::updateStatus() {
             readSteps_(dir, poll);
         }
     }
+    poll.isElsewhere = !worksHere_(poll);
+    const bool isOpen = !poll.waiting && poll.failed == nullptr && poll.missing != nullptr;
+    m_extra->signs = isOpen ? signsOf_(poll) : std::string();
+    if (m_extra->evidenceFor != m_extra->signs)
+        m_extra->forgetEvidence();
     const Verdict verdict = decide_(poll, life);
     publish_(poll, verdict);
+    m_extra->seen = seenSteps_();
+    m_extra->running = poll.running;
+    // Of one whose script is about to begin here nothing lives yet.
+    const bool isAboutToBegin = verdict.code == HDGUIStatus::statusQueued && !poll.isElsewhere;
+    m_extra->isOpen = isOpen && !isAboutToBegin && verdict.code != HDGUIStatus::statusNotStarted;
     m_extra->gate.close(!poll.waiting &&
                         (verdict.code == HDGUIStatus::statusDone || poll.failed != nullptr));
+}
+
+void HAXPExpRun::lookForLife() {
+    m_extra->lastLookMs = process::clock().nowMs();
+    m_extra->forgetEvidence();
+    updateStatus();
+    if (!m_extra->isOpen || getRunMode() != kLaunched)
+        return;
+    const std::string signs = m_extra->signs;
+    workbench::RunEvidence found =
+        workbench::gatherEvidence(*this, m_extra->marks.lease(), m_extra->running);
+    // Markers again: one that ended during the look isn't lost.
+    updateStatus();
+    if (!m_extra->isOpen || m_extra->signs != signs)
+        return;
+    m_extra->evidence = std::move(found);
+    m_extra->evidenceFor = signs;
+    updateStatus();
+}
+
+void HAXPExpRun::lookForLifeNowAndThen() {
+    const long now = process::clock().nowMs();
+    if (m_extra->lastLookMs == 0)
+        m_extra->lastLookMs = now;
+    if (!m_extra->isOpen || now - m_extra->lastLookMs < kLookPauseMs)
+        return;
+    const HUTProcessHandle* process =
+        m_extra->running == nullptr ? nullptr : m_extra->running->getProcInfo();
+    if (!workbench::worksHere(m_extra->marks.lease(), process))
+        lookForLife();
+}
+
+const workbench::RunEvidence& HAXPExpRun::getEvidence() const {
+    return m_extra->evidence;
 }
 
 void HAXPExpRun::setRunStatus(HAXPExpRunStep* step, int status) {
@@ -333,9 +405,62 @@ bool HAXPExpRun::isQueued_() const {
         // A cluster takes its time; whether the job is still there only the queue tells.
         if (workbench::isOnCluster(lease.way))
             return true;
+        // By the clock that the lease was made by; that of another host may be an hour off.
+        std::string host;
+        lease.launcher.getHostname(host);
+        return host != process::processTable().hostName() ||
+               std::labs(static_cast<long>(std::time(nullptr)) - lease.time) <= kLongestStartSec;
     }
     // Older than any start takes: whoever made it went away before the script began.
     return std::time(nullptr) - made <= kLongestStartSec;
+}
+
+bool HAXPExpRun::worksHere_(const Poll& poll) const {
+    return workbench::worksHere(m_extra->marks.lease(),
+                                poll.running == nullptr ? nullptr : poll.running->getProcInfo());
+}
+
+/// What a look at the run is good for: the launch, where it stands, and what it wrote.
+std::string HAXPExpRun::signsOf_(const Poll& poll) const {
+    const workbench::LaunchLease* lease = m_extra->marks.lease();
+    std::string signs = lease == nullptr ? std::string() : lease->id;
+    for (const HAXPExpRunStep* step : {poll.running, poll.missing})
+        signs += "/" + (step == nullptr ? std::string() : step->getFlowStep()->getFlowStepId());
+    struct stat log {};
+    if (::stat(pathOf("runme.log").c_str(), &log) == 0)
+        signs += "/" + std::to_string(log.st_size) + "/" + std::to_string(log.st_mtim.tv_sec) +
+                 "." + std::to_string(log.st_mtim.tv_nsec);
+    return signs;
+}
+
+/// What this host tells of the run's life. Its lock alone doesn't do: where it isn't taken, or
+/// was closed, the processes tell.
+RunLife HAXPExpRun::probe_(const std::string& dir, const Poll& poll) {
+    const RunLife lock = workbench::probeRunLock(dir);
+    if (lock != RunLife::kGone)
+        return lock;
+    if (!worksHere_(poll))
+        return RunLife::kUnknown;
+    const std::string signs = signsOf_(poll);
+    if (signs == m_extra->goneFor)
+        return lock;
+    const workbench::LaunchLease* lease = m_extra->marks.lease();
+    const bool lives = (poll.running != nullptr &&
+                        poll.running->getProcInfo()->look() == HUTProcessHandle::Life::kAlive) ||
+                       (lease != nullptr && !workbench::findRunProcesses(dir, lease->id).empty());
+    if (!lives)
+        m_extra->goneFor = signs;
+    return lives ? RunLife::kAlive : RunLife::kGone;
+}
+
+std::vector<std::pair<const HAXPExpRunStep*, int>> HAXPExpRun::seenSteps_() const {
+    std::vector<std::pair<const HAXPExpRunStep*, int>> all;
+    const StepIter steps(createRunStepIter());
+    while (steps->hasNext()) {
+        const HAXPExpRunStep* step = steps->next();
+        all.emplace_back(step, step->getStatus()->getCode());
+    }
+    return all;
 }
 
 /// Whether the request to stop came before the step ended badly.
@@ -352,6 +477,10 @@ bool HAXPExpRun::isStoppedFailure_(const HAXPExpRunStep& failed) const {
                : error.st_mtim.tv_nsec >= stop.st_mtim.tv_nsec;
 }
 
+bool HAXPExpRun::isAskedToStop_() const {
+    return HUTFile::exists(pathOf(xperiment::stopMarker));
+}
+
 HAXPExpRun::Verdict HAXPExpRun::decide_(const Poll& poll, RunLife life) const {
     if (poll.waiting)
         return {HDGUIStatus::statusQueued, "Queued", nullptr};
@@ -360,16 +489,24 @@ HAXPExpRun::Verdict HAXPExpRun::decide_(const Poll& poll, RunLife life) const {
                 isStoppedFailure_(*poll.failed) ? kStoppedInText : "Failed", poll.failed};
     if (poll.missing == nullptr)
         return {HDGUIStatus::statusDone, "Done", nullptr};
-    const bool begun = poll.running != nullptr || poll.anyDone;
+    const bool begun = poll.running != nullptr || poll.anyDone || poll.isElsewhere;
+    using Found = workbench::RunEvidence::Verdict;
+    const Found found = m_extra->evidence.verdict;
     // Steps of an earlier launch may be done while this one has yet to begin.
-    if (poll.queued && poll.running == nullptr)
+    if (poll.queued && poll.running == nullptr && found != Found::kLost)
         return {HDGUIStatus::statusQueued, "Queued", nullptr};
     if (life == RunLife::kUnknown && !begun)
         return {HDGUIStatus::statusNotStarted, "Not started", nullptr};
     const HAXPExpRunStep* at = poll.running != nullptr ? poll.running : poll.missing;
-    if (life == RunLife::kGone) {
-        const bool wasAsked = HUTFile::exists(pathOf(xperiment::stopMarker));
-        const char* within = wasAsked ? kStoppedInText : kLostText;
+    // No step begins any more, wherever the run was to be. One without a lock never began.
+    if (poll.isElsewhere && life != RunLife::kAlive && poll.running == nullptr && isAskedToStop_())
+        return poll.anyDone || HUTFile::exists(pathOf(workbench::kRunLockName))
+                   ? Verdict{HDGUIStatus::statusError, kStoppedText, at}
+                   : Verdict{HDGUIStatus::statusNotStarted, "Not started", nullptr};
+    if (found == Found::kUnknown)
+        return {HDGUIStatus::statusRunning, kUnknownText, at};
+    if (life == RunLife::kGone || (life == RunLife::kUnknown && found == Found::kLost)) {
+        const char* within = isAskedToStop_() ? kStoppedInText : kLostText;
         return {HDGUIStatus::statusError, poll.running != nullptr ? within : kStoppedText, at};
     }
     return {HDGUIStatus::statusRunning, "Running", at};
@@ -397,6 +534,11 @@ void HAXPExpRun::clearStatus_() {
     getStatus()->setDetailText("");
     getStatus()->setCode(HDGUIStatus::statusNotStarted);
     getInfo().clearMetrics();
+    if (getLatestStep() != nullptr)
+        setLatestStep(nullptr);
+    m_extra->running = nullptr;
+    m_extra->isOpen = false;
+    m_extra->forgetEvidence();
     m_extra->gate.forget();
 }
 

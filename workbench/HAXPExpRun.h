@@ -4,6 +4,8 @@
 
 #include <memory>
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "runs/base/xperiment/HAXPExpRunBase.h"
 #include "workbench/WorkbenchExport.h"
@@ -14,6 +16,10 @@ class HAXRReportConfig;
 class OpenRunInfo;
 struct DesignInputs;
 
+namespace workbench {
+struct RunEvidence;
+}
+
 /// A run of the workbench.
 ///
 /// Its status follows from the markers of its steps: failed when one failed, done when
@@ -22,6 +28,9 @@ struct DesignInputs;
 /// between two steps is. A run whose processes are gone without an end is failed, and its text says
 /// that it was lost. One that was asked to stop is failed too, and its text says so; a step that
 /// had failed before stays the cause.
+///
+/// That processes are gone is seen at once when they were on this host. Of a run elsewhere
+/// lookForLife() finds it out; until then it is at work, as its markers say.
 class WORKBENCH_API HAXPExpRun final : public HAXPExpRunBase {
 public:
     /// The texts of the status of a failed run whose processes went away in the middle
@@ -30,6 +39,8 @@ public:
     static const char kLostText[];
     static const char kStoppedInText[];
     static const char kStoppedText[];
+    /// The text of a running one of which a look couldn't tell whether it lives.
+    static const char kUnknownText[];
 
     /// `owner` hears of changes of the run's strategy; it isn't owned and outlives the
     /// run, or is null. The strategies are copied; without a report strategy the run has
@@ -58,6 +69,16 @@ public:
     void updateStatus() override;
     void setRunStatus(HAXPExpRunStep* step, int status) override;
 
+    /// Brings the status up to date and, when the markers say that the run is at work or leave its
+    /// end open, looks for what lives of it: its processes, its lock, and the place that it was
+    /// launched at, which may start other programs and take a minute. What it finds holds for the
+    /// status until a marker changes or the log grows.
+    void lookForLife();
+    /// The same, for those who poll: at most once in a minute, and only for a run elsewhere.
+    void lookForLifeNowAndThen();
+    /// What the last look saw, as long as it holds.
+    const workbench::RunEvidence& getEvidence() const;
+
     /// Whether the last step of the launch, or of the run, is done and the run isn't
     /// stale. Brings status and stale reasons up to date first.
     bool isUpToDate();
@@ -84,9 +105,14 @@ private:
     bool readStep_(const std::string& dir, HAXPExpRunStep& step);
     bool isWaiting_() const;
     bool isQueued_() const;
+    bool isAskedToStop_() const;
     bool isStoppedFailure_(const HAXPExpRunStep& failed) const;
     Verdict decide_(const Poll& poll, workbench::RunLife life) const;
     void publish_(const Poll& poll, const Verdict& verdict);
+    workbench::RunLife probe_(const std::string& dir, const Poll& poll);
+    bool worksHere_(const Poll& poll) const;
+    std::vector<std::pair<const HAXPExpRunStep*, int>> seenSteps_() const;
+    std::string signsOf_(const Poll& poll) const;
     void clearStatus_();
     const HAXPExpRunStep* launchedTo_() const;
     void moveFailMarker_(HAXRReportConfig& report, const std::string& oldName) const;

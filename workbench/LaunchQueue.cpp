@@ -135,6 +135,7 @@ void LaunchQueue::lookAtRunning_(std::vector<Event>& events) {
     const Runs running = m_running;
     for (HAXPExpRun* run : running) {
         run->updateRun();
+        run->lookForLifeNowAndThen();
         if (isAtWork(*run))
             continue;
         remove(m_running, run);
@@ -249,6 +250,7 @@ void LaunchQueue::dropEarlier_() {
     const Runs earlier = m_earlier;
     for (HAXPExpRun* run : earlier) {
         run->updateStatus();
+        run->lookForLifeNowAndThen();
         if (isAtWork(*run))
             continue;
         remove(m_earlier, run);

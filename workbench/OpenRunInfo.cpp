@@ -214,6 +214,15 @@ void OpenRunInfo::clearMetrics() {
     m_extra->madeBy.clear();
 }
 
+void OpenRunInfo::resetRun() {
+    HAXPExpInfoBase::resetRun();
+    setLaunch(0, "");
+    setLaunchedInputs({});
+    setLaunchedFiles({});
+    setLaunchedTools({});
+    clearMetrics();
+}
+
 void OpenRunInfo::updStaleReasons() {
     removeAllStaleReasons();
     m_extra->fileChanges.clear();

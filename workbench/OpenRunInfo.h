@@ -76,6 +76,9 @@ public:
     void readMetrics();
     void clearMetrics();
 
+    /// Forgets also the launch and the numbers of the steps.
+    void resetRun() override;
+
     /// Rebuilds the reasons of every step that has begun: options, contents of files,
     /// inputs and tools that aren't those of the launch. Of a launch without a record of
     /// files those count that are newer. A run that isn't launched has no reasons. Reads

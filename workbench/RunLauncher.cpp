@@ -94,6 +94,11 @@ long timeIn(const HAXPExpRun& run) {
     return seconds;
 }
 
+bool isAtWork(const HAXPExpRun& run) {
+    const int code = run.getStatus()->getCode();
+    return code == HDGUIStatus::statusQueued || code == HDGUIStatus::statusRunning;
+}
+
 /// The status tracking strings of the steps before `first`, of all when that is null.
 std::vector<std::string> stepsBefore(const HAXPExpRun& run, const HAXPExpRunStep* first) {
     std::vector<std::string> names;
@@ -115,6 +120,8 @@ void RunLauncher::launch(HAXPExpRun& run, const workbench::LaunchWay& way,
                          const std::string& userScript) {
     run.updateStatus();
     const bool waits = isEnqueued(run);
+    if (!waits && isAtWork(run))
+        run.lookForLife();
     if (!waits)
         workbench::requireNotAtWork(run);
     checkInputs_(run);

@@ -2,6 +2,8 @@
 // Copyright the Xperiment authors
 #include "workbench/launchDecision.h"
 
+#include <boost/algorithm/string/join.hpp>
+
 #include "environment/errors/HEXUserException.h"
 #include "environment/files/HUTFile.h"
 #include "environment/messages/ComMsgMgr.h"
@@ -14,6 +16,7 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/launchLease.h"
+#include "workbench/runEvidence.h"
 
 namespace workbench {
 
@@ -41,6 +44,9 @@ void requireNotAtWork(const HAXPExpRun& run) {
     const int code = run.getStatus()->getCode();
     if (code != HDGUIStatus::statusRunning && code != HDGUIStatus::statusQueued)
         return;
+    const RunEvidence& evidence = run.getEvidence();
+    if (evidence.verdict == RunEvidence::Verdict::kUnknown)
+        fail("@60-141@%s%s", run.getName(), boost::algorithm::join(evidence.lines, "; "));
     LaunchLease lease;
     const std::string queueMarker = run.getStrategy()->getFlow()->getQueueMarkerName();
     const bool isKnown =

@@ -3,6 +3,10 @@
 #include "workbench/runReset.h"
 
 #include <memory>
+#include <string>
+#include <vector>
+
+#include <boost/algorithm/string/join.hpp>
 
 #include "environment/containers/HSTFwdIter.h"
 #include "environment/errors/HEXUserException.h"
@@ -18,6 +22,7 @@
 #include "workbench/Project.h"
 #include "workbench/launchLease.h"
 #include "workbench/places/hostCalls.h"
+#include "workbench/runEvidence.h"
 #include "workbench/runStop.h"
 #include "workbench/userRunScript.h"
 
@@ -47,14 +52,40 @@ void takeBackJob(HAXPExpRun& run) {
         stopRun(run);
 }
 
-void requireIdle(HAXPExpRun& run) {
+bool isInDoubt(const HAXPExpRun& run) {
+    return run.getEvidence().verdict == RunEvidence::Verdict::kUnknown;
+}
+
+void requireIdle(HAXPExpRun& run, bool evenInDoubt) {
     run.updateStatus();
+    if (evenInDoubt || run.getStatus()->getCode() == HDGUIStatus::statusRunning)
+        run.lookForLife();
+    if (evenInDoubt && isInDoubt(run))
+        return;
     takeBackJob(run);
     const int code = run.getStatus()->getCode();
+    if (code == HDGUIStatus::statusRunning && isInDoubt(run))
+        throw HEXUserException(
+            ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-140@%s%s", run.getName(),
+                              boost::algorithm::join(run.getEvidence().lines, "; ")));
     if (code == HDGUIStatus::statusQueued || code == HDGUIStatus::statusRunning)
         throw HEXUserException(
             ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-52@%s%s", run.getName(),
                               code == HDGUIStatus::statusQueued ? "queued" : "running"));
+}
+
+/// The markers of a launch that may go on somewhere count no more.
+void supersedeLaunch(HAXPExpRun& run, const std::string& fromStep) {
+    LaunchLease lease = makeLease();
+    lease.keptSteps = std::vector<std::string>();
+    const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
+    while (steps->hasNext()) {
+        const HAXPFlowStep& step = *steps->next()->getFlowStep();
+        if (fromStep.empty() || HSTStringUtils::iequals(step.getAbbrev(), fromStep))
+            break;
+        lease.keptSteps->push_back(step.getStatusTrackingStr());
+    }
+    writeLease(run.pathOf(kLeaseName), lease);
 }
 
 void forgetLaunch(HAXPExpRun& run) {
@@ -72,9 +103,11 @@ void forgetLaunch(HAXPExpRun& run) {
 }  // namespace
 
 bool resetRun(Project& project, HAXPExpRun& run, const std::string& fromStep, bool emptyDir,
-              HSTVector<std::string>& errors) {
+              HSTVector<std::string>& errors, bool evenInDoubt) {
     requireStep(run, fromStep);
-    requireIdle(run);
+    requireIdle(run, evenInDoubt);
+    if (isInDoubt(run))
+        supersedeLaunch(run, fromStep);
     std::string dir;
     run.getRunDir(dir);
     const bool ok = run.resetRun(fromStep, errors, emptyDir && HUTFile(dir).isDir(), false, true);

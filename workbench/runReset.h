@@ -17,11 +17,14 @@ namespace workbench {
 /// the short name `fromStep`, to its first one when that is empty, and saves the project. The
 /// markers of these steps go; with `emptyDir` also what they made, and from the first step on the
 /// scripts, the log and the reports. A run that was taken back as a whole isn't launched any more.
+/// With `evenInDoubt` it may be one of which lookForLife() can't tell whether it is at work; what
+/// it then leaves behind doesn't count any more.
 ///
 /// False when something stayed; `errors` then gets a sentence for each, and what could
 /// be reset is reset. Nothing outside of the run directory is touched.
 /// @throws HEXUserException the run has no such step, or is at work; nothing changes.
 WORKBENCH_API bool resetRun(Project& project, HAXPExpRun& run, const std::string& fromStep,
-                            bool emptyDir, HSTVector<std::string>& errors);
+                            bool emptyDir, HSTVector<std::string>& errors,
+                            bool evenInDoubt = false);
 
 }  // namespace workbench

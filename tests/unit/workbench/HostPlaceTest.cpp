@@ -308,6 +308,8 @@ TEST_F(HostPlaceTest, ProvesNothingOnAHostWithoutProgramsToLookWith) {
 
 TEST_F(HostPlaceTest, LeavesARunAloneThatIsNotAtWork) {
     m_dir.unmark(m_run->queueMarkerPath().substr(m_dir.path().size() + 1));
+    m_dir.mark(".ice40_init.begin.rst");
+    m_dir.mark(".ice40_init.error.rst");
     EXPECT_TRUE(stop().wasIdle);
     EXPECT_EQ(m_host.calls(), "");
     EXPECT_FALSE(m_dir.has(".stop.rst"));

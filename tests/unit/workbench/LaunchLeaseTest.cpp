@@ -3,6 +3,7 @@
 #include "workbench/launchLease.h"
 
 #include <string>
+#include <vector>
 
 #include <gtest/gtest.h>
 #include <unistd.h>
@@ -130,6 +131,36 @@ TEST_F(LaunchLeaseTest, WithoutALauncherSaysNothingOfOne) {
     LaunchLease lease;
     ASSERT_TRUE(workbench::readLease(path(), lease));
     EXPECT_EQ(workbench::lookAtLauncher(lease), HUTProcessHandle::Life::kUnknown);
+}
+
+TEST_F(LaunchLeaseTest, KeepsWhichStepsItKept) {
+    LaunchLease written = workbench::makeLease();
+    workbench::writeLease(path(), written);
+    LaunchLease read;
+    ASSERT_TRUE(workbench::readLease(path(), read));
+    EXPECT_FALSE(read.keptSteps.has_value());
+    for (const std::vector<std::string>& kept :
+         {std::vector<std::string>{}, std::vector<std::string>{"ice40_init", "ice40_place"}}) {
+        written.keptSteps = kept;
+        workbench::writeLease(path(), written);
+        ASSERT_TRUE(workbench::readLease(path(), read));
+        ASSERT_TRUE(read.keptSteps.has_value());
+        EXPECT_EQ(*read.keptSteps, kept);
+    }
+}
+
+TEST_F(LaunchLeaseTest, FollowsItsSchema) {
+    LaunchLease lease = workbench::makeLease();
+    lease.isWaiting = true;
+    lease.keptSteps = std::vector<std::string>{"ice40_init", "ice40_place"};
+    using Kind = workbench::LaunchWay::Kind;
+    for (const Kind kind : {Kind::kHere, Kind::kHost, Kind::kLsf, Kind::kSge}) {
+        lease.way = {kind, "node7", "qsub -q \"all\" & <more>", "xp-1"};
+        workbench::writeLease(path(), lease);
+        EXPECT_TRUE(
+            test::reports::isValidBySchema("launch-lease.xsd", m_dir.read(workbench::kLeaseName)));
+    }
+    EXPECT_FALSE(test::reports::isValidBySchema("launch-lease.xsd", "<Launch Version=\"1\"/>"));
 }
 
 }  // namespace

@@ -14,7 +14,6 @@
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "tests/support/MessageRecorder.h"
 #include "tests/support/RunDir.h"
-#include "tests/unit/runs/xpreport/schemaFile.h"
 #include "tests/unit/workbench/TestBench.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
@@ -190,19 +189,6 @@ TEST_F(LaunchMarksTest, OfThisLaunchTellTheProcessThatCanBeLookedAt) {
     EXPECT_EQ(pollAtWork(), "Running place_design");
     EXPECT_EQ(m_run->getLatestStep()->getProcInfo()->getPid(), 2222);
     EXPECT_EQ(m_run->getLatestStep()->getProcInfo()->getEndStamp(), 0);
-}
-
-TEST_F(LaunchMarksTest, AreWrittenToALeaseThatFollowsItsSchema) {
-    lease(kThis, {"ice40_init", "ice40_place"});
-    EXPECT_TRUE(
-        test::reports::isValidBySchema("launch-lease.xsd", m_dir.read(workbench::kLeaseName)));
-    lease(kThis, {});
-    EXPECT_TRUE(
-        test::reports::isValidBySchema("launch-lease.xsd", m_dir.read(workbench::kLeaseName)));
-    workbench::LaunchLease read;
-    ASSERT_TRUE(workbench::readLease(m_dir.path(workbench::kLeaseName), read));
-    ASSERT_TRUE(read.keptSteps.has_value());
-    EXPECT_EQ(*read.keptSteps, std::vector<std::string>{});
 }
 
 }  // namespace

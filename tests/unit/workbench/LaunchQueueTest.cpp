@@ -263,6 +263,9 @@ TEST_F(LaunchQueueTest, RunsOfAnEarlierLaunchCountOnTheirHost) {
     runs.add(m_other);
     EXPECT_EQ(advance(), "");
     lock.reset();
+    EXPECT_EQ(advance(), "");
+    m_bench.folder().mark("proj/runs/synth_1/.ice40_synth.begin.rst");
+    m_bench.folder().mark("proj/runs/synth_1/.ice40_synth.error.rst");
     EXPECT_EQ(advance(), "synth_2 started");
 }
 

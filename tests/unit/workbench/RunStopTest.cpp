@@ -14,6 +14,7 @@
 #include <unistd.h>
 
 #include "environment/errors/HEXError.h"
+#include "environment/errors/HEXUserException.h"
 #include "environment/installation/HUTEnv.h"
 #include "environment/process/HUTFork.h"
 #include "environment/process/HUTSysCall.h"
@@ -296,6 +297,43 @@ TEST_F(RunResetTest, IsDoneForADirectoryThatIsGone) {
     EXPECT_TRUE(reset("", true));
     EXPECT_EQ(m_run.getRunMode(), HAXPExpRun::kNotLaunched);
     EXPECT_FALSE(m_bench.folder().has("proj/runs/gone"));
+}
+
+/// A synthesis in the midst of its only step on a host that can't be seen from here.
+class RunInDoubtTest : public RunResetTest {
+protected:
+    RunInDoubtTest() {
+        m_lease.launcher.setHostname("node7");
+        m_lease.keptSteps = std::vector<std::string>();
+        workbench::writeLease(m_run.pathOf(workbench::kLeaseName), m_lease);
+        m_bench.folder().unmark("proj/runs/synth_1/.ice40_synth.end.rst");
+        m_bench.folder().touch("proj/runs/synth_1/.ice40_synth.begin.rst", 1000);
+        m_bench.folder().touch("proj/runs/synth_1/runme.log", 1000);
+        m_bench.folder().touch("proj/runs/synth_1/.launch.xml", 1000);
+    }
+    workbench::LaunchLease m_lease = workbench::makeLease();
+};
+
+TEST_F(RunInDoubtTest, IsNotResetWithTheReasonAndTheWayOut) {
+    const std::string text = test::thrownText<HEXUserException>([&] { reset("", true); });
+    EXPECT_EQ(text.find("Run synth_1 isn't reset: it may be at work or lost: it works on node7"),
+              0U)
+        << text;
+    EXPECT_NE(text.find("--force"), std::string::npos) << text;
+    EXPECT_TRUE(has(".ice40_synth.begin.rst"));
+}
+
+TEST_F(RunInDoubtTest, IsResetOnRequest) {
+    EXPECT_TRUE(workbench::resetRun(*m_project, m_run, "", true, m_errors, true));
+    EXPECT_EQ(m_run.getRunMode(), HAXPExpRun::kNotLaunched);
+    EXPECT_FALSE(has(".ice40_synth.begin.rst"));
+}
+
+TEST_F(RunInDoubtTest, IsNotResetOnRequestWhileItIsAtWork) {
+    m_bench.folder().mark("proj/runs/synth_1/runme.log", "just now");
+    EXPECT_THROW(workbench::resetRun(*m_project, m_run, "", true, m_errors, true),
+                 HEXUserException);
+    EXPECT_TRUE(has(".ice40_synth.begin.rst"));
 }
 
 }  // namespace
