@@ -56,7 +56,7 @@ void addRule(const std::string& text, bool isFirst, const std::vector<Metric>& k
 std::string whyNotChosen(const ComparedRun& run, const ChoiceRules& rules) {
     for (const auto* metrics : {&rules.requiredMetrics, &rules.ruleMetrics}) {
         for (const Metric& metric : *metrics) {
-            const std::string reason = whyLeftOut(run, metric.figure, metric.label);
+            std::string reason = whyLeftOut(run, metric.figure, metric.label);
             if (!reason.empty())
                 return reason;
         }

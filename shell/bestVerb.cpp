@@ -1,5 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
+#include <algorithm>
 #include <cstdio>
 
 #include <CLI/App.hpp>
@@ -46,13 +47,17 @@ public:
 
     int run(const Session& session) override {
         const auto project = Project::open(session.projectDir, Project::kRead);
-        const std::vector<ComparedRun> runs =
-            comparedRuns(*project, runsToCompare(*project, m_names));
+        const std::vector<ComparedRun> runs = comparedRuns(
+            *project, runsToCompare(*project, m_names), FigureSource::kReportsAndSteps);
         return m_wantsFamilies ? showFamily_(familiesOf(runs)) : show_(chosen_(runs), {});
     }
 
 private:
     Choice chosen_(const std::vector<ComparedRun>& runs) const {
+        // Runs that aren't done tell no figures: a metric of a rule would seem unknown.
+        if (std::none_of(runs.begin(), runs.end(),
+                         [](const auto& run) { return whyNotJudged(run).empty(); }))
+            return choose(runs, ChoiceRules());
         std::vector<std::string> rules{m_by};
         rules.insert(rules.end(), m_then.begin(), m_then.end());
         return choose(runs, readChoiceRules(m_require, rules, runs));

@@ -21,14 +21,16 @@ using Runs = std::vector<const ComparedRun*>;
 /// As many runs are told by name; of more the rest is counted.
 constexpr std::size_t kMostNamed = 5;
 
+std::string moreText(std::size_t count) {
+    return count == 0 ? "" : fmt::format(" and {} more", count);
+}
+
 /// "a (55.2 MHz), b (55 MHz)".
 std::string namedText(const Runs& runs, const Metric& metric) {
     std::vector<std::string> words;
     for (std::size_t i = 0; i < std::min(runs.size(), kMostNamed); ++i)
         words.push_back(fmt::format("{} ({})", runs[i]->name, metricText(*runs[i], metric)));
-    const std::size_t more = runs.size() - words.size();
-    return fmt::format("{}{}", fmt::join(words, ", "),
-                       more == 0 ? "" : fmt::format(" and {} more", more));
+    return fmt::format("{}{}", fmt::join(words, ", "), moreText(runs.size() - words.size()));
 }
 
 /// The values of all rules, each metric once: "Fmax 55.2 MHz, LUTs 120".
@@ -50,12 +52,12 @@ std::string bestLine(const Choice& choice) {
     if (choice.best.empty())
         return "No run meets what is required.";
     std::vector<std::string> names;
-    names.reserve(choice.best.size());
-    for (const ComparedRun* run : choice.best)
-        names.push_back(run->name);
+    for (std::size_t i = 0; i < std::min(choice.best.size(), kMostNamed); ++i)
+        names.push_back(choice.best[i]->name);
     const std::string values = valuesText(choice, *choice.best.front());
     if (names.size() > 1)
-        return fmt::format("Equally good: {} ({})", fmt::join(names, ", "), values);
+        return fmt::format("Equally good: {}{} ({})", fmt::join(names, ", "),
+                           moreText(choice.best.size() - names.size()), values);
     return fmt::format("Best: {} ({})", names.front(), values);
 }
 

@@ -42,12 +42,15 @@ public:
 
     int run(const Session& session) override {
         const auto project = Project::open(session.projectDir, Project::kRead);
-        const std::vector<ComparedRun> runs =
-            comparedRuns(*project, runsToCompare(*project, m_names));
-        const std::vector<ComparedFamily> families = familiesOf(runs);
-        if (!m_wantsRuns && families.size() > 1 && areFamilies(*project, m_names))
-            return showFamilies_(families);
-        return showRuns_(runs);
+        const std::vector<HAXPExpRun*> runs = runsToCompare(*project, m_names);
+        if (!m_wantsRuns && areFamilies(*project, m_names)) {
+            const std::vector<ComparedRun> all =
+                comparedRuns(*project, runs, FigureSource::kReportsAndSteps);
+            const std::vector<ComparedFamily> families = familiesOf(all);
+            if (families.size() > 1)
+                return showFamilies_(families);
+        }
+        return showRuns_(comparedRuns(*project, runs, FigureSource::kReports));
     }
 
 private:

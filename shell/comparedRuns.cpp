@@ -78,6 +78,9 @@ void addStepFigures(const HAXPExpRun& run, ComparedRun& compared) {
             addMissing(compared,
                        {count.name, count.label, static_cast<double>(*value), "", Figure::kLower});
     }
+}
+
+void addRunTime(const HAXPExpRun& run, ComparedRun& compared) {
     double seconds = 0;
     if (OpenStats::valueOf(run, OpenStats::kRunTime, seconds))
         addFigures(compared, {{kTimeFigure, "Run time", seconds, "s", Figure::kLower}});
@@ -104,7 +107,7 @@ std::vector<HAXPExpRun*> runsToCompare(const Project& project,
     return runs;
 }
 
-ComparedRun comparedRun(const Project& project, HAXPExpRun& run) {
+ComparedRun comparedRun(const Project& project, HAXPExpRun& run, FigureSource source) {
     ComparedRun compared;
     compared.name = run.getName();
     compared.status = statusWord(run);
@@ -118,18 +121,20 @@ ComparedRun comparedRun(const Project& project, HAXPExpRun& run) {
     }
     addOptions(run, compared);
     addReportFigures(project, run, compared);
-    addStepFigures(run, compared);
+    if (source == FigureSource::kReportsAndSteps)
+        addStepFigures(run, compared);
+    addRunTime(run, compared);
     return compared;
 }
 
-std::vector<ComparedRun> comparedRuns(const Project& project,
-                                      const std::vector<HAXPExpRun*>& runs) {
+std::vector<ComparedRun> comparedRuns(const Project& project, const std::vector<HAXPExpRun*>& runs,
+                                      FigureSource source) {
     std::vector<ComparedRun> compared;
     compared.reserve(runs.size());
     // They read the same sources.
     const workbench::FileWatch::Moment moment;
     for (HAXPExpRun* run : runs)
-        compared.push_back(comparedRun(project, *run));
+        compared.push_back(comparedRun(project, *run, source));
     return compared;
 }
 

@@ -16,11 +16,15 @@ namespace shell {
 std::vector<HAXPExpRun*> runsToCompare(const Project& project,
                                        const std::vector<std::string>& names);
 
-/// `run` as it is compared: its figures come from its reports, and what no report tells from
-/// the numbers of its steps. Reports that can't be read are told on standard error.
-ComparedRun comparedRun(const Project& project, HAXPExpRun& run);
+/// Where figures come from: the reports of a run, and for what no report tells the numbers
+/// that its steps left.
+enum class FigureSource { kReports, kReportsAndSteps };
+
+/// `run` as it is compared. Reports that can't be read are told on standard error.
+ComparedRun comparedRun(const Project& project, HAXPExpRun& run, FigureSource source);
 
 /// The same of each of `runs`.
-std::vector<ComparedRun> comparedRuns(const Project& project, const std::vector<HAXPExpRun*>& runs);
+std::vector<ComparedRun> comparedRuns(const Project& project, const std::vector<HAXPExpRun*>& runs,
+                                      FigureSource source);
 
 }  // namespace shell

@@ -201,7 +201,7 @@ std::string whyNotJudged(const ComparedRun& run) {
 
 std::string whyLeftOut(const ComparedRun& run, const std::string& figure,
                        const std::string& label) {
-    const std::string reason = whyNotJudged(run);
+    std::string reason = whyNotJudged(run);
     if (!reason.empty() || figureOf(run, figure) != nullptr)
         return reason;
     return fmt::format("no report tells its {}; look at them with: xp report list {}", label,

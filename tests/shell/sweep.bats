@@ -54,6 +54,10 @@ PYTHON
   [[ ${lines[0]} == 'Best: night_'*' (Fmax '* ]]
   [[ $output == *'Fmax of night_'*' against night_'*': '*'(exact signed-rank test'* ]]
 
+  # A metric that there isn't.
+  run -2 --separate-stderr "$xp" -C proj best night --by 'fmx max'
+  [[ $stderr == "xp: error: There is no metric 'fmx'. Did you mean 'fmax'? The runs have: fmax, slack, "* ]]
+
   # A goal that nothing reaches.
   run -3 --separate-stderr "$xp" -C proj best night --require 'fmax >= 5000'
   [ "${lines[0]}" = 'No run meets what is required.' ]
@@ -92,8 +96,18 @@ PYTHON
   [[ $stderr == 'xp: error: A synthesis has no seed. '* ]]
   run -6 --separate-stderr "$xp" -C proj sweep impl_1
   [[ $stderr == 'xp: error: There is a run impl_1 already, '* ]]
-  run -2 --separate-stderr "$xp" -C proj best --by 'fmx max'
-  [[ $stderr == "xp: error: There is no metric 'fmx'. Did you mean 'fmax'? The runs have: fmax, "* ]]
+}
+
+@test "before anything is done there is nothing to choose from" {
+  new_project_with_runs
+  "$xp" -C proj sweep night --seeds 1-2
+  run -6 --separate-stderr "$xp" -C proj best night --by 'cells min'
+  [ "${lines[0]}" = 'No run can be judged.' ]
+  [ "${lines[1]}" = "night_Default_s1 is left out: it isn't done (not started)" ]
+  run -6 --separate-stderr "$xp" -C proj best night --families --by 'cells min'
+  [ "${lines[0]}" = 'No run can be judged.' ]
+  run -6 --separate-stderr "$xp" -C proj best impl_1 --families
+  [[ $stderr == 'xp: error: None of these runs belongs to a family. '* ]]
 }
 
 @test "a project with families fits its schema" {

@@ -134,6 +134,12 @@ TEST_F(BestRunTest, WhereAllIsStaleTheStatusSaysSo) {
     EXPECT_EQ(choiceLines(chosen({}, {"fmax"})).front(), "No run can be judged.");
 }
 
+TEST_F(BestRunTest, WithoutRulesAllThatCanBeJudgedAreBest) {
+    m_runs[0].isDone = false;
+    EXPECT_EQ(choose(m_runs, shell::ChoiceRules()).best.size(), 3U);
+    EXPECT_EQ(choose(m_runs, shell::ChoiceRules()).leftOut.size(), 1U);
+}
+
 TEST_F(BestRunTest, OfManyOnlySomeAreNamed) {
     for (int i = 0; i < 4; ++i)
         m_runs.push_back(doneRun("more" + std::to_string(i), 70, -2, 10));
@@ -143,6 +149,13 @@ TEST_F(BestRunTest, OfManyOnlySomeAreNamed) {
     m_runs.push_back(doneRun("last", 70, -2, 10));
     EXPECT_NE(choiceLines(chosen({"slack >= 0"}, {"fmax"}))[1].find("more3 (-2 ns) and 1 more"),
               std::string::npos);
+}
+
+TEST_F(BestRunTest, OfManyThatAreEqualOnlySomeAreNamed) {
+    for (const char* name : {"e", "f", "g"})
+        m_runs.push_back(doneRun(name, 1, 1, 1));
+    EXPECT_EQ(choiceLines(chosen({}, {"ports min"})).front(),
+              "Equally good: a, b, c, d, e and 2 more (Ports 4)");
 }
 
 TEST_F(BestRunTest, ForScriptsEveryStepHasItsValues) {
