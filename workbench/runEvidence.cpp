@@ -166,7 +166,7 @@ std::optional<long> secondsOfSilence(const std::string& runDir,
     std::optional<long> latest;
     for (const std::string& name : names) {
         struct stat info {};
-        if (stat((runDir + "/" + name).c_str(), &info) == 0)
+        if (stat(xperiment::markerPath(runDir, name).c_str(), &info) == 0)
             latest = std::max(latest.value_or(info.st_mtim.tv_sec), info.st_mtim.tv_sec);
     }
     const std::optional<long> now = latest ? timeIn(runDir) : std::nullopt;

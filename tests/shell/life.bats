@@ -176,6 +176,41 @@ holders_of() {
   run -0 "$xp" -C proj launch synth_1
 }
 
+@test "a lost run is told with what speaks for it and the way back" {
+  new_project_with_runs
+  hold_tool yosys
+  "$xp" -C proj launch synth_1 --no-wait
+  tool_started
+  local pids
+  mapfile -t pids < <(holders_of "$project/runs/synth_1/.run.lock")
+  kill -KILL "${pids[@]}"
+  wait_until run_is synth_1 lost
+  run -0 --separate-stderr "$xp" -C proj status synth_1
+  [[ $stderr == 'synth_1 was lost in synth_design: no process of it is on '*'; process '*' of synth_design is gone; it last wrote '*' ago. Go on with "xp launch synth_1", or take it back with "xp reset synth_1".' ]]
+  run -0 --separate-stderr "$xp" -C proj status synth_1 --json
+  [ "$(json 'j["runs"][0]["evidence"]["verdict"]' <<<"$output")" = lost ]
+}
+
+@test "a run of which nobody can tell whether it lives is unknown, and taken back on request only" {
+  new_project_with_runs
+  "$xp" -C proj launch synth_1
+  # As one looks that is at work on a host that can't be seen from here.
+  rm proj/runs/synth_1/.ice40_synth.end.rst
+  sed -i 's/Host="[^"]*"/Host="node7"/' proj/runs/synth_1/.launch.xml proj/runs/synth_1/.ice40_synth.begin.rst
+  touch -d '2 hours ago' proj/runs/synth_1/.launch.xml proj/runs/synth_1/.ice40_synth.begin.rst proj/runs/synth_1/runme.log
+  run -0 --separate-stderr "$xp" -C proj status synth_1
+  [[ $output == *' unknown '* ]]
+  [[ $stderr == 'synth_1 may be at work in synth_design or lost: it works on node7, which '* ]]
+  run -6 "$xp" -C proj launch synth_1
+  assert_one_error "Run synth_1 isn't launched: it may be at work or lost"
+  run -6 "$xp" -C proj reset synth_1
+  assert_one_error "Run synth_1 isn't reset: it may be at work or lost"
+  run -0 "$xp" -C proj reset synth_1 --force
+  run_is synth_1 'not started'
+  run -0 "$xp" -C proj launch synth_1
+  run_is synth_1 "done"
+}
+
 @test "a run that nobody took up doesn't stay queued" {
   new_project_with_runs
   "$xp" -C proj launch synth_1
