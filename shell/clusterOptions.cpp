@@ -69,8 +69,7 @@ void ClusterOptions::testFolder(const std::string& dir) const {
 }
 
 std::string ClusterOptions::startedText(const HAXPExpRun& run) {
-    std::string dir;
-    run.getRunDir(dir);
+    const std::string dir = run.getDir();
     const std::string id = cluster::readJobId(dir);
     return id.empty() ? "submitted" : "submitted as job " + id;
 }

@@ -113,7 +113,7 @@ private:
     static void lookAtBusy_(const Project& project, const Runs& runs) {
         for (HAXPExpRun* run : runs) {
             for (HAXPExpRun* each : {run, project.getSynthesisOf(*run)}) {
-                if (each != nullptr && isAtWork(*each))
+                if (each != nullptr && each->isAtWork())
                     each->lookForLife();
             }
         }
@@ -295,7 +295,7 @@ public:
         Runs runs = chosenRuns(*project, m_names);
         if (m_names.empty())
             runs.erase(std::remove_if(runs.begin(), runs.end(),
-                                      [](const auto* run) { return !isAtWork(*run); }),
+                                      [](const auto* run) { return !run->isAtWork(); }),
                        runs.end());
         if (runs.empty()) {
             fmt::print(stderr, "No run is at work\n");
@@ -318,7 +318,7 @@ private:
         if (RunWatch(line).watch(runs, interrupt) == RunWatch::kInterrupted) {
             Runs working;
             std::copy_if(runs.begin(), runs.end(), std::back_inserter(working),
-                         [](const auto* run) { return isAtWork(*run); });
+                         [](const auto* run) { return run->isAtWork(); });
             return tellInterrupted(working, {});
         }
         int status = kExitDone;

@@ -69,8 +69,7 @@ ReportEntry entryOf(const HAXPExpRun& run, const RunReports& reports,
     entry.enabled = report.isEnabled();
     entry.isStatic = report.isStaticReport();
     entry.file = report.getReportFile();
-    std::string dir;
-    run.getRunDir(dir);
+    const std::string dir = run.getDir();
     if (!entry.file.empty() && !dir.empty())
         entry.path = run.pathOf(entry.file);
     entry.exists = isFile(entry.path);

@@ -190,8 +190,7 @@ nlohmann::json projectJson(const Project& project) {
 }
 
 std::string runText(const Project& project, HAXPExpRun& run) {
-    std::string dir;
-    run.getRunDir(dir);
+    const std::string dir = run.getDir();
     std::string text = line("Run", run.getName()) + line("Flow", flowWord(run)) +
                        line("Strategy", strategyText(run)) +
                        line("Synthesis", synthesisName(project, run)) +

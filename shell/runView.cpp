@@ -91,12 +91,6 @@ nlohmann::json evidenceJson(const HAXPExpRun& run) {
     return {{"verdict", verdict}, {"seen", evidence.lines}};
 }
 
-std::string dirOf(const HAXPExpRun& run) {
-    std::string dir;
-    run.getRunDir(dir);
-    return dir;
-}
-
 }  // namespace
 
 std::string flowWord(const HAXPExpRun& run) {
@@ -129,10 +123,6 @@ std::string statusWord(const HAXPExpRun& run) {
         return "lost";
     const bool stopped = text == HAXPExpRun::kStoppedText || text == HAXPExpRun::kStoppedInText;
     return stopped ? "stopped" : "failed";
-}
-
-bool isAtWork(const HAXPExpRun& run) {
-    return codeOf(run) == HDGUIStatus::statusQueued || codeOf(run) == HDGUIStatus::statusRunning;
 }
 
 bool isDone(const HAXPExpRun& run) {
@@ -194,12 +184,13 @@ std::vector<const HAXPExpRunStep*> stepsOf(const HAXPExpRun& run) {
 }
 
 std::string logPath(const HAXPExpRun& run) {
-    return dirOf(run).empty() ? std::string() : run.pathOf("runme.log");
+    return run.getDir().empty() ? std::string() : run.pathOf("runme.log");
 }
 
 std::string bitstreamPath(const HAXPExpRun& run) {
     const std::string& name = run.getInfo().getFile(HAXPTypes::FILE_BG_BIN);
-    if (name.empty() || dirOf(run).empty() || run.getInfo().getMetrics().step != "write_bitstream")
+    if (name.empty() || run.getDir().empty() ||
+        run.getInfo().getMetrics().step != "write_bitstream")
         return {};
     return HUTFile::isFile(run.pathOf(name)) ? run.pathOf(name) : std::string();
 }
@@ -233,7 +224,7 @@ nlohmann::json statusJson(const Project& project, const std::vector<HAXPExpRun*>
                            {"step", textOrNull(stepWord(*run))},
                            {"evidence", evidenceJson(*run)},
                            {"stale", !staleTexts(project, *run).empty()},
-                           {"directory", textOrNull(dirOf(*run))},
+                           {"directory", textOrNull(run->getDir())},
                            {"log", textOrNull(logPath(*run))},
                            {"bitstream", textOrNull(bitstreamPath(*run))}};
         for (const auto* stats : {&tableStats(), &otherStats()}) {

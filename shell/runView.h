@@ -26,8 +26,6 @@ const HAXPFlow& flowOf(const std::string& word);
 /// between two steps; of an unknown one that can't be told.
 std::string statusWord(const HAXPExpRun& run);
 
-/// Whether it is queued or running.
-bool isAtWork(const HAXPExpRun& run);
 bool isDone(const HAXPExpRun& run);
 /// Whether it failed, was lost or stopped.
 bool hasFailed(const HAXPExpRun& run);

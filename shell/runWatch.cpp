@@ -59,7 +59,7 @@ RunWatch::End RunWatch::watch(const std::vector<HAXPExpRun*>& runs, const Interr
             run->lookForLifeNowAndThen();
         }
         const auto ended = std::stable_partition(waiting.begin(), waiting.end(),
-                                                 [](const auto* run) { return isAtWork(*run); });
+                                                 [](const auto* run) { return run->isAtWork(); });
         for (auto run = ended; run != waiting.end(); ++run)
             tellEnd(**run);
         waiting.erase(ended, waiting.end());

@@ -109,7 +109,7 @@ public:
     int run(const Session& session) override {
         const auto project = Project::open(session.projectDir, Project::kChange);
         HAXPExpRun& run = project->getRun(m_name);
-        if (m_kill && isAtWork(run))
+        if (m_kill && run.isAtWork())
             fmt::print(stderr, "{}: {}\n", m_name, stopText(run, workbench::stopRun(run)));
         HSTVector<std::string> errors;
         const bool ok =

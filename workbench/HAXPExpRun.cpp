@@ -150,8 +150,7 @@ void HAXPExpRun::clearDirty() {
 
 void HAXPExpRun::renameRun(const std::string& newName) {
     updateStatus();
-    const int code = getStatus()->getCode();
-    if (code == HDGUIStatus::statusRunning || code == HDGUIStatus::statusQueued)
+    if (isAtWork())
         throw HEXUserException(
             ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-96@%s", getName()));
     std::vector<std::pair<HAXRReportConfig*, std::string>> before;
@@ -175,8 +174,7 @@ void HAXPExpRun::publishReports() {
 }
 
 void HAXPExpRun::updateStatus() {
-    std::string dir;
-    getRunDir(dir);
+    const std::string dir = getDir();
     const bool isLaunched = getRunMode() == kLaunched;
     m_extra->hasWaited = m_extra->hasWaited || (!isLaunched && !dir.empty() && isWaiting_());
     if (dir.empty() || (!isLaunched && !m_extra->hasWaited)) {
@@ -277,8 +275,7 @@ bool HAXPExpRun::isUpToDate() {
 }
 
 bool HAXPExpRun::resetFrom(const HAXPExpRunStep* first) {
-    std::string dir;
-    getRunDir(dir);
+    const std::string dir = getDir();
     bool ok = true;
     bool reached = false;
     const StepIter steps(createRunStepIter());
@@ -305,10 +302,19 @@ bool HAXPExpRun::resetFrom(const HAXPExpRunStep* first) {
     return ok;
 }
 
-std::string HAXPExpRun::pathOf(const std::string& name) const {
+bool HAXPExpRun::isAtWork() const {
+    const int code = getStatus()->getCode();
+    return code == HDGUIStatus::statusQueued || code == HDGUIStatus::statusRunning;
+}
+
+std::string HAXPExpRun::getDir() const {
     std::string dir;
     getRunDir(dir);
-    return dir + HUTFile::getDirSeparator() + name;
+    return dir;
+}
+
+std::string HAXPExpRun::pathOf(const std::string& name) const {
+    return getDir() + HUTFile::getDirSeparator() + name;
 }
 
 std::string HAXPExpRun::queueMarkerPath() const {
@@ -556,8 +562,7 @@ const HAXPExpRunStep* HAXPExpRun::launchedTo_() const {
 }
 
 void HAXPExpRun::moveFailMarker_(HAXRReportConfig& report, const std::string& oldName) const {
-    std::string dir;
-    getRunDir(dir);
+    const std::string dir = getDir();
     if (dir.empty() || report.getName() == oldName)
         return;
     const std::string from = pathOf(failMarkerName(oldName));

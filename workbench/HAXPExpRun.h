@@ -88,6 +88,11 @@ public:
     /// False when a marker can't be removed.
     bool resetFrom(const HAXPExpRunStep* first);
 
+    /// Whether the last updateStatus() found it queued or running.
+    bool isAtWork() const;
+
+    /// The run directory; empty when none is assigned.
+    std::string getDir() const;
     /// The path of `name` in the run directory.
     std::string pathOf(const std::string& name) const;
     /// The path of its queue marker, in the run directory.

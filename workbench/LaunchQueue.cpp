@@ -25,11 +25,6 @@ void remove(LaunchQueue::Runs& runs, const HAXPExpRun* run) {
     runs.erase(std::remove(runs.begin(), runs.end(), run), runs.end());
 }
 
-bool isAtWork(const HAXPExpRun& run) {
-    const int code = run.getStatus()->getCode();
-    return code == HDGUIStatus::statusQueued || code == HDGUIStatus::statusRunning;
-}
-
 bool isDone(const HAXPExpRun& run) {
     return run.getStatus()->getCode() == HDGUIStatus::statusDone;
 }
@@ -136,7 +131,7 @@ void LaunchQueue::lookAtRunning_(std::vector<Event>& events) {
     for (HAXPExpRun* run : running) {
         run->updateRun();
         run->lookForLifeNowAndThen();
-        if (isAtWork(*run))
+        if (run->isAtWork())
             continue;
         remove(m_running, run);
         for (Slot& slot : m_slots)
@@ -233,7 +228,7 @@ void LaunchQueue::findEarlier_() {
     for (HAXPExpRun* run : m_project.getRuns()) {
         workbench::LaunchLease lease;
         run->updateStatus();
-        if (!isAtWork(*run) || !workbench::readLeaseOf(*run, lease) || lease.isWaiting ||
+        if (!run->isAtWork() || !workbench::readLeaseOf(*run, lease) || lease.isWaiting ||
             lease.way.kind != workbench::LaunchWay::Kind::kHost)
             continue;
         for (Slot& slot : m_slots) {
@@ -251,7 +246,7 @@ void LaunchQueue::dropEarlier_() {
     for (HAXPExpRun* run : earlier) {
         run->updateStatus();
         run->lookForLifeNowAndThen();
-        if (isAtWork(*run))
+        if (run->isAtWork())
             continue;
         remove(m_earlier, run);
         for (Slot& slot : m_slots)

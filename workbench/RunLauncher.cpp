@@ -48,12 +48,6 @@ template <class... Args> [[noreturn]] void fail(const char* format, const Args&.
     throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, format, args...));
 }
 
-std::string dirOf(const HAXPExpRun& run) {
-    std::string dir;
-    run.getRunDir(dir);
-    return dir;
-}
-
 bool endsWith(const std::string& text, const std::string& tail) {
     return text.size() >= tail.size() &&
            text.compare(text.size() - tail.size(), tail.size(), tail) == 0;
@@ -89,14 +83,9 @@ long timeIn(const HAXPExpRun& run) {
     // Without a sync: only its time counts.
     if (!HUTFile(path).rm() || !HUTFileUtils::rewriteFile(path, "", false) ||
         !HUTFile::getFileStamp(path.c_str(), seconds))
-        fail("@60-43@%s%s", run.getName(), adviceFor(dirOf(run)));
+        fail("@60-43@%s%s", run.getName(), adviceFor(run.getDir()));
     HUTFile(path).rm();
     return seconds;
-}
-
-bool isAtWork(const HAXPExpRun& run) {
-    const int code = run.getStatus()->getCode();
-    return code == HDGUIStatus::statusQueued || code == HDGUIStatus::statusRunning;
 }
 
 /// The status tracking strings of the steps before `first`, of all when that is null.
@@ -120,7 +109,7 @@ void RunLauncher::launch(HAXPExpRun& run, const workbench::LaunchWay& way,
                          const std::string& userScript) {
     run.updateStatus();
     const bool waits = isEnqueued(run);
-    if (!waits && isAtWork(run))
+    if (!waits && run.isAtWork())
         run.lookForLife();
     if (!waits)
         workbench::requireNotAtWork(run);
@@ -149,14 +138,14 @@ void RunLauncher::enqueue(HAXPExpRun& run) {
     try {
         workbench::writeLease(run.queueMarkerPath(), lease);
     } catch (const HXMLException&) {
-        fail("@60-43@%s%s", run.getName(), adviceFor(dirOf(run)));
+        fail("@60-43@%s%s", run.getName(), adviceFor(run.getDir()));
     }
     run.updateStatus();
 }
 
 bool RunLauncher::isEnqueued(const HAXPExpRun& run) {
     workbench::LaunchLease lease;
-    return !dirOf(run).empty() && workbench::readLease(run.queueMarkerPath(), lease) &&
+    return !run.getDir().empty() && workbench::readLease(run.queueMarkerPath(), lease) &&
            lease.isWaiting && lease.launcher.getPid() == getpid() &&
            workbench::lookAtLauncher(lease) == HUTProcessHandle::Life::kAlive;
 }
@@ -174,9 +163,9 @@ void RunLauncher::checkInputs_(const HAXPExpRun& run) const {
 }
 
 void RunLauncher::prepareDirectory_(HAXPExpRun& run) {
-    if (dirOf(run).empty())
+    if (run.getDir().empty())
         HAXPDataMgr::assignRunDir(&run, m_project.getRunsDir());
-    const std::string dir = dirOf(run);
+    const std::string dir = run.getDir();
     workbench::requireScriptPath(dir);
     if (!HUTFile(dir).isDir() && !HUTFile(dir).mkDirRecursive())
         throw HEXUserException(ComMsgMgrInstance("runs", ComMsgMgr::kError, "@36-66@%s", dir));
@@ -186,9 +175,9 @@ void RunLauncher::prepareDirectory_(HAXPExpRun& run) {
 
 void RunLauncher::takeBackSteps_(HAXPExpRun& run, const HAXPExpRunStep* first) {
     if (first != nullptr && !run.resetFrom(first))
-        fail("@60-42@%s%s", run.getName(), dirOf(run));
+        fail("@60-42@%s%s", run.getName(), run.getDir());
     // A run that isn't on a cluster any more must not be killed through it.
-    cluster::removeJobFiles(dirOf(run));
+    cluster::removeJobFiles(run.getDir());
     // A run that begins anew has a log of its own; one that goes on adds to it.
     if (first == run.getFirstStep())
         HUTFile(run.pathOf("runme.log")).rm();
@@ -203,7 +192,7 @@ void RunLauncher::writeScripts_(HAXPExpRun& run, const std::string& userScript) 
         workbench::useRunScript(run, userScript);
     const bool hasWrapper = HUTFile(run.pathOf("ZUMWrap.sh")).size() > 0;
     if (!hasWrapper || !isWhole(run) || !parses(run))
-        fail("@60-43@%s%s", run.getName(), adviceFor(dirOf(run)));
+        fail("@60-43@%s%s", run.getName(), adviceFor(run.getDir()));
 }
 
 void RunLauncher::recordLaunch_(HAXPExpRun& run) {
@@ -230,7 +219,7 @@ void RunLauncher::takeLease_(HAXPExpRun& run, const workbench::LaunchWay& way,
     try {
         workbench::writeLease(run.pathOf(workbench::kLeaseName), m_lease);
     } catch (const HXMLException&) {
-        fail("@60-43@%s%s", run.getName(), adviceFor(dirOf(run)));
+        fail("@60-43@%s%s", run.getName(), adviceFor(run.getDir()));
     }
 }
 

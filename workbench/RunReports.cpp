@@ -112,16 +112,11 @@ std::vector<std::string> optionNames(const HATOptGroup* group) {
     return names;
 }
 
-bool isAtWork(const HAXPExpRun& run) {
-    const int code = run.getStatus()->getCode();
-    return code == HDGUIStatus::statusRunning || code == HDGUIStatus::statusQueued;
-}
-
 /// A launch makes its reports as they were when it began.
 /// @throws HEXUserException the run is at work.
 void requireIdle(HAXPExpRun& run) {
     run.updateStatus();
-    if (isAtWork(run))
+    if (run.isAtWork())
         fail("@60-92@%s", run.getName());
 }
 
@@ -327,8 +322,7 @@ std::string RunReports::refusal_(const HAXRReportConfig& report, bool again) con
 void RunReports::runScript_(const std::string& stepId) const {
     HUTFork script;
     script.addArg(m_run.pathOf(stepId + "_reports.sh"));
-    std::string dir;
-    m_run.getRunDir(dir);
+    const std::string dir = m_run.getDir();
     script.setWorkingDir(dir);
     // What it ends with doesn't count: the reports tell by their files.
     if (script.launch(true, false, false, true) < 0)
@@ -348,8 +342,7 @@ void RunReports::forgetOldFailures_() const {
 }
 
 void RunReports::removeFailMarker_(const std::string& reportName) const {
-    std::string dir;
-    m_run.getRunDir(dir);
+    const std::string dir = m_run.getDir();
     if (!dir.empty())
         HUTFile(markerOf_(reportName)).rm();
 }

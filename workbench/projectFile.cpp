@@ -475,8 +475,7 @@ void ProjectFile::readReports_(const xml::Document& document, const xml::Element
 void ProjectFile::writeRun_(HXMLWriterBase& out, const Project::Entry& entry) const {
     const HAXPExpRun& run = *entry.run;
     const OpenRunInfo& info = run.getInfo();
-    std::string dir;
-    run.getRunDir(dir);
+    const std::string dir = run.getDir();
     out.addAttr(name::kName, run.getName());
     out.addAttr(name::kFlow, entry.flow->getFlowId());
     addIfSet(out, name::kSynthesis, entry.synthesis);

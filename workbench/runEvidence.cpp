@@ -65,12 +65,6 @@ std::optional<long> timeIn(const std::string& folder) {
     return isTold ? std::optional<long>(info.st_mtim.tv_sec) : std::nullopt;
 }
 
-std::string dirOf(const HAXPExpRun& run) {
-    std::string dir;
-    run.getRunDir(dir);
-    return dir;
-}
-
 /// What is written while a run works, in its directory.
 std::vector<std::string> writtenFiles(const HAXPExpRun& run, const HAXPExpRunStep* step) {
     std::vector<std::string> names{"runme.log", kLeaseName,
@@ -138,10 +132,10 @@ RunEvidence gatherEvidence(HAXPExpRun& run, const LaunchLease* lease, const HAXP
     RunEvidence evidence;
     LifeSigns signs;
     signs.isHere = worksHere(lease, step == nullptr ? nullptr : step->getProcInfo());
-    signs.silentSec = secondsOfSilence(dirOf(run), writtenFiles(run, step));
+    signs.silentSec = secondsOfSilence(run.getDir(), writtenFiles(run, step));
     if (signs.isHere || !wroteLately(signs)) {
         askPlace(run, lease, signs, evidence.lines);
-        signs.lock = probeRunLock(dirOf(run));
+        signs.lock = probeRunLock(run.getDir());
         if (!signs.isHere && signs.lock == RunLife::kAlive)
             evidence.lines.emplace_back("its lock is held");
         if (step != nullptr)

@@ -108,8 +108,7 @@ bool resetRun(Project& project, HAXPExpRun& run, const std::string& fromStep, bo
     requireIdle(run, evenInDoubt);
     if (isInDoubt(run))
         supersedeLaunch(run, fromStep);
-    std::string dir;
-    run.getRunDir(dir);
+    const std::string dir = run.getDir();
     const bool ok = run.resetRun(fromStep, errors, emptyDir && HUTFile(dir).isDir(), false, true);
     const bool isWhole =
         fromStep.empty() ||

@@ -13,8 +13,7 @@ namespace workbench {
 
 StopResult stopRun(HAXPExpRun& run) {
     run.updateStatus();
-    std::string dir;
-    run.getRunDir(dir);
+    const std::string dir = run.getDir();
     if (dir.empty()) {
         StopResult result;
         result.wasIdle = true;

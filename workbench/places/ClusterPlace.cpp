@@ -54,12 +54,6 @@ const char* nameOf(const LaunchWay& way) {
     return way.kind == LaunchWay::Kind::kSge ? "the grid engine" : "LSF";
 }
 
-std::string dirOf(const HAXPExpRun& run) {
-    std::string dir;
-    run.getRunDir(dir);
-    return dir;
-}
-
 /// Who submitted the job; empty for this user, or when it can't be told.
 std::string ownerOf(const LaunchLease& lease) {
     constexpr std::size_t kBufferSize = 16384;
@@ -74,12 +68,7 @@ std::string ownerOf(const LaunchLease& lease) {
 }
 
 JobKey keyOf(const HAXPExpRun& run, const LaunchLease& lease) {
-    return {lease.way.jobName, cluster::readJobId(dirOf(run)), ownerOf(lease)};
-}
-
-bool isAtWork(const HAXPExpRun& run) {
-    const int code = run.getStatus()->getCode();
-    return code == HDGUIStatus::statusQueued || code == HDGUIStatus::statusRunning;
+    return {lease.way.jobName, cluster::readJobId(run.getDir()), ownerOf(lease)};
 }
 
 /// LSF makes one line of the words of a command, for a shell.
@@ -90,8 +79,8 @@ bool isPlainWord(const std::string& path) {
 /// A job that didn't write its identifier down when it was submitted does so now.
 void adopt(const HAXPExpRun& run, const std::string& id) {
     std::string reason;
-    if (!id.empty() && HUTFile(dirOf(run)).isDir() && cluster::readJobId(dirOf(run)) != id)
-        cluster::writeJobId(dirOf(run), id, reason);
+    if (!id.empty() && HUTFile(run.getDir()).isDir() && cluster::readJobId(run.getDir()) != id)
+        cluster::writeJobId(run.getDir(), id, reason);
 }
 
 /// Whether the scheduler has answered whoever launches: what it said is written at once.
@@ -108,7 +97,7 @@ bool isBeingSubmitted(const HAXPExpRun& run, const LaunchLease& lease) {
 /// Waits a while for a running job that was asked to end.
 void letEnd(HAXPExpRun& run) {
     const long limit = process::clock().nowMs() + kPatienceMs;
-    while (isAtWork(run) && process::clock().nowMs() < limit) {
+    while (run.isAtWork() && process::clock().nowMs() < limit) {
         process::clock().sleepMs(kPauseMs);
         run.updateStatus();
     }
@@ -121,12 +110,12 @@ ClusterPlace::ClusterPlace() = default;
 ClusterPlace::~ClusterPlace() = default;
 
 void ClusterPlace::complete(const HAXPExpRun& run, LaunchLease& lease) const {
-    lease.way.jobName = schedulerOf(lease.way)->nameFor(run.getName(), dirOf(run), lease.id);
+    lease.way.jobName = schedulerOf(lease.way)->nameFor(run.getName(), run.getDir(), lease.id);
 }
 
 void ClusterPlace::start(HAXPExpRun& run, const LaunchLease& lease) const {
     check(lease.way);
-    const std::string dir = dirOf(run);
+    const std::string dir = run.getDir();
     if (lease.way.kind == LaunchWay::Kind::kLsf && !isPlainWord(dir))
         fail("@60-115@%s%s", run.getName(), dir);
     cluster::removeJobFiles(dir);
@@ -173,7 +162,7 @@ Evidence ClusterPlace::look(HAXPExpRun& run, const LaunchLease& lease) const {
         return evidence;
     // What left the session of a job may outlive it.
     evidence.life = RunLife::kGone;
-    if (!findRunProcesses(dirOf(run), lease.id).empty()) {
+    if (!findRunProcesses(run.getDir(), lease.id).empty()) {
         evidence.life = RunLife::kAlive;
         evidence.lines.emplace_back("a process of it is on this host");
     }
@@ -183,7 +172,7 @@ Evidence ClusterPlace::look(HAXPExpRun& run, const LaunchLease& lease) const {
 StopResult ClusterPlace::stop(HAXPExpRun& run, const LaunchLease& lease) const {
     const std::unique_ptr<Scheduler> scheduler = schedulerOf(lease.way);
     const JobKey key = keyOf(run, lease);
-    if (!isAtWork(run) && (!hasOpenStep(run) || scheduler->look(key).state == JobAnswer::kGone))
+    if (!run.isAtWork() && (!hasOpenStep(run) || scheduler->look(key).state == JobAnswer::kGone))
         return HerePlace::endProcesses(run, lease);
     if (isBeingSubmitted(run, lease))
         fail("@60-114@%s%s", run.getName(), "its job is being submitted right now");

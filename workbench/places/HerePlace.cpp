@@ -31,17 +31,6 @@ namespace workbench {
 
 namespace {
 
-bool isAtWork(const HAXPExpRun& run) {
-    const int code = run.getStatus()->getCode();
-    return code == HDGUIStatus::statusQueued || code == HDGUIStatus::statusRunning;
-}
-
-std::string dirOf(const HAXPExpRun& run) {
-    std::string dir;
-    run.getRunDir(dir);
-    return dir;
-}
-
 /// The host that the run is at work on.
 std::string hostOf(const HAXPExpRun& run, const LaunchLease& lease) {
     std::string host;
@@ -73,7 +62,7 @@ public:
         m_run.getRunDir(m_dir);
     }
 
-    bool isIdle() const { return !isAtWork(m_run) && processes_().empty(); }
+    bool isIdle() const { return !m_run.isAtWork() && processes_().empty(); }
 
     StopResult run() {
         m_start = process::clock().nowMs();
@@ -153,7 +142,7 @@ void HerePlace::start(HAXPExpRun& run, const LaunchLease& lease) const {
     HUTFork script;
     script.setEnvVar(kLaunchVariable, lease.id);
     script.addArg(run.pathOf("runme.sh"));
-    script.setWorkingDir(dirOf(run));
+    script.setWorkingDir(run.getDir());
     if (script.launch(false, true, false, true) < 1)
         throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-44@%s%s",
                                                  run.getName(), script.getError()));
@@ -168,8 +157,8 @@ Evidence HerePlace::look(HAXPExpRun& run, const LaunchLease& lease) const {
             fmt::format("it works on {}, which can't be seen from {}", host, here));
         return evidence;
     }
-    const std::size_t count = findRunProcesses(dirOf(run), lease.id).size();
-    const bool isHeld = probeRunLock(dirOf(run)) == RunLife::kAlive;
+    const std::size_t count = findRunProcesses(run.getDir(), lease.id).size();
+    const bool isHeld = probeRunLock(run.getDir()) == RunLife::kAlive;
     evidence.life = count > 0 || isHeld ? RunLife::kAlive : RunLife::kGone;
     if (count > 0)
         evidence.lines.push_back(
@@ -183,7 +172,7 @@ Evidence HerePlace::look(HAXPExpRun& run, const LaunchLease& lease) const {
 
 StopResult HerePlace::stop(HAXPExpRun& run, const LaunchLease& lease) const {
     const std::string host = hostOf(run, lease);
-    if (isAtWork(run) && host != HUTEnv::getHostName())
+    if (run.isAtWork() && host != HUTEnv::getHostName())
         throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-50@%s%s%s",
                                                  run.getName(), host, HUTEnv::getHostName()));
     return endProcesses(run, lease);

@@ -24,19 +24,8 @@ namespace workbench {
 
 namespace {
 
-std::string dirOf(const HAXPExpRun& run) {
-    std::string dir;
-    run.getRunDir(dir);
-    return dir;
-}
-
 HostCalls callsOf(const HAXPExpRun& run, const LaunchLease& lease) {
-    return {lease.way.command, lease.way.host, dirOf(run), lease.id};
-}
-
-bool isAtWork(const HAXPExpRun& run) {
-    const int code = run.getStatus()->getCode();
-    return code == HDGUIStatus::statusQueued || code == HDGUIStatus::statusRunning;
+    return {lease.way.command, lease.way.host, run.getDir(), lease.id};
 }
 
 [[noreturn]] void refuse(const HAXPExpRun& run, const LaunchLease& lease,
@@ -94,7 +83,7 @@ Evidence judge(const HAXPExpRun& run, const LaunchLease& lease, const HostLook& 
         return evidence;
     }
     HostIdentity claim;
-    const std::string other = readHostClaim(dirOf(run), lease.id, claim)
+    const std::string other = readHostClaim(run.getDir(), lease.id, claim)
                                   ? whyOther(claim, look.host, host, evidence.life)
                                   : std::string();
     if (!other.empty()) {
@@ -120,7 +109,7 @@ bool restoreLease(const HAXPExpRun& run, const LaunchLease& lease) {
 
 bool isClaimed(const HAXPExpRun& run, const LaunchLease& lease) {
     HostIdentity claim;
-    return readHostClaim(dirOf(run), lease.id, claim);
+    return readHostClaim(run.getDir(), lease.id, claim);
 }
 
 void warn(const HAXPExpRun& run, const LaunchLease& lease, const std::string& words) {
@@ -184,7 +173,7 @@ Evidence HostPlace::look(HAXPExpRun& run, const LaunchLease& lease) const {
 StopResult HostPlace::stop(HAXPExpRun& run, const LaunchLease& lease) const {
     StopResult result;
     result.wasIdle =
-        !isAtWork(run) && !hasOpenStep(run) && probeRunLock(dirOf(run)) != RunLife::kAlive;
+        !run.isAtWork() && !hasOpenStep(run) && probeRunLock(run.getDir()) != RunLife::kAlive;
     if (result.wasIdle)
         return result;
     const long start = process::clock().nowMs();
