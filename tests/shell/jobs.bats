@@ -170,7 +170,7 @@ teardown() {
   USER=jane "$xp" -C proj launch synth_1 --no-wait 8>&-
   tool_started
   run -6 "$xp" -C proj launch synth_1
-  assert_one_error "Run synth_1 isn't launched: it is running already, launched by jane on $(hostname) at 20"
+  assert_one_error "Run synth_1 isn't launched: it is running already, launched by $(id -un) on $(hostname) at 20"
 }
 
 @test "the number of jobs is checked" {
