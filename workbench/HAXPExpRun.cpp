@@ -411,6 +411,10 @@ bool HAXPExpRun::isQueued_() const {
         // A cluster takes its time; whether the job is still there only the queue tells.
         if (workbench::isOnCluster(lease.way))
             return true;
+        std::string dir;
+        getRunDir(dir);
+        if (workbench::isAbandoned(dir, lease))
+            return false;
         // By the clock that the lease was made by; that of another host may be an hour off.
         std::string host;
         lease.launcher.getHostname(host);

@@ -23,6 +23,10 @@ namespace {
 /// Tells the wrapper which steps to pass over.
 const char kSkipVariable[] = "XPERIMENT_SKIP_STEPS";
 
+/// What follows would work wherever the script was started.
+constexpr char kNeedDirectory[] = R"(cd "$MQ_PWD" || exit 1
+)";
+
 constexpr char kCleanPaths[] = R"(# An empty element of a search path means the current folder.
 xp_clean() {
   xp_path=$1
@@ -150,7 +154,8 @@ void OpenDataMgr::scriptPreCmds_(HAXPExpRunBase* run, std::string& jsCmds, std::
                                  std::string& htrCmds) {
     const std::string skip = disabledSteps(*run);
     const std::string queueMarker = run->getStrategy()->getFlow()->getQueueMarkerName();
-    shCmds = filled(kCleanPaths, "@BIN@", process::quoteWord(workbench::binDir())) +
+    shCmds = kNeedDirectory +
+             filled(kCleanPaths, "@BIN@", process::quoteWord(workbench::binDir())) +
              filled(kTakeLock, "@LOCK@", workbench::kRunLockName) + takeIdentity() + "rm -f '" +
              queueMarker + "'\n" + linkLog(*run) + kSkipVariable + "='" + skip + "'\nexport " +
              kSkipVariable + "\n" + getStepsLine();

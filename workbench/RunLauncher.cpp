@@ -34,9 +34,11 @@
 #include "workbench/cluster/jobFiles.h"
 #include "workbench/entryRules.h"
 #include "workbench/launchDecision.h"
+#include "workbench/links.h"
 #include "workbench/places/RunPlace.h"
 #include "workbench/places/knownWays.h"
 #include "workbench/reportScript.h"
+#include "workbench/runLock.h"
 #include "workbench/userRunScript.h"
 
 namespace {
@@ -167,8 +169,12 @@ void RunLauncher::prepareDirectory_(HAXPExpRun& run) {
         HAXPDataMgr::assignRunDir(&run, m_project.getRunsDir());
     const std::string dir = run.getDir();
     workbench::requireScriptPath(dir);
+    workbench::requireOwnDirectory(run, "launched");
     if (!HUTFile(dir).isDir() && !HUTFile(dir).mkDirRecursive())
         throw HEXUserException(ComMsgMgrInstance("runs", ComMsgMgr::kError, "@36-66@%s", dir));
+    // The run's script opens them where they are.
+    for (const char* name : {"runme.log", workbench::kRunLockName})
+        workbench::makeWayForFile(run.pathOf(name));
     // An implementation finds the netlist by the directory of its synthesis.
     m_project.tellDependants(run);
 }

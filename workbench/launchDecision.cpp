@@ -3,6 +3,7 @@
 #include "workbench/launchDecision.h"
 
 #include <boost/algorithm/string/join.hpp>
+#include <string>
 
 #include "environment/errors/HEXUserException.h"
 #include "environment/files/HUTFile.h"
@@ -16,6 +17,7 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/launchLease.h"
+#include "workbench/links.h"
 #include "workbench/runEvidence.h"
 
 namespace workbench {
@@ -63,6 +65,13 @@ void requireSources(const HAXPExpRun& run) {
         if (!HUTFile::isFile(source))
             fail("@60-41@%s%s", run.getName(), source);
     }
+}
+
+void requireOwnDirectory(const HAXPExpRun& run, const char* verb) {
+    std::string dir;
+    run.getRunDir(dir);
+    if (!dir.empty() && isLink(dir))
+        fail("@60-150@%s%s%s", run.getName(), verb, dir);
 }
 
 }  // namespace workbench

@@ -22,4 +22,9 @@ WORKBENCH_API void requireNotAtWork(const HAXPExpRun& run);
 /// @throws HEXUserException a source of `run` isn't there, or it has none and needs one.
 WORKBENCH_API void requireSources(const HAXPExpRun& run);
 
+/// What a link leads to is never a run's, whatever stands there. `verb` says what isn't done
+/// to the run, such as "launched".
+/// @throws HEXUserException the run directory is a link.
+WORKBENCH_API void requireOwnDirectory(const HAXPExpRun& run, const char* verb);
+
 }  // namespace workbench

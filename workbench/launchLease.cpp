@@ -22,6 +22,7 @@
 #include "environment/xml/HXMLWriterBase.h"
 #include "environment/xml/xmlDocument.h"
 #include "workbench/HAXPExpRun.h"
+#include "workbench/links.h"
 
 namespace workbench {
 
@@ -182,6 +183,7 @@ LaunchLease makeLease() {
 }
 
 void writeLease(const std::string& path, const LaunchLease& lease) {
+    makeWayForFile(path);
     HXMLWriterBase out(path);
     out.addAttr(name::kVersion, std::to_string(kVersion));
     out.addAttr(name::kMinor, std::to_string(kMinor));

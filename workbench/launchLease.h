@@ -63,7 +63,8 @@ struct LaunchLease {
 /// A lease of this process with an identity of its own.
 WORKBENCH_API LaunchLease makeLease();
 
-/// Writes `lease` to the file `path`, whole or not at all.
+/// Writes `lease` to the file `path`, whole or not at all, in the place of what is there: a
+/// link goes, and what it leads to stays.
 /// @throws HXMLException it can't be written.
 WORKBENCH_API void writeLease(const std::string& path, const LaunchLease& lease);
 

@@ -19,6 +19,7 @@
 #include "runs/base/xperiment/stepMarkers.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/launchLease.h"
+#include "workbench/links.h"
 #include "workbench/places/HerePlace.h"
 #include "workbench/places/RunPlace.h"
 
@@ -54,6 +55,9 @@ bool isSilent(const LifeSigns& signs) {
 
 /// The time of the folder's file system; nothing when no file can be made there.
 std::optional<long> timeIn(const std::string& folder) {
+    // Who only looks leaves alone what a link leads to.
+    if (isLink(folder))
+        return {};
     std::string path = folder + "/.look.XXXXXX";
     const int fd = mkostemp(path.data(), O_CLOEXEC);
     if (fd < 0)

@@ -4,6 +4,7 @@
 
 #include <array>
 #include <cerrno>
+#include <climits>
 #include <csignal>
 #include <cstdlib>
 #include <fstream>
@@ -38,6 +39,13 @@ std::string procPath(long pid, const char* name) {
     return "/proc/" + std::to_string(pid) + "/" + name;
 }
 
+/// What the link `name` in the folder leads to; empty when that can't be told.
+std::string targetOf(int folder, const char* name) {
+    std::array<char, PATH_MAX> target{};
+    const ssize_t size = readlinkat(folder, name, target.data(), target.size());
+    return size < 0 ? std::string() : std::string(target.data(), static_cast<std::size_t>(size));
+}
+
 /// Appends what can be read of the file.
 void appendFile(const std::string& path, std::string& text) {
     const int fd = open(path.c_str(), O_RDONLY | O_CLOEXEC);
@@ -57,6 +65,8 @@ public:
         m_hasLock = ::lstat((runDir + "/" + kRunLockName).c_str(), &info) == 0;
         m_device = info.st_dev;
         m_inode = info.st_ino;
+        if (!m_hasLock)
+            m_lostLock = lostLockOf_(runDir);
         if (!launchId.empty())
             m_entry = std::string(1, '\0') + kLaunchVariable + "=" + launchId + '\0';
     }
@@ -75,17 +85,34 @@ private:
     }
 
     bool holdsLock_(long pid) const {
-        const Dir fds(m_hasLock ? opendir(procPath(pid, "fd").c_str()) : nullptr);
+        const Dir fds(opendir(procPath(pid, "fd").c_str()));
         if (fds == nullptr)
             return false;
         while (const dirent* entry = readdir(fds.get())) {
-            struct stat info {};
-            if (numberOf(entry->d_name) >= 0 &&
-                fstatat(dirfd(fds.get()), entry->d_name, &info, 0) == 0 &&
-                info.st_dev == m_device && info.st_ino == m_inode && writes_(pid, entry->d_name))
+            if (numberOf(entry->d_name) >= 0 && isLock_(dirfd(fds.get()), entry->d_name) &&
+                writes_(pid, entry->d_name))
                 return true;
         }
         return false;
+    }
+
+    bool isLock_(int fds, const char* fd) const {
+        if (!m_hasLock)
+            return !m_lostLock.empty() && targetOf(fds, fd) == m_lostLock;
+        struct stat info {};
+        return fstatat(fds, fd, &info, 0) == 0 && info.st_dev == m_device && info.st_ino == m_inode;
+    }
+
+    /// How the lock of a run directory that is gone shows among the open files of those who
+    /// hold it.
+    static std::string lostLockOf_(const std::string& runDir) {
+        const std::string::size_type slash = runDir.find_last_of('/');
+        std::array<char, PATH_MAX> parent{};
+        if (slash == std::string::npos ||
+            realpath(runDir.substr(0, slash + 1).c_str(), parent.data()) == nullptr)
+            return {};
+        return std::string(parent.data()) + runDir.substr(slash) + "/" + kRunLockName +
+               " (deleted)";
     }
 
     /// The run's script opened the lock for writing; who only asks for it opens it for
@@ -102,6 +129,7 @@ private:
     }
 
     bool m_hasLock = false;
+    std::string m_lostLock;
     dev_t m_device = 0;
     ino_t m_inode = 0;
     /// As it stands in an environment, between the ends of its neighbours.
@@ -141,6 +169,14 @@ void signalRunProcess(long pid, int number, const std::string& runDir,
     }
     syscall(SYS_pidfd_send_signal, fd, number, nullptr, 0);
     close(fd);
+}
+
+bool isAbandoned(const std::string& runDir, const LaunchLease& lease) {
+    if (lease.way.kind != LaunchWay::Kind::kHere)
+        return false;
+    const HUTProcessHandle::Life life = lookAtLauncher(lease);
+    return (life == HUTProcessHandle::Life::kGone || life == HUTProcessHandle::Life::kEarlier) &&
+           findRunProcesses(runDir, lease.id).empty();
 }
 
 }  // namespace workbench

@@ -2,11 +2,15 @@
 // Copyright the Xperiment authors
 #include "workbench/runReset.h"
 
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include <boost/algorithm/string/join.hpp>
+#include <unistd.h>
 
 #include "environment/containers/HSTFwdIter.h"
 #include "environment/errors/HEXUserException.h"
@@ -15,11 +19,14 @@
 #include "environment/messages/ComMsgMgrInstance.h"
 #include "environment/strings/HSTStringUtils.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
+#include "runs/base/xperiment/HAXPFlow.h"
 #include "runs/base/xperiment/HAXPFlowStep.h"
+#include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
+#include "workbench/launchDecision.h"
 #include "workbench/launchLease.h"
 #include "workbench/places/hostCalls.h"
 #include "workbench/runEvidence.h"
@@ -88,6 +95,68 @@ void supersedeLaunch(HAXPExpRun& run, const std::string& fromStep) {
     writeLease(run.pathOf(kLeaseName), lease);
 }
 
+/// Before anything is touched: a run is reset or stays as it is.
+void requireChangeable(const HAXPExpRun& run, const std::string& dir) {
+    if (::access(dir.c_str(), W_OK | X_OK) != 0 && errno != ENOENT)
+        throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-151@%s%s%s",
+                                                 run.getName(), dir, std::strerror(errno)));
+}
+
+/// What a run knows of its launch, which a reset forgets whatever it can remove.
+class LaunchMemory {
+public:
+    explicit LaunchMemory(const HAXPExpRun& run)
+        : m_time(run.getInfo().getLaunchTime()), m_to(run.getInfo().getLaunchedTo()) {
+        if (const HAXPStrategy* snapshot = run.getInfo().getRunSnapshotStrategy()) {
+            m_snapshot = std::make_unique<HAXPStrategy>();
+            m_snapshot->copyStrat(snapshot, true, boost::logic::indeterminate);
+        }
+    }
+    void restore(HAXPExpRun& run) {
+        run.getInfo().setLaunch(m_time, m_to);
+        if (run.getInfo().getRunSnapshotStrategy() == nullptr)
+            run.getInfo().setRunSnapshotStrategy(m_snapshot.release());
+        run.updateStatus();
+    }
+
+private:
+    long m_time;
+    std::string m_to;
+    std::unique_ptr<HAXPStrategy> m_snapshot;
+};
+
+/// The files that a launch makes in the directory of `run`.
+std::vector<std::string> launchFiles(const HAXPExpRun& run) {
+    return {"runme.sh",    "rundef.js",  "runme.bat",
+            "htr.txt",     "ZUMWrap.sh", "ZUMWrap.js",
+            "reports.tcl", kLeaseName,   run.getStrategy()->getFlow()->getQueueMarkerName(),
+            ".launch",     "job.id",     "job.id.log"};
+}
+
+/// Whether `name` is what a killed program left of saving one of `files`: a hidden name
+/// that ends in ten characters of its own.
+bool isLeftover(const std::string& name, const std::vector<std::string>& files) {
+    constexpr std::size_t kTail = 11;
+    if (name.size() <= kTail + 1 || name.front() != '.' || name[name.size() - kTail] != '.' ||
+        name.find_first_not_of("abcdefghijklmnopqrstuvwxyz234567", name.size() - kTail + 1) !=
+            std::string::npos)
+        return false;
+    const std::string file = name.substr(1, name.size() - kTail - 1);
+    return std::find(files.begin(), files.end(), file) != files.end();
+}
+
+void removeLeftovers(const HAXPExpRun& run, const std::string& dir) {
+    const std::vector<std::string> files = launchFiles(run);
+    const std::unique_ptr<HSTFwdIter<HUTFile>> entries(HUTFile(dir).createFileIter());
+    while (entries->hasNext()) {
+        const HUTFile entry = entries->next();
+        std::string name;
+        entry.getName(name);
+        if (isLeftover(name, files))
+            entry.rm();
+    }
+}
+
 void forgetLaunch(HAXPExpRun& run) {
     run.setRunMode(HAXPExpRun::kNotLaunched);
     run.getInfo().setLaunch(0, "");
@@ -105,17 +174,26 @@ void forgetLaunch(HAXPExpRun& run) {
 bool resetRun(Project& project, HAXPExpRun& run, const std::string& fromStep, bool emptyDir,
               HSTVector<std::string>& errors, bool evenInDoubt) {
     requireStep(run, fromStep);
+    requireOwnDirectory(run, "reset");
     requireIdle(run, evenInDoubt);
+    const std::string dir = run.getDir();
+    if (!dir.empty())
+        requireChangeable(run, dir);
     if (isInDoubt(run))
         supersedeLaunch(run, fromStep);
-    const std::string dir = run.getDir();
+    LaunchMemory memory(run);
     const bool ok = run.resetRun(fromStep, errors, emptyDir && HUTFile(dir).isDir(), false, true);
     const bool isWhole =
         fromStep.empty() ||
         HSTStringUtils::iequals(fromStep, run.getFirstStep()->getFlowStep()->getAbbrev());
     // As long as a marker stands, the run is what its markers say.
-    if (ok && isWhole)
+    if (ok && isWhole) {
         forgetLaunch(run);
+        if (emptyDir && HUTFile(dir).isDir())
+            removeLeftovers(run, dir);
+    }
+    if (!ok && run.getRunMode() == HAXPExpRun::kLaunched)
+        memory.restore(run);
     // The reset forgot the files of the run, which are named after the inputs.
     project.setInputs(project.getInputs());
     project.save();

@@ -22,7 +22,8 @@ namespace workbench {
 ///
 /// False when something stayed; `errors` then gets a sentence for each, and what could
 /// be reset is reset. Nothing outside of the run directory is touched.
-/// @throws HEXUserException the run has no such step, or is at work; nothing changes.
+/// @throws HEXUserException the run has no such step, is at work, or its directory is a
+/// link or can't be changed; nothing changes.
 WORKBENCH_API bool resetRun(Project& project, HAXPExpRun& run, const std::string& fromStep,
                             bool emptyDir, HSTVector<std::string>& errors,
                             bool evenInDoubt = false);

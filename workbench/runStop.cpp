@@ -6,6 +6,7 @@
 #include <string>
 
 #include "workbench/HAXPExpRun.h"
+#include "workbench/launchDecision.h"
 #include "workbench/launchLease.h"
 #include "workbench/places/RunPlace.h"
 
@@ -19,6 +20,7 @@ StopResult stopRun(HAXPExpRun& run) {
         result.wasIdle = true;
         return result;
     }
+    requireOwnDirectory(run, "stopped");
     // One that nobody launched may still be at work, started by hand.
     LaunchLease lease;
     readLeaseOf(run, lease);

@@ -33,6 +33,9 @@
 # another launch, no step of this one starts, one that runs is ended within a
 # second, and no marker is touched any more. Without it none of that is looked at.
 #
+# Once the directory isn't there any more, or another one is in its place, the command
+# is ended within a second too: nobody could see it, or stop it.
+#
 # The status is that of the command, 128 and its number for a signal, 2 for a
 # wrong call, or 1 if the step can't start, was stopped, or isn't safely on disk.
 #
@@ -58,6 +61,13 @@ system() {
 
 stands() {
   [ -e "$1" ] || [ -L "$1" ]
+}
+
+# Whether the directory that this script works in is still the one of its name.
+is_in_place() {
+  # Beyond the standard, but dash, bash, ksh, zsh and busybox know it.
+  # shellcheck disable=SC3013
+  [ . -ef "$PWD" ]
 }
 
 # --- the launch --------------------------------------------------------------
@@ -321,6 +331,8 @@ look() {
     z_why='its run was launched anew'
   elif [ "$z_limit" = 0 ]; then
     z_why='it outlived the signal'
+  elif ! is_in_place; then
+    z_why='its run directory is gone'
   elif ! kill -0 $$ 2>/dev/null; then
     z_why='its wrapper was killed'
   fi
@@ -437,6 +449,7 @@ judge() {
     z_status=$((128 + z_number))
   elif [ -n "$z_stopped" ]; then
     z_reason='a stop was requested'
+    is_in_place || z_reason='its run directory is gone'
     [ "$z_status" != 0 ] || z_status=1
   elif [ "$z_status" -gt 128 ]; then
     z_reason="killed by signal $((z_status - 128))"

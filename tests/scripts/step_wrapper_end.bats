@@ -189,6 +189,32 @@ P
   [ "$(markers)" = '.tool.begin.rst .tool.error.rst ' ]
 }
 
+# --- a directory that is gone -------------------------------------------------------
+
+@test "a step whose directory is removed ends its command" {
+  program tool <<<'trap "" TERM; hold & i_am tool; hold'
+  start_wrap tool
+  until_it_is tool
+  rm -r "$run_dir"
+  finish_wrap
+  [ "$status" != 0 ]
+  group_is_gone "$pid"
+}
+
+@test "a step whose directory is moved away fails there, and touches none in its place" {
+  program tool <<<'hold & i_am tool; hold'
+  start_wrap tool
+  until_it_is tool
+  mv "$run_dir" "$run_dir.moved"
+  mkdir "$run_dir"
+  finish_wrap
+  [ "$status" != 0 ]
+  group_is_gone "$pid"
+  [ -z "$(ls -A "$run_dir")" ]
+  [ "$(<"$run_dir.moved/.tool.error.rst")" = 'its run directory is gone' ]
+  [ ! -e "$run_dir.moved/.tool.end.rst" ]
+}
+
 # --- stop requests ------------------------------------------------------------------
 
 @test "no step starts while a stop is requested" {

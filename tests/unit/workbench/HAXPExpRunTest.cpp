@@ -147,6 +147,24 @@ TEST_F(RunStatusTest, IsStoppedWhenNobodyTookUpTheQueueMarker) {
     EXPECT_EQ(poll(), "Stopped before init_design (5)");
 }
 
+TEST_F(RunStatusTest, IsStoppedAtOnceWhenItsLauncherWentBeforeItsScriptBegan) {
+    workbench::LaunchLease lease = workbench::makeLease();
+    workbench::writeLease(m_dir.path(queueMarker()), lease);
+    lockFree();
+    EXPECT_EQ(poll(), "Queued (1)");
+    lease.launcher.setStartTicks(lease.launcher.getStartTicks() + 1);
+    workbench::writeLease(m_dir.path(queueMarker()), lease);
+    EXPECT_EQ(poll(), "Stopped before init_design (5)");
+}
+
+TEST_F(RunStatusTest, IsQueuedWhenNobodyHereCanTellOfItsLauncher) {
+    workbench::LaunchLease lease = workbench::makeLease();
+    lease.launcher.setHostname("far.away");
+    workbench::writeLease(m_dir.path(queueMarker()), lease);
+    lockFree();
+    EXPECT_EQ(poll(), "Queued (1)");
+}
+
 TEST_F(RunStatusTest, RunsFromTheMomentItsScriptHoldsTheLock) {
     const test::HeldRunLock lock(m_dir.path());
     EXPECT_EQ(poll(), "Running init_design (2)");

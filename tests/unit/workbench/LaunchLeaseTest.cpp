@@ -11,6 +11,7 @@
 #include "environment/process/userName.h"
 #include "tests/support/RunDir.h"
 #include "tests/unit/runs/xpreport/schemaFile.h"
+#include "workbench/links.h"
 
 namespace {
 
@@ -86,6 +87,18 @@ TEST_F(LaunchLeaseTest, NamesItsUserWhateverTheEnvironmentSays) {
     EXPECT_FALSE(user.empty());
     EXPECT_EQ(process::userName(-1), "");
     EXPECT_EQ(process::userName(4123456789), "");
+}
+
+TEST_F(LaunchLeaseTest, TakesThePlaceOfALinkAndLeavesWhatThatLeadsTo) {
+    m_dir.mark("precious", "precious");
+    ASSERT_EQ(symlink(m_dir.path("precious").c_str(), m_dir.path("lease").c_str()), 0);
+    const workbench::LaunchLease lease = workbench::makeLease();
+    workbench::writeLease(m_dir.path("lease"), lease);
+    workbench::LaunchLease read;
+    EXPECT_TRUE(workbench::readLease(m_dir.path("lease"), read));
+    EXPECT_EQ(read.id, lease.id);
+    EXPECT_FALSE(workbench::readLease(m_dir.path("precious"), read));
+    EXPECT_FALSE(workbench::isLink(m_dir.path("lease")));
 }
 
 TEST_F(LaunchLeaseTest, KnowsThisProcessAsAlive) {

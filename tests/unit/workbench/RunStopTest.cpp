@@ -49,6 +49,9 @@ protected:
     ~RunProcessTest() override {
         for (const auto& shell : m_shells)
             kill(static_cast<pid_t>(shell.pid), SIGKILL);
+        // The next test is to find none of them.
+        for (std::size_t index = 0; index < m_shells.size(); ++index)
+            hasEnded(index);
     }
 
     /// Starts a shell, in a session of its own, with the commands and a pause that ends
@@ -111,6 +114,12 @@ TEST_F(RunProcessTest, OfAnotherLaunchIsNone) {
     EXPECT_TRUE(found(kId).empty());
 }
 
+TEST_F(RunProcessTest, IsFoundByItsLockWhenTheRunDirectoryIsGone) {
+    const long pid = start("mkdir run; cd run; " + kHoldLock + "; cd ..; rm -r run");
+    start("mkdir other; cd other; " + kHoldLock + "; cd ..; rm -r other");
+    EXPECT_EQ(workbench::findRunProcesses(m_dir.path("run"), ""), std::vector<long>{pid});
+}
+
 TEST_F(RunProcessTest, ThatOnlyAsksForTheLockIsNone) {
     m_dir.mark(workbench::kRunLockName);
     start(std::string("exec 9<") + workbench::kRunLockName);
@@ -121,6 +130,18 @@ TEST_F(RunProcessTest, IsNeverThisOne) {
     const int fd = open(m_dir.path(workbench::kRunLockName).c_str(), O_WRONLY | O_CREAT, 0600);
     EXPECT_TRUE(found().empty());
     close(fd);
+}
+
+TEST_F(RunProcessTest, ThatCarriesTheLaunchKeepsItFromBeingAbandoned) {
+    workbench::LaunchLease lease = workbench::makeLease();
+    EXPECT_FALSE(workbench::isAbandoned(m_dir.path(), lease));
+    lease.launcher.setStartTicks(lease.launcher.getStartTicks() + 1);
+    EXPECT_TRUE(workbench::isAbandoned(m_dir.path(), lease));
+    lease.way.kind = workbench::LaunchWay::Kind::kHost;
+    EXPECT_FALSE(workbench::isAbandoned(m_dir.path(), lease));
+    lease.way.kind = workbench::LaunchWay::Kind::kHere;
+    start("", lease.id);
+    EXPECT_FALSE(workbench::isAbandoned(m_dir.path(), lease));
 }
 
 TEST_F(RunProcessTest, IsSignalledOnlyWhenItBelongsToTheRun) {
@@ -257,6 +278,22 @@ TEST_F(RunResetTest, MakesARunThatIsNotLaunchedAndKnowsItsFiles) {
     EXPECT_EQ(m_run.getInfo().getFile(HAXPTypes::FILE_KDS_DCP), "blinky.json");
 }
 
+TEST_F(RunResetTest, TakesWhatAKilledProgramLeftOfALaunch) {
+    const std::vector<std::string> left = {"..launch.xml.abcdefghij", ".runme.sh.2345672345",
+                                           "..iCE40_Synthesis.queue.rst.abcdefghij"};
+    const std::vector<std::string> mine = {".mine.v.abcdefghij", ".runme.sh.ABCDEFGHIJ",
+                                           ".runme.sh.abcdefghi", "runme.sh.abcdefghij"};
+    for (const std::string& name : left)
+        mark(name);
+    for (const std::string& name : mine)
+        mark(name);
+    EXPECT_TRUE(reset("", true));
+    for (const std::string& name : left)
+        EXPECT_FALSE(has(name)) << name;
+    for (const std::string& name : mine)
+        EXPECT_TRUE(has(name)) << name;
+}
+
 TEST_F(RunResetTest, CanLeaveTheFiles) {
     EXPECT_TRUE(reset("", false));
     EXPECT_FALSE(has(".ice40_synth.end.rst"));
@@ -275,6 +312,13 @@ TEST_F(RunResetTest, TellsOfAMarkerThatStaysAndKeepsTheStatus) {
     EXPECT_EQ(m_run.getRunMode(), HAXPExpRun::kLaunched);
     m_run.updateStatus();
     EXPECT_EQ(m_run.getStatus()->getCode(), HDGUIStatus::statusDone);
+    EXPECT_EQ(m_run.getInfo().getLaunchTime(), 1000);
+    // Whoever opens the project next sees the same.
+    m_project.reset();
+    const auto again = Project::open(m_bench.path("proj"), Project::kRead);
+    HAXPExpRun& run = again->getRun("synth_1");
+    run.updateStatus();
+    EXPECT_EQ(run.getStatus()->getCode(), HDGUIStatus::statusDone);
 }
 
 TEST_F(RunResetTest, RefusesAStepThatIsNotThere) {
