@@ -86,8 +86,6 @@ TOOL
   done
   "$xp" -C proj status
   assert_canaries
-  "$xp" -C proj status
-  assert_canaries
 }
 
 @test "the folder of all runs may be a link: runs are launched, taken back and stopped there" {
