@@ -7,12 +7,7 @@
 
 load xp.bash
 
-setup_file() {
-  local tool
-  for tool in yosys nextpnr-ice40 icepack icetime; do
-    command -v $tool >/dev/null || skip "$tool is missing"
-  done
-}
+setup_file() { need_tools; }
 
 @test "Verilog with a syntax error" {
   echo 'module blinky (input clk; endmodule' >blinky.v

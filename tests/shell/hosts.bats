@@ -7,17 +7,11 @@
 
 load xp.bash
 
-setup_file() {
-  local tool
-  for tool in yosys nextpnr-ice40 icepack icetime; do
-    command -v $tool >/dev/null || skip "$tool is missing"
-  done
-}
+setup_file() { need_tools; }
 
 teardown() {
-  release_tool fail
   remote_command 2>/dev/null || :
-  "$xp" -C "$project" kill --all 2>/dev/null || :
+  end_runs
 }
 
 # Makes the remote command the script on standard input, or one that runs its word. It finds

@@ -9,12 +9,7 @@ load xp.bash
 # What a launched run has until its script begins.
 queue_marker=.iCE40_Synthesis.queue.rst
 
-setup_file() {
-  local tool
-  for tool in yosys nextpnr-ice40 icepack icetime; do
-    command -v $tool >/dev/null || skip "$tool is missing"
-  done
-}
+setup_file() { need_tools; }
 
 # Starts xp in the background; sets xp_pid.
 xp_in_background() {

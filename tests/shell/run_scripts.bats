@@ -6,17 +6,9 @@
 
 load xp.bash
 
-setup_file() {
-  local tool
-  for tool in yosys nextpnr-ice40 icepack icetime; do
-    command -v $tool >/dev/null || skip "$tool is missing"
-  done
-}
+setup_file() { need_tools; }
 
-teardown() {
-  release_tool fail
-  "$xp" -C "$project" kill --all 2>/dev/null || :
-}
+teardown() { end_runs; }
 
 # Makes the script $1, which does what standard input says and then has the wrapper run a
 # program of the user's in the place of the synthesis.

@@ -6,12 +6,7 @@
 
 load xp.bash
 
-setup_file() {
-  local tool
-  for tool in yosys nextpnr-ice40 icepack icetime; do
-    command -v $tool >/dev/null || skip "$tool is missing"
-  done
-}
+setup_file() { need_tools; }
 
 launched_project() {
   new_project_with_runs

@@ -6,12 +6,7 @@
 
 load xp.bash
 
-setup_file() {
-  local tool
-  for tool in yosys nextpnr-ice40 icepack icetime; do
-    command -v $tool >/dev/null || skip "$tool is missing"
-  done
-}
+setup_file() { need_tools; }
 
 @test "two strategies with three seeds each are launched, compared and chosen from" {
   new_project

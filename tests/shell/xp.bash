@@ -27,6 +27,20 @@ teardown() {
   release_tool fail
 }
 
+# For a file of tests over the real tools: skips it, and says so, where one is missing.
+need_tools() {
+  local tool
+  for tool in yosys nextpnr-ice40 icepack icetime; do
+    command -v $tool >/dev/null || skip "$tool is missing"
+  done
+}
+
+# For a teardown: nothing of the project goes on.
+end_runs() {
+  release_tool fail
+  "$xp" -C "$project" kill --all 2>/dev/null || :
+}
+
 # A project "proj" over blinky.
 new_project() {
   "$xp" new proj --top blinky --source blinky.v --constraints blinky.pcf "$@" 2>/dev/null
