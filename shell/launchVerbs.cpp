@@ -308,6 +308,11 @@ public:
                                                "{}",
                                                run->getName(), run->getName()));
         }
+        // One that is lost elsewhere would be waited for in vain.
+        for (HAXPExpRun* run : runs) {
+            if (run->isAtWork())
+                run->lookForLife();
+        }
         return waitFor_(*project, runs);
     }
 

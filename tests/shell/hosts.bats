@@ -201,6 +201,33 @@ TOOL
   wait_until run_is synth_1 stopped
 }
 
+@test "a run that died on its host without a word isn't waited for" {
+  as_root -u
+  new_syntheses 1
+  gated_tool
+  remote_command - <<'REMOTE'
+export host=$1 word=$2
+exec unshare -u sh -c 'hostname "$host" && exec sh -c "$word"'
+REMOTE
+  jobs_in_background --host node7 "${on[@]}"
+  tool_started
+  kill -KILL "$xp_pid"
+  read_launch synth_1
+  wait_until no_survivor
+  find proj/runs/synth_1 -exec touch -h -d '5 minutes ago' {} +
+  run_is synth_1 lost
+  run -1 "$xp" -C proj wait synth_1
+  assert_one_error 'Run synth_1 was lost in step synth_design' 'no process of it is on node7'
+}
+
+# Kills what there is of the launch; fails when there was something.
+no_survivor() {
+  local found
+  found=$(survivors)
+  # shellcheck disable=SC2086
+  [ -z "$found" ] || { kill -KILL $found 2>/dev/null; return 1; }
+}
+
 @test "a host of another name is asked under the name that it was given" {
   as_root -u
   new_syntheses 1
