@@ -15,7 +15,8 @@ sweep() {
   may_trace
   local kinds=()
   [ -z "$victim" ] || kinds=("$victim")
-  [ -z "$victim" ] || step=${SWEEP_STEP:-4}
+  [ -z "$victim" ] || step=4
+  step=${SWEEP_STEP:-$step}
   for ((number = 1; ; number += step)); do
     prepare
     status=0
@@ -35,7 +36,7 @@ sweep() {
   [ "$(ls -A $run_dir)" = .run.lock ] || { ls -A $run_dir; return 1; }
   echo "# ${victim:-xp} $*: $tries kills" >&3
   # A sweep that comes nowhere shows nothing.
-  [ "$tries" -ge "$least" ]
+  [ $((tries * step)) -ge "$least" ]
 }
 
 # The status is one that can be true when nothing lives any more, and "done" only of what
