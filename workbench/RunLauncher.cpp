@@ -125,8 +125,17 @@ void RunLauncher::launch(HAXPExpRun& run, const workbench::LaunchWay& way,
     writeScripts_(run, userScript);
     if (waits && !isEnqueued(run))
         fail("@60-54@%s", run.getName());
-    recordLaunch_(run);
-    start_(run);
+    // Before the record: a launch that is killed behind that was still to begin.
+    showQueued_(run);
+    try {
+        recordLaunch_(run);
+        start_(run);
+    } catch (const HEXUserException&) {
+        HUTFile(run.queueMarkerPath()).rm();
+        run.setRunMode(HAXPExpRun::kNotLaunched);
+        run.getInfo().setLaunch(0, "");
+        throw;
+    }
 }
 
 void RunLauncher::enqueue(HAXPExpRun& run) {
@@ -229,16 +238,18 @@ void RunLauncher::takeLease_(HAXPExpRun& run, const workbench::LaunchWay& way,
     }
 }
 
+/// The marker holds the lease too, unsynced: it only shows the moment until the script
+/// begins, or doesn't.
+void RunLauncher::showQueued_(HAXPExpRun& run) {
+    HUTFile(run.pathOf(workbench::kLeaseName))
+        .copyTo(run.queueMarkerPath(), HUTFile::kReplaceExisting);
+}
+
 void RunLauncher::start_(HAXPExpRun& run) {
-    const std::string marker = run.queueMarkerPath();
-    // It holds the lease too, unsynced: it only shows the moment until the script begins, or
-    // doesn't.
-    HUTFile(run.pathOf(workbench::kLeaseName)).copyTo(marker, HUTFile::kReplaceExisting);
     try {
         workbench::rememberWay(m_lease.way);
         workbench::RunPlace::of(m_lease)->start(run, m_lease);
     } catch (const HEXUserException&) {
-        HUTFile(marker).rm();
         run.setRunMode(HAXPExpRun::kNotLaunched);
         run.getInfo().setLaunch(0, "");
         m_project.save();

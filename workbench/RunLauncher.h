@@ -47,6 +47,7 @@ private:
     void writeScripts_(HAXPExpRun& run, const std::string& userScript);
     void recordLaunch_(HAXPExpRun& run);
     void takeLease_(HAXPExpRun& run, const workbench::LaunchWay& way, const HAXPExpRunStep* first);
+    void showQueued_(HAXPExpRun& run);
     void start_(HAXPExpRun& run);
 
     Project& m_project;

@@ -3,12 +3,14 @@
 #include "workbench/RunLauncher.h"
 
 #include <cerrno>
+#include <cstdio>
 #include <memory>
 #include <string>
 
 #include <gtest/gtest.h>
 
 #include "environment/errors/HEXError.h"
+#include "environment/files/HUTFile.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "tests/support/FaultyDisk.h"
 #include "tests/support/thrownText.h"
@@ -16,6 +18,7 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
+#include "workbench/launchLease.h"
 #include "workbench/openFlows.h"
 
 namespace {
@@ -109,6 +112,18 @@ TEST_F(LaunchRefusalTest, AScriptThatCanNotBeWritten) {
               "whole. Check that you may write to " +
                   runDir() + " and that it has room, then launch again.");
     EXPECT_EQ(m_synthesis.getRunMode(), HAXPExpRun::kNotLaunched);
+}
+
+TEST_F(LaunchRefusalTest, AProjectThatCanNotBeSavedLeavesTheRunUnqueued) {
+    const std::string file = m_bench.path("proj/project.xml");
+    ASSERT_EQ(std::rename(file.c_str(), (file + ".away").c_str()), 0);
+    m_bench.folder().folder("proj/project.xml/in the way");
+    EXPECT_NE(refusal(m_synthesis).find("can't be saved"), std::string::npos);
+    EXPECT_FALSE(HUTFile::exists(m_synthesis.queueMarkerPath()));
+    EXPECT_EQ(m_synthesis.getRunMode(), HAXPExpRun::kNotLaunched);
+    EXPECT_TRUE(HUTFile::exists(m_synthesis.pathOf(workbench::kLeaseName)));
+    ASSERT_TRUE(HUTFile(file).rmRecursive());
+    ASSERT_EQ(std::rename((file + ".away").c_str(), file.c_str()), 0);
 }
 
 TEST_F(LaunchRefusalTest, AWrapperThatCanNotBeCopied) {
