@@ -52,9 +52,11 @@ TCL
   run -1 --separate-stderr make_reports synth_design
   [[ $stderr == *"ERROR: report bad: report_utilization: there is no option '-nonsense'."* ]]
   [[ $stderr == *'tarnel: error: 1 of the reports failed'* ]]
-  [ -e a.rpt ] && [ -e b.rpt ]
+  [ -e a.rpt ]
+  [ -e b.rpt ]
   [[ $(cat .bad.fail) == *"there is no option '-nonsense'"* ]]
-  [ ! -e .first.fail ] && [ ! -e .last.fail ]
+  [ ! -e .first.fail ]
+  [ ! -e .last.fail ]
 }
 
 @test "a report that succeeds now loses its fail marker" {
@@ -89,7 +91,9 @@ make_report c {report_utilization -file /tmp/out_of_run.rpt}
 make_report d {open ../out.rpt w}
 TCL
   run -1 make_reports synth_design
-  [ ! -e ../out.rpt ] && [ ! -e u.rpt ] && [ ! -e /tmp/out_of_run.rpt ]
+  [ ! -e ../out.rpt ]
+  [ ! -e u.rpt ]
+  [ ! -e /tmp/out_of_run.rpt ]
   for name in a b c d; do
     [ -s ".$name.fail" ]
   done
