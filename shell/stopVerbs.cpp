@@ -30,16 +30,23 @@ std::string processesWord(std::size_t count) {
     return fmt::format("{} process{}", count, count == 1 ? "" : "es");
 }
 
+/// What was ended, such as "4 processes" or "job 12".
+std::string endedText(const workbench::StopResult& result) {
+    return result.job.empty() ? processesWord(result.asked) : result.job;
+}
+
 /// What became of the run, such as "stopped in place_design: 4 processes ended in 21 ms".
 std::string stopText(const HAXPExpRun& run, const workbench::StopResult& result) {
     std::string text = statusWord(run);
-    if (result.asked == 0)
+    if (result.asked == 0 && result.job.empty())
         return "taken back before it began";
+    if (!result.job.empty() && text == "not started")
+        return fmt::format("taken back before it began: {} ended in {} ms", result.job, result.ms);
     if (text == "stopped")
         text += stopPlace(run);
     if (text == "done" || text == "failed")
         text += " before it could be stopped";
-    text += fmt::format(": {} ended in {} ms", processesWord(result.asked), result.ms);
+    text += fmt::format(": {} ended in {} ms", endedText(result), result.ms);
     if (result.killed > 0)
         text += fmt::format(", {} of them killed", result.killed);
     return text;

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstddef>
+#include <string>
 
 #include "workbench/WorkbenchExport.h"
 
@@ -15,6 +16,9 @@ namespace workbench {
 struct StopResult {
     /// Nothing of the run was there; nothing was touched.
     bool wasIdle = false;
+    /// The job that was ended with all of its processes, such as "job 12"; empty for a run
+    /// that was none.
+    std::string job;
     /// How many processes were asked to end, and how many of all had to be killed.
     std::size_t asked = 0;
     std::size_t killed = 0;

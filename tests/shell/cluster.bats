@@ -39,6 +39,7 @@ load clients.bash
   "$xp" -C proj launch synth_1 --no-wait --sge qsub
   run "$xp" -C proj kill synth_1
   [ "$status" = 0 ]
+  [[ $output == 'synth_1: taken back before it began: job 12 ended in '*' ms' ]]
   jobs_are '*'
   run_is synth_1 'not started'
 }
@@ -50,7 +51,7 @@ load clients.bash
   launch_fake_on_grid synth_1
   run "$xp" -C proj kill synth_1
   [ "$status" = 0 ]
-  [[ $output == *'synth_1: stopped in synth_design'* ]]
+  [[ $output == 'synth_1: stopped in synth_design: job 12 ended in '*' ms' ]]
   jobs_are '*'
   run_is synth_1 stopped
 }

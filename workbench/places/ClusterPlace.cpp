@@ -2,7 +2,6 @@
 // Copyright the Xperiment authors
 #include "workbench/places/ClusterPlace.h"
 
-#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -189,7 +188,7 @@ StopResult ClusterPlace::stop(HAXPExpRun& run, const LaunchLease& lease) const {
     StopResult result = HerePlace::endProcesses(run, lease);
     closeOpenStep(run, lease, "its job was ended");
     result.wasIdle = false;
-    result.asked = std::max<std::size_t>(result.asked, 1);
+    result.job = key.id.empty() ? "its job" : "job " + key.id;
     result.ms = process::clock().nowMs() - start;
     return result;
 }
