@@ -274,7 +274,20 @@ bool HAXPExpRun::isUpToDate() {
     return !getInfo().isStale();
 }
 
+void HAXPExpRun::forgetSourceEvents(const HAXPExpRunStep* first) {
+    bool reached = false;
+    const StepIter steps(createRunStepIter());
+    while (steps->hasNext()) {
+        HAXPExpRunStep* step = steps->next();
+        reached = reached || step == first;
+        // What it finds is a reason like others, which a reset takes away.
+        if (reached)
+            step->updateStaleReasonsPostGraphUpdate(nullptr);
+    }
+}
+
 bool HAXPExpRun::resetFrom(const HAXPExpRunStep* first) {
+    forgetSourceEvents(first);
     const std::string dir = getDir();
     bool ok = true;
     bool reached = false;

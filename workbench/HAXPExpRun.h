@@ -83,6 +83,10 @@ public:
     /// stale. Brings status and stale reasons up to date first.
     bool isUpToDate();
 
+    /// Every step from `first` on forgets which block designs were added and wait for the
+    /// design's graph, which a reset leaves to the run. They must still be in their file set.
+    void forgetSourceEvents(const HAXPExpRunStep* first);
+
     /// Takes back every step from `first` on, so that a launch begins there: markers,
     /// status, stale reasons and reports go, outputs stay until they are written anew.
     /// False when a marker can't be removed.

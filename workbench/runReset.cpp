@@ -37,14 +37,15 @@ namespace workbench {
 
 namespace {
 
-/// @throws HEXUserException with the short names of all steps.
-void requireStep(const HAXPExpRun& run, const std::string& abbrev) {
+/// The step to reset from. @throws HEXUserException with the short names of all steps.
+const HAXPExpRunStep* requireStep(const HAXPExpRun& run, const std::string& abbrev) {
     std::string known;
     const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
     while (steps->hasNext()) {
-        const std::string& name = steps->next()->getFlowStep()->getAbbrev();
+        const HAXPExpRunStep* step = steps->next();
+        const std::string& name = step->getFlowStep()->getAbbrev();
         if (abbrev.empty() || HSTStringUtils::iequals(name, abbrev))
-            return;
+            return step;
         known += (known.empty() ? "" : ", ") + name;
     }
     throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-53@%s%s%s",
@@ -173,7 +174,7 @@ void forgetLaunch(HAXPExpRun& run) {
 
 bool resetRun(Project& project, HAXPExpRun& run, const std::string& fromStep, bool emptyDir,
               HSTVector<std::string>& errors, bool evenInDoubt) {
-    requireStep(run, fromStep);
+    const HAXPExpRunStep* first = requireStep(run, fromStep);
     requireOwnDirectory(run, "reset");
     requireIdle(run, evenInDoubt);
     const std::string dir = run.getDir();
@@ -182,6 +183,7 @@ bool resetRun(Project& project, HAXPExpRun& run, const std::string& fromStep, bo
     if (isInDoubt(run))
         supersedeLaunch(run, fromStep);
     LaunchMemory memory(run);
+    run.forgetSourceEvents(first);
     const bool ok = run.resetRun(fromStep, errors, emptyDir && HUTFile(dir).isDir(), false, true);
     const bool isWhole =
         fromStep.empty() ||

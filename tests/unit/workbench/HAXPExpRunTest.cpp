@@ -10,6 +10,9 @@
 #include <gtest/gtest.h>
 
 #include "environment/containers/HSTFwdIter.h"
+#include "environment/filemgmt/HADAFileSet.h"
+#include "environment/filemgmt/HADAFileSetChangeSummary.h"
+#include "environment/filemgmt/HDDASrcFile.h"
 #include "environment/options/HATAttrSpec.h"
 #include "environment/options/HATOptGroup.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
@@ -74,9 +77,9 @@ protected:
             text += " " + status.getDetailText();
         return text + " (" + std::to_string(status.getCode()) + ")";
     }
-    const HAXPExpRunStep* step(int index) const {
+    HAXPExpRunStep* step(int index) const {
         const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(m_run->createRunStepIter());
-        const HAXPExpRunStep* found = nullptr;
+        HAXPExpRunStep* found = nullptr;
         while (steps->hasNext() && index-- >= 0)
             found = steps->next();
         return found;
@@ -301,6 +304,20 @@ TEST_F(RunStatusTest, TakesBackTheStepsFromOneOn) {
     EXPECT_FALSE(m_dir.has(".ice40_bitstream.begin.rst"));
     EXPECT_EQ(step(0)->getStatus()->getCode(), HDGUIStatus::statusDone);
     EXPECT_EQ(step(1)->getStatus()->getCode(), HDGUIStatus::statusNotStarted);
+}
+
+TEST_F(RunStatusTest, ForgetsAddedBlockDesignsOfTheStepsThatItTakesBack) {
+    HADAFileSet sources("sources", HDDATypes::FST_DESIGN_SRCS);
+    HADAFileSetChangeSummary added(&sources);
+    added.addFiles(HADAFileSetChangeSummary::FSCS_ADDED,
+                   sources.addSrcFile(m_dir.path("soc.bd"), HDDATypes::SFT_BLOCK_DESIGN));
+    for (int index : {0, 1, 2})
+        ASSERT_TRUE(step(index)->hasOnlyBDAdded(&added));
+    EXPECT_TRUE(m_run->resetFrom(step(1)));
+    EXPECT_FALSE(step(1)->isStale());
+    EXPECT_FALSE(step(1)->updateStaleReasonsPostGraphUpdate(nullptr));
+    EXPECT_FALSE(step(2)->updateStaleReasonsPostGraphUpdate(nullptr));
+    EXPECT_TRUE(step(0)->updateStaleReasonsPostGraphUpdate(nullptr));
 }
 
 TEST_F(RunStatusTest, TakesBackMarkersUnderBothSuffixes) {
