@@ -146,37 +146,7 @@ TEST_F(EmptyRunDirTest, TakesAPatternForAPlainName) {
 }
 
 TEST_F(EmptyRunDirTest, RemovesWhatALaunchLeaves) {
-    const Texts names = {"ZUMWrap.js",
-                         "ZUMWrap.sh",
-                         "htr.txt",
-                         "rundef.js",
-                         "runme.bat",
-                         "runme.log",
-                         "runme.sh",
-                         "runhls.tcl",
-                         "tarnel_hls.log",
-                         "tarnel.jou",
-                         "ridgeLine.jou",
-                         "tarnel.pb",
-                         "ridgeLine.pb",
-                         "ridgeLine.blk2edif.log",
-                         ".blk2edfcache",
-                         ".stop.rst",
-                         ".Orv",
-                         "project.wdf",
-                         "usage_statistics_sayline.xml",
-                         "realTime.debug",
-                         "dont_buffer.kdc",
-                         "dont_touch.kdc",
-                         "debug.kdc",
-                         "c_files",
-                         "fsm_encoding.os",
-                         "gen_run.xml",
-                         "mq_reconfig.kdc",
-                         "mq_visual",
-                         "job.id",
-                         "job.id.log"};
-    mark(names);
+    mark(test::launchLeftovers());
     mark({"job.id.old", "Runme.log", ".a.begin.rst"});
     EXPECT_TRUE(empty());
     EXPECT_EQ(entries(), (Ids{".a.begin.rst", "Runme.log", "job.id.old"}));

@@ -12,6 +12,40 @@
 
 namespace test {
 
+/// What a launch leaves besides its steps, in the order in which an emptied directory loses it.
+inline std::vector<std::string> launchLeftovers() {
+    return {"ZUMWrap.js",
+            "ZUMWrap.sh",
+            "htr.txt",
+            "rundef.js",
+            "runme.bat",
+            "runme.log",
+            "runme.sh",
+            "runhls.tcl",
+            "tarnel_hls.log",
+            "tarnel.jou",
+            "ridgeLine.jou",
+            "tarnel.pb",
+            "ridgeLine.pb",
+            "ridgeLine.blk2edif.log",
+            ".blk2edfcache",
+            ".stop.rst",
+            ".Orv",
+            "project.wdf",
+            "usage_statistics_sayline.xml",
+            "realTime.debug",
+            "dont_buffer.kdc",
+            "dont_touch.kdc",
+            "debug.kdc",
+            "c_files",
+            "fsm_encoding.os",
+            "gen_run.xml",
+            "mq_reconfig.kdc",
+            "mq_visual",
+            "job.id",
+            "job.id.log"};
+}
+
 using Texts = HSTVector<std::string>;
 
 /// A launched run of "a", "b" and "c" in the folder "run", active, of which nothing has
