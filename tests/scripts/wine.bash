@@ -20,7 +20,11 @@ wine_environment() {
 start_wine() {
   wine_environment
   mkdir -p "$WINEPREFIX"
+  # The server stays until it is stopped: one that ends between two scripts may refuse the
+  # program that is started at that moment.
+  timeout 60 wineserver -p >/dev/null 2>&1 3>&- || :
   timeout -k 5 180 wine wineboot -i >/dev/null 2>&1 3>&-
+  timeout 120 wine cmd /c exit >/dev/null 2>&1 3>&- || :
 }
 
 stop_wine() {
@@ -33,9 +37,22 @@ windows_path() {
   printf 'Z:%s' "${1//\//\\}"
 }
 
-# Runs the script $1 of the current folder; programs are searched in $bin_dir.
+# Runs the script $1 of the current folder; programs are searched in $bin_dir. A busy Wine
+# sometimes can't start any program and says so: then nothing of the script was run yet, and
+# the start is repeated.
 script_host() {
-  WINEPATH=$(windows_path "$bin_dir") timeout -k 5 90 wine cscript.exe /nologo "$@" 2>/dev/null 3>&-
+  local said status attempt
+  for attempt in 1 2 3 4 5; do
+    status=0
+    said=$(WINEPATH=$(windows_path "$bin_dir") timeout -k 5 90 \
+      wine cscript.exe /nologo "$@" 2>/dev/null 3>&-) || status=$?
+    case $said in
+    *'Application could not be started'*) echo "# Wine didn't start the script host ($attempt)" >&2 ;;
+    *) break ;;
+    esac
+  done
+  printf '%s' "$said"
+  return "$status"
 }
 
 # Whether a program runs in the current folder whose command line holds $1.
