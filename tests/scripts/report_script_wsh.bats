@@ -59,6 +59,7 @@ log() {
   tarnel <<<'echo ran >ran'
   cp "$source_dir/data/scripts/ZUMWrapReports.js" "$source_dir/tests/golden/scripts/reports_synth/synth_design_reports.js" .
   run script_host synth_design_reports.js
+  script_host_ran
   [ ! -e ran ]
 }
 

@@ -58,6 +58,7 @@ words() {
   recorder synth
   cp "$source_dir/data/scripts/ZUMWrap.js" "$source_dir/tests/golden/scripts/nothing_set/rundef.js" .
   run script_host rundef.js
+  script_host_ran
   [ ! -e words ]
   [ "$(markers)" = '' ]
 }
@@ -112,6 +113,7 @@ W
 
 @test "a script without a step does nothing" {
   execute all_done
+  script_host_ran
   [ "$(markers)" = '' ]
 }
 

@@ -47,12 +47,19 @@ script_host() {
     said=$(WINEPATH=$(windows_path "$bin_dir") timeout -k 5 90 \
       wine cscript.exe /nologo "$@" 2>/dev/null 3>&-) || status=$?
     case $said in
-    *'Application could not be started'*) echo "# Wine didn't start the script host ($attempt)" >&2 ;;
+    *'Application could not be started'*) echo "# Wine didn't start the script host ($attempt)" >&3 ;;
     *) break ;;
     esac
   done
   printf '%s' "$said"
   return "$status"
+}
+
+# Whether the script host that "run" called had its say: for a test of which nothing is seen
+# when the script does what it should.
+script_host_ran() {
+  [ "$status" != 124 ] && [ "$status" != 137 ] &&
+    [[ "$output" != *'Application could not be started'* ]]
 }
 
 # Whether a program runs in the current folder whose command line holds $1.
