@@ -15,9 +15,13 @@
 
 #include "environment/errors/HEXError.h"
 #include "environment/errors/HEXUserException.h"
+#include "environment/filemgmt/HADAFileSet.h"
+#include "environment/filemgmt/HADAFileSetChangeSummary.h"
+#include "environment/filemgmt/HDDASrcFile.h"
 #include "environment/installation/HUTEnv.h"
 #include "environment/process/HUTFork.h"
 #include "environment/process/HUTSysCall.h"
+#include "runs/base/xperiment/HAXPExpRunStep.h"
 #include "runs/base/xperiment/HAXPFlow.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "tests/support/FakeClock.h"
@@ -268,6 +272,19 @@ TEST_F(RunResetTest, TakesMarkersAndOutputsAndLeavesTheUsersFiles) {
           "synth_design.metrics.json", ".blinky.json.part", "synth_design.stat.json", "runme.log"})
         EXPECT_FALSE(has(name)) << name;
     EXPECT_TRUE(has("mine.v"));
+}
+
+TEST_F(RunResetTest, ForgetsBlockDesignsThatWereAddedSinceTheLaunch) {
+    HADAFileSet sources("sources", HDDATypes::FST_DESIGN_SRCS);
+    HADAFileSetChangeSummary added(&sources);
+    added.addFiles(
+        HADAFileSetChangeSummary::FSCS_ADDED,
+        sources.addSrcFile(m_bench.folder().path("soc.bd"), HDDATypes::SFT_BLOCK_DESIGN));
+    m_run.updateStatus();
+    ASSERT_TRUE(m_run.getFirstStep()->hasOnlyBDAdded(&added));
+    EXPECT_TRUE(reset("", true));
+    EXPECT_FALSE(m_run.getFirstStep()->updateStaleReasonsPostGraphUpdate(nullptr));
+    EXPECT_FALSE(m_run.getFirstStep()->isStale());
 }
 
 TEST_F(RunResetTest, MakesARunThatIsNotLaunchedAndKnowsItsFiles) {
