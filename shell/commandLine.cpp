@@ -14,50 +14,79 @@
 #include "environment/errors/HEXAll.h"
 #include "environment/installation/HUTEnv.h"
 #include "shell/exitStatus.h"
+#include "shell/note.h"
 #include "shell/suggestion.h"
+#include "shell/terminal.h"
 #include "shell/verb.h"
-#include "workbench/printable.h"
 
 namespace shell {
 
 namespace {
 
-const char kUsage[] = "usage: xp [-C DIR] VERB [ARGUMENTS]";
-
-void tellError(const std::string& text) {
-    fmt::print(stderr, "xp: error: {}\n", workbench::printableLines(text));
-}
+const char kUsage[] = "usage: xp [-C DIR] [-q] [--plain] VERB [ARGUMENTS]";
 
 /// The command line taken apart: what stands before the verb, and the rest.
 struct Words {
-    std::string projectDir = ".";
+    Session session;
     bool wantsHelp = false;
     bool wantsVersion = false;
     std::string verb;
     std::vector<std::string> rest;
 };
 
+/// Takes the option at `i` that holds for every verb, with its value; whether it is one.
+/// @throws CommandError it lacks its value.
+bool takeGlobal(const std::vector<std::string>& words, std::size_t& i, Session& session) {
+    const std::string& word = words[i];
+    if (word == "-q" || word == "--quiet")
+        session.quiet = true;
+    else if (word == "--plain")
+        session.plain = true;
+    else if (word == "-C" && i + 1 < words.size())
+        session.projectDir = words[++i];
+    else if (word == "-C")
+        throw CommandError(kExitUsage, fmt::format("-C needs a folder. {}", kUsage));
+    else
+        return false;
+    ++i;
+    return true;
+}
+
 /// @throws CommandError an option before the verb isn't known or lacks its value.
 Words readWords(const std::vector<std::string>& words) {
+    static const std::vector<std::string> known{"--help", "--version", "--quiet", "--plain"};
     Words read;
     std::size_t i = 0;
-    for (; i < words.size() && !words[i].empty() && words[i].front() == '-'; ++i) {
+    while (i < words.size() && !words[i].empty() && words[i].front() == '-') {
         const std::string& word = words[i];
+        if (takeGlobal(words, i, read.session))
+            continue;
         if (word == "-h" || word == "--help")
             read.wantsHelp = true;
         else if (word == "--version")
             read.wantsVersion = true;
-        else if (word == "-C" && i + 1 < words.size())
-            read.projectDir = words[++i];
-        else if (word == "-C")
-            throw CommandError(kExitUsage, fmt::format("-C needs a folder. {}", kUsage));
         else
-            throw CommandError(kExitUsage, fmt::format("There is no option {}. {}", word, kUsage));
+            throw CommandError(kExitUsage, fmt::format("There is no option {}. {}", word,
+                                                       hintFor(word, known, kUsage)));
+        ++i;
     }
     if (i < words.size())
         read.verb = words[i++];
     read.rest.assign(words.begin() + static_cast<std::ptrdiff_t>(i), words.end());
     return read;
+}
+
+/// Adds what holds for every verb to the options of one.
+void addGlobals(CLI::App& command, Session& session) {
+    const char group[] = "Options of every verb";
+    command.add_option("-C", session.projectDir, "Work on the project in this folder")
+        ->type_name("DIR")
+        ->group(group);
+    command.add_flag("-q,--quiet", session.quiet, "No progress and no notes on standard error")
+        ->group(group);
+    command.add_flag("--plain", session.plain, "No colours, and no line that is drawn anew")
+        ->group(group);
+    command.get_help_ptr()->description("Show this help")->group(group);
 }
 
 std::string verbList(const std::vector<VerbEntry>& all) {
@@ -77,10 +106,13 @@ void printHelp() {
         "{}\n\n"
         "Takes a Verilog design through runs to a bitstream for iCE40 devices.\n\n"
         "Verbs:\n{}\n"
-        "Options before the verb:\n"
-        "  -C DIR      work on the project in DIR instead of the one here\n"
-        "  -h, --help  show this help\n"
-        "  --version   show the version\n\n"
+        "Options, before or behind the verb:\n"
+        "  -C DIR       work on the project in DIR instead of the one here\n"
+        "  -q, --quiet  no progress and no notes on standard error\n"
+        "  --plain      no colours, and no line that is drawn anew; so do NO_COLOR (colours\n"
+        "               alone) and TERM=dumb\n"
+        "  -h, --help   show this help\n"
+        "  --version    show the version\n\n"
         "Exit status: 0 done, 1 a run or a report failed, 2 wrong usage, 3 done but a goal is\n"
         "missed, 4 stale, 5 a tool is missing, 6 refused, 130 interrupted.\n\n"
         "\"xp help VERB\" tells more, with examples.\n",
@@ -105,11 +137,9 @@ const VerbEntry& requireVerb(const std::vector<VerbEntry>& all, const std::strin
     std::vector<std::string> known{"help"};
     for (const VerbEntry& verb : all)
         known.emplace_back(verb.name);
-    const std::string meant = suggestionFor(name, known);
-    throw CommandError(kExitUsage,
-                       meant.empty()
-                           ? fmt::format("There is no verb '{}'. \"{}\" lists them.", name, listing)
-                           : fmt::format("There is no verb '{}'. Did you mean '{}'?", name, meant));
+    throw CommandError(
+        kExitUsage, fmt::format("There is no verb '{}'. {}", name,
+                                hintFor(name, known, fmt::format("\"{}\" lists them.", listing))));
 }
 
 /// A verb and how it is called, such as "strategy copy".
@@ -122,11 +152,20 @@ bool isHelp(const std::string& word) {
     return word == "help" || word == "-h" || word == "--help";
 }
 
+void takeGlobals(std::vector<std::string>& words, Session& session) {
+    std::size_t taken = 0;
+    while (taken < words.size() && takeGlobal(words, taken, session)) {
+    }
+    words.erase(words.begin(), words.begin() + static_cast<std::ptrdiff_t>(taken));
+}
+
 /// Takes the words that name a verb from the front of `words`: one, or two when a verb of
 /// a group follows. @throws CommandError there is no such verb.
-Call takeVerb(std::vector<std::string>& words) {
+Call takeVerb(std::vector<std::string>& words, Session& session) {
     Call call{&requireVerb(verbs(), words.front(), "xp help"), words.front()};
     words.erase(words.begin());
+    if (call.verb->group != nullptr)
+        takeGlobals(words, session);
     if (call.verb->group == nullptr || words.empty() || isHelp(words.front()))
         return call;
     call.verb = &requireVerb(call.verb->group(), words.front(), "xp help " + call.name);
@@ -149,6 +188,8 @@ int printHelpOf(const Call& call) {
     CLI::App command(fmt::format("xp {}: {}", call.name, call.verb->summary), "xp " + call.name);
     command.footer(examplesOf(*call.verb));
     object->declare(command);
+    Session session;
+    addGlobals(command, session);
     fmt::print("{}", command.help());
     return kExitDone;
 }
@@ -156,7 +197,8 @@ int printHelpOf(const Call& call) {
 int runVerb(const Words& words) {
     std::vector<std::string> rest = words.rest;
     rest.insert(rest.begin(), words.verb);
-    const Call call = takeVerb(rest);
+    Session session = words.session;
+    const Call call = takeVerb(rest, session);
     if (call.verb->group != nullptr) {
         if (!rest.empty())
             return printGroupHelp(call);
@@ -167,9 +209,7 @@ int runVerb(const Words& words) {
     const std::unique_ptr<Verb> object = call.verb->make();
     CLI::App command(call.verb->summary, "xp " + call.name);
     object->declare(command);
-    Session session;
-    session.projectDir = words.projectDir;
-    command.add_option("-C", session.projectDir, "The project's folder");
+    addGlobals(command, session);
     std::reverse(rest.begin(), rest.end());
     try {
         command.parse(rest);
@@ -179,6 +219,8 @@ int runVerb(const Words& words) {
         throw CommandError(kExitUsage, fmt::format("{}: {}. \"xp help {}\" tells its arguments.",
                                                    call.name, error.what(), call.name));
     }
+    Terminal::setPlain(session.plain);
+    setQuiet(session.quiet);
     return object->run(session);
 }
 
@@ -187,7 +229,8 @@ int printHelpOf(std::vector<std::string> words) {
         printHelp();
         return kExitDone;
     }
-    return printHelpOf(takeVerb(words));
+    Session session;
+    return printHelpOf(takeVerb(words, session));
 }
 
 int dispatch(const std::vector<std::string>& all) {

@@ -10,6 +10,7 @@
 
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "shell/exitStatus.h"
+#include "shell/note.h"
 #include "shell/reportView.h"
 #include "shell/runPlan.h"
 #include "shell/runView.h"
@@ -53,11 +54,10 @@ void addReportFigures(const Project& project, HAXPExpRun& run, ComparedRun& comp
         if (reports::readFigures(report.jsonPath, read, reason))
             addFigures(compared, read.figures);
         else
-            fmt::print(stderr,
-                       "The figures of report {} of run {} are left out: {}. Make it anew: xp "
-                       "report generate {} {} --again\n",
-                       report.shortName, report.run, workbench::printable(reason), report.run,
-                       report.shortName);
+            note("The figures of report {} of run {} are left out: {}. Make it anew: xp "
+                 "report generate {} {} --again",
+                 report.shortName, report.run, workbench::printable(reason), report.run,
+                 report.shortName);
     }
 }
 

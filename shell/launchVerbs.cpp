@@ -18,6 +18,7 @@
 #include "shell/exitStatus.h"
 #include "shell/hostOptions.h"
 #include "shell/interrupt.h"
+#include "shell/note.h"
 #include "shell/progressLine.h"
 #include "shell/runPlan.h"
 #include "shell/runView.h"
@@ -43,10 +44,6 @@ std::string namesOf(const Runs& runs) {
     return fmt::format("{}", fmt::join(names, ", "));
 }
 
-void tellError(const std::string& text) {
-    fmt::print(stderr, "xp: error: {}\n", text);
-}
-
 /// The table, and where bitstreams and logs lie.
 void printResults(const Project& project, const Runs& runs) {
     std::fflush(stderr);
@@ -63,11 +60,10 @@ void printResults(const Project& project, const Runs& runs) {
 }
 
 int tellInterrupted(const Runs& working, const Runs& left) {
-    fmt::print(stderr,
-               "Interrupted, but {} {} on. Wait with \"xp wait\", look with \"xp status\".\n",
-               namesOf(working), working.size() == 1 ? "goes" : "go");
+    note("Interrupted, but {} {} on. Wait with \"xp wait\", look with \"xp status\".",
+         namesOf(working), working.size() == 1 ? "goes" : "go");
     if (!left.empty())
-        fmt::print(stderr, "Not launched: {}\n", namesOf(left));
+        note("Not launched: {}", namesOf(left));
     return kExitInterrupted;
 }
 
@@ -128,7 +124,7 @@ private:
     static void tellUpToDate_(const RunPlan& plan) {
         for (const HAXPExpRun* run : plan.runs) {
             if (!plan.launchesRun(*run))
-                fmt::print(stderr, "{}: up to date\n", run->getName());
+                note("{}: up to date", run->getName());
         }
     }
 
@@ -156,9 +152,9 @@ private:
             again = false;
             for (const LaunchQueue::Event& event : queue.advance()) {
                 if (event.kind == LaunchQueue::Event::kStarted)
-                    fmt::print(stderr, "{}: {}\n", event.run->getName(),
-                               m_cluster.hasCluster() ? ClusterOptions::startedText(*event.run)
-                                                      : "started");
+                    note("{}: {}", event.run->getName(),
+                         m_cluster.hasCluster() ? ClusterOptions::startedText(*event.run)
+                                                : "started");
                 tell_(project, event, watch, line, status);
                 again = again || event.kind == LaunchQueue::Event::kPutOff;
             }
@@ -181,7 +177,7 @@ private:
         for (HAXPExpRun* run : plan.launches) {
             try {
                 RunLauncher(project).launch(*run, {}, options.getUserRunScript(run->getName()));
-                fmt::print(stderr, "{}: started\n", run->getName());
+                note("{}: started", run->getName());
             } catch (const HEXUserException& error) {
                 tellError(error.what());
                 status = kExitRefused;
@@ -219,7 +215,7 @@ private:
             break;
         case LaunchQueue::Event::kPutOff:
             line.clear();
-            fmt::print(stderr, "xp: warning: {} It waits for another host.\n", event.text);
+            tellWarning(event.text + " It waits for another host.");
             return;
         case LaunchQueue::Event::kRefused:
             line.clear();
@@ -298,7 +294,7 @@ public:
                                       [](const auto* run) { return !run->isAtWork(); }),
                        runs.end());
         if (runs.empty()) {
-            fmt::print(stderr, "No run is at work\n");
+            note("No run is at work");
             return kExitDone;
         }
         for (const HAXPExpRun* run : runs) {

@@ -11,9 +11,9 @@
 #include <unistd.h>
 
 #include "environment/messages/ComMsgMgr.h"
-#include "environment/messages/ComMsgMgrTerminalSink.h"
 #include "shell/commandLine.h"
 #include "shell/exitStatus.h"
+#include "shell/note.h"
 #include "workbench/cluster/gridKill.h"
 #include "workbench/product.h"
 #include "workbench/reports/tarnel.h"
@@ -37,7 +37,7 @@ std::string ownFolder() {
 }  // namespace
 
 int main(int argc, char** argv) {
-    ComMsgMgr::addSink(std::make_shared<ComMsgMgrTerminalSink>());
+    ComMsgMgr::addSink(std::make_shared<shell::NoteSink>());
     try {
         workbench::installProduct(ownFolder());
         const std::vector<std::string> words(argv + 1, argv + argc);
@@ -47,7 +47,7 @@ int main(int argc, char** argv) {
             return reports::tarnelMain(words);
         return shell::runCommandLine(words);
     } catch (const std::exception& error) {
-        fmt::print(stderr, "xp: error: {}\n", error.what());
+        shell::tellError(error.what());
         return shell::kExitRefused;
     }
 }

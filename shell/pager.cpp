@@ -14,6 +14,7 @@
 #include "environment/process/HUTFork.h"
 #include "shell/exitStatus.h"
 #include "shell/interrupt.h"
+#include "shell/terminal.h"
 #include "workbench/printable.h"
 
 namespace shell {
@@ -24,12 +25,6 @@ struct Closer {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 using File = std::unique_ptr<std::FILE, Closer>;
-
-bool isTerminal() {
-    const char* term = std::getenv("TERM");
-    return isatty(STDOUT_FILENO) == 1 && term != nullptr && *term != '\0' &&
-           std::strcmp(term, "dumb") != 0;
-}
 
 [[noreturn]] void failUnreadable(const std::string& path) {
     throw CommandError(kExitRefused, fmt::format("{} can't be read: {}. Check its rights, or make "
@@ -42,7 +37,7 @@ void copyFile(const std::string& path) {
     const File file(std::fopen(path.c_str(), "re"));
     if (!file)
         failUnreadable(path);
-    const bool forPeople = isatty(STDOUT_FILENO) == 1;
+    const bool forPeople = Terminal::output().isTerminal();
     char buffer[64 * 1024];
     std::string all;
     while (const std::size_t count = std::fread(buffer, 1, sizeof buffer, file.get())) {
@@ -87,7 +82,7 @@ std::vector<std::string> pagersFor(const char* wish) {
 void showFile(const std::string& path) {
     if (access(path.c_str(), R_OK) != 0)
         failUnreadable(path);
-    if (isTerminal()) {
+    if (Terminal::output().isLive()) {
         std::fflush(stdout);
         for (const std::string& pager : pagersFor(std::getenv("PAGER"))) {
             if (runPager(pager, path))

@@ -3,12 +3,11 @@
 #include "shell/progressLine.h"
 
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 
 #include <fmt/format.h>
-#include <sys/ioctl.h>
-#include <unistd.h>
+
+#include "shell/note.h"
+#include "shell/terminal.h"
 
 namespace shell {
 
@@ -16,29 +15,6 @@ namespace {
 
 constexpr std::chrono::milliseconds kLeastPause(200);
 constexpr int kUsualWidth = 80;
-
-bool isTerminal() {
-    const char* term = std::getenv("TERM");
-    return isatty(STDERR_FILENO) == 1 && term != nullptr && *term != '\0' &&
-           std::strcmp(term, "dumb") != 0;
-}
-
-/// What COLUMNS says; 0 when it says nothing of use.
-int askedWidth() {
-    const char* columns = std::getenv("COLUMNS");
-    const long width = columns == nullptr ? 0 : std::strtol(columns, nullptr, 10);
-    return width > 0 && width < 10000 ? static_cast<int>(width) : 0;
-}
-
-/// The width of the terminal behind `stream`, or `otherwise`.
-int widthOfTerminal(int stream, int otherwise) {
-    if (const int asked = askedWidth())
-        return asked;
-    winsize size{};
-    if (ioctl(stream, TIOCGWINSZ, &size) == 0 && size.ws_col > 0)
-        return size.ws_col;
-    return otherwise;
-}
 
 bool continuesCharacter(char c) {
     return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
@@ -59,10 +35,11 @@ std::string fitLine(const std::string& text, int width) {
 }
 
 int widthOfOutput() {
-    return widthOfTerminal(STDOUT_FILENO, isatty(STDOUT_FILENO) == 1 ? kUsualWidth : 0);
+    const Terminal output = Terminal::output();
+    return output.width(output.isTerminal() ? kUsualWidth : 0);
 }
 
-ProgressLine::ProgressLine() : m_live(isTerminal()) {}
+ProgressLine::ProgressLine() : m_live(Terminal::error().isLive() && !isQuiet()) {}
 
 ProgressLine::~ProgressLine() {
     clear();
@@ -73,8 +50,7 @@ void ProgressLine::draw(const std::string& text) {
     if (!m_live || (m_drawn && now - m_last < kLeastPause))
         return;
     // The last column stays free: a terminal would wrap there.
-    fmt::print(stderr, "\r{}\x1b[K",
-               fitLine(text, widthOfTerminal(STDERR_FILENO, kUsualWidth) - 1));
+    fmt::print(stderr, "\r{}\x1b[K", fitLine(text, Terminal::error().width(kUsualWidth) - 1));
     std::fflush(stderr);
     m_drawn = true;
     m_last = now;
@@ -82,7 +58,7 @@ void ProgressLine::draw(const std::string& text) {
 
 void ProgressLine::say(const std::string& text) {
     clear();
-    fmt::print(stderr, "{}\n", text);
+    sayNote(text);
     std::fflush(stderr);
 }
 

@@ -18,8 +18,8 @@ int widthOfOutput();
 /// What is told on standard error while runs are at work.
 ///
 /// On a terminal one line at the bottom is drawn anew, at most five times a second;
-/// elsewhere, and on a dumb terminal, only lasting lines are written, and no escape
-/// byte ever.
+/// elsewhere, on a dumb terminal and with "--plain", only lasting lines are written, and no
+/// escape byte ever. With "--quiet" there are neither.
 class ProgressLine {
 public:
     ProgressLine();

@@ -18,6 +18,7 @@
 #include "environment/messages/ComMsgMgrInstance.h"
 #include "environment/strings/HSTStringUtils.h"
 #include "shell/exitStatus.h"
+#include "shell/note.h"
 #include "shell/verb.h"
 #include "workbench/DesignInputs.h"
 #include "workbench/Project.h"
@@ -105,8 +106,8 @@ public:
         requireDevice(m_inputs);
         requireFrequency(m_inputs.frequencyMhz);
         const auto project = Project::create(m_dir, m_inputs);
-        fmt::print(stderr, "Project {} is made. Next: xp -C {} create synth_1 --flow synth\n",
-                   project->getName(), m_dir);
+        note("Project {} is made. Next: xp -C {} create synth_1 --flow synth", project->getName(),
+             m_dir);
         return kExitDone;
     }
 
@@ -139,12 +140,12 @@ private:
         auto& sources = inputs.sources;
         if (isConstraints(path)) {
             inputs.constraints = path;
-            fmt::print(stderr, "{} is the constraints file now\n", path);
+            note("{} is the constraints file now", path);
         } else if (std::find(sources.begin(), sources.end(), path) != sources.end()) {
-            fmt::print(stderr, "{} is in the project already\n", path);
+            note("{} is in the project already", path);
         } else {
             sources.push_back(path);
-            fmt::print(stderr, "{} is added\n", path);
+            note("{} is added", path);
         }
     }
 

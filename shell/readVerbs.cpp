@@ -11,12 +11,14 @@
 #include "shell/exitStatus.h"
 #include "shell/jsonOutput.h"
 #include "shell/logTail.h"
+#include "shell/note.h"
 #include "shell/runDetails.h"
 #include "shell/runPlan.h"
 #include "shell/runView.h"
 #include "shell/verb.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
+#include "workbench/printable.h"
 
 namespace shell {
 
@@ -36,8 +38,8 @@ public:
         if (m_json)
             printJson(statusJson(*project, runs));
         else if (runs.empty())
-            fmt::print(stderr, "The project has no runs. Make one: xp create synth_1 --flow "
-                               "synth\n");
+            note("The project has no runs. Make one: xp create synth_1 --flow "
+                 "synth");
         else
             printStatus_(*project, runs);
         return kExitDone;
@@ -49,7 +51,7 @@ private:
         std::fflush(stdout);
         for (const HAXPExpRun* run : runs) {
             if (!adviceFor(*run).empty())
-                fmt::print(stderr, "{}\n", adviceFor(*run));
+                note("{}", adviceFor(*run));
         }
     }
 
@@ -82,7 +84,7 @@ public:
                                            "it.",
                                            path, reason));
         for (const std::string& line : lines)
-            fmt::print("{}\n", line);
+            fmt::print("{}\n", workbench::printableLines(line));
         return kExitDone;
     }
 

@@ -15,6 +15,7 @@
 #include "shell/exitStatus.h"
 #include "shell/jsonOutput.h"
 #include "shell/logTail.h"
+#include "shell/note.h"
 #include "shell/pager.h"
 #include "shell/reportNames.h"
 #include "shell/reportView.h"
@@ -36,10 +37,6 @@ using workbench::printable;
 constexpr std::size_t kLogLines = 12;
 
 const char kReportHelp[] = "A report's command, STEP.COMMAND, or another of its names";
-
-void tell(const std::string& text) {
-    fmt::print(stderr, "{}\n", text);
-}
 
 /// The entry of `report` in `entries`, which hold all reports of its run.
 const ReportEntry& entryOf(const std::vector<ReportEntry>& entries,
@@ -72,7 +69,7 @@ public:
         if (m_json)
             printJson_(entries);
         else if (entries.empty())
-            tell("There are no reports. Add one: xp report add RUN STEP COMMAND");
+            sayNote("There are no reports. Add one: xp report add RUN STEP COMMAND");
         else
             fmt::print("{}", reportTable(entries));
         return kExitDone;
@@ -123,8 +120,8 @@ public:
         if (m_json)
             printJson(all);
         else if (outcomes.empty())
-            tell(fmt::format("Run {} has no reports. Add one: xp report add {} STEP COMMAND",
-                             run.getName(), run.getName()));
+            sayNote(fmt::format("Run {} has no reports. Add one: xp report add {} STEP COMMAND",
+                                run.getName(), run.getName()));
         return status;
     }
 
@@ -147,7 +144,7 @@ private:
     void tell_(const HAXPExpRun& run, const ReportEntry& entry, const RunReports::Outcome& outcome,
                std::set<std::string>& toldLogs) const {
         if (outcome.made) {
-            tell(fmt::format("{} is made: {}", reportOfRun(entry), printable(entry.path)));
+            sayNote(fmt::format("{} is made: {}", reportOfRun(entry), printable(entry.path)));
         } else if (outcome.failed) {
             const std::string log = run.pathOf(entry.step + "_reports.log");
             std::string ignored;
@@ -156,9 +153,9 @@ private:
             if (toldLogs.insert(log).second)
                 lines = lastLines(log, kLogLines, ignored);
             const std::string text = reportFailureText(entry, log, lines);
-            tell("xp: error: " + workbench::printableLines(text));
+            tellError(text);
         } else if (!m_names.empty() || !entry.isStatic) {
-            tell(fmt::format("{} isn't made: {}", reportOfRun(entry), outcome.reason));
+            sayNote(fmt::format("{} isn't made: {}", reportOfRun(entry), outcome.reason));
         }
     }
 
@@ -188,8 +185,8 @@ public:
                                                          "without --json.",
                                                          reportOfRun(entry)));
         if (entry.state == "stale")
-            tell(fmt::format("{} is stale: it tells of an earlier state of the run.",
-                             reportOfRun(entry)));
+            sayNote(fmt::format("{} is stale: it tells of an earlier state of the run.",
+                                reportOfRun(entry)));
         showFile(m_json ? entry.jsonPath : entry.path);
         return kExitDone;
     }
@@ -246,8 +243,8 @@ public:
         setOptions(reports, report, m_settings);
         project->save();
         const std::string name = shortName(reports, report);
-        tell(fmt::format("Report {} of run {} is added. Make it with: xp report generate {} {}",
-                         name, run.getName(), run.getName(), name));
+        sayNote(fmt::format("Report {} of run {} is added. Make it with: xp report generate {} {}",
+                            name, run.getName(), run.getName(), name));
         return kExitDone;
     }
 
@@ -284,7 +281,7 @@ public:
         }
         project->save();
         for (const std::string& line : lines)
-            tell(line);
+            sayNote(line);
         return kExitDone;
     }
 
@@ -346,9 +343,10 @@ public:
         project->save();
         const std::string name = shortName(reports, report);
         if (stateWord(report) == "stale")
-            tell(fmt::format("Report {} of run {} is stale now. Make it anew: xp report generate "
-                             "{} {}",
-                             name, run.getName(), run.getName(), name));
+            sayNote(
+                fmt::format("Report {} of run {} is stale now. Make it anew: xp report generate "
+                            "{} {}",
+                            name, run.getName(), run.getName(), name));
         return kExitDone;
     }
 
@@ -371,8 +369,9 @@ public:
         const std::string name = chosenReportStrategy(*run.getStrategy()->getFlow(), m_strategy);
         project->applyReportStrategy(run, name);
         project->save();
-        tell(fmt::format("Run {} has the reports of {} now. Make them with: xp report generate {}",
-                         run.getName(), printable(name), run.getName()));
+        sayNote(
+            fmt::format("Run {} has the reports of {} now. Make them with: xp report generate {}",
+                        run.getName(), printable(name), run.getName()));
         return kExitDone;
     }
 

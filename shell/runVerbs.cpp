@@ -10,6 +10,7 @@
 
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "shell/exitStatus.h"
+#include "shell/note.h"
 #include "shell/reportNames.h"
 #include "shell/runPlan.h"
 #include "shell/runView.h"
@@ -57,7 +58,7 @@ public:
             project->setToStep(run, m_toStep);
         setOptions(*project, run, m_settings);
         project->save();
-        fmt::print(stderr, "Run {} is made. Next: xp launch {}\n", m_name, m_name);
+        note("Run {} is made. Next: xp launch {}", m_name, m_name);
         return kExitDone;
     }
 
@@ -124,8 +125,8 @@ public:
         project->applyStrategy(run, name);
         project->save();
         const std::size_t changes = workbench::differences(before, *run.getStrategy()).size();
-        fmt::print(stderr, "Run {} has the values of {} now: {} option{} changed\n", m_name,
-                   workbench::printable(name), changes, changes == 1 ? "" : "s");
+        note("Run {} has the values of {} now: {} option{} changed", m_name,
+             workbench::printable(name), changes, changes == 1 ? "" : "s");
         return kExitDone;
     }
 

@@ -125,6 +125,16 @@ std::string statusWord(const HAXPExpRun& run) {
     return stopped ? "stopped" : "failed";
 }
 
+Style statusStyle(const std::string& word) {
+    if (word == "done")
+        return Style::kGood;
+    if (word == "failed" || word == "lost" || word == "stopped")
+        return Style::kBad;
+    if (word == "unknown")
+        return Style::kWarn;
+    return word == "not started" ? Style::kDim : Style::kStrong;
+}
+
 bool isDone(const HAXPExpRun& run) {
     return codeOf(run) == HDGUIStatus::statusDone;
 }
@@ -196,6 +206,7 @@ std::string bitstreamPath(const HAXPExpRun& run) {
 }
 
 std::string statusTable(const Project& project, const std::vector<HAXPExpRun*>& runs) {
+    constexpr std::size_t kStatusColumn = 3;
     std::vector<TextTable::Column> columns{{"Run"}, {"Flow"}, {"Strategy"}, {"Status"}, {"Step"}};
     for (const StatColumn& stat : tableStats())
         columns.push_back({stat.title, true});
@@ -209,6 +220,8 @@ std::string statusTable(const Project& project, const std::vector<HAXPExpRun*>& 
             row.push_back(OpenStats::textOf(*run, stat.name));
         row.push_back(staleTexts(project, *run).empty() ? "" : "yes");
         table.addRow(row);
+        table.setStyle(kStatusColumn, statusStyle(statusWord(*run)));
+        table.setStyle(row.size() - 1, Style::kWarn);
     }
     return table.text();
 }

@@ -7,6 +7,8 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "shell/terminal.h"
+
 class HAXPExpRun;
 class HAXPExpRunStep;
 class HAXPFlow;
@@ -25,6 +27,9 @@ const HAXPFlow& flowOf(const std::string& word);
 /// "stopped". A lost run's processes went away in the middle of a step, a stopped one's
 /// between two steps; of an unknown one that can't be told.
 std::string statusWord(const HAXPExpRun& run);
+
+/// How a status, as statusWord() gives it, looks in colours.
+Style statusStyle(const std::string& word);
 
 bool isDone(const HAXPExpRun& run);
 /// Whether it failed, was lost or stopped.

@@ -12,6 +12,7 @@
 #include "environment/errors/HEXUserException.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "shell/exitStatus.h"
+#include "shell/note.h"
 #include "shell/runPlan.h"
 #include "shell/runView.h"
 #include "shell/verb.h"
@@ -75,7 +76,7 @@ public:
         for (HAXPExpRun* run : runs)
             isAnyStopped = stop_(*run, status) || isAnyStopped;
         if (m_all && !isAnyStopped && status == kExitDone)
-            fmt::print(stderr, "No run is at work\n");
+            note("No run is at work");
         return status;
     }
 
@@ -84,12 +85,12 @@ private:
         try {
             const workbench::StopResult result = workbench::stopRun(run);
             if (!result.wasIdle)
-                fmt::print(stderr, "{}: {}\n", run.getName(), stopText(run, result));
+                note("{}: {}", run.getName(), stopText(run, result));
             else if (!m_all)
-                fmt::print(stderr, "{}: not at work ({})\n", run.getName(), statusWord(run));
+                note("{}: not at work ({})", run.getName(), statusWord(run));
             return !result.wasIdle;
         } catch (const HEXUserException& error) {
-            fmt::print(stderr, "xp: error: {}\n", error.what());
+            tellError(error.what());
             status = kExitRefused;
             return false;
         }
@@ -117,16 +118,16 @@ public:
         const auto project = Project::open(session.projectDir, Project::kChange);
         HAXPExpRun& run = project->getRun(m_name);
         if (m_kill && run.isAtWork())
-            fmt::print(stderr, "{}: {}\n", m_name, stopText(run, workbench::stopRun(run)));
+            note("{}: {}", m_name, stopText(run, workbench::stopRun(run)));
         HSTVector<std::string> errors;
         const bool ok =
             workbench::resetRun(*project, run, m_fromStep, !m_keepFiles, errors, m_force);
         for (const std::string& error : errors)
-            fmt::print(stderr, "xp: error: {}\n", error);
+            tellError(error);
         if (!ok)
             return kExitRefused;
-        fmt::print(stderr, "{}: reset{}. Next: xp launch {}\n", m_name,
-                   m_fromStep.empty() ? "" : " from " + m_fromStep, m_name);
+        note("{}: reset{}. Next: xp launch {}", m_name,
+             m_fromStep.empty() ? "" : " from " + m_fromStep, m_name);
         return kExitDone;
     }
 

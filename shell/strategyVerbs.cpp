@@ -17,6 +17,7 @@
 #include "runs/base/xpreport/HAXRReportStrategy.h"
 #include "shell/exitStatus.h"
 #include "shell/jsonOutput.h"
+#include "shell/note.h"
 #include "shell/runView.h"
 #include "shell/setting.h"
 #include "shell/strategyKinds.h"
@@ -43,10 +44,6 @@ std::string ownerWord(bool isShipped) {
 }
 
 /// Tells a change that was made; data has standard output for itself.
-void tell(const std::string& text) {
-    fmt::print(stderr, "{}\n", text);
-}
-
 template <class Kind> nlohmann::json entryJson(const typename Kind::Strategy& strategy, bool all) {
     return {
         {"flow", flowWord(*strategy.getFlow())}, {"name", strategy.getName()},
@@ -164,8 +161,8 @@ private:
 /// Registers and saves `wanted` under `name`, and says so.
 template <class Kind> int admitAndTell(typename Kind::Strategy& wanted, const std::string& name) {
     const auto* made = Kind::admit(wanted, name);
-    tell(fmt::format("{} {} is made: {}", Kind::kTitle, shownName(*made),
-                     printable(made->getFilename())));
+    sayNote(fmt::format("{} {} is made: {}", Kind::kTitle, shownName(*made),
+                        printable(made->getFilename())));
     return kExitDone;
 }
 
@@ -231,8 +228,8 @@ public:
         requireFree<Kind>(*strategy.getFlow(), m_name, kChooseAnother);
         const std::string before = shownName(strategy);
         Kind::rename(strategy, m_name);
-        tell(fmt::format("{} {} is {} now: {}", Kind::kTitle, before, shownName(strategy),
-                         printable(strategy.getFilename())));
+        sayNote(fmt::format("{} {} is {} now: {}", Kind::kTitle, before, shownName(strategy),
+                            printable(strategy.getFilename())));
         return kExitDone;
     }
 
@@ -261,8 +258,8 @@ public:
             const std::string file = strategy->getFilename();
             Kind::remove(*strategy);
             requireGone_(file, name);
-            tell(fmt::format("{} {} is deleted, with its file {}", Kind::kTitle, name,
-                             printable(file)));
+            sayNote(fmt::format("{} {} is deleted, with its file {}", Kind::kTitle, name,
+                                printable(file)));
         }
         return kExitDone;
     }
@@ -323,7 +320,7 @@ public:
         if (m_json)
             printJson(json_(found, fullName(*first), fullName(*second)));
         else if (found.empty())
-            tell(fmt::format("{} and {} don't differ", shownName(*first), shownName(*second)));
+            sayNote(fmt::format("{} and {} don't differ", shownName(*first), shownName(*second)));
         else
             fmt::print("{}", table_(found, first->getName(), second->getName()));
         return kExitDone;
@@ -365,8 +362,8 @@ public:
     int run(const Session&) override {
         typename Kind::Strategy& strategy = chosenStrategy<Kind>(m_name);
         Kind::write(strategy, m_file, m_force);
-        tell(fmt::format("{} {} is written to {}", Kind::kTitle, shownName(strategy),
-                         printable(m_file)));
+        sayNote(fmt::format("{} {} is written to {}", Kind::kTitle, shownName(strategy),
+                            printable(m_file)));
         return kExitDone;
     }
 
@@ -403,8 +400,8 @@ public:
         }
         for (const auto& strategy : read) {
             const auto* made = Kind::admit(*strategy, nameFor_(*strategy));
-            tell(fmt::format("{} {} is made: {}", Kind::kTitle, shownName(*made),
-                             printable(made->getFilename())));
+            sayNote(fmt::format("{} {} is made: {}", Kind::kTitle, shownName(*made),
+                                printable(made->getFilename())));
         }
         return kExitDone;
     }
@@ -454,7 +451,7 @@ public:
                 *wanted, fmt::format("{}.{}{}.{}", m_place.step, called, number, setting.name),
                 setting.value);
         ReportStrategyKind::takeOver(strategy, *wanted);
-        tell(
+        sayNote(
             fmt::format("{} of {} is in {}", printable(called), m_place.step, shownName(strategy)));
         return kExitDone;
     }
@@ -478,8 +475,8 @@ public:
         const auto wanted = ReportStrategyKind::makeCopy(strategy);
         workbench::removeReport(*wanted, m_place.step, m_place.report);
         ReportStrategyKind::takeOver(strategy, *wanted);
-        tell(fmt::format("{} of {} is removed from {}", printable(m_place.report), m_place.step,
-                         shownName(strategy)));
+        sayNote(fmt::format("{} of {} is removed from {}", printable(m_place.report), m_place.step,
+                            shownName(strategy)));
         return kExitDone;
     }
 

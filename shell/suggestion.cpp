@@ -61,4 +61,10 @@ std::string suggestionFor(const std::string& typed, const std::vector<std::strin
     return best;
 }
 
+std::string hintFor(const std::string& typed, const std::vector<std::string>& known,
+                    const std::string& otherwise) {
+    const std::string meant = suggestionFor(typed, known);
+    return meant.empty() ? otherwise : "Did you mean '" + meant + "'?";
+}
+
 }  // namespace shell

@@ -15,4 +15,9 @@ int editDistance(const std::string& a, const std::string& b);
 /// enough. A name that begins with `typed` wins when it is the only one.
 std::string suggestionFor(const std::string& typed, const std::vector<std::string>& known);
 
+/// What stands behind "There is no X 'typed'.": "Did you mean 'NAME'?" with a name of `known`
+/// that is near enough, else `otherwise`.
+std::string hintFor(const std::string& typed, const std::vector<std::string>& known,
+                    const std::string& otherwise);
+
 }  // namespace shell

@@ -9,6 +9,7 @@
 
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "shell/exitStatus.h"
+#include "shell/note.h"
 #include "shell/reportNames.h"
 #include "shell/runView.h"
 #include "shell/sweep.h"
@@ -65,12 +66,12 @@ public:
         const std::vector<HAXPExpRun*> runs = makeSweep(*project, request);
         printRuns_(*project, runs);
         if (m_isDryRun) {
-            fmt::print(stderr, "Nothing is made: this is what a sweep would make\n");
+            note("Nothing is made: this is what a sweep would make");
             return kExitDone;
         }
         project->save();
-        fmt::print(stderr, "{} run{} made. Next: xp launch {}\n", runs.size(),
-                   runs.size() == 1 ? " is" : "s are", m_name);
+        note("{} run{} made. Next: xp launch {}", runs.size(), runs.size() == 1 ? " is" : "s are",
+             m_name);
         return kExitDone;
     }
 

@@ -6,8 +6,6 @@
 #include <cstddef>
 #include <utility>
 
-#include <fmt/format.h>
-
 #include "workbench/printable.h"
 
 namespace shell {
@@ -16,37 +14,44 @@ TextTable::TextTable(std::vector<Column> columns) : m_columns(std::move(columns)
 
 void TextTable::addRow(std::vector<std::string> cells) {
     cells.resize(m_columns.size());
-    for (std::string& cell : cells) {
-        cell = cell.empty() ? "-" : workbench::printable(cell);
-    }
-    m_rows.push_back(std::move(cells));
+    std::vector<Cell> row;
+    for (const std::string& cell : cells)
+        row.push_back({cell.empty() ? "-" : workbench::printable(cell)});
+    m_rows.push_back(std::move(row));
 }
 
-std::string TextTable::text() const {
-    std::vector<std::string> titles;
+void TextTable::setStyle(std::size_t column, Style style) {
+    m_rows.back().at(column).style = style;
+}
+
+std::string TextTable::text(const Terminal& terminal) const {
+    std::vector<Cell> titles;
     std::vector<std::size_t> widths;
     for (const Column& column : m_columns) {
-        titles.push_back(column.title);
-        widths.push_back(column.title.size());
+        titles.push_back({column.title, Style::kStrong});
+        widths.push_back(columnsOf(column.title));
     }
     for (const auto& row : m_rows) {
         for (std::size_t i = 0; i < row.size(); ++i)
-            widths[i] = std::max(widths[i], row[i].size());
+            widths[i] = std::max(widths[i], columnsOf(row[i].text));
     }
-    std::string text = line_(titles, widths);
+    std::string text = line_(titles, widths, terminal);
     for (const auto& row : m_rows)
-        text += line_(row, widths);
+        text += line_(row, widths, terminal);
     return text;
 }
 
-std::string TextTable::line_(const std::vector<std::string>& cells,
-                             const std::vector<std::size_t>& widths) const {
+std::string TextTable::line_(const std::vector<Cell>& cells, const std::vector<std::size_t>& widths,
+                             const Terminal& terminal) const {
     std::string line;
+    std::string blanks;
     for (std::size_t i = 0; i < cells.size(); ++i) {
-        const char* form = m_columns[i].isNumber ? "{:>{}}" : "{:<{}}";
-        line += (i == 0 ? "" : "  ") + fmt::format(fmt::runtime(form), cells[i], widths[i]);
+        const std::string padding(widths[i] - columnsOf(cells[i].text), ' ');
+        const std::string text = terminal.styled(cells[i].style, cells[i].text);
+        // Blanks are written once something stands behind them.
+        line += blanks + (m_columns[i].isNumber ? padding + text : text);
+        blanks = (m_columns[i].isNumber ? "" : padding) + "  ";
     }
-    line.erase(line.find_last_not_of(' ') + 1);
     return line + "\n";
 }
 

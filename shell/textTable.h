@@ -2,8 +2,11 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
+
+#include "shell/terminal.h"
 
 namespace shell {
 
@@ -22,15 +25,23 @@ public:
     /// a terminal would take as a command is escaped.
     void addRow(std::vector<std::string> cells);
 
-    /// Title and rows, one a line, without blanks at the ends of lines.
-    std::string text() const;
+    /// How the cell in column `column` of the last row looks, where there are colours.
+    void setStyle(std::size_t column, Style style);
+
+    /// Title and rows, one a line, without blanks at the ends of lines, as `terminal` takes
+    /// them.
+    std::string text(const Terminal& terminal = Terminal::output()) const;
 
 private:
-    std::string line_(const std::vector<std::string>& cells,
-                      const std::vector<std::size_t>& widths) const;
+    struct Cell {
+        std::string text;
+        Style style = Style::kPlain;
+    };
+    std::string line_(const std::vector<Cell>& cells, const std::vector<std::size_t>& widths,
+                      const Terminal& terminal) const;
 
     std::vector<Column> m_columns;
-    std::vector<std::vector<std::string>> m_rows;
+    std::vector<std::vector<Cell>> m_rows;
 };
 
 }  // namespace shell

@@ -16,6 +16,10 @@ namespace shell {
 struct Session {
     /// Where the project is looked for: here or in a folder above.
     std::string projectDir = ".";
+    /// No colours and no line that is drawn anew, terminal or not. Terminal knows it too.
+    bool plain = false;
+    /// Neither progress nor notes on standard error. note() knows it too.
+    bool quiet = false;
 };
 
 /// One verb of xp: its options, and what it does.

@@ -51,4 +51,9 @@ TEST(SuggestionTest, NeverTurnsEveryLetterAround) {
     EXPECT_EQ(shell::suggestionFor("xy", {"ab"}), "");
 }
 
+TEST(SuggestionTest, AHintNamesWhatWasMeantOrTellsWhatElseHelps) {
+    EXPECT_EQ(shell::hintFor("stauts", {"status", "show"}, "Look."), "Did you mean 'status'?");
+    EXPECT_EQ(shell::hintFor("zzzzzz", {"status", "show"}, "Look."), "Look.");
+}
+
 }  // namespace
