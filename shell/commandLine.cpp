@@ -13,7 +13,10 @@
 
 #include "environment/errors/HEXAll.h"
 #include "environment/installation/HUTEnv.h"
+#include "shell/completion.h"
+#include "shell/declaredVerb.h"
 #include "shell/exitStatus.h"
+#include "shell/manPages.h"
 #include "shell/note.h"
 #include "shell/suggestion.h"
 #include "shell/terminal.h"
@@ -33,24 +36,6 @@ struct Words {
     std::string verb;
     std::vector<std::string> rest;
 };
-
-/// Takes the option at `i` that holds for every verb, with its value; whether it is one.
-/// @throws CommandError it lacks its value.
-bool takeGlobal(const std::vector<std::string>& words, std::size_t& i, Session& session) {
-    const std::string& word = words[i];
-    if (word == "-q" || word == "--quiet")
-        session.quiet = true;
-    else if (word == "--plain")
-        session.plain = true;
-    else if (word == "-C" && i + 1 < words.size())
-        session.projectDir = words[++i];
-    else if (word == "-C")
-        throw CommandError(kExitUsage, fmt::format("-C needs a folder. {}", kUsage));
-    else
-        return false;
-    ++i;
-    return true;
-}
 
 /// @throws CommandError an option before the verb isn't known or lacks its value.
 Words readWords(const std::vector<std::string>& words) {
@@ -76,19 +61,6 @@ Words readWords(const std::vector<std::string>& words) {
     return read;
 }
 
-/// Adds what holds for every verb to the options of one.
-void addGlobals(CLI::App& command, Session& session) {
-    const char group[] = "Options of every verb";
-    command.add_option("-C", session.projectDir, "Work on the project in this folder")
-        ->type_name("DIR")
-        ->group(group);
-    command.add_flag("-q,--quiet", session.quiet, "No progress and no notes on standard error")
-        ->group(group);
-    command.add_flag("--plain", session.plain, "No colours, and no line that is drawn anew")
-        ->group(group);
-    command.get_help_ptr()->description("Show this help")->group(group);
-}
-
 std::string verbList(const std::vector<VerbEntry>& all) {
     std::string text;
     for (const VerbEntry& verb : all)
@@ -99,6 +71,13 @@ std::string verbList(const std::vector<VerbEntry>& all) {
 std::string topList() {
     return verbList(verbs()) +
            fmt::format("  {:<16}{}\n", "help", "show this list, or the help of a verb");
+}
+
+std::string statusList() {
+    std::string text;
+    for (const ExitStatusText& one : exitStatuses())
+        text += fmt::format("  {:<5}{}\n", one.status, one.text);
+    return text;
 }
 
 void printHelp() {
@@ -113,10 +92,9 @@ void printHelp() {
         "               alone) and TERM=dumb\n"
         "  -h, --help   show this help\n"
         "  --version    show the version\n\n"
-        "Exit status: 0 done, 1 a run or a report failed, 2 wrong usage, 3 done but a goal is\n"
-        "missed, 4 stale, 5 a tool is missing, 6 refused, 130 interrupted.\n\n"
+        "Exit status:\n{}\n"
         "\"xp help VERB\" tells more, with examples.\n",
-        kUsage, topList());
+        kUsage, topList(), statusList());
 }
 
 /// The examples of a verb, one a line, moved in.
@@ -184,14 +162,47 @@ int printGroupHelp(const Call& call) {
 int printHelpOf(const Call& call) {
     if (call.verb->group != nullptr)
         return printGroupHelp(call);
-    const std::unique_ptr<Verb> object = call.verb->make();
-    CLI::App command(fmt::format("xp {}: {}", call.name, call.verb->summary), "xp " + call.name);
-    command.footer(examplesOf(*call.verb));
-    object->declare(command);
-    Session session;
-    addGlobals(command, session);
-    fmt::print("{}", command.help());
+    DeclaredVerb declared(*call.verb, call.name);
+    declared.command().footer(examplesOf(*call.verb));
+    fmt::print("{}", declared.command().help());
     return kExitDone;
+}
+
+/// The long options of `command`.
+std::vector<std::string> longOptions(const CLI::App& command) {
+    std::vector<std::string> names;
+    for (const CLI::Option* option : command.get_options()) {
+        for (const std::string& name : option->get_lnames())
+            names.push_back("--" + name);
+    }
+    return names;
+}
+
+/// What helps who typed an option that isn't there; empty when all are.
+std::string hintForOptions(const CLI::App& command, const std::vector<std::string>& words) {
+    const std::vector<std::string> known = longOptions(command);
+    for (const std::string& word : words) {
+        const std::string name = word.substr(0, word.find('='));
+        const bool isOption = name.size() > 2 && name.compare(0, 2, "--") == 0;
+        if (isOption && std::find(known.begin(), known.end(), name) == known.end())
+            return hintFor(name, known, "");
+    }
+    return {};
+}
+
+/// @throws CommandError the words don't fit.
+void parse(CLI::App& command, const Call& call, std::vector<std::string> words) {
+    std::reverse(words.begin(), words.end());
+    try {
+        command.parse(words);
+    } catch (const CLI::CallForHelp&) {
+        return;
+    } catch (const CLI::ParseError& error) {
+        const std::string hint = hintForOptions(command, words);
+        throw CommandError(kExitUsage,
+                           fmt::format("{}: {}.{} \"xp help {}\" tells its arguments.", call.name,
+                                       error.what(), hint.empty() ? "" : " " + hint, call.name));
+    }
 }
 
 int runVerb(const Words& words) {
@@ -206,22 +217,13 @@ int runVerb(const Words& words) {
                            fmt::format("Say what to do: xp {} VERB [ARGUMENTS].\n\nVerbs:\n{}",
                                        call.name, verbList(call.verb->group())));
     }
-    const std::unique_ptr<Verb> object = call.verb->make();
-    CLI::App command(call.verb->summary, "xp " + call.name);
-    object->declare(command);
-    addGlobals(command, session);
-    std::reverse(rest.begin(), rest.end());
-    try {
-        command.parse(rest);
-    } catch (const CLI::CallForHelp&) {
-        return printHelpOf(call);
-    } catch (const CLI::ParseError& error) {
-        throw CommandError(kExitUsage, fmt::format("{}: {}. \"xp help {}\" tells its arguments.",
-                                                   call.name, error.what(), call.name));
-    }
-    Terminal::setPlain(session.plain);
-    setQuiet(session.quiet);
-    return object->run(session);
+    DeclaredVerb declared(*call.verb, call.name);
+    declared.session() = session;
+    parse(declared.command(), call, rest);
+    Terminal::setPlain(declared.session().plain);
+    setQuiet(declared.session().quiet);
+    return declared.command().get_help_ptr()->count() > 0 ? printHelpOf(call)
+                                                          : declared.verb().run(declared.session());
 }
 
 int printHelpOf(std::vector<std::string> words) {
@@ -234,6 +236,11 @@ int printHelpOf(std::vector<std::string> words) {
 }
 
 int dispatch(const std::vector<std::string>& all) {
+    // Of the shells' scripts and of the build: no verbs for people.
+    if (!all.empty() && all.front() == kCompleteWord)
+        return printCompletions({all.begin() + 1, all.end()});
+    if (all.size() == 2 && all.front() == kManPagesWord)
+        return writeManPages(all.back());
     const Words words = readWords(all);
     if (words.wantsVersion) {
         fmt::print("xp {}\n", HUTEnv::getProductMajorMinorVersion());

@@ -4,6 +4,7 @@
 
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 namespace shell {
 
@@ -18,6 +19,15 @@ enum ExitStatus {
     kExitRefused = 6,      ///< the project, an input or the disk doesn't allow it
     kExitInterrupted = 130
 };
+
+/// A status as help and manual tell it.
+struct ExitStatusText {
+    ExitStatus status;
+    const char* text;
+};
+
+/// Every status, in the order of the numbers.
+const std::vector<ExitStatusText>& exitStatuses();
 
 /// Ends a verb with a status; the text is the whole message for the user.
 class CommandError : public std::runtime_error {

@@ -62,6 +62,9 @@ const std::vector<VerbEntry>& verbs() {
         {"report", "list, make, show, add and change the reports of runs",
          "xp report list impl_1\nxp report open impl_1 report_timing_summary", nullptr,
          reportVerbs},
+        {"completion", "print the script that makes a shell complete what you type",
+         "source <(xp completion bash)\nsource <(xp completion zsh)\nxp completion fish | source",
+         makeCompletionVerb},
     };
     return all;
 }

@@ -89,5 +89,6 @@ std::unique_ptr<Verb> makeCompareVerb();
 std::unique_ptr<Verb> makeBestVerb();
 std::unique_ptr<Verb> makeWhyVerb();
 std::unique_ptr<Verb> makePlanVerb();
+std::unique_ptr<Verb> makeCompletionVerb();
 
 }  // namespace shell

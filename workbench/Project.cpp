@@ -69,15 +69,6 @@ std::string lastName(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
 }
 
-/// The project's folder: `dir` or the nearest one above it with a project file.
-std::string findProjectDir(const std::string& dir) {
-    for (std::string at = absolute(dir); !at.empty(); at.erase(at.rfind('/'))) {
-        if (HUTFile::exists(at + "/" + Project::kFileName))
-            return at;
-    }
-    fail("@60-10@%s", absolute(dir));
-}
-
 /// The strategy `name` of `flow`, shipped or the user's.
 const HAXPStrategy& strategyFor(const HAXPFlow& flow, const std::string& name) {
     if (const HAXPStrategy* strategy = workbench::findStrategy(flow, name)) {
@@ -125,6 +116,14 @@ struct Project::Lock {
     }
 };
 
+std::string Project::findDir(const std::string& dir) {
+    for (std::string at = absolute(dir); !at.empty(); at.erase(at.rfind('/'))) {
+        if (HUTFile::exists(at + "/" + kFileName))
+            return at;
+    }
+    fail("@60-10@%s", absolute(dir));
+}
+
 std::unique_ptr<Project> Project::create(const std::string& dir, const DesignInputs& inputs) {
     const std::string folder = absolute(dir);
     workbench::requireScriptPath(folder);
@@ -143,7 +142,7 @@ std::unique_ptr<Project> Project::create(const std::string& dir, const DesignInp
 }
 
 std::unique_ptr<Project> Project::open(const std::string& dir, Access access) {
-    std::unique_ptr<Project> project(new Project(findProjectDir(dir), access));
+    std::unique_ptr<Project> project(new Project(findDir(dir), access));
     if (access == kChange)
         project->takeLock_();
     ProjectFile(*project).read();

@@ -36,6 +36,10 @@ public:
     /// The project file in a project's folder.
     static const char kFileName[];
 
+    /// The folder of the project in `dir` or the next folder above that holds one, absolute.
+    /// @throws HEXUserException there is none.
+    static std::string findDir(const std::string& dir);
+
     /// Makes a project in `dir`, which is made if it isn't there, open for changes and
     /// saved. @throws HEXUserException there is one already, or it can't be made.
     static std::unique_ptr<Project> create(const std::string& dir, const DesignInputs& inputs);

@@ -28,6 +28,7 @@
 #include "workbench/optionText.h"
 #include "workbench/printRecords.h"
 #include "workbench/projectEntry.h"
+#include "workbench/projectNames.h"
 #include "workbench/reportRecords.h"
 #include "workbench/strategies.h"
 #include "workbench/toolStamps.h"
@@ -325,6 +326,27 @@ bool isFolderIn(const std::string& parent, const std::string& path) {
 }
 
 }  // namespace
+
+workbench::ProjectNames workbench::readProjectNames(const std::string& dir) {
+    const xml::Document document =
+        xml::Document::fromFile(Project::findDir(dir) + "/" + Project::kFileName);
+    ProjectNames names;
+    for (const xml::Element& element : document.root().children()) {
+        if (element.name() != name::kRun)
+            continue;
+        ProjectNames::Run run;
+        run.name = element.attribute(name::kName);
+        run.isSynthesis = element.attribute(name::kSynthesis).empty();
+        run.sweep = element.attribute(name::kSweep);
+        run.family = element.attribute(name::kFamily);
+        if (const xml::Element* reports = element.child(name::kReports)) {
+            for (const xml::Element& report : reports->children())
+                run.reports.push_back(report.attribute(name::kCommand));
+        }
+        names.runs.push_back(std::move(run));
+    }
+    return names;
+}
 
 ProjectFile::ProjectFile(Project& project) : m_project(project) {}
 

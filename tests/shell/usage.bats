@@ -33,14 +33,14 @@ verbs='new add create set apply launch plan wait kill reset status log show why'
   done
   [ -z "$stderr" ]
   run -0 "$xp" --help
-  [[ $output == *'Exit status: 0 done'* ]]
+  [[ $output == *$'Exit status:\n  0    done'* ]]
 }
 
 @test "the help of every verb shows its arguments and an example" {
   for verb in $verbs; do
     run -0 --separate-stderr "$xp" help "$verb"
     [[ $output == *"Usage: xp $verb"* ]]
-    [[ $output == *"Examples:"*"  xp $verb"* ]]
+    [[ $output == *"Examples:"*"xp $verb"* ]]
     local by_help=$output
     run -0 "$xp" "$verb" --help
     [ "$output" = "$by_help" ]
