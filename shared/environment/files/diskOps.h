@@ -45,7 +45,7 @@ ENVIRONMENT_API Disk& disk();
 ENVIRONMENT_API void setDisk(Disk* other);
 
 /// Owns a file descriptor, -1 for none.
-class Descriptor {
+class ENVIRONMENT_API Descriptor {
 public:
     explicit Descriptor(int fd = -1) : m_fd(fd) {}
     Descriptor(Descriptor&& other) noexcept : m_fd(other.m_fd) { other.m_fd = -1; }
@@ -63,7 +63,7 @@ private:
 
 /// Writes all of `data`, however often that takes; 0, or the error. `written`
 /// counts what came through.
-int writeAll(int fd, const char* data, std::size_t size, std::size_t& written);
+ENVIRONMENT_API int writeAll(int fd, const char* data, std::size_t size, std::size_t& written);
 
 /// Opens a regular file for reading, without waiting for anything, and looks
 /// at it. An empty descriptor, with `errorNumber` set, when that fails; for
