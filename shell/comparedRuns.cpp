@@ -3,87 +3,39 @@
 #include "shell/comparedRuns.h"
 
 #include <algorithm>
-#include <cstdio>
 
-#include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "shell/exitStatus.h"
 #include "shell/note.h"
-#include "shell/reportView.h"
+#include "shell/reportNames.h"
 #include "shell/runPlan.h"
 #include "shell/runView.h"
 #include "shell/staleView.h"
 #include "workbench/HAXPExpRun.h"
-#include "workbench/OpenRunInfo.h"
-#include "workbench/OpenStats.h"
 #include "workbench/Project.h"
+#include "workbench/RunReports.h"
 #include "workbench/fileFingerprint.h"
-#include "workbench/ice40/metrics.h"
 #include "workbench/optionText.h"
 #include "workbench/printable.h"
 #include "workbench/runFamily.h"
+#include "workbench/runFigures.h"
 #include "workbench/strategyOptions.h"
 
 namespace shell {
 
 namespace {
 
-using reports::Figure;
-
-/// A number of the steps that is a figure too, called as the reports call it.
-struct CountFigure {
-    const char* name;
-    const char* label;
-};
-constexpr CountFigure kCountFigures[] = {
-    {ice40::counts::kLogicCells, "Logic cells"}, {ice40::counts::kLuts, "LUTs"},
-    {ice40::counts::kFlipFlops, "Flip-flops"},   {ice40::counts::kCarries, "Carry cells"},
-    {ice40::counts::kBlockRams, "Block RAMs"},   {ice40::counts::kCells, "Cells"}};
-
-/// The key figures that the reports of `run` tell, step after step. What can't be read is
-/// told.
-void addReportFigures(const Project& project, HAXPExpRun& run, ComparedRun& compared) {
-    for (const ReportEntry& report : reportsOf(project, run, false)) {
-        const bool tells = report.state == "generated" || report.state == "stale";
-        if (!tells || report.jsonPath.empty())
-            continue;
-        reports::ReportFigures read;
-        std::string reason;
-        if (reports::readFigures(report.jsonPath, read, reason))
-            addFigures(compared, read.figures);
-        else
-            note("The figures of report {} of run {} are left out: {}. Make it anew: xp "
-                 "report generate {} {} --again",
-                 report.shortName, report.run, workbench::printable(reason), report.run,
-                 report.shortName);
+/// The key figures that the reports of `run` tell. What can't be read is told.
+void addReportFigures(HAXPExpRun& run, ComparedRun& compared) {
+    std::vector<workbench::UnreadReport> unread;
+    addFigures(compared, workbench::reportFigures(run, unread));
+    for (const workbench::UnreadReport& report : unread) {
+        const std::string name = shortName(RunReports(run), *report.report);
+        note("The figures of report {0} of run {1} are left out: {2}. Make it anew: xp report "
+             "generate {1} {0} --again",
+             name, run.getName(), workbench::printable(report.reason));
     }
-}
-
-void addMissing(ComparedRun& compared, const Figure& figure) {
-    if (figureOf(compared, figure.name) == nullptr)
-        addFigures(compared, {figure});
-}
-
-void addStepFigures(const HAXPExpRun& run, ComparedRun& compared) {
-    const ice40::StepMetrics& metrics = run.getInfo().getMetrics();
-    if (const ice40::ClockTiming* worst = metrics.worstClock()) {
-        addMissing(compared, {"fmax", "Fmax", worst->fmaxMhz, "MHz", Figure::kHigher});
-        addMissing(compared,
-                   {"worst_slack", "Worst slack", worst->slackNs(), "ns", Figure::kHigher});
-    }
-    for (const CountFigure& count : kCountFigures) {
-        if (const std::optional<long> value = metrics.count(count.name))
-            addMissing(compared,
-                       {count.name, count.label, static_cast<double>(*value), "", Figure::kLower});
-    }
-}
-
-void addRunTime(const HAXPExpRun& run, ComparedRun& compared) {
-    double seconds = 0;
-    if (OpenStats::valueOf(run, OpenStats::kRunTime, seconds))
-        addFigures(compared, {{kTimeFigure, "Run time", seconds, "s", Figure::kLower}});
 }
 
 void addOptions(const HAXPExpRun& run, ComparedRun& compared) {
@@ -120,10 +72,11 @@ ComparedRun comparedRun(const Project& project, HAXPExpRun& run, FigureSource so
         addOptions(*synthesis, compared);
     }
     addOptions(run, compared);
-    addReportFigures(project, run, compared);
+    // Their states follow from the stale reasons.
+    addReportFigures(run, compared);
     if (source == FigureSource::kReportsAndSteps)
-        addStepFigures(run, compared);
-    addRunTime(run, compared);
+        workbench::addStepFigures(run, compared.figures);
+    workbench::addRunTime(run, compared.figures);
     return compared;
 }
 

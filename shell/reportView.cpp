@@ -23,6 +23,7 @@
 #include "workbench/RunReports.h"
 #include "workbench/optionText.h"
 #include "workbench/printable.h"
+#include "workbench/runFigures.h"
 
 namespace shell {
 
@@ -49,12 +50,6 @@ bool isFile(const std::string& path) {
     return !path.empty() && HUTFile::isFile(path);
 }
 
-std::string jsonPathOf(const HAXPExpRun& run, const HAXRReportConfig& report) {
-    const std::string name = report.getFile("json");
-    const std::string path = name.empty() ? name : run.pathOf(name);
-    return isFile(path) ? path : std::string();
-}
-
 ReportEntry entryOf(const HAXPExpRun& run, const RunReports& reports,
                     const HAXRReportConfig& report) {
     ReportEntry entry;
@@ -73,8 +68,7 @@ ReportEntry entryOf(const HAXPExpRun& run, const RunReports& reports,
     if (!entry.file.empty() && !dir.empty())
         entry.path = run.pathOf(entry.file);
     entry.exists = isFile(entry.path);
-    if (!dir.empty())
-        entry.jsonPath = jsonPathOf(run, report);
+    entry.jsonPath = workbench::figuresPath(run, report);
     if (entry.state == "failed")
         entry.reason = reports.whyFailed(report);
     entry.options = changedOptionsOf(report);

@@ -10,6 +10,7 @@
 
 #include "shell/exitStatus.h"
 #include "shell/suggestion.h"
+#include "workbench/runFigures.h"
 
 namespace shell {
 
@@ -22,7 +23,7 @@ const std::vector<Goal>& namedGoals() {
     static const std::vector<Goal> goals{{"fmax", "fmax", "Fmax", "MHz", true},
                                          {"slack", "worst_slack", "worst slack", "ns", true},
                                          {"luts", "luts", "LUTs", "", false},
-                                         {"time", kTimeFigure, "run time", "s", false}};
+                                         {"time", workbench::kTimeFigure, "run time", "s", false}};
     return goals;
 }
 
@@ -102,8 +103,6 @@ bool differs(const OptionRow& row) {
 
 }  // namespace
 
-const char kTimeFigure[] = "seconds";
-
 const Figure* figureOf(const ComparedRun& run, const std::string& name) {
     const auto found = std::find_if(run.figures.begin(), run.figures.end(),
                                     [&name](const Figure& figure) { return figure.name == name; });
@@ -111,14 +110,7 @@ const Figure* figureOf(const ComparedRun& run, const std::string& name) {
 }
 
 void addFigures(ComparedRun& run, const std::vector<Figure>& figures) {
-    for (const Figure& figure : figures) {
-        const auto there = std::find_if(run.figures.begin(), run.figures.end(),
-                                        [&](const auto& f) { return f.name == figure.name; });
-        if (there != run.figures.end())
-            *there = figure;
-        else
-            run.figures.push_back(figure);
-    }
+    workbench::putFigures(run.figures, figures);
 }
 
 std::vector<Figure> figureRows(const std::vector<ComparedRun>& runs) {

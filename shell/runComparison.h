@@ -67,9 +67,6 @@ struct Goal {
     bool isHigherBetter = true;
 };
 
-/// The figure that a run's time on the clock is shown as.
-extern const char kTimeFigure[];
-
 /// A figure as rules name it.
 struct Metric {
     /// "fmax", "slack", "luts", "time" or a figure's name.

@@ -26,6 +26,7 @@
 #include "workbench/ice40/metrics.h"
 #include "workbench/openFlows.h"
 #include "workbench/runEvidence.h"
+#include "workbench/statusWord.h"
 
 namespace shell {
 
@@ -94,7 +95,7 @@ nlohmann::json evidenceJson(const HAXPExpRun& run) {
 }  // namespace
 
 std::string flowWord(const HAXPExpRun& run) {
-    return run.getInfo().isSynthFlow() ? "synth" : "impl";
+    return workbench::flowWord(run);
 }
 
 const HAXPFlow& flowOf(const std::string& word) {
@@ -106,23 +107,7 @@ const HAXPFlow& flowOf(const std::string& word) {
 }
 
 std::string statusWord(const HAXPExpRun& run) {
-    switch (codeOf(run)) {
-    case HDGUIStatus::statusQueued:
-        return "queued";
-    case HDGUIStatus::statusRunning:
-        return run.getStatus()->getText() == HAXPExpRun::kUnknownText ? "unknown" : "running";
-    case HDGUIStatus::statusDone:
-        return "done";
-    case HDGUIStatus::statusError:
-        break;
-    default:
-        return "not started";
-    }
-    const std::string& text = run.getStatus()->getText();
-    if (text == HAXPExpRun::kLostText)
-        return "lost";
-    const bool stopped = text == HAXPExpRun::kStoppedText || text == HAXPExpRun::kStoppedInText;
-    return stopped ? "stopped" : "failed";
+    return workbench::statusWord(run);
 }
 
 Style statusStyle(const std::string& word) {
