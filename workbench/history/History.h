@@ -10,7 +10,18 @@
 #include "workbench/WorkbenchExport.h"
 #include "workbench/history/launchRecord.h"
 
+class HAXPExpRun;
+class Project;
+
 namespace workbench {
+
+/// Remembers the last launch of `run` as History::record() does, and opens no database: for
+/// those who have no other use for a history. Whoever opens one next finds it.
+/// @throws HEXUserException the run directory can't be written, or is a link.
+WORKBENCH_API bool recordLaunch(const Project& project, HAXPExpRun& run);
+
+/// The file that keeps the launches of runs which the project doesn't have any more.
+WORKBENCH_API std::string removedLaunchesPath(const Project& project);
 
 /// Every launch of a project that has ended.
 ///
