@@ -218,3 +218,11 @@ end_of_xp() {
   status=0
   wait "$xp_pid" || status=$?
 }
+
+# The test fails unless $output, of `run`, keeps the schema of verb $1, such as "ls"; with
+# "lines" as $2 each of its lines.
+assert_schema() {
+  [ -x "$build_dir/bin/schema_check" ] || skip 'valijson is missing: no schema is checked'
+  "$build_dir/bin/schema_check" - "$source_dir/data/schemas/json/$1.schema.json" ${2:+"$2"} \
+    <<<"$output"
+}
