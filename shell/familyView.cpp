@@ -46,10 +46,6 @@ statistics::Better betterOf(const Figure& figure) {
     }
 }
 
-std::string wordsOf(const FamilyRow& row) {
-    return statistics::verdictText(row.verdict, betterOf(row.figure), row.figure.unit);
-}
-
 std::string runsText(const ComparedFamily& family) {
     return fmt::format("{} ({} run{})", family.name, family.runs.size(),
                        family.runs.size() == 1 ? "" : "s");
@@ -78,7 +74,7 @@ std::string pairTable(const FamilyPair& pair) {
         table.addRow({row.figure.unit.empty()
                           ? row.figure.label
                           : fmt::format("{} {}", row.figure.label, row.figure.unit),
-                      summaryText(row.base), summaryText(row.other), wordsOf(row)});
+                      summaryText(row.base), summaryText(row.other), verdictWords(row)});
     std::string text = table.text();
     for (const std::string& test : testsOf(pair))
         text += fmt::format("Test: {}, for each figure by itself.\n", test);
@@ -129,7 +125,7 @@ nlohmann::json rowJson(const FamilyRow& row) {
                         {"base", summaryJson(row.base)},
                         {"other", summaryJson(row.other)},
                         {"outcome", outcomeWord(row)},
-                        {"verdict", wordsOf(row)},
+                        {"verdict", verdictWords(row)},
                         {"test", hasBoth ? statistics::testText(verdict) : ""},
                         {"chance", verdict.chance},
                         {"level", verdict.level},
@@ -163,9 +159,13 @@ std::string familyTables(const std::vector<ComparedFamily>& families,
     return text;
 }
 
+std::string verdictWords(const FamilyRow& row) {
+    return statistics::verdictText(row.verdict, betterOf(row.figure), row.figure.unit);
+}
+
 std::string verdictLine(const FamilyPair& pair, const FamilyRow& row) {
     return fmt::format("{} of {} against {}: {} ({})", row.figure.label, pair.other->name,
-                       pair.base->name, wordsOf(row), statistics::testText(row.verdict));
+                       pair.base->name, verdictWords(row), statistics::testText(row.verdict));
 }
 
 nlohmann::json pairsJson(const std::vector<FamilyPair>& pairs) {

@@ -18,6 +18,9 @@ std::string familyTables(const std::vector<ComparedFamily>& families,
                          const std::vector<FamilyPair>& pairs,
                          const statistics::Question& question);
 
+/// "better by 3.1 ± 0.8 MHz", "no real difference" and the like.
+std::string verdictWords(const FamilyRow& row);
+
 /// The verdict of one figure: "Fmax of a against b: better by 3.1 ± 0.8 MHz (...)".
 std::string verdictLine(const FamilyPair& pair, const FamilyRow& row);
 

@@ -55,6 +55,10 @@ const std::vector<VerbEntry>& verbs() {
          "xp compare\nxp compare impl_1 impl_2 --goal luts,fmax\nxp compare --json\n"
          "xp compare night_Default night_Performance",
          makeCompareVerb},
+        {"diff", "show what differs between two runs or families, and nothing else",
+         "xp diff impl_1 impl_2\nxp diff night_Default night_Performance\n"
+         "xp diff impl_1 impl_2 --json --exit-code",
+         makeDiffVerb},
         {"best", "choose the best run by rules, and tell why it won",
          "xp best\nxp best --by 'fmax max 1%' --then 'cells min' --require 'slack >= 0'\n"
          "xp best impl_1 impl_2 --by 'luts min' --json\nxp best night --families",
