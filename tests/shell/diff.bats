@@ -36,7 +36,7 @@ setup_file() { need_tools; }
 
   # A warning that the launch before didn't have, and another source.
   "$xp" -C proj create synth_2 --flow synth
-  sed -i 's/wire last = count/wire [7:0] loose; wire last = loose[3] ^ count/' blinky.v
+  sed -i 's/led\[6\] && !back/(led[6] ^ loose[3]) \&\& !back/; s/localparam WIDTH/wire [7:0] loose; &/' blinky.v
   "$xp" -C proj launch synth_2 2>/dev/null
   run -0 --separate-stderr "$xp" -C proj diff synth_1 synth_2
   [[ $output == *blinky.v*'content '*'content '* ]]
