@@ -63,6 +63,8 @@ const std::vector<VerbEntry>& verbs() {
          "xp best\nxp best --by 'fmax max 1%' --then 'cells min' --require 'slack >= 0'\n"
          "xp best impl_1 impl_2 --by 'luts min' --json\nxp best night --families",
          makeBestVerb},
+        {"html", "write the page of the project: runs, figures, verdicts, in one file",
+         "xp html\nxp html -o /tmp/night.html night\nxp html --data", makeHtmlVerb},
         {"report", "list, make, show, add and change the reports of runs",
          "xp report list impl_1\nxp report open impl_1 report_timing_summary", nullptr,
          reportVerbs},

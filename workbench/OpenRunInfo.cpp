@@ -28,6 +28,8 @@ namespace {
 void merge(const ice40::StepMetrics& later, ice40::StepMetrics& all) {
     for (const auto& count : later.counts)
         all.counts[count.first] = count.second;
+    for (const auto& file : later.files)
+        all.files[file.first] = file.second;
     if (!later.clocks.empty())
         all.clocks = later.clocks;
     if (later.icetimeMhz)

@@ -163,6 +163,18 @@ const DesignCell* Design::findCell(const std::string& name) const {
     return found == m_cells.end() ? nullptr : &cells[found->second];
 }
 
+std::string Design::placedSource(const std::string& name) const {
+    for (const std::string& end : {std::string(), std::string("_DFFLC"), std::string("_LC")}) {
+        const bool fits = name.size() > end.size() &&
+                          name.compare(name.size() - end.size(), end.size(), end) == 0;
+        const DesignCell* cell =
+            fits ? findCell(name.substr(0, name.size() - end.size())) : nullptr;
+        if (cell != nullptr)
+            return cell->source;
+    }
+    return {};
+}
+
 void Design::addName(int net, const std::string& name, bool isNameHidden) {
     const auto rank = [](const std::string& text, bool hidden) {
         return std::make_tuple(hidden, std::count(text.begin(), text.end(), '.'), text.size());

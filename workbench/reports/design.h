@@ -49,6 +49,9 @@ public:
     std::string netSource(const std::string& name) const;
     /// The cell of that name; null when there is none.
     const DesignCell* findCell(const std::string& name) const;
+    /// Where a placed cell comes from, or empty. nextpnr names a logic cell like the LUT or
+    /// flip-flop in it, with "_LC" or "_DFFLC" behind.
+    std::string placedSource(const std::string& name) const;
 
     void addName(int net, const std::string& name, bool isNameHidden);
     void addSource(const std::string& name, const std::string& source);

@@ -30,23 +30,11 @@ public:
     std::string ofHop(const PathHop& hop) const {
         if (m_design == nullptr)
             return {};
-        return hop.isRouting() ? m_design->netSource(designName(hop.net)) : ofCell_(hop.to.cell);
+        return hop.isRouting() ? m_design->netSource(designName(hop.net))
+                               : m_design->placedSource(hop.to.cell);
     }
 
 private:
-    /// nextpnr names a logic cell like the LUT or flip-flop in it.
-    std::string ofCell_(const std::string& name) const {
-        for (const std::string& end : {std::string(), std::string("_DFFLC"), std::string("_LC")}) {
-            const bool fits = name.size() > end.size() &&
-                              name.compare(name.size() - end.size(), end.size(), end) == 0;
-            const DesignCell* cell =
-                fits ? m_design->findCell(name.substr(0, name.size() - end.size())) : nullptr;
-            if (cell != nullptr)
-                return cell->source;
-        }
-        return {};
-    }
-
     const Design* m_design = nullptr;
 };
 
