@@ -134,6 +134,15 @@ Choice choose(const std::vector<ComparedRun>& runs, const ChoiceRules& rules) {
     return choice;
 }
 
+Choice chooseBy(const std::vector<ComparedRun>& runs, const std::vector<std::string>& requirements,
+                const std::vector<std::string>& rules) {
+    // Runs that aren't done tell no figures: a metric of a rule would seem unknown.
+    if (std::none_of(runs.begin(), runs.end(),
+                     [](const auto& run) { return whyNotJudged(run).empty(); }))
+        return choose(runs, ChoiceRules());
+    return choose(runs, readChoiceRules(requirements, rules, runs));
+}
+
 ExitStatus exitStatusOf(const Choice& choice) {
     if (!choice.best.empty())
         return kExitDone;

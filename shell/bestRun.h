@@ -52,6 +52,11 @@ struct Choice {
 /// metric of one of the rules is left out.
 Choice choose(const std::vector<ComparedRun>& runs, const ChoiceRules& rules);
 
+/// The same by rules as texts. What they name needn't be known while no run can be judged.
+/// @throws CommandError as readChoiceRules().
+Choice chooseBy(const std::vector<ComparedRun>& runs, const std::vector<std::string>& requirements,
+                const std::vector<std::string>& rules);
+
 /// kExitDone with a best run; else kExitGoalMissed when what is required ruled all out,
 /// kExitStale when runs are done but stale, and kExitRefused when there is nothing to judge.
 ExitStatus exitStatusOf(const Choice& choice);

@@ -1,6 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
-#include <algorithm>
 #include <cstdio>
 
 #include <CLI/App.hpp>
@@ -54,13 +53,9 @@ public:
 
 private:
     Choice chosen_(const std::vector<ComparedRun>& runs) const {
-        // Runs that aren't done tell no figures: a metric of a rule would seem unknown.
-        if (std::none_of(runs.begin(), runs.end(),
-                         [](const auto& run) { return whyNotJudged(run).empty(); }))
-            return choose(runs, ChoiceRules());
         std::vector<std::string> rules{m_by};
         rules.insert(rules.end(), m_then.begin(), m_then.end());
-        return choose(runs, readChoiceRules(m_require, rules, runs));
+        return chooseBy(runs, m_require, rules);
     }
 
     int showFamily_(const std::vector<ComparedFamily>& families) const {

@@ -29,7 +29,6 @@
 #include "workbench/LaunchQueue.h"
 #include "workbench/Project.h"
 #include "workbench/RunLauncher.h"
-#include "workbench/launchDecision.h"
 
 namespace shell {
 
@@ -88,9 +87,7 @@ public:
         if (chosen.empty())
             throw CommandError(kExitRefused, "The project has no runs. Make one first: xp create "
                                              "synth_1 --flow synth");
-        lookAtBusy_(*project, chosen);
-        const RunPlan plan = makePlan(*project, chosen);
-        refuseBusy_(plan);
+        const RunPlan plan = makeLaunchPlan(*project, chosen);
         const HAXPLaunchOptions options = options_();
         // Other hosts have tools of their own.
         if (!isElsewhere_())
@@ -104,22 +101,6 @@ public:
 
 private:
     bool isElsewhere_() const { return m_hosts.hasHosts() || m_cluster.hasCluster(); }
-
-    /// What isn't at work any more, though its markers say so, may be launched.
-    static void lookAtBusy_(const Project& project, const Runs& runs) {
-        for (HAXPExpRun* run : runs) {
-            for (HAXPExpRun* each : {run, project.getSynthesisOf(*run)}) {
-                if (each != nullptr && each->isAtWork())
-                    each->lookForLife();
-            }
-        }
-    }
-
-    /// Before anything is touched: a run that is at work isn't launched again.
-    static void refuseBusy_(const RunPlan& plan) {
-        for (const HAXPExpRun* run : plan.runs)
-            workbench::requireNotAtWork(*run);
-    }
 
     static void tellUpToDate_(const RunPlan& plan) {
         for (const HAXPExpRun* run : plan.runs) {

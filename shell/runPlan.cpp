@@ -11,6 +11,7 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
 #include "workbench/fileFingerprint.h"
+#include "workbench/launchDecision.h"
 #include "workbench/runFamily.h"
 
 namespace shell {
@@ -97,6 +98,19 @@ RunPlan makePlan(const Project& project, const std::vector<HAXPExpRun*>& chosen)
             addToPlan(*synthesis, anew, plan);
         addToPlan(*run, anew || !run->isUpToDate(), plan);
     }
+    return plan;
+}
+
+RunPlan makeLaunchPlan(const Project& project, const std::vector<HAXPExpRun*>& chosen) {
+    for (HAXPExpRun* run : chosen) {
+        for (HAXPExpRun* each : {run, project.getSynthesisOf(*run)}) {
+            if (each != nullptr && each->isAtWork())
+                each->lookForLife();
+        }
+    }
+    RunPlan plan = makePlan(project, chosen);
+    for (const HAXPExpRun* run : plan.runs)
+        workbench::requireNotAtWork(*run);
     return plan;
 }
 

@@ -35,4 +35,9 @@ struct RunPlan {
 /// implementations that start from it, asked for or not.
 RunPlan makePlan(const Project& project, const std::vector<HAXPExpRun*>& chosen);
 
+/// The same for a launch that follows at once: looks first whether what is at work by its
+/// markers still lives. @throws HEXUserException a run of the plan is at work; nothing is
+/// touched.
+RunPlan makeLaunchPlan(const Project& project, const std::vector<HAXPExpRun*>& chosen);
+
 }  // namespace shell

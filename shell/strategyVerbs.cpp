@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
-#include <algorithm>
-#include <cerrno>
 #include <cstdio>
-#include <cstring>
+#include <optional>
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
@@ -11,7 +9,6 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include "environment/files/HUTFile.h"
 #include "runs/base/xperiment/HAXPFlow.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xpreport/HAXRReportStrategy.h"
@@ -20,6 +17,7 @@
 #include "shell/note.h"
 #include "shell/runView.h"
 #include "shell/setting.h"
+#include "shell/strategyActions.h"
 #include "shell/strategyKinds.h"
 #include "shell/strategyNames.h"
 #include "shell/textTable.h"
@@ -43,24 +41,6 @@ std::string ownerWord(bool isShipped) {
     return isShipped ? "shipped" : "yours";
 }
 
-/// Tells a change that was made; data has standard output for itself.
-template <class Kind> nlohmann::json entryJson(const typename Kind::Strategy& strategy, bool all) {
-    return {
-        {"flow", flowWord(*strategy.getFlow())}, {"name", strategy.getName()},
-        {"shipped", !strategy.isUserDefined()},  {"description", strategy.getDescription()},
-        {"file", strategy.getFilename()},        {Kind::kContentsKey, Kind::json(strategy, all)}};
-}
-
-/// @throws CommandError the flow has one called `name` already.
-template <class Kind>
-void requireFree(const HAXPFlow& flow, const std::string& name, const std::string& advice) {
-    if (Kind::find(flow, name) != nullptr)
-        throw CommandError(kExitRefused, fmt::format("There is a {} {}/{} already. {}", Kind::kWord,
-                                                     flowWord(flow), name, advice));
-}
-
-const char kChooseAnother[] = "Choose another name.";
-
 template <class Kind> class ListVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
@@ -78,7 +58,7 @@ public:
                 table.addRow({flowWord(*flow), strategy->getName(),
                               ownerWord(!strategy->isUserDefined()), Kind::summary(*strategy),
                               strategy->getDescription()});
-                all.push_back(entryJson<Kind>(*strategy, false));
+                all.push_back(strategyJson<Kind>(*strategy, false));
             }
         }
         if (m_json)
@@ -103,7 +83,7 @@ public:
     int run(const Session&) override {
         const typename Kind::Strategy& strategy = chosenStrategy<Kind>(m_name);
         if (m_json) {
-            printJson(entryJson<Kind>(strategy, true));
+            printJson(strategyJson<Kind>(strategy, true));
             return kExitDone;
         }
         fmt::print("Name         {}\nWhose        {}\nFile         {}\nDescription  {}\n\n",
@@ -142,14 +122,12 @@ public:
             ->allow_extra_args(settings[0] != '-');
     }
 
-    bool isEmpty() const { return m_describe->count() == 0 && m_settings.empty(); }
-
-    /// Fulfils them on a strategy that nobody knows yet.
-    template <class Kind> void apply(typename Kind::Strategy& strategy) const {
-        for (const Setting& setting : readSettings(m_settings))
-            Kind::setOption(strategy, setting);
+    StrategyWishes read() const {
+        StrategyWishes wishes;
+        wishes.settings = readSettings(m_settings);
         if (m_describe->count() > 0)
-            strategy.setDescription(m_description);
+            wishes.description = m_description;
+        return wishes;
     }
 
 private:
@@ -158,12 +136,9 @@ private:
     std::vector<std::string> m_settings;
 };
 
-/// Registers and saves `wanted` under `name`, and says so.
-template <class Kind> int admitAndTell(typename Kind::Strategy& wanted, const std::string& name) {
-    const auto* made = Kind::admit(wanted, name);
-    sayNote(fmt::format("{} {} is made: {}", Kind::kTitle, shownName(*made),
-                        printable(made->getFilename())));
-    return kExitDone;
+template <class Kind> void tellMade(const typename Kind::Strategy& made) {
+    sayNote(fmt::format("{} {} is made: {}", Kind::kTitle, shownName(made),
+                        printable(made.getFilename())));
 }
 
 template <class Kind> class CreateVerb final : public Verb {
@@ -175,13 +150,8 @@ public:
     }
 
     int run(const Session&) override {
-        workbench::requireStrategyName(m_name);
-        const HAXPFlow& flow = flowOf(m_flow);
-        const workbench::StrategyLock lock;
-        requireFree<Kind>(flow, m_name, kChooseAnother);
-        const typename Kind::Owned wanted = Kind::makeNew(flow);
-        m_wishes.apply<Kind>(*wanted);
-        return admitAndTell<Kind>(*wanted, m_name);
+        tellMade<Kind>(createStrategy<Kind>(m_name, flowOf(m_flow), m_wishes.read()));
+        return kExitDone;
     }
 
 private:
@@ -199,13 +169,8 @@ public:
     }
 
     int run(const Session&) override {
-        workbench::requireStrategyName(m_name);
-        const workbench::StrategyLock lock;
-        const typename Kind::Strategy& source = chosenStrategy<Kind>(m_source);
-        requireFree<Kind>(*source.getFlow(), m_name, kChooseAnother);
-        const typename Kind::Owned wanted = Kind::makeCopy(source);
-        m_wishes.apply<Kind>(*wanted);
-        return admitAndTell<Kind>(*wanted, m_name);
+        tellMade<Kind>(copyStrategy<Kind>(m_source, m_name, m_wishes.read()));
+        return kExitDone;
     }
 
 private:
@@ -222,18 +187,19 @@ public:
     }
 
     int run(const Session&) override {
-        workbench::requireStrategyName(m_name);
-        const workbench::StrategyLock lock;
-        typename Kind::Strategy& strategy = chosenUsersStrategy<Kind>(m_old);
-        requireFree<Kind>(*strategy.getFlow(), m_name, kChooseAnother);
-        const std::string before = shownName(strategy);
-        Kind::rename(strategy, m_name);
-        sayNote(fmt::format("{} {} is {} now: {}", Kind::kTitle, before, shownName(strategy),
-                            printable(strategy.getFilename())));
+        const auto& strategy = renameStrategy<Kind>(m_old, m_name);
+        sayNote(fmt::format("{} {} is {} now: {}", Kind::kTitle,
+                            printable(flowWord(*strategy.getFlow()) + "/" + oldName_()),
+                            shownName(strategy), printable(strategy.getFilename())));
         return kExitDone;
     }
 
 private:
+    std::string oldName_() const {
+        const StrategyReference reference = readReference(m_old);
+        return reference.flow == nullptr ? m_old : reference.name;
+    }
+
     std::string m_old;
     std::string m_name;
 };
@@ -245,35 +211,14 @@ public:
     }
 
     int run(const Session&) override {
-        const workbench::StrategyLock lock;
-        // All are looked up first: one that is refused leaves the others alone.
-        std::vector<typename Kind::Strategy*> chosen;
-        for (const std::string& name : m_names) {
-            auto* strategy = &chosenUsersStrategy<Kind>(name);
-            if (std::find(chosen.begin(), chosen.end(), strategy) == chosen.end())
-                chosen.push_back(strategy);
-        }
-        for (auto* strategy : chosen) {
-            const std::string name = shownName(*strategy);
-            const std::string file = strategy->getFilename();
-            Kind::remove(*strategy);
-            requireGone_(file, name);
-            sayNote(fmt::format("{} {} is deleted, with its file {}", Kind::kTitle, name,
-                                printable(file)));
-        }
+        deleteStrategies<Kind>(m_names, [](const DeletedStrategy& deleted) {
+            sayNote(fmt::format("{} {} is deleted, with its file {}", Kind::kTitle,
+                                printable(deleted.fullName), printable(deleted.file)));
+        });
         return kExitDone;
     }
 
 private:
-    /// @throws CommandError the file is still there: what was deleted would come back.
-    static void requireGone_(const std::string& file, const std::string& name) {
-        if (HUTFile::exists(file) && !HUTFile(file).rm())
-            throw CommandError(kExitRefused,
-                               fmt::format("The {} {} stays, as its file {} can't be removed: {}. "
-                                           "Get the right to write there, then try again.",
-                                           Kind::kWord, name, file, std::strerror(errno)));
-    }
-
     std::vector<std::string> m_names;
 };
 
@@ -285,14 +230,11 @@ public:
     }
 
     int run(const Session&) override {
-        if (m_wishes.isEmpty())
+        const StrategyWishes wishes = m_wishes.read();
+        if (wishes.isEmpty())
             throw CommandError(kExitUsage, "There is nothing to set. Say step.option=value, or "
                                            "--description.");
-        const workbench::StrategyLock lock;
-        typename Kind::Strategy& strategy = chosenUsersStrategy<Kind>(m_name);
-        const typename Kind::Owned wanted = Kind::makeCopy(strategy);
-        m_wishes.apply<Kind>(*wanted);
-        Kind::takeOver(strategy, *wanted);
+        changeStrategy<Kind>(m_name, wishes);
         return kExitDone;
     }
 
@@ -381,36 +323,15 @@ public:
     }
 
     int run(const Session&) override {
+        std::optional<std::string> as;
         if (m_as->count() > 0)
-            workbench::requireStrategyName(m_name);
-        const workbench::StrategyLock lock;
-        const std::vector<typename Kind::Owned> read = Kind::read(m_file);
-        if (m_as->count() > 0 && read.size() != 1)
-            throw CommandError(kExitRefused,
-                               fmt::format("{} holds {} of them, which can't all be called {}. "
-                                           "Import it without --as.",
-                                           m_file, read.size(), m_name));
-        // All are looked at first: nothing is taken unless all can be.
-        for (const auto& strategy : read) {
-            const std::string& name = nameFor_(*strategy);
-            workbench::requireStrategyName(name);
-            requireFree<Kind>(*strategy->getFlow(), name,
-                              fmt::format("Take it under another name: xp {} import {} --as NAME",
-                                          Kind::kVerb, m_file));
-        }
-        for (const auto& strategy : read) {
-            const auto* made = Kind::admit(*strategy, nameFor_(*strategy));
-            sayNote(fmt::format("{} {} is made: {}", Kind::kTitle, shownName(*made),
-                                printable(made->getFilename())));
-        }
+            as = m_name;
+        for (const auto* made : importStrategies<Kind>(m_file, as))
+            tellMade<Kind>(*made);
         return kExitDone;
     }
 
 private:
-    const std::string& nameFor_(const typename Kind::Strategy& strategy) const {
-        return m_as->count() > 0 ? m_name : strategy.getName();
-    }
-
     std::string m_file;
     std::string m_name;
     CLI::Option* m_as = nullptr;
