@@ -21,6 +21,7 @@
 #include "workbench/ice40/metrics.h"
 #include "workbench/inputFiles.h"
 #include "workbench/inputRecord.h"
+#include "workbench/runFigures.h"
 #include "workbench/statistics/summary.h"
 #include "workbench/toolStamps.h"
 
@@ -207,7 +208,7 @@ std::optional<double> FigureDifference::percent() const {
 
 bool RunDiff::isEqual() const {
     const bool sameFigures = std::all_of(figures.begin(), figures.end(), [](const auto& one) {
-        return one.figure.name == kTimeFigure;
+        return one.figure.name == workbench::kTimeFigure;
     });
     return run.empty() && options.empty() && inputs.empty() && tools.empty() && reports.empty() &&
            newWarnings.empty() && goneWarnings.empty() && sameFigures;
