@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "shell/exitStatus.h"
 #include "shell/note.h"

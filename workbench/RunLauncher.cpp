@@ -33,6 +33,7 @@
 #include "workbench/cluster/gridKill.h"
 #include "workbench/cluster/jobFiles.h"
 #include "workbench/entryRules.h"
+#include "workbench/history/History.h"
 #include "workbench/launchDecision.h"
 #include "workbench/links.h"
 #include "workbench/places/RunPlace.h"
@@ -117,6 +118,8 @@ void RunLauncher::launch(HAXPExpRun& run, const workbench::LaunchWay& way,
         workbench::requireNotAtWork(run);
     checkInputs_(run);
     prepareDirectory_(run);
+    if (!waits)
+        workbench::rememberBefore(m_project, run);
     const HAXPExpRunStep* first = workbench::firstStepToRun(run);
     // Before the scripts are written, which takes back a request to stop: a job of an earlier
     // launch that starts from here on ends by itself.
@@ -143,6 +146,8 @@ void RunLauncher::enqueue(HAXPExpRun& run) {
     workbench::requireNotAtWork(run);
     workbench::requireSources(run);
     prepareDirectory_(run);
+    // Once it waits, its status tells nothing of the launch before.
+    workbench::rememberBefore(m_project, run);
     m_project.save();
     workbench::LaunchLease lease = workbench::makeLease();
     lease.isWaiting = true;

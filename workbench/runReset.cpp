@@ -26,6 +26,7 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
+#include "workbench/history/History.h"
 #include "workbench/launchDecision.h"
 #include "workbench/launchLease.h"
 #include "workbench/places/hostCalls.h"
@@ -180,6 +181,7 @@ bool resetRun(Project& project, HAXPExpRun& run, const std::string& fromStep, bo
     const std::string dir = run.getDir();
     if (!dir.empty())
         requireChangeable(run, dir);
+    rememberBefore(project, run);
     if (isInDoubt(run))
         supersedeLaunch(run, fromStep);
     LaunchMemory memory(run);

@@ -6,16 +6,21 @@
 #include <set>
 #include <utility>
 
+#include <sys/stat.h>
+
 #include <SQLiteCpp/SQLiteCpp.h>
 
 #include "environment/errors/HEXUserException.h"
 #include "environment/messages/ComMsgMgr.h"
+#include "environment/process/clock.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
+#include "runs/base/xperiment/HDGUIStatus.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
 #include "workbench/history/historyCache.h"
 #include "workbench/history/launchLines.h"
 #include "workbench/launchDecision.h"
+#include "workbench/launchLease.h"
 #include "workbench/ownFolder.h"
 #include "workbench/runFamily.h"
 #include "workbench/statistics/summary.h"
@@ -27,6 +32,37 @@ namespace {
 
 /// As many earlier launches tell what the next one takes.
 constexpr int kTellingLaunches = 10;
+
+/// As long as one who only looks writes for others. Milliseconds.
+constexpr long kCourtesyMs = 50;
+
+/// Whether the launches of `run` were added to since its last launch was made. Times of one
+/// tick tell nothing.
+bool isRemembered(const HAXPExpRun& run) {
+    struct stat lines {};
+    struct stat lease {};
+    if (::lstat(run.pathOf(kLeaseName).c_str(), &lease) != 0)
+        return true;
+    return ::lstat(run.pathOf(kLaunchesName).c_str(), &lines) == 0 &&
+           (lines.st_mtim.tv_sec != lease.st_mtim.tv_sec
+                ? lines.st_mtim.tv_sec > lease.st_mtim.tv_sec
+                : lines.st_mtim.tv_nsec > lease.st_mtim.tv_nsec);
+}
+
+bool recordOrTell(const Project& project, HAXPExpRun& run) {
+    try {
+        return recordLaunch(project, run);
+    } catch (const HEXUserException& error) {
+        ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "workbench", ComMsgMgr::kWarning,
+                                 "@60-214@%s%s", run.getName(), error.what());
+        return false;
+    }
+}
+
+bool hasEnded(const HAXPExpRun& run) {
+    const int code = run.getStatus()->getCode();
+    return code == HDGUIStatus::statusDone || code == HDGUIStatus::statusError;
+}
 
 /// Of a step: its last times under one condition.
 statistics::Values lastSeconds(SQLite::Database& database, const std::string& condition,
@@ -79,6 +115,25 @@ bool recordLaunch(const Project& project, HAXPExpRun& run) {
     return addLaunch(run.pathOf(kLaunchesName), *record);
 }
 
+void rememberEnds(const Project& project, const std::vector<HAXPExpRun*>& runs) {
+    const long end = process::clock().nowMs() + kCourtesyMs;
+    for (HAXPExpRun* run : runs) {
+        if (run->getDir().empty() || !hasEnded(*run) || isRemembered(*run))
+            continue;
+        try {
+            recordLaunch(project, *run);
+        } catch (const HEXUserException&) {
+            continue;
+        }
+        if (process::clock().nowMs() >= end)
+            return;
+    }
+}
+
+void rememberBefore(const Project& project, HAXPExpRun& run) {
+    recordOrTell(project, run);
+}
+
 struct History::Store {
     explicit Store(const Project& project) : cache(project.getDir()) {}
 
@@ -111,12 +166,7 @@ bool History::record(HAXPExpRun& run) {
 void History::recordAll() {
     bool isAnyNew = false;
     for (HAXPExpRun* run : m_project.getRuns()) {
-        try {
-            isAnyNew = recordLaunch(m_project, *run) || isAnyNew;
-        } catch (const HEXUserException& error) {
-            ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "workbench", ComMsgMgr::kWarning,
-                                     "@60-214@%s%s", run->getName(), error.what());
-        }
+        isAnyNew = recordOrTell(m_project, *run) || isAnyNew;
     }
     if (isAnyNew)
         m_store->update(m_project);

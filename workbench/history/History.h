@@ -20,6 +20,14 @@ namespace workbench {
 /// @throws HEXUserException the run directory can't be written, or is a link.
 WORKBENCH_API bool recordLaunch(const Project& project, HAXPExpRun& run);
 
+/// recordLaunch() of those of `runs` that have ended and may not be remembered yet, for whoever
+/// happens to see it: two calls of stat() a run that is. Stops after a moment, leaving the others
+/// to the next one who comes, and says nothing of what can't be written.
+WORKBENCH_API void rememberEnds(const Project& project, const std::vector<HAXPExpRun*>& runs);
+
+/// recordLaunch() before something clears the run; what can't be written is told by a message.
+WORKBENCH_API void rememberBefore(const Project& project, HAXPExpRun& run);
+
 /// The file that keeps the launches of runs which the project doesn't have any more.
 WORKBENCH_API std::string removedLaunchesPath(const Project& project);
 
