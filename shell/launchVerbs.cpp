@@ -29,6 +29,7 @@
 #include "workbench/LaunchQueue.h"
 #include "workbench/Project.h"
 #include "workbench/RunLauncher.h"
+#include "workbench/history/History.h"
 
 namespace shell {
 
@@ -187,6 +188,7 @@ private:
         case LaunchQueue::Event::kDone:
         case LaunchQueue::Event::kFailed:
             watch.tellEnd(*event.run);
+            workbench::rememberBefore(project, *event.run);
             break;
         case LaunchQueue::Event::kLeftOut:
             tellLeftOut_(project, *event.run, line);
@@ -303,6 +305,7 @@ private:
                          [](const auto* run) { return run->isAtWork(); });
             return tellInterrupted(working, {});
         }
+        workbench::rememberEnds(project, runs);
         int status = kExitDone;
         for (const HAXPExpRun* run : runs) {
             if (!isDone(*run)) {

@@ -18,6 +18,7 @@
 #include "shell/verb.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
+#include "workbench/history/History.h"
 #include "workbench/printable.h"
 
 namespace shell {
@@ -42,6 +43,8 @@ public:
                  "synth");
         else
             printStatus_(*project, runs);
+        std::fflush(stdout);
+        workbench::rememberEnds(*project, runs);
         return kExitDone;
     }
 

@@ -18,6 +18,7 @@
 #include "shell/verb.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
+#include "workbench/history/History.h"
 #include "workbench/runReset.h"
 #include "workbench/runStop.h"
 
@@ -75,6 +76,7 @@ public:
         });
         for (HAXPExpRun* run : runs)
             isAnyStopped = stop_(*run, status) || isAnyStopped;
+        workbench::rememberEnds(*project, runs);
         if (m_all && !isAnyStopped && status == kExitDone)
             note("No run is at work");
         return status;

@@ -77,7 +77,8 @@ std::map<std::string, NightFigure> figuresOf(const Results& results) {
 
 long seedOf(const LaunchRecord& record) {
     const auto seed = record.options.find("place_design.seed");
-    return seed == record.options.end() ? kUnsetSeed : std::strtol(seed->second.c_str(), nullptr, 10);
+    return seed == record.options.end() ? kUnsetSeed
+                                        : std::strtol(seed->second.c_str(), nullptr, 10);
 }
 
 statistics::Family familyOf(const Results& results, const std::string& figure) {

@@ -18,11 +18,11 @@
 #include "tests/support/MessageRecorder.h"
 #include "tests/unit/workbench/history/LaunchedProject.h"
 #include "workbench/HAXPExpRun.h"
-#include "workbench/RunLauncher.h"
 #include "workbench/history/launchLines.h"
 #include "workbench/openFlows.h"
 #include "workbench/ownFolder.h"
 #include "workbench/runFamily.h"
+#include "workbench/runReset.h"
 
 namespace {
 
@@ -119,6 +119,30 @@ TEST_F(HistoryTest, IsTheSameWithoutAFolderThatCanBeWritten) {
     History history(project());
     EXPECT_TRUE(history.record(run()));
     EXPECT_EQ(ids(history.launches()), Ids{"impl_1/l1"});
+}
+
+TEST_F(HistoryTest, IsToldByWhoeverSeesTheEndOfALaunch) {
+    m_world.finish(run(), "l1", kLaunch);
+    workbench::rememberEnds(project(), project().getRuns());
+    EXPECT_EQ(ids(History(project()).launches()), Ids{"impl_1/l1"});
+    m_world.finish(run(), "l2", kLaunch);
+    workbench::rememberEnds(project(), project().getRuns());
+    EXPECT_EQ(ids(History(project()).launches()), (Ids{"impl_1/l1", "impl_1/l2"}));
+}
+
+TEST_F(HistoryTest, IsLeftAloneByWhoeverMayNotWriteIt) {
+    m_world.finish(run(), "l1", kLaunch);
+    HUTFile(run().pathOf(workbench::kLaunchesName)).mkDir();
+    workbench::rememberEnds(project(), project().getRuns());
+    EXPECT_TRUE(m_messages.ids().empty());
+}
+
+TEST_F(HistoryTest, KeepsTheLaunchThatAResetTakesBack) {
+    m_world.finish(run(), "l1", kLaunch);
+    HSTVector<std::string> errors;
+    ASSERT_TRUE(workbench::resetRun(project(), run(), "", true, errors));
+    EXPECT_EQ(ids(History(project()).launches()), Ids{"impl_1/l1"});
+    EXPECT_FALSE(workbench::recordLaunch(project(), run()));
 }
 
 TEST_F(HistoryTest, RefusesARunDirectoryThatIsALink) {

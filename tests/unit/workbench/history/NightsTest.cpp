@@ -139,8 +139,7 @@ TEST_F(NightsTest, MarkAFamilyThatIsWorseForCertain) {
     family(18, {50, 51, 52, 53, 54, 55});
     family(20, {45, 46, 47, 48, 49, 50});
     EXPECT_EQ(marks(), Texts{"2026-11-20 f fmax worse"});
-    EXPECT_THAT(nights()[1].marks[0].text,
-                HasSubstr("Fmax worse by 5"));
+    EXPECT_THAT(nights()[1].marks[0].text, HasSubstr("Fmax worse by 5"));
     EXPECT_THAT(nights()[1].marks[0].text, HasSubstr("than in the night 2026-11-18"));
     EXPECT_THAT(nights()[1].marks[0].text, HasSubstr("6 pairs of one seed, at the 5 % level"));
 }
