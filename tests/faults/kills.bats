@@ -33,7 +33,7 @@ sweep() {
   # What the killed ones left half made goes by a reset.
   soon nothing_lives
   start_anew
-  [ "$(ls -A $run_dir)" = .run.lock ] || { ls -A $run_dir; return 1; }
+  [ "$(ls -A -I .launches.jsonl $run_dir)" = .run.lock ] || { ls -A $run_dir; return 1; }
   echo "# ${victim:-xp} $*: $tries kills" >&3
   # A sweep that comes nowhere shows nothing.
   [ $((tries * step)) -ge "$least" ]

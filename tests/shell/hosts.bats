@@ -182,7 +182,7 @@ TOOL
   run -0 --separate-stderr "$xp" -C proj reset synth_1 --kill
   assert_nothing_left synth_1
   run_is synth_1 'not started'
-  run -0 find proj/runs/synth_1 -mindepth 1 -printf '%f\n'
+  run -0 find proj/runs/synth_1 -mindepth 1 ! -name .launches.jsonl -printf '%f\n'
   [ "$output" = .run.lock ]
 }
 

@@ -208,7 +208,7 @@ TOOL
   [ "$stderr" = 'impl_1: reset. Next: xp launch impl_1' ]
   run_is impl_1 'not started'
   [ "$(status_of impl_1 stale)" = False ]
-  run -0 find proj/runs/impl_1 -mindepth 1 -printf '%f\n'
+  run -0 find proj/runs/impl_1 -mindepth 1 ! -name .launches.jsonl -printf '%f\n'
   [ "$output" = .run.lock ]
   diff -r kept proj/runs/synth_1
   run -0 "$xp" -C proj launch impl_1
