@@ -46,8 +46,8 @@ TEST_F(FakeToolTest, ThatCutsItsNetlistFailsTheStep) {
 
 TEST_F(FakeToolTest, ThatDiesOfASignalIsNamed) {
     fakeTool("yosys", "echo half >/dev/fd/10\nkill -KILL $$\n");
-    expectFailure(synthesise(), "yosys was killed by signal 9. Somebody stopped it, or the memory "
-                                "ran out: free memory and run the step again.");
+    expectFailure(synthesise(),
+                  "yosys was killed by signal 9. Free memory, or let fewer runs work at once.");
 }
 
 TEST_F(FakeToolTest, ThatFailsWithoutAWordPointsToTheLog) {

@@ -68,7 +68,7 @@ TEST(ToolErrorsTest, TellCauseAndNextStep) {
     errors.readLine("a.v:2: ERROR: syntax error, unexpected TOK_ID");
     EXPECT_EQ(failure(errors, {1, 0}),
               "yosys ended with status 1: a.v:2: syntax error, unexpected TOK_ID. Correct the "
-              "Verilog at that line and run the step again.");
+              "Verilog at that line.");
 }
 
 TEST(ToolErrorsTest, PointToTheLogWithoutAnErrorLine) {
@@ -78,19 +78,19 @@ TEST(ToolErrorsTest, PointToTheLogWithoutAnErrorLine) {
 
 TEST(ToolErrorsTest, TellWhoKillsATool) {
     EXPECT_EQ(failure({}, {0, 9}),
-              "yosys was killed by signal 9. Somebody stopped it, or the memory ran out: free "
-              "memory and run the step again.");
-    EXPECT_EQ(failure({}, {0, 6}), "yosys was killed by signal 6. Look at the lines above; with "
-                                   "other options the tool may pass.");
+              "yosys was killed by signal 9. Free memory, or let fewer runs work at once.");
+    EXPECT_EQ(
+        failure({}, {0, 6}),
+        "yosys was killed by signal 6. Try other options, or take back what was changed last; "
+        "a tool that crashes has a fault of its own, which its makers want to know.");
 }
 
 TEST(AdviceTest, FitsTheError) {
-    EXPECT_EQ(adviceFor("Unable to place cell 'x', no BELs remaining to implement cell type"),
-              "The design does not fit: choose a larger device, or the area strategy of the "
-              "synthesis");
+    EXPECT_EQ(adviceFor("Unable to place cell 'x', no BELs remaining to implement cell type 'Y'"),
+              "Choose a larger device, or the area strategy of the synthesis");
     EXPECT_EQ(adviceFor("Module `\\foo' referenced in module `\\t' in cell `\\f' is not part of "
                         "the design"),
-              "Add the source that defines that module");
+              "Add the source that defines foo, or correct its name");
     EXPECT_EQ(adviceFor("something new"), "Look at the lines above for what the tool says");
 }
 
