@@ -16,6 +16,7 @@
 #include "shell/clusterOptions.h"
 #include "shell/dataOutput.h"
 #include "shell/exitStatus.h"
+#include "shell/failureView.h"
 #include "shell/hostOptions.h"
 #include "shell/interrupt.h"
 #include "shell/note.h"

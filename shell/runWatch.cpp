@@ -6,7 +6,6 @@
 #include <ctime>
 
 #include <fmt/format.h>
-#include <fmt/ranges.h>
 
 #include "runs/base/xperiment/HAXPExpRunStep.h"
 #include "runs/base/xperiment/HAXPFlowStep.h"
@@ -18,7 +17,6 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/OpenStats.h"
-#include "workbench/runEvidence.h"
 
 namespace shell {
 
@@ -26,9 +24,6 @@ namespace {
 
 /// As far back as the pass is looked for that yosys is in.
 constexpr std::size_t kProgressLines = 400;
-/// Enough for a step's last words.
-constexpr std::size_t kTailLines = 40;
-constexpr std::size_t kFailureLines = 12;
 
 long secondsSinceLaunch(const HAXPExpRun& run) {
     const long launched = run.getInfo().getLaunchTime();
@@ -111,28 +106,6 @@ std::string RunWatch::lineFor_(const HAXPExpRun& run, std::size_t others) const 
     std::string ignored;
     const std::string telling = lastTellingLine(lastLines(logPath(run), kProgressLines, ignored));
     return telling.empty() ? line : line + "  " + telling;
-}
-
-std::string failureText(const HAXPExpRun& run) {
-    const std::string word = statusWord(run);
-    std::string text;
-    if (word == "lost")
-        text = fmt::format("Run {} was lost in step {}: {}.", run.getName(), stepWord(run),
-                           run.getEvidence().lines.empty()
-                               ? "its processes are gone"
-                               : fmt::format("{}", fmt::join(run.getEvidence().lines, "; ")));
-    else if (word == "stopped")
-        text = fmt::format("Run {} stopped{}.", run.getName(), stopPlace(run));
-    else
-        text = fmt::format("Run {} failed in step {}.", run.getName(), stepWord(run));
-    std::string reason;
-    const std::vector<std::string> lines = lastLines(logPath(run), kTailLines, reason);
-    const std::vector<std::string> told = failureLines(lines, kFailureLines);
-    text += fmt::format(" Correct the cause, then: xp launch {}\n  log: {}", run.getName(),
-                        logPath(run));
-    for (const std::string& line : told)
-        text += "\n  | " + fitLine(line, 400);
-    return text;
 }
 
 }  // namespace shell

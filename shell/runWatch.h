@@ -46,8 +46,4 @@ private:
     std::map<const HAXPExpRun*, std::size_t> m_told;
 };
 
-/// The message for a run that failed: the step, where the log lies and what to do,
-/// and at last what the tool said.
-std::string failureText(const HAXPExpRun& run);
-
 }  // namespace shell

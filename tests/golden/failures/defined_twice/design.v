@@ -1,0 +1,6 @@
+module t(input c, input d, output reg q);
+  always @(posedge c) q <= ~d;
+endmodule
+module t(input c, input d, output reg q);
+  always @(posedge c) q <= ~d;
+endmodule

@@ -1,0 +1,4 @@
+`include "widths.vh"
+module t(input c, input d, output reg q);
+  always @(posedge c) q <= ~d;
+endmodule

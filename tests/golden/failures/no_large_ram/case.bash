@@ -1,0 +1,2 @@
+run_name=impl_1
+new_args=(--device hx1k --package tq144)

@@ -1,0 +1,1 @@
+set_args=(abc9=true retime=true)

@@ -1,0 +1,2 @@
+run_name=impl_1
+new_args=(--device lp384 --package qn32)

@@ -1,0 +1,3 @@
+module t(input a, output q);
+  assign q = a & ;
+endmodule

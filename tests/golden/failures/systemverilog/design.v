@@ -1,0 +1,3 @@
+module t(input logic a, output logic q);
+  always_comb q = a;
+endmodule

@@ -1,0 +1,2 @@
+module t(input a, output q);
+  assign q = a;
