@@ -75,6 +75,7 @@ const IMPLEMENTATION = ['init_design', 'place_design', 'route_design', 'write_bi
 
 function doneRun(name, family, seed, random, slot) {
   const fmax = round(family.fmax + (random() + random() - 1) * 3.6);
+  const cells = family.cells + Math.floor(random() * 9) - 4;
   const queued = round(START + (slot.turn * 4 + slot.at) * 0.3, 3);
   const seconds = [0.4 + random() * 0.2, 3 + random() * 2, 4 + random() * 5, 0.7];
   const began = Math.max(slot.free, queued + 0.6);
@@ -99,7 +100,7 @@ function doneRun(name, family, seed, random, slot) {
     figures: {
       fmax,
       worst_slack: round(1000 / GOAL - 1000 / fmax, 3),
-      logic_cells: family.cells,
+      logic_cells: cells,
       luts: family.cells - 183,
       seconds: round(ended - began, 1),
     },
@@ -119,7 +120,7 @@ function doneRun(name, family, seed, random, slot) {
     best: false,
     path: pathOf(random, fmax),
     use: [
-      { name: 'Logic cells', used: family.cells, of: 7680 },
+      { name: 'Logic cells', used: cells, of: 7680 },
       { name: 'Block RAMs', used: 30, of: 32 },
       { name: 'I/O cells', used: 12, of: 256 },
       { name: 'Global buffers', used: 3, of: 8 },
@@ -144,7 +145,8 @@ function unfinished(run, status, step) {
 
 function fail(run) {
   unfinished(run, 'failed', 'place_design');
-  run.ended = round(run.began + 3, 3);
+  run.steps[1].seconds = 2.6;
+  run.ended = round(run.steps[1].began + 2.6, 3);
   run.log = ['Info: constrained \'clk\' to bel \'X0/Y16/io1\'', 'Info: Packing constants..', 'Warning: net tied to 0', "ERROR: cell 'led[7]' is constrained to pin 'Z99', which does not exist", 'Info: 0 errors were ignored', 'ERROR: Loading PCF failed.'];
   run.failure = {
     step: 'place_design',
@@ -241,7 +243,7 @@ function summaryOf(runs) {
 export function emptyPage(change = {}) {
   return {
     format: 1,
-    generated: '2026-11-20T22:04:30Z',
+    generated: '2026-11-20T22:01:25Z',
     live: false,
     project: { name: 'fir_demo', directory: '/home/ada/fir_demo', top: 'fir_top', device: 'hx8k', package: 'ct256', goal_mhz: GOAL },
     summary: summaryOf([]),
@@ -318,7 +320,7 @@ export function hostilePage() {
     if (typeof value === 'string' && !['status', 'generated', 'flow', 'better', 'date', 't'].includes(key)) return `${value}${HOSTILE}</script><script>window.hacked=2</script>`;
     if (Array.isArray(value)) return value.map((each) => spoil(each, key));
     if (value === null || typeof value !== 'object') return value;
-    return Object.fromEntries(Object.entries(value).map(([name, each]) => [['figures', 'options'].includes(key) && typeof each !== 'object' ? `${name}${HOSTILE}</script><script>window.hacked=2</script>` : name, spoil(each, name)]));
+    return Object.fromEntries(Object.entries(value).map(([name, each]) => [(key === 'options' || (key === 'figures' && typeof each === 'number')) ? `${name}${HOSTILE}</script><script>window.hacked=2</script>` : name, spoil(each, name)]));
   };
   const spoilt = spoil(data, '');
   spoilt.runs[5].name = '__proto__';

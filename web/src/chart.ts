@@ -3,6 +3,7 @@
 //
 // A chart in its panel: a heading, what it shows in words, the chart itself as one image
 // for screen readers, and the same as a table.
+import './safeText';
 import { BarChart, CustomChart, LineChart, ScatterChart } from 'echarts/charts';
 import { DataZoomComponent, GridComponent, MarkLineComponent, TooltipComponent } from 'echarts/components';
 import * as echarts from 'echarts/core';
@@ -106,7 +107,7 @@ export class DataTable {
 }
 
 export function plainTable(caption: string, head: string[], rows: (Node | string | number)[][]): HTMLTableElement {
-  const isNumber = (cell: unknown) => typeof cell === 'number' || (typeof cell === 'string' && /^[\u2212-]?[\d.\u202f]+( ?%|\u202f\S+)?$/.test(cell));
+  const isNumber = (cell: unknown) => typeof cell === 'number' || (typeof cell === 'string' && /^[+\u2212-]?[\d.\u202f]+(\u202f\S+)?$/.test(cell));
   const numeric = head.map((_, i) => rows.some((row) => isNumber(row[i])) && rows.every((row) => row[i] === '' || isNumber(row[i])));
   const side = (i: number) => (numeric[i] ? 'number' : null);
   return h(
@@ -227,6 +228,7 @@ export function valueAxis(name: string, more: Option = {}): Option {
     name,
     scale: true,
     nameTextStyle: { color: dim, fontSize: 12 },
+    nameTruncate: { maxWidth: 260, ellipsis: '\u2026' },
     axisLabel: { color: dim, fontSize: 12, formatter: (value: number) => axisNumber(value) },
     axisLine: { show: false, lineStyle: { color: line } },
     axisTick: { show: false },

@@ -83,13 +83,14 @@ export function choice(
   options: [string, string][],
   value: string,
   changed: (value: string) => void,
-): HTMLLabelElement {
+): HTMLElement {
+  const id = newId('choice');
   const select = h(
     'select',
-    { onchange: () => changed(select.value) },
+    { id, onchange: () => changed(select.value) },
     options.map(([each, text]) => h('option', { value: each, selected: each === value }, text)),
   );
-  return h('label', { class: 'choice' }, h('span', null, label), select);
+  return h('span', { class: 'choice' }, h('label', { for: id }, label), select);
 }
 
 /** Puts `text` on the clipboard, also where a page from a file may not use it directly. */

@@ -36,7 +36,7 @@ export function decimalsOf(values: number[]): number {
 export function durationText(seconds: number | null): string {
   if (seconds === null || !Number.isFinite(seconds)) return '';
   if (seconds < 0) return `\u2212${durationText(-seconds)}`;
-  if (seconds < 99.95) return `${numberText(seconds, 1)}${THIN}s`;
+  if (seconds < 99.95) return `${numberText(seconds, 1, true)}${THIN}s`;
   const all = Math.round(seconds);
   const pair = (high: number, highUnit: string, low: number, lowUnit: string) =>
     `${high}${THIN}${highUnit} ${String(low).padStart(2, '0')}${THIN}${lowUnit}`;

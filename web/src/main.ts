@@ -73,7 +73,10 @@ function goToSection(id: string): void {
 function route(isFirst = false): void {
   const name = shownRunName();
   if (name !== null) {
-    if (!runView.isShown && !isFirst) overviewScroll = lastScroll;
+    if (!runView.isShown && !isFirst) {
+      overviewScroll = lastScroll;
+      runs.remember();
+    }
     overview.hidden = true;
     sections.hidden = true;
     runView.show(name);
@@ -93,11 +96,10 @@ function route(isFirst = false): void {
   drawSelection();
   if (!wasRun) return;
   // The charts were drawn while nothing of them was in sight.
-  runs.draw();
   redrawCharts();
+  document.getElementById('main')?.focus({ preventScroll: true });
+  runs.resume(selectedRun()?.name ?? '');
   window.scrollTo(0, overviewScroll);
-  const link = [...document.querySelectorAll<HTMLElement>('.runs-table .run-link')].find((each) => each.textContent === selectedRun()?.name);
-  (link ?? document.getElementById('main'))?.focus({ preventScroll: true });
 }
 
 let lastScroll = 0;

@@ -204,7 +204,7 @@ function stepsTable(run: Run, page: Page): Node {
 
 function optionsTable(run: Run): Node {
   if (run.options.size === 0) return h('p', { class: 'hint' }, 'All of its options are at their defaults.');
-  return plainTable(`Options of ${run.name}`, ['Option', 'Value'], [...run.options].map(([name, value]) => [h('code', null, name), value === '' ? "''" : value]));
+  return plainTable(`Options of ${run.name}`, ['Option', 'Value'], [...run.options].map(([name, value]) => [h('code', null, name), h('code', null, value === '' ? "''" : value)]));
 }
 
 function logView(run: Run): Node {
@@ -222,7 +222,7 @@ function logView(run: Run): Node {
 }
 
 function reportsView(run: Run): Node {
-  if (run.reports.length === 0) return h('p', { class: 'hint' }, 'It has no reports; ', h('code', null, `xp report add ${run.name}`), ' adds one.');
+  if (run.reports.length === 0) return h('p', { class: 'hint' }, 'It has no reports; ', h('code', null, `xp report list ${run.name}`), ' tells which it could have.');
   return h('div', { class: 'reports' }, run.reports.map((report) => reportView(run, report)));
 }
 

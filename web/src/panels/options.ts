@@ -34,17 +34,17 @@ export class OptionsPanel {
     const names = [...new Set(columns.flatMap((column) => column.runs.flatMap((run) => [...run.options.keys()])))].sort(compareNames);
     if (columns.length === 0 || names.length === 0) {
       this.panel.setTools();
-      if (page.runs.length === 0) this.panel.setEmpty('Options that differ between runs show here.', 'xp create impl_1 --flow impl');
-      else this.panel.setEmpty('All runs have every option at its default.', `xp set ${page.runs[0].name} STEP.OPTION=VALUE`);
+      if (page.runs.length === 0) this.panel.setEmpty('Options that differ between runs show here.', 'xp create synth_1 --flow synth');
+      else this.panel.setEmpty('All runs have every option at its default.', `xp set ${page.runs[0].name} OPTION=VALUE`);
       return;
     }
     const shown = columns.slice(0, MOST_COLUMNS);
     const rows = names.map((name) => ({ name, cells: shown.map((column) => cellOf(column.runs, name)) }));
     const differing = rows.filter((row) => row.cells.some((cell) => cell.text !== row.cells[0].text));
     const hidden = rows.length - differing.length;
-    this.drawTools(hidden);
-    const visible = this.isAll ? rows : differing;
-    this.panel.setLead(differing.length === 0 ? (shown.length > 1 ? 'No option differs.' : 'There is one column only, nothing to differ from.') : `${plural(differing.length, 'option')} of those not at their defaults ${differing.length === 1 ? 'differs' : 'differ'}${hidden && !this.isAll ? `; ${plural(hidden, 'equal one')} hidden` : ''}.`);
+    this.drawTools(shown.length === 1 ? 0 : hidden);
+    const visible = this.isAll || shown.length === 1 ? rows : differing;
+    this.panel.setLead(differing.length === 0 ? (shown.length > 1 ? 'No option differs.' : 'There is nothing yet to differ from.') : `${plural(differing.length, 'option')} of those not at their defaults ${differing.length === 1 ? 'differs' : 'differ'}${hidden && !this.isAll ? `; ${plural(hidden, 'equal one')} hidden` : ''}.`);
     replace(
       this.panel.body,
       visible.length > 0 && matrix(page, shown, visible),

@@ -80,7 +80,7 @@ export class PathsPanel {
   }
 
   private clicked(data: unknown): void {
-    const name = (data as { name?: string } | null)?.name;
+    const name = (data as { run?: string } | null)?.run;
     if (name) select(name);
   }
 
@@ -103,8 +103,8 @@ export class PathsPanel {
       },
       tooltip: {
         ...(baseOption().tooltip as object),
-        formatter: (event: { name: string }) => {
-          const run = byLabel.get(event.name);
+        formatter: (event: { data: { run: string } }) => {
+          const run = byLabel.get(event.data.run);
           if (!run?.path) return '';
           return tip(run.name, [...names.map((name): [string, string] => [partText(name), `${numberText(run.path?.parts.get(name) ?? 0)} ns`]), ['all', `${numberText(run.path.ns)} ns`]]);
         },
@@ -115,7 +115,7 @@ export class PathsPanel {
         stack: 'path',
         barWidth: 18,
         itemStyle: { color: partColour(name), borderColor: colours.panel, borderWidth: 1 },
-        data: bars.map((run) => ({ name: run.name, value: run.path?.parts.get(name) ?? 0 })),
+        data: bars.map((run) => ({ run: run.name, value: run.path?.parts.get(name) ?? 0 })),
         markLine:
           i === 0 && goal
             ? { silent: true, symbol: 'none', lineStyle: { color: colours.good, type: 'solid', width: 1.5 }, label: { formatter: `goal ${numberText(1000 / goal)} ns`, color: colours.dim, fontSize: 12, position: 'start' }, data: [{ xAxis: 1000 / goal }] }

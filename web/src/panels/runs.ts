@@ -36,6 +36,12 @@ Tabulator.registerModule([
   SortModule,
 ]);
 
+interface Group {
+  toggle(): void;
+  isVisible(): boolean;
+  getElement(): HTMLElement;
+}
+
 type Cells = Record<string, unknown>;
 
 interface ColumnKind {
@@ -66,16 +72,21 @@ export function matches(filter: string, value: unknown): boolean {
   return String(value ?? '').toLowerCase().includes(wanted.toLowerCase());
 }
 
+/** A figure's field: its place, since Tabulator reads some signs of a field's name. */
+function fieldOf(page: Page, figure: Figure): string {
+  return `figure${page.figures.indexOf(figure)}`;
+}
+
 function columnsOf(page: Page): ColumnKind[] {
   const used = figuresInUse(page);
   const places = new Set(page.runs.map((run) => run.place).filter(Boolean));
   const isShown = (figure: Figure) => ['fmax', 'worst_slack', 'logic_cells'].includes(figure.name) || figure === mainFigure(page);
   const figureColumn = (figure: Figure): ColumnKind => ({
-    field: `figure ${figure.name}`,
+    field: fieldOf(page, figure),
     title: figureTitle(figure),
     isNumber: true,
     isShown: isShown(figure),
-    width: Math.max(104, 38 + figureTitle(figure).length * 7.5),
+    width: Math.max(122, 30 + figureTitle(figure).length * 7.2),
     value: (run) => run.figures.get(figure.name) ?? null,
     show: (run, now) => {
       const value = run.figures.get(figure.name);
@@ -88,7 +99,7 @@ function columnsOf(page: Page): ColumnKind[] {
       title: 'Run',
       isNumber: false,
       isShown: true,
-      width: 190,
+      width: 172,
       value: (run) => run.name,
       show: (run, now) => nameCell(run, now),
     },
@@ -101,15 +112,15 @@ function columnsOf(page: Page): ColumnKind[] {
       value: (run) => statusText(run),
       show: (run) => statusTag(kindOf(run), statusText(run)),
     },
-    { field: 'family', title: 'Family', isNumber: false, isShown: page.groupWord === 'family', width: 150, value: (run) => run.family, show: groupCell },
+    { field: 'family', title: 'Family', isNumber: false, isShown: page.groupWord === 'family', width: 136, value: (run) => run.family, show: groupCell },
     { field: 'strategy', title: 'Strategy', isNumber: false, isShown: page.groupWord === 'strategy', width: 140, value: (run) => run.strategy, show: (run, now) => (now.groupWord === 'strategy' ? groupCell(run, now) : run.strategy) },
-    { field: 'seed', title: 'Seed', isNumber: true, isShown: true, width: 78, value: (run) => run.seed, show: (run) => (run.seed === null ? '' : String(run.seed)) },
+    { field: 'seed', title: 'Seed', isNumber: true, isShown: true, width: 70, value: (run) => run.seed, show: (run) => (run.seed === null ? '' : String(run.seed)) },
     ...used.map(figureColumn),
-    { field: 'elapsed', title: 'Elapsed', isNumber: true, isShown: true, width: 112, value: (run, now) => elapsedOf(run, now.generated), show: (run, now) => durationText(elapsedOf(run, now.generated)) },
+    { field: 'elapsed', title: 'Elapsed', isNumber: true, isShown: true, width: 98, value: (run, now) => elapsedOf(run, now.generated), show: (run, now) => durationText(elapsedOf(run, now.generated)) },
     { field: 'waiting', title: 'Waited', isNumber: true, isShown: false, width: 104, value: waitingOf, show: (run) => durationText(waitingOf(run)) },
     { field: 'warnings', title: 'Warnings', isNumber: true, isShown: true, width: 100, value: (run) => run.warnings, show: (run) => (run.warnings === null ? '' : String(run.warnings)) },
     { field: 'place', title: 'Where', isNumber: false, isShown: places.size > 1, width: 96, value: (run) => run.place },
-    { field: 'next', title: 'Next to do', isNumber: false, isShown: true, width: 260, grow: 1, value: (run) => run.next },
+    { field: 'next', title: 'Next to do', isNumber: false, isShown: true, width: 180, grow: 1, value: (run) => run.next },
     { field: 'flow', title: 'Flow', isNumber: false, isShown: false, width: 88, value: (run) => run.flow },
     { field: 'step', title: 'Step', isNumber: false, isShown: false, width: 130, value: (run) => run.step },
     { field: 'synthesis', title: 'Synthesis', isNumber: false, isShown: false, width: 130, value: (run) => run.synthesis },
@@ -152,8 +163,8 @@ export class RunsPanel {
   private readonly chooser = h('details', { class: 'menu columns-menu' });
   private readonly paper = h('div', { class: 'paper-only' });
   private readonly filters = new Map<string, HTMLInputElement>();
-  private readonly statusChoice: HTMLLabelElement;
-  private readonly groupChoice: HTMLLabelElement;
+  private readonly statusChoice: HTMLElement;
+  private readonly groupChoice: HTMLElement;
   private readonly clear = h('button', { type: 'button', class: 'quiet', onclick: () => this.clearFilters() }, 'Clear filters');
   private columns: ColumnKind[] = [];
   private table: Tabulator | null = null;
@@ -163,6 +174,9 @@ export class RunsPanel {
   private marked = '';
   private kind: Kind | '' = '';
   private groupBy = '';
+  private scroll = [0, 0];
+  /** The run whose link has the focus; empty for none. */
+  private focused = '';
 
   constructor() {
     this.statusChoice = choice(
@@ -181,6 +195,12 @@ export class RunsPanel {
     document.addEventListener('keydown', (event) => {
       if (event.key === 'Escape') this.closeMenus(event);
     });
+    document.addEventListener('focusin', (event) => {
+      if (!this.holder.contains(event.target as Node)) this.focused = '';
+    });
+    document.addEventListener('pointerdown', () => {
+      this.focused = '';
+    });
     document.addEventListener('click', (event) => {
       if (!(event.target as Element).closest?.('.menu')) this.closeMenus(null);
     });
@@ -191,11 +211,11 @@ export class RunsPanel {
     if (page.runs.length === 0) {
       this.reset();
       this.panel.setTools();
-      this.panel.setEmpty('There is no run yet.', 'xp create impl_1 --flow impl');
+      this.panel.setEmpty('There is no run yet.', 'xp create synth_1 --flow synth');
       return;
     }
     const columns = columnsOf(page);
-    const signature = columns.map((column) => `${column.field} ${column.title}`).join('\n') + page.groupWord;
+    const signature = [page.groupWord, ...page.figures.map((figure) => figure.name), ...columns.map((column) => `${column.field} ${column.title}`)].join('\n');
     if (this.table && signature === this.signature) {
       this.update(page);
       return;
@@ -222,7 +242,7 @@ export class RunsPanel {
     this.drawTools(page);
     replace(this.panel.body, this.holder, h('p', { class: 'hint' }, 'In the table: arrow keys move, Enter opens a run, Space selects it. A column\u2019s filter takes a part of a text, or for numbers ', h('code', null, '> 60'), ', ', h('code', null, '<= 5'), ', ', h('code', null, '50..60'), '.'), this.paper);
     const main = mainFigure(page);
-    const first = main ? `figure ${main.name}` : 'name';
+    const first = main ? fieldOf(page, main) : 'name';
     const table = new Tabulator(this.holder, {
       index: 'name',
       data: page.runs.map((run) => cellsOf(run, page, this.columns)),
@@ -234,7 +254,7 @@ export class RunsPanel {
       columnHeaderSortMulti: true,
       headerSortElement: '<span class="sort-arrow" aria-hidden="true"></span>',
       placeholder: h('p', { class: 'no-match' }, 'No run fits the filters.'),
-      groupHeader: (value: string, count: number, data: Cells[], group: { toggle(): void; isVisible(): boolean }) => this.groupHead(value, count, data, group),
+      groupHeader: (value: string, count: number, data: Cells[], group: Group) => this.groupHead(value, count, data, group),
       groupToggleElement: false,
       groupBy: this.groupBy || false,
       rowFormatter: (row: TableRow) => this.formatRow(row),
@@ -259,7 +279,7 @@ export class RunsPanel {
       field: column.field,
       title: column.title,
       visible: column.isShown,
-      minWidth: column.grow ? 220 : Math.min(column.width ?? 100, 72),
+      minWidth: column.grow ? 180 : Math.min(column.width ?? 100, 72),
       width: column.grow ? undefined : column.width,
       widthGrow: column.grow,
       hozAlign: column.isNumber ? 'right' : 'left',
@@ -360,7 +380,11 @@ export class RunsPanel {
     this.holder.setAttribute('aria-label', 'Runs');
     const rows = this.holder.querySelector<HTMLElement>('.tabulator-tableholder');
     rows?.addEventListener('keydown', (event) => this.moveByKey(event));
-    rows?.setAttribute('tabindex', '-1');
+    rows?.removeAttribute('tabindex');
+    this.holder.addEventListener('focusin', (event) => {
+      const link = (event.target as Element).closest('.run-link');
+      this.focused = link?.textContent ?? '';
+    });
   }
 
   // ---- filters ----
@@ -418,10 +442,11 @@ export class RunsPanel {
     this.table?.setGroupBy(by || false);
   }
 
-  private groupHead(value: string, count: number, data: Cells[], group: { toggle(): void; isVisible(): boolean }): Node {
+  private groupHead(value: string, count: number, data: Cells[], group: Group): Node {
     const page = thePage();
     const main = mainFigure(page);
-    const summary = main ? summaryOf(data.map((cells) => cells[`figure ${main.name}`]).filter((each): each is number => typeof each === 'number')) : null;
+    const summary = main ? summaryOf(data.map((cells) => cells[fieldOf(page, main)]).filter((each): each is number => typeof each === 'number')) : null;
+    group.getElement().setAttribute('role', 'row');
     const button = h('button', { type: 'button', class: 'group-toggle', 'aria-expanded': String(group.isVisible()) }, value || 'none');
     button.addEventListener('click', (event) => {
       event.stopPropagation();
@@ -430,7 +455,7 @@ export class RunsPanel {
     });
     return h(
       'span',
-      { class: 'group-head' },
+      { class: 'group-head', role: 'gridcell' },
       button,
       this.groupBy === 'group' && value !== '' && swatch(groupColour(page, value), groupShape(page, value)),
       h('span', { class: 'dim' }, [plural(count, 'run'), main && summary ? `median ${main.label} ${withUnit(summary.median, main.unit)}` : ''].filter(Boolean).join(', ')),
@@ -463,11 +488,14 @@ export class RunsPanel {
   }
 
   private visibleRows(): TableRow[] {
-    return (this.table?.getRows('display') ?? this.table?.getRows('active') ?? []).filter((row) => row.getData?.().name !== undefined);
+    // The heads of groups are among them.
+    return (this.table?.getRows('display') ?? []).filter((row) => '_row' in row);
   }
 
   /** One row at a time can be reached by Tab: the first, or the one that was last at. */
   private keepActive(): void {
+    // A row that was drawn anew under the focus has lost it.
+    if (this.focused !== '' && document.activeElement === document.body) this.activate(this.focused, true);
     const inView = this.holder.querySelector<HTMLElement>('.run-link[tabindex="0"]');
     if (inView) return;
     const first = this.holder.querySelector<HTMLElement>('.tabulator-row .run-link');
@@ -507,9 +535,19 @@ export class RunsPanel {
     const name = String(row.getData().name);
     await this.scrollTo(row);
     this.activate(name, true);
+    this.rowOf(name)?.getElement().scrollIntoView({ block: 'nearest' });
   }
 
   private async scrollTo(row: TableRow): Promise<void> {
+    const holder = this.holder.querySelector('.tabulator-tableholder');
+    const element = row.getElement();
+    if (holder?.contains(element)) {
+      const [outer, inner] = [holder.getBoundingClientRect(), element.getBoundingClientRect()];
+      const bottom = outer.top + holder.clientHeight;
+      if (inner.top < outer.top) holder.scrollTop -= outer.top - inner.top;
+      else if (inner.bottom > bottom) holder.scrollTop += inner.bottom - bottom;
+      return;
+    }
     try {
       await this.table?.scrollToRow(row, 'nearest', false);
     } catch {
@@ -526,6 +564,25 @@ export class RunsPanel {
     this.marked = selectedRun()?.name ?? '';
   }
 
+  /** To be called before the table is hidden, which forgets where it was scrolled to. */
+  remember(): void {
+    const holder = this.holder.querySelector('.tabulator-tableholder');
+    this.scroll = holder ? [holder.scrollLeft, holder.scrollTop] : [0, 0];
+  }
+
+  /** To be called once the table is shown again; the row of `name` has the focus then. */
+  resume(name: string): void {
+    if (!this.isBuilt) return;
+    this.table?.redraw(true);
+    this.scrollBack();
+    if (name !== '') this.activate(name, true);
+  }
+
+  private scrollBack(): void {
+    const holder = this.holder.querySelector('.tabulator-tableholder');
+    if (holder) [holder.scrollLeft, holder.scrollTop] = this.scroll;
+  }
+
   /** Brings the selected run into view; for selections made elsewhere. */
   async reveal(name: string): Promise<void> {
     const row = this.rowOf(name);
@@ -539,9 +596,8 @@ export class RunsPanel {
     const table = this.table;
     if (!table || !this.isBuilt) return;
     const fresh = new Map(page.runs.map((run) => [run.name, cellsOf(run, page, this.columns)]));
-    const focused = document.activeElement instanceof HTMLElement && this.holder.contains(document.activeElement) ? document.activeElement.closest('.run-link')?.textContent ?? null : null;
-    const holder = this.holder.querySelector<HTMLElement>('.tabulator-tableholder');
-    const scroll = holder ? [holder.scrollLeft, holder.scrollTop] : [0, 0];
+    const focused = document.activeElement?.matches('.run-link') ? this.focused : '';
+    this.remember();
     let isChanged = false;
     table.blockRedraw();
     for (const row of table.getRows()) {
@@ -565,8 +621,8 @@ export class RunsPanel {
     table.restoreRedraw();
     if (!isChanged) return;
     this.filter();
-    if (holder) [holder.scrollLeft, holder.scrollTop] = scroll;
-    if (focused !== null) this.activate(focused, true);
+    this.scrollBack();
+    if (focused !== '') this.activate(focused, true);
   }
 
   // ---- export ----

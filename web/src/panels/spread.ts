@@ -16,6 +16,8 @@ interface Spread {
   summary: Summary;
 }
 
+const SWEEP = 'xp sweep night --strategies Default,Performance --seeds 1-6';
+
 /** Families beyond these are in the table only. */
 const MOST_ROWS = 24;
 /** Verdicts beyond these are folded. */
@@ -35,7 +37,7 @@ export class SpreadPanel {
     this.panel.setTitle(`Spread over seeds, by ${page.groupWord}`);
     if (!figure || spreads.length === 0) {
       this.panel.setTools();
-      this.panel.setEmpty('No family has a run that is done. A sweep makes families of runs that differ in their seed alone.', 'xp sweep --seeds 1..6');
+      this.panel.setEmpty('No family has a run that is done. A sweep makes families of runs that differ in their seed alone.', SWEEP);
       return;
     }
     const options = figuresInUse(page).map((each): [string, string] => [each.name, each.label]);
@@ -70,7 +72,7 @@ export class SpreadPanel {
     });
     if (rows.length === 0) {
       const isMany = page.groups.length > 1;
-      replace(this.verdicts, h('p', { class: 'hint' }, isMany ? `No verdict on ${figure.label}: it takes two families with two seeds each at least. ` : 'One family alone has nothing to be compared with. ', 'Type ', h('code', null, 'xp sweep --seeds 1..6'), ' with another strategy for more.'));
+      replace(this.verdicts, h('p', { class: 'hint' }, isMany ? `No verdict on ${figure.label}: it takes two families with two seeds each at least. ` : 'One family alone has nothing to be compared with. ', 'Type ', h('code', null, SWEEP), ' for more.'));
       return;
     }
     const items = rows.map(({ comparison, row }) => verdictItem(page, comparison, row));
@@ -83,7 +85,7 @@ export class SpreadPanel {
   }
 
   private clicked(data: unknown): void {
-    const name = (data as { name?: string } | null)?.name;
+    const name = (data as { run?: string } | null)?.run;
     if (name) select(name === selectedRun()?.name ? '' : name);
   }
 
@@ -94,13 +96,13 @@ export class SpreadPanel {
       name,
       type: 'scatter',
       symbol: groupShape(page, name),
-      symbolSize: 10,
-      z: 4,
-      itemStyle: { color: groupColour(page, name), opacity: 0.9, borderColor: colours.panel, borderWidth: 1 },
+      symbolSize: runs.length > 40 ? 5 : 10,
+      z: runs.length > 40 ? 1 : 4,
+      itemStyle: { color: groupColour(page, name), opacity: runs.length > 40 ? 0.6 : 0.9, borderColor: colours.panel, borderWidth: runs.length > 40 ? 0 : 1 },
       data: runs.map((run, i) => ({
-        name: run.name,
+        run: run.name,
         value: [run.figures.get(figure.name), row],
-        symbolOffset: [0, runs.length > 1 ? (((i * 7) % 5) - 2) * 3.4 : 0],
+        symbolOffset: [0, shiftOf(i, runs.length)],
         itemStyle: run.name === chosen ? { borderColor: colours.accent, borderWidth: 3, opacity: 1 } : undefined,
       })),
     }));
@@ -125,15 +127,21 @@ export class SpreadPanel {
       },
       tooltip: {
         ...(baseOption().tooltip as object),
-        formatter: (event: { seriesType: string; data: { name?: string } & unknown[]; dataIndex: number }) => {
+        formatter: (event: { seriesType: string; data: { run?: string } & unknown[]; dataIndex: number }) => {
           if (event.seriesType === 'custom') return summaryTip(spreads[event.dataIndex], figure);
-          const run = page.byName.get(event.data.name ?? '');
+          const run = page.byName.get(event.data.run ?? '');
           return run ? tip(run.name, [[figure.label, withUnit(run.figures.get(figure.name) ?? NaN, figure.unit)], ['seed', run.seed === null ? 'none' : String(run.seed)]]) : '';
         },
       },
       series: [boxes(page, spreads), ...dots],
     };
   }
+}
+
+/** Up or down, so that marks of like values don't hide each other. */
+function shiftOf(i: number, count: number): number {
+  if (count < 2) return 0;
+  return count > 40 ? (((i * 29) % 27) - 13) * 1.1 : (((i * 7) % 5) - 2) * 3.4;
 }
 
 function spreadsOf(page: Page, figure: Figure): Spread[] {

@@ -70,7 +70,7 @@ export class TimelinePanel {
     const words = leadOf(runs, now, start, end);
     this.panel.setLead(words);
     const shown = Math.min(lanes.length, MOST_LANES);
-    this.chart.set(58 + shown * LANE + (lanes.length > shown ? 10 : 0), `Timeline. ${words}`, () => this.option(page, lanes, steps, start, end));
+    this.chart.set(36 + shown * LANE + (lanes.length > shown ? 10 : 0), `Timeline. ${words}`, () => this.option(page, lanes, steps, start, end));
     replace(this.key, legend([{ name: WAITING, colour: stepColour(WAITING, steps) }, ...steps.map((step) => ({ name: step, colour: stepColour(step, steps) }))]));
     this.table.set({
       caption: 'Times of each run',
@@ -94,7 +94,7 @@ export class TimelinePanel {
     const isLong = lanes.length > MOST_LANES;
     return {
       ...baseOption(),
-      grid: { left: 12, right: isLong ? 46 : 20, top: 6, bottom: 24, containLabel: true },
+      grid: { left: 12, right: isLong ? 46 : 20, top: 6, bottom: 2, containLabel: true },
       dataZoom: isLong
         ? [{ type: 'slider', yAxisIndex: 0, width: 14, right: 12, startValue: 0, endValue: MOST_LANES - 1, zoomLock: true, brushSelect: false, showDetail: false, borderColor: colours.line, fillerColor: colours.faint, handleSize: 0, showDataShadow: false, filterMode: 'filter' }]
         : [],
@@ -102,7 +102,7 @@ export class TimelinePanel {
         type: 'value',
         min: 0,
         max: span,
-        axisLabel: { color: colours.dim, fontSize: 12, hideOverlap: true, formatter: (value: number) => (value === 0 ? clockText(start) : `+${durationText(value).replace(/\u202f00\u202fs$/, '')}`) },
+        axisLabel: { color: colours.dim, fontSize: 12, hideOverlap: true, showMaxLabel: false, formatter: (value: number) => (value === 0 ? clockText(start) : `+${durationText(value).replace(/\u202f?00\u202f(?:s|min)$/, '').replace(/\.0(?=\u202f)/, '')}`) },
         axisLine: { show: false },
         axisTick: { show: false },
         splitLine: { lineStyle: { color: colours.faint } },

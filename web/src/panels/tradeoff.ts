@@ -42,7 +42,7 @@ export class TradeoffPanel {
     const frontier = frontierOf(dots.filter((dot) => isJudged(dot.run)), x.better === 'higher', y.better !== 'lower');
     const words = leadOf(frontier, dots, x, y);
     this.panel.setLead(words);
-    this.chart.set(340, `Scatter chart. ${words}`, () => this.option(page, x, y, dots, frontier));
+    this.chart.set(400, `Scatter chart. ${words}`, () => this.option(page, x, y, dots, frontier));
     const used = new Set(dots.map((dot) => dot.run.group));
     replace(
       this.key,
@@ -83,15 +83,15 @@ export class TradeoffPanel {
   }
 
   private clicked(data: unknown): void {
-    const dot = data as { name?: string } | null;
-    if (dot?.name) select(dot.name === selectedRun()?.name ? '' : dot.name);
+    const name = (data as { run?: string } | null)?.run;
+    if (name) select(name === selectedRun()?.name ? '' : name);
   }
 
   private option(page: Page, x: Figure, y: Figure, dots: Dot[], frontier: Dot[]): Record<string, unknown> {
     const colours = ink();
     const groups = [...new Set(dots.map((dot) => dot.run.group))];
     const item = (dot: Dot) => ({
-      name: dot.run.name,
+      run: dot.run.name,
       value: [dot.x, dot.y],
       itemStyle: isJudged(dot.run) ? undefined : { color: colours.panel, borderColor: groupColour(page, dot.run.group), borderWidth: 2, opacity: 1 },
     });
@@ -121,8 +121,8 @@ export class TradeoffPanel {
       yAxis: valueAxis(figureTitle(y), { nameTextStyle: { color: colours.dim, align: 'left', fontSize: 12 }, boundaryGap: ['6%', '10%'] }),
       tooltip: {
         ...(baseOption().tooltip as object),
-        formatter: (event: { data?: { name?: string } }) => {
-          const run = page.byName.get(event.data?.name ?? '');
+        formatter: (event: { data?: { run?: string } }) => {
+          const run = page.byName.get(event.data?.run ?? '');
           if (!run) return '';
           return tip(run.name, [
             [page.groupWord, run.group || 'none'],
@@ -170,7 +170,7 @@ function rings(page: Page, dots: Dot[]): unknown {
   const { text, accent, panel } = ink();
   const chosen = selectedRun()?.name;
   const ring = (dot: Dot, colour: string, size: number, isNamed: boolean) => ({
-    name: dot.run.name,
+    run: dot.run.name,
     value: [dot.x, dot.y],
     symbolSize: size,
     itemStyle: { color: 'transparent', borderColor: colour, borderWidth: 2 },

@@ -47,7 +47,7 @@ export function useTable(uses: Use[], caption: string): HTMLElement {
           'tr',
           null,
           h('th', { scope: 'row' }, use.name),
-          h('td', { class: 'bar-cell' }, h('div', { class: `bar${note ? ' bar-full' : ''}`, 'aria-hidden': 'true' }, h('div', { class: 'bar-used', style: `width: ${Math.min(100, percent).toFixed(2)}%` }))),
+          h('td', { class: 'bar-cell' }, h('div', { class: `bar${note ? ' bar-full' : ''}`, 'aria-hidden': 'true' }, h('div', { class: 'bar-used', style: percent > 0 ? `width: ${Math.min(100, percent).toFixed(2)}%` : 'display: none' }))),
           h('td', { class: 'number' }, numberText(use.used, 0)),
           h('td', { class: 'number dim' }, numberText(use.of, 0)),
           h('td', { class: 'number' }, `${numberText(percent, 1, true)}\u202f%`),
