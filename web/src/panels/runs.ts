@@ -496,11 +496,9 @@ export class RunsPanel {
   private keepActive(): void {
     // A row that was drawn anew under the focus has lost it.
     if (this.focused !== '' && document.activeElement === document.body) this.activate(this.focused, true);
-    const inView = this.holder.querySelector<HTMLElement>('.run-link[tabindex="0"]');
-    if (inView) return;
-    const first = this.holder.querySelector<HTMLElement>('.tabulator-row .run-link');
-    if (!first) return;
-    first.tabIndex = 0;
+    const links = [...this.holder.querySelectorAll<HTMLElement>('.tabulator-row .run-link')];
+    const stop = links.find((link) => link.textContent === this.active) ?? links[0];
+    for (const link of links) link.tabIndex = link === stop ? 0 : -1;
   }
 
   private activate(name: string, isFocused: boolean): void {
