@@ -11,7 +11,8 @@ build="g++ cmake ninja-build ccache pkg-config python3 libboost-dev libboost-fil
   libboost-regex-dev libboost-random-dev libxml2-dev tcl8.6-dev libfmt-dev libcli11-dev
   nlohmann-json3-dev libsqlitecpp-dev libsqlite3-dev yosys nextpnr-ice40 fpga-icestorm fpga-icestorm-chipdb"
 test="libgtest-dev libgmock-dev iverilog bats libxml2-utils strace util-linux procps busybox
-  wine wine64 libvalijson-dev zsh fish man-db groff-base bsdextrautils bsdutils"
+  wine wine64 libvalijson-dev zsh fish man-db groff-base bsdextrautils bsdutils
+  chromium fonts-dejavu-core"
 bench="libbenchmark-dev"
 ci="clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev shellcheck"
 
@@ -28,6 +29,11 @@ case ${1:-} in
     exit 2
     ;;
 esac
+
+# The page's tests take any node that is there, not only Debian's.
+if [ "$1" != build ] && ! command -v node > /dev/null 2>&1; then
+  wanted="$wanted nodejs npm"
+fi
 
 # missing_of PACKAGE...: those that aren't installed.
 missing_of() {
