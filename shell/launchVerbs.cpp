@@ -186,6 +186,11 @@ private:
         switch (event.kind) {
         case LaunchQueue::Event::kStarted:
             return;
+        case LaunchQueue::Event::kStands:
+            line.say(fmt::format("{}: up to date, {} made the same netlist again",
+                                 event.run->getName(),
+                                 project.getSynthesisOf(*event.run)->getName()));
+            return;
         case LaunchQueue::Event::kDone:
         case LaunchQueue::Event::kFailed:
             watch.tellEnd(*event.run);

@@ -107,7 +107,7 @@ std::string launchText(const std::string& seconds) {
 StaleNote noteOf(const workbench::SettingChange& change) {
     if (change.isTool)
         return changedNote("tool", change.name, change.before, change.after, change.since);
-    if (change.name != "synthesis launch")
+    if (change.name != workbench::kSynthesisLaunch)
         return changedNote("setting", change.name, change.before, change.after, change.since);
     return changedNote("setting", change.name, launchText(change.before), launchText(change.after),
                        change.since);
@@ -198,6 +198,27 @@ void addSynthesis(const Project& project, const HAXPExpRun& run, StaleView& view
                               "Its synthesis " + synthesis->getName() + " is out of date."});
 }
 
+/// A changed comment, or a netlist that was made anew as it was.
+void addHarmless(const Project& project, const HAXPExpRun& run, StaleView& view) {
+    const OpenRunInfo& info = run.getInfo();
+    for (const FileChange& change : info.getQuietChanges())
+        view.harmless.push_back(noteOf(change).text + (change.kind == workbench::InputKind::kNetlist
+                                                           ? ", but it is the same netlist"
+                                                           : ", but it means the same"));
+    const HAXPExpRun* synthesis = project.getSynthesisOf(run);
+    if (info.isNetlistMadeAnew() && synthesis != nullptr)
+        view.harmless.push_back(
+            fmt::format("synthesis {} was launched again and made the same netlist",
+                        workbench::printable(synthesis->getName())));
+}
+
+std::string harmlessLines(const StaleView& view) {
+    std::string text;
+    for (const std::string& line : view.harmless)
+        text += "  " + line + "\n";
+    return text.empty() ? text : "no reason to launch again:\n" + text;
+}
+
 std::string noteLines(const std::vector<StaleNote>& notes) {
     std::string text;
     for (const StaleNote& note : notes)
@@ -262,6 +283,7 @@ StaleView lookForStale(const Project& project, HAXPExpRun& run) {
         addReports(run, *step, view);
     }
     addSynthesis(project, run, view);
+    addHarmless(project, run, view);
     return view;
 }
 
@@ -303,7 +325,7 @@ std::string whyText(const Project& project, HAXPExpRun& run) {
         if (!step.follows.empty())
             text += "  builds on " + step.follows + "\n";
     }
-    return text + reportLines(view);
+    return text + reportLines(view) + harmlessLines(view);
 }
 
 nlohmann::json whyJson(const Project& project, HAXPExpRun& run) {
@@ -314,7 +336,8 @@ nlohmann::json whyJson(const Project& project, HAXPExpRun& run) {
                         {"stale", !view.empty()},
                         {"reasons", notesJson(view.notes)},
                         {"steps", nlohmann::json::array()},
-                        {"reports", nlohmann::json::array()}};
+                        {"reports", nlohmann::json::array()},
+                        {"harmless", view.harmless}};
     for (const StaleStep& step : view.steps)
         json["steps"].push_back({{"step", step.id},
                                  {"follows", textOrNull(step.follows)},

@@ -51,6 +51,8 @@ struct StaleView {
     std::vector<StaleNote> notes;
     std::vector<StaleStep> steps;
     std::vector<StaleReport> reports;
+    /// What changed without making anything stale, each as a line for people.
+    std::vector<std::string> harmless;
 
     bool empty() const { return notes.empty() && steps.empty(); }
 };

@@ -186,7 +186,24 @@ LaunchQueue::Turn LaunchQueue::turnOf_(const HAXPExpRun& run) const {
     return m_job.hasRunBeenAttempted(synthesis) ? Turn::kNever : Turn::kStart;
 }
 
+/// An implementation that was out of date for its synthesis alone may be none any more.
+bool LaunchQueue::stillStands_(HAXPExpRun& run) const {
+    HAXPExpRun* synthesis = m_project.getSynthesisOf(run);
+    if (synthesis == nullptr || !m_job.hasRunBeenAttempted(synthesis))
+        return false;
+    if (RunLauncher::isEnqueued(run))
+        RunLauncher::takeBack(run);
+    return run.isUpToDate();
+}
+
 void LaunchQueue::start_(HAXPExpRun& run, Slot& slot, std::vector<Event>& events) {
+    if (stillStands_(run)) {
+        remove(m_waiting, &run);
+        remove(m_shown, &run);
+        m_job.markAsExported(&run);
+        events.push_back({&run, Event::kStands, ""});
+        return;
+    }
     try {
         launch_(run, slot.way);
         slot.running.push_back(&run);

@@ -37,7 +37,8 @@ public:
             kLeftOut,    ///< its synthesis isn't done; never started
             kRefused,    ///< couldn't be launched; `text` is the message
             kTakenBack,  ///< somebody stopped it while it waited
-            kPutOff      ///< a host didn't take it, as `text` says; it waits for another
+            kPutOff,     ///< a host didn't take it, as `text` says; it waits for another
+            kStands      ///< its synthesis made what it had made before; not launched
         };
         HAXPExpRun* run;
         Kind kind;
@@ -102,6 +103,7 @@ private:
     void startWaiting_(std::vector<Event>& events);
     void showWaiting_(std::vector<Event>& events);
     Turn turnOf_(const HAXPExpRun& run) const;
+    bool stillStands_(HAXPExpRun& run) const;
     void start_(HAXPExpRun& run, Slot& slot, std::vector<Event>& events);
     void giveUp_(HAXPExpRun& run, Event::Kind kind, const std::string& text,
                  std::vector<Event>& events);

@@ -19,6 +19,7 @@
 #include "workbench/DesignInputs.h"
 #include "workbench/OpenFlowStep.h"
 #include "workbench/ice40/metrics.h"
+#include "workbench/inputMeaning.h"
 #include "workbench/inputSteps.h"
 #include "workbench/reportScript.h"
 
@@ -93,7 +94,11 @@ struct OpenRunInfo::Extra {
     ice40::StepMetrics metrics;
     /// By step; as its metrics name it.
     std::map<std::string, std::string> madeBy;
+    /// By step; what its inputs meant.
+    std::map<std::string, std::map<std::string, std::string>> meanings;
     std::vector<workbench::FileChange> fileChanges;
+    std::vector<workbench::FileChange> quietChanges;
+    bool isNetlistMadeAnew = false;
     std::vector<workbench::SettingChange> settingChanges;
 };
 
@@ -186,14 +191,19 @@ void OpenRunInfo::recordLaunch() {
     setLaunchedTools(tools);
 }
 
+std::string OpenRunInfo::dirOf_() const {
+    std::string dir;
+    getRun()->getRunDir(dir);
+    return dir;
+}
+
 const ice40::StepMetrics& OpenRunInfo::getMetrics() const {
     return m_extra->metrics;
 }
 
 void OpenRunInfo::readMetrics() {
     clearMetrics();
-    std::string dir;
-    getRun()->getRunDir(dir);
+    const std::string dir = dirOf_();
     const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(getRun()->createRunStepIter());
     while (steps->hasNext()) {
         const HAXPExpRunStep* step = steps->next();
@@ -207,6 +217,7 @@ void OpenRunInfo::readMetrics() {
         if (!ice40::readMetrics(path, metrics, ignored))
             continue;
         m_extra->madeBy[idOf(*step)] = metrics.tool;
+        m_extra->meanings[idOf(*step)] = metrics.meanings;
         merge(metrics, m_extra->metrics);
     }
 }
@@ -214,6 +225,7 @@ void OpenRunInfo::readMetrics() {
 void OpenRunInfo::clearMetrics() {
     m_extra->metrics = ice40::StepMetrics();
     m_extra->madeBy.clear();
+    m_extra->meanings.clear();
 }
 
 void OpenRunInfo::resetRun() {
@@ -228,6 +240,8 @@ void OpenRunInfo::resetRun() {
 void OpenRunInfo::updStaleReasons() {
     removeAllStaleReasons();
     m_extra->fileChanges.clear();
+    m_extra->quietChanges.clear();
+    m_extra->isNetlistMadeAnew = false;
     m_extra->settingChanges.clear();
     forEachStep(*getRun(), [](HAXPExpRunStep& step) { step.resetStaleReasons(); });
     if (getLaunchTime() == 0)
@@ -246,6 +260,14 @@ const std::vector<workbench::FileChange>& OpenRunInfo::getFileChanges() const {
 
 const std::vector<workbench::SettingChange>& OpenRunInfo::getSettingChanges() const {
     return m_extra->settingChanges;
+}
+
+const std::vector<workbench::FileChange>& OpenRunInfo::getQuietChanges() const {
+    return m_extra->quietChanges;
+}
+
+bool OpenRunInfo::isNetlistMadeAnew() const {
+    return m_extra->isNetlistMadeAnew;
 }
 
 void OpenRunInfo::recordTool_(const std::string& tool, bool isKept,
@@ -270,11 +292,67 @@ void OpenRunInfo::addFileChanges_() {
     const auto changed = before.empty() ? workbench::newerThan(launch, now)
                                         : workbench::changesOf(before, now, launch);
     all.insert(all.end(), changed.begin(), changed.end());
+    dropQuietChanges_();
     const auto firstOther = std::stable_partition(all.begin(), all.end(), isConstraints);
     HADAFileSet constraints("constraints", HDDATypes::FST_CONSTRS);
     tellSteps_(constraints, {all.begin(), firstOther});
     HADAFileSet sources("sources", HDDATypes::FST_DESIGN_SRCS);
     tellSteps_(sources, {firstOther, all.end()});
+}
+
+/// Files that are gone or can't be read mean nothing, and that is a change.
+void OpenRunInfo::dropQuietChanges_() {
+    auto& all = m_extra->fileChanges;
+    const auto isGone = [](const workbench::FileChange& change) {
+        return change.what == workbench::FileChange::kMissing ||
+               change.what == workbench::FileChange::kUnreadable;
+    };
+    const bool mayBeQuiet = std::none_of(all.begin(), all.end(), isGone);
+    const auto firstQuiet =
+        std::stable_partition(all.begin(), all.end(), [&](const workbench::FileChange& change) {
+            return !mayBeQuiet || !isQuiet_(change);
+        });
+    m_extra->quietChanges.assign(firstQuiet, all.end());
+    all.erase(firstQuiet, all.end());
+}
+
+bool OpenRunInfo::isQuiet_(const workbench::FileChange& change) const {
+    if (isSynthFlow()) {
+        const std::string& before = m_extra->meanings["synth_design"][ice40::meanings::kSources];
+        return !before.empty() &&
+               before == workbench::meaningOfSources(m_extra->inputs, m_extra->seenFiles, dirOf_());
+    }
+    return change.what == workbench::FileChange::kModified && meantTheSame_(change);
+}
+
+/// To every step that has begun and reads such files.
+bool OpenRunInfo::meantTheSame_(const workbench::FileChange& change) const {
+    const auto file = m_extra->seenFiles.find(change.path);
+    if (file == m_extra->seenFiles.end())
+        return false;
+    const std::string now = workbench::meaningOfFile(change.path, file->second);
+    bool isSame = !now.empty();
+    forEachStep(*getRun(), [&](const HAXPExpRunStep& step) {
+        const auto kinds = workbench::filesOfStep(idOf(step));
+        if (hasBegun(step) && std::find(kinds.begin(), kinds.end(), change.kind) != kinds.end())
+            isSame = isSame &&
+                     m_extra->meanings[idOf(step)][workbench::inputKindName(change.kind)] == now;
+    });
+    return isSame;
+}
+
+/// The synthesis that was launched since has written its netlist, and it is that of the launch.
+bool OpenRunInfo::isSameNetlistOfLaterSynthesis_() const {
+    const std::string& path = m_extra->inputs.netlist;
+    const auto now = m_extra->seenFiles.find(path);
+    const auto before = m_extra->launchedFiles.find(path);
+    if (now == m_extra->seenFiles.end() || before == m_extra->launchedFiles.end() ||
+        !now->second.print.isPresent() ||
+        now->second.print.stamp.modified.tv_sec < m_extra->inputs.netlistLaunch)
+        return false;
+    return now->second.print.isSameContent(before->second.print) ||
+           meantTheSame_(
+               {path, workbench::InputKind::kNetlist, workbench::FileChange::kModified, 0});
 }
 
 void OpenRunInfo::tellSteps_(HADAFileSet& set, const std::vector<workbench::FileChange>& changes) {
@@ -306,6 +384,10 @@ void OpenRunInfo::addSettingChanges_() {
         const std::string is = workbench::recordText(now, name);
         if (was == is)
             continue;
+        if (name == workbench::kSynthesisLaunch && isSameNetlistOfLaterSynthesis_()) {
+            m_extra->isNetlistMadeAnew = true;
+            continue;
+        }
         forEachStep(*getRun(), [&](HAXPExpRunStep& step) {
             if (!hasBegun(step) || !workbench::takesSetting(idOf(step), name))
                 return;

@@ -90,11 +90,22 @@ public:
     /// steps don't hold.
     const std::vector<workbench::FileChange>& getFileChanges() const;
     const std::vector<workbench::SettingChange>& getSettingChanges() const;
+    /// What is otherwise than at the launch without meaning anything to the tools, according
+    /// to the last updStaleReasons(): comments, or a netlist that a later synthesis made anew.
+    /// No reason to be stale.
+    const std::vector<workbench::FileChange>& getQuietChanges() const;
+    /// Whether a later synthesis than that of the launch made the same netlist.
+    bool isNetlistMadeAnew() const;
 
 private:
     void nameOutputs_();
+    std::string dirOf_() const;
     void recordTool_(const std::string& tool, bool isKept, workbench::ToolStamps& tools) const;
     void addFileChanges_();
+    void dropQuietChanges_();
+    bool isQuiet_(const workbench::FileChange& change) const;
+    bool meantTheSame_(const workbench::FileChange& change) const;
+    bool isSameNetlistOfLaterSynthesis_() const;
     void addSettingChanges_();
     void addToolChanges_();
     void tellSteps_(HADAFileSet& set, const std::vector<workbench::FileChange>& changes);

@@ -10,10 +10,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <boost/uuid/detail/sha1.hpp>
-#include <fmt/format.h>
-
 #include "environment/process/HUTFork.h"
+#include "workbench/ice40/contentHash.h"
 
 namespace workbench {
 
@@ -84,23 +82,14 @@ private:
     int m_fd;
 };
 
-std::string hexText(boost::uuids::detail::sha1& hash) {
-    boost::uuids::detail::sha1::digest_type digest;
-    hash.get_digest(digest);
-    std::string text;
-    for (const auto part : digest)
-        text += fmt::format("{:0{}x}", part, 2 * sizeof part);
-    return text;
-}
-
 /// The SHA-1 of what is left to read; empty when reading fails.
 std::string hashOf(const OpenFile& file) {
-    boost::uuids::detail::sha1 hash;
+    ice40::ContentHash hash;
     std::array<char, kBlock> block;
     ssize_t count = 0;
     while ((count = file.read(block)) > 0)
-        hash.process_bytes(block.data(), static_cast<std::size_t>(count));
-    return count < 0 ? std::string() : hexText(hash);
+        hash.add({block.data(), static_cast<std::size_t>(count)});
+    return count < 0 ? std::string() : hash.text();
 }
 
 }  // namespace

@@ -36,7 +36,7 @@ InputRecord recordInputs(const DesignInputs& inputs, bool isSynthesis) {
     addIfSet(record, "constraints", inputs.constraints);
     addIfSet(record, "netlist", inputs.netlist);
     if (inputs.netlistLaunch != 0)
-        record["synthesis launch"] = {std::to_string(inputs.netlistLaunch)};
+        record[kSynthesisLaunch] = {std::to_string(inputs.netlistLaunch)};
     return record;
 }
 

@@ -15,6 +15,9 @@ namespace workbench {
 /// results to stand. Paths are absolute.
 using InputRecord = std::map<std::string, std::vector<std::string>>;
 
+/// The entry for the launch of the synthesis that an implementation starts from, in seconds.
+inline constexpr char kSynthesisLaunch[] = "synthesis launch";
+
 /// The record of what a synthesis, or else an implementation, takes from `inputs`.
 WORKBENCH_API InputRecord recordInputs(const DesignInputs& inputs, bool isSynthesis);
 

@@ -147,3 +147,89 @@ TOOL
   run -0 "$xp" -C proj why synth_1
   [[ $output == *"source $BATS_TEST_TMPDIR/blinky.v: changed, since "* ]]
 }
+
+# What makes a source mean something else: blinky steps twice as fast.
+change_design() { sed -i 's/STEP = 1500000/STEP = 750000/' blinky.v; }
+
+@test "a changed comment makes nothing out of date, and that is told" {
+  launched_project
+  sed -i '1i // A line more,\n// and another.' blinky.v
+  sed -i 's/^# .*/# Another comment./; $a # the end' blinky.pcf
+  [ "$(status_of synth_1 stale)" = False ]
+  [ "$(status_of impl_1 stale)" = False ]
+  run -0 "$xp" -C proj why synth_1
+  [[ ${lines[0]} == 'synth_1: up to date' ]]
+  [[ ${lines[1]} == 'no reason to launch again:' ]]
+  [[ ${lines[2]} == "  source $BATS_TEST_TMPDIR/blinky.v: changed, since "*', but it means the same' ]]
+  run -0 "$xp" -C proj why impl_1 --json
+  [[ "$(json 'j["stale"], len(j["harmless"])' <<<"$output")" == '(False, 1)' ]]
+  run -0 "$xp" -C proj launch
+  [[ $output == *'synth_1: up to date'* ]]
+  [[ $output == *'impl_1: up to date'* ]]
+}
+
+@test "a change of the design beside a changed comment is found" {
+  launched_project
+  sed -i '1i // A line more.' blinky.v
+  [ "$(status_of synth_1 stale)" = False ]
+  change_design
+  [ "$(status_of synth_1 stale)" = True ]
+  sed -i 's/set_io *clk.*/set_io clk J4/' blinky.pcf
+  run -0 "$xp" -C proj why impl_1
+  [[ $output == *"constraints $BATS_TEST_TMPDIR/blinky.pcf: changed"* ]]
+}
+
+@test "a source that can't be read as Verilog any more is a change" {
+  launched_project
+  echo 'endmodule' >>blinky.v
+  [ "$(status_of synth_1 stale)" = True ]
+}
+
+@test "the contents of a memory mean something" {
+  cat >rom.v <<'V'
+module rom(input clk, input [3:0] a, output reg [7:0] led);
+  reg [7:0] mem [0:15];
+  initial $readmemh("rom.hex", mem);
+  always @(posedge clk) led <= mem[a] + a;
+endmodule
+V
+  printf '%s\n' 01 02 03 04 05 06 07 08 09 0a 0b 0c 0d 0e 0f 10 >rom.hex
+  touch -d '1 hour ago' rom.v rom.hex
+  "$xp" new proj --top rom --source rom.v 2>/dev/null
+  "$xp" -C proj create synth_1 --flow synth 2>/dev/null
+  "$xp" -C proj launch 2>/dev/null
+  sed -i '1i // one' rom.hex
+  [ "$(status_of synth_1 stale)" = False ]
+  sed -i 's/^05$/55/' rom.hex
+  [ "$(status_of synth_1 stale)" = True ]
+}
+
+@test "a synthesis that makes the same netlist leaves the implementation as it is, and says so" {
+  launched_project
+  before=$(stat -c %Y.%i proj/runs/impl_1/blinky.bin)
+  # Elaborated as a comparison more, which the synthesis sees through.
+  sed -i "s/if (last) begin/if (last == 1'b1) begin/" blinky.v
+  [ "$(status_of synth_1 stale)" = True ]
+  run -0 "$xp" -C proj launch
+  [[ $output == *'impl_1: up to date, synth_1 made the same netlist again'* ]]
+  [ "$(stat -c %Y.%i proj/runs/impl_1/blinky.bin)" = "$before" ]
+  run -0 "$xp" -C proj why impl_1
+  [[ ${lines[0]} == 'impl_1: up to date' ]]
+  [[ $output == *'synthesis synth_1 was launched again and made the same netlist'* ]]
+  change_design
+  run -0 "$xp" -C proj launch
+  [[ $output != *'same netlist'* ]]
+  [ "$(stat -c %Y.%i proj/runs/impl_1/blinky.bin)" != "$before" ]
+}
+
+@test "while its synthesis is launched anew an implementation isn't called up to date" {
+  launched_project
+  "$xp" -C proj reset synth_1 --keep-files 2>/dev/null
+  hold_tool yosys
+  "$xp" -C proj launch synth_1 --no-wait 2>/dev/null
+  tool_started
+  [ "$(status_of impl_1 stale)" = True ]
+  release_tool
+  "$xp" -C proj wait 2>/dev/null
+  [ "$(status_of impl_1 stale)" = False ]
+}

@@ -13,6 +13,7 @@
 #include "workbench/ice40/devices.h"
 #include "workbench/ice40/netlist.h"
 #include "workbench/ice40/pcf.h"
+#include "workbench/ice40/placement.h"
 #include "workbench/ice40/stepFailure.h"
 #include "workbench/ice40/stepFiles.h"
 #include "workbench/ice40/stepProgram.h"
@@ -110,6 +111,7 @@ void runInit(const InitOptions& options) {
 
     StepMetrics metrics;
     metrics.step = "init_design";
+    metrics.meanings = inputMeanings(options.netlist, options.constraints);
     metrics.counts[counts::kPortBits] = static_cast<long>(netlist.ports.size());
     metrics.counts[counts::kConstrainedBits] = static_cast<long>(constraints.pins.size());
     metrics.counts[counts::kCells] = netlist.cells;

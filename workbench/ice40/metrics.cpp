@@ -34,6 +34,7 @@ constexpr const char* kTarget = "target_mhz";
 constexpr const char* kSlack = "slack_ns";
 constexpr const char* kIcetime = "icetime_mhz";
 constexpr const char* kFiles = "files";
+constexpr const char* kMeanings = "meanings";
 
 double rounded(double value) {
     return std::round(value * 1000) / 1000;
@@ -98,9 +99,9 @@ bool getIcetime(const json& document, StepMetrics& metrics) {
     return true;
 }
 
-/// Older programs wrote no names of files.
-bool getFiles(const json& document, StepMetrics& metrics) {
-    const auto found = document.find(kFiles);
+/// Older programs didn't write all of these.
+bool getTexts(const json& document, const char* key, std::map<std::string, std::string>& texts) {
+    const auto found = document.find(key);
     if (found == document.end())
         return true;
     if (!found->is_object())
@@ -108,7 +109,7 @@ bool getFiles(const json& document, StepMetrics& metrics) {
     for (const auto& item : found->items()) {
         if (!item.value().is_string())
             return false;
-        metrics.files[item.key()] = item.value().get<std::string>();
+        texts[item.key()] = item.value().get<std::string>();
     }
     return true;
 }
@@ -172,6 +173,8 @@ std::string formatMetrics(const StepMetrics& metrics) {
         document[kIcetime] = rounded(*metrics.icetimeMhz);
     if (!metrics.files.empty())
         document[kFiles] = metrics.files;
+    if (!metrics.meanings.empty())
+        document[kMeanings] = metrics.meanings;
     return document.dump(2, ' ', false, json::error_handler_t::replace) + "\n";
 }
 
@@ -183,7 +186,8 @@ bool parseMetrics(const std::string& text, StepMetrics& metrics, std::string& re
     if (!getText(document, kStep, result.step) || !getText(document, kTool, result.tool) ||
         !getSeconds(document, result) || !getCounts(document, result) ||
         !getClocks(document, result) || !getIcetime(document, result) ||
-        !getFiles(document, result)) {
+        !getTexts(document, kFiles, result.files) ||
+        !getTexts(document, kMeanings, result.meanings)) {
         reason = "a value of it is missing or of the wrong kind";
         return false;
     }

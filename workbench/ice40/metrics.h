@@ -50,6 +50,13 @@ inline constexpr const char* kRouted = "asc";           ///< routed design
 inline constexpr const char* kTiming = "timing";        ///< icetime's report
 }  // namespace files
 
+/// Kinds of inputs in StepMetrics::meanings.
+namespace meanings {
+inline constexpr const char* kSources = "sources";
+inline constexpr const char* kNetlist = "netlist";
+inline constexpr const char* kConstraints = "constraints";
+}  // namespace meanings
+
 /// What one step has to tell in numbers, read from its tool's reports.
 ///
 /// A step program leaves it as a small JSON file, "<step>.metrics.json", when
@@ -65,6 +72,9 @@ struct StepMetrics {
     /// The files that the step read and left, by their kind (see files::kNetlist
     /// ...), named as they were given to it.
     std::map<std::string, std::string> files;
+    /// What the inputs that the step read mean, by their kind (see meanings::kSources ...), as
+    /// meaning.h has it.
+    std::map<std::string, std::string> meanings;
 
     std::optional<long> count(const std::string& name) const;
 

@@ -6,6 +6,7 @@
 #include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
 
+#include "workbench/ice40/blackBox.h"
 #include "workbench/ice40/jsonNumbers.h"
 
 namespace ice40 {
@@ -19,12 +20,6 @@ using nlohmann::json;
 bool isMarkedTop(const json& module) {
     const auto attributes = module.find("attributes");
     return attributes != module.end() && attributes->is_object() && attributes->contains("top");
-}
-
-bool isBlackBox(const json& module) {
-    const auto attributes = module.find("attributes");
-    return attributes != module.end() && attributes->is_object() &&
-           (attributes->contains("blackbox") || attributes->contains("whitebox"));
 }
 
 std::vector<std::string> ownModules(const json& modules) {

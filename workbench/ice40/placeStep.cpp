@@ -66,7 +66,6 @@ Placement describe(const PlaceOptions& options) {
     placement.netlist = options.netlist;
     placement.constraints = options.constraints;
     placement.freqMhz = options.freqMhz;
-    placement.inputs = fingerprintInputs(options.netlist, options.constraints);
     placement.words = placementWords(options);
     return placement;
 }
@@ -99,6 +98,8 @@ std::vector<std::string> placementWords(const PlaceOptions& options) {
 void runPlace(const PlaceOptions& options) {
     const StepClock clock;
     Placement placement = describe(options);
+    const auto meanings = inputMeanings(options.netlist, options.constraints);
+    placement.inputs = fingerprintInputs(meanings);
     OutputFile report(options.report);
     OutputFile record(options.placement);
     OutputFile metricsFile(options.metrics);
@@ -126,6 +127,7 @@ void runPlace(const PlaceOptions& options) {
                      {files::kReport, options.report}};
     if (!options.constraints.empty())
         metrics.files[files::kConstraints] = options.constraints;
+    metrics.meanings = meanings;
     metrics.seconds = clock.seconds();
     placement.checksums = log.checksums();
     record.write(formatPlacement(placement));

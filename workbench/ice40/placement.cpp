@@ -5,6 +5,8 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "workbench/ice40/meaning.h"
+#include "workbench/ice40/metrics.h"
 #include "workbench/ice40/stepFailure.h"
 #include "workbench/ice40/stepFiles.h"
 
@@ -92,9 +94,27 @@ bool parsePlacement(const std::string& text, Placement& placement, std::string& 
     return true;
 }
 
+std::map<std::string, std::string> inputMeanings(const std::string& netlist,
+                                                 const std::string& constraints) {
+    const std::string text = readInput(netlist);
+    const std::string meaning = netlistMeaning(text);
+    // What is no netlist means what it says.
+    std::map<std::string, std::string> all{
+        {meanings::kNetlist, meaning.empty() ? fingerprint(text) : meaning}};
+    if (!constraints.empty())
+        all[meanings::kConstraints] = constraintsMeaning(readInput(constraints));
+    return all;
+}
+
+std::string fingerprintInputs(const std::map<std::string, std::string>& meanings) {
+    std::string text;
+    for (const auto& [kind, meaning] : meanings)
+        text += kind + ' ' + meaning + '\n';
+    return fingerprint(text);
+}
+
 std::string fingerprintInputs(const std::string& netlist, const std::string& constraints) {
-    const std::string pins = constraints.empty() ? std::string() : readInput(constraints);
-    return fingerprint(readInput(netlist) + '\0' + pins);
+    return fingerprintInputs(inputMeanings(netlist, constraints));
 }
 
 }  // namespace ice40

@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -20,7 +21,7 @@ struct Placement {
     std::string netlist;      ///< path, as it was given to the placing step
     std::string constraints;  ///< path, or empty
     double freqMhz = 0;
-    std::string inputs;                  ///< fingerprint of netlist and constraints together
+    std::string inputs;                  ///< fingerprint of what netlist and constraints mean
     std::vector<std::string> words;      ///< placing options of nextpnr, in order
     std::vector<std::string> checksums;  ///< up to and with the placed design
 };
@@ -31,8 +32,13 @@ std::string formatPlacement(const Placement& placement);
 /// `placement` stays as it was.
 bool parsePlacement(const std::string& text, Placement& placement, std::string& reason);
 
-/// The fingerprint of the two input files as they are now.
-/// @throws StepFailure one of them can't be read.
+/// What the two input files mean as they are now, for StepMetrics::meanings; `constraints` may
+/// be empty. @throws StepFailure one of them can't be read.
+std::map<std::string, std::string> inputMeanings(const std::string& netlist,
+                                                 const std::string& constraints);
+
+/// Placement::inputs of these meanings, or of the two files.
+std::string fingerprintInputs(const std::map<std::string, std::string>& meanings);
 std::string fingerprintInputs(const std::string& netlist, const std::string& constraints);
 
 }  // namespace ice40

@@ -12,6 +12,7 @@
 #include <fmt/ranges.h>
 
 #include "workbench/ice40/devices.h"
+#include "workbench/ice40/meaning.h"
 #include "workbench/ice40/stepFailure.h"
 #include "workbench/ice40/stepFiles.h"
 #include "workbench/ice40/stepProgram.h"
@@ -58,6 +59,19 @@ std::string readCommand(const SynthOptions& options, const std::string& source) 
     for (const std::string& folder : options.includes)
         command += " -I" + plainWord("include folder", folder);
     return command + " " + quotedPath(source);
+}
+
+std::string readCommands(const SynthOptions& options) {
+    std::string commands;
+    for (const std::string& source : options.sources)
+        commands += readCommand(options, source) + "; ";
+    return commands;
+}
+
+/// From the sources that were read, what is parametrised and chosen by the top module.
+std::string writeElaboration(const SynthOptions& options, const std::string& path) {
+    return fmt::format("hierarchy -top {}; write_rtlil {}", plainWord("top module", options.top),
+                       quotedPath(path));
 }
 
 std::string synthCommand(const SynthOptions& options) {
@@ -204,12 +218,18 @@ const std::vector<SynthSwitch>& synthSwitches() {
 std::string synthScript(const SynthOptions& options) {
     refusePair(options, "abc9", "retime");
     refusePair(options, "abc9", "flowmap");
-    std::string script;
-    for (const std::string& source : options.sources)
-        script += readCommand(options, source) + "; ";
     const std::string synth = synthCommand(options);
-    return script + synth + " -run begin:coarse; tee -q -o /dev/fd/11 stat -json; " + synth +
-           " -run coarse:; write_json /dev/fd/10; tee -q -o /dev/fd/12 stat -json; stat";
+    // What was read is written last, so that it leaves the names of the synthesis alone; its
+    // warnings have been told by then.
+    return readCommands(options) + "design -save source; " + synth +
+           " -run begin:coarse; tee -q -o /dev/fd/11 stat -json; " + synth +
+           " -run coarse:; write_json /dev/fd/10; tee -q -o /dev/fd/12 stat -json; stat; "
+           "logger -nowarn .*; design -load source; " +
+           writeElaboration(options, "/dev/fd/13");
+}
+
+std::string elaborationScript(const SynthOptions& options, const std::string& path) {
+    return readCommands(options) + writeElaboration(options, path);
 }
 
 std::vector<std::string> constantOutputs(const Netlist& netlist) {
@@ -250,9 +270,10 @@ void runSynthesis(const SynthOptions& options) {
     requireReadable(options.sources);
     OutputFile json(options.json);
     const OutputFile before(options.stat + ".before");
+    const OutputFile elaboration(options.json + ".elaboration");
     OutputFile stat(options.stat);
     OutputFile metricsFile(options.metrics);
-    command.files = {json.partPath(), before.partPath(), stat.partPath()};
+    command.files = {json.partPath(), before.partPath(), stat.partPath(), elaboration.partPath()};
     runYosys(command);
     json.requireSpace();
 
@@ -263,6 +284,7 @@ void runSynthesis(const SynthOptions& options) {
     metrics.tool = after.creator;
     addCounts(after, metrics);
     metrics.files = {{files::kNetlist, options.json}, {files::kStat, options.stat}};
+    metrics.meanings = {{meanings::kSources, elaborationMeaning(textOf(elaboration))}};
     metrics.seconds = clock.seconds();
     metricsFile.write(formatMetrics(metrics));
     json.commit();

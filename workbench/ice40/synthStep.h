@@ -35,11 +35,15 @@ struct SynthSwitch {
 const std::vector<SynthSwitch>& synthSwitches();
 
 /// The script for yosys. It writes the netlist to /dev/fd/10, the cell counts
-/// before technology mapping to /dev/fd/11 and those of the result to
-/// /dev/fd/12.
+/// before technology mapping to /dev/fd/11, those of the result to /dev/fd/12, and
+/// what was read, before anything was made of it, to /dev/fd/13 as RTLIL.
 /// @throws StepFailure an option or a name can't be put into a script, or two
 ///         options exclude each other.
 std::string synthScript(const SynthOptions& options);
+
+/// The script that does no more than write that RTLIL to the file `path`.
+/// @throws StepFailure the same.
+std::string elaborationScript(const SynthOptions& options, const std::string& path);
 
 /// Why the result can't be what the source means, or nothing: yosys ends with
 /// status 0 when it removed a whole design. `before` are the cells ahead of

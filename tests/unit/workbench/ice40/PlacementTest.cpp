@@ -70,20 +70,29 @@ TEST(PlacementTest, IsTheSameWhenTheRoutedChecksumsBeginWithIts) {
     EXPECT_FALSE(isSamePlacement({"1", "2"}, {"1"}));
 }
 
-TEST(InputsTest, HaveAnotherFingerprintAfterAnyChange) {
+std::string printOf(const test::RunDir& dir, const std::string& constraints) {
+    return fingerprintInputs(
+        inputMeanings(dir.path("n.json"), constraints.empty() ? "" : dir.path(constraints)));
+}
+
+TEST(InputsTest, HaveAnotherFingerprintAfterAChangeOfWhatTheyMean) {
     const test::RunDir dir;
     dir.mark("n.json", "net");
-    dir.mark("p.pcf", "pins");
-    const std::string before = fingerprintInputs(dir.path("n.json"), dir.path("p.pcf"));
-    EXPECT_EQ(before, fingerprintInputs(dir.path("n.json"), dir.path("p.pcf")));
-    EXPECT_NE(before, fingerprintInputs(dir.path("n.json"), ""));
-    dir.mark("p.pcf", "pinS");
-    EXPECT_NE(before, fingerprintInputs(dir.path("n.json"), dir.path("p.pcf")));
+    dir.mark("p.pcf", "set_io clk 1");
+    const std::string before = printOf(dir, "p.pcf");
+    EXPECT_EQ(before, printOf(dir, "p.pcf"));
+    EXPECT_NE(before, printOf(dir, ""));
+    dir.mark("p.pcf", "set_io clk 2");
+    EXPECT_NE(before, printOf(dir, "p.pcf"));
+    dir.mark("p.pcf", "# the clock\n set_io  clk 1 # fast\n");
+    EXPECT_EQ(before, printOf(dir, "p.pcf"));
+    dir.mark("n.json", "nEt");
+    EXPECT_NE(before, printOf(dir, "p.pcf"));
 }
 
 TEST(InputsTest, AreRefusedWhenOneIsMissing) {
     const test::RunDir dir;
-    EXPECT_EQ(test::failureOf<StepFailure>([&] { fingerprintInputs(dir.path("n.json"), ""); }),
+    EXPECT_EQ(test::failureOf<StepFailure>([&] { inputMeanings(dir.path("n.json"), ""); }),
               "'" + dir.path("n.json") +
                   "' can't be read: No such file or directory. Run the synthesis again, or correct "
                   "the file's name.");

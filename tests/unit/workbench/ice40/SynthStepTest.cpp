@@ -28,9 +28,15 @@ std::string refusalOf(const SynthOptions& options) {
 
 TEST(SynthScriptTest, ReadsMapsAndWrites) {
     EXPECT_EQ(synthScript(plain()),
-              "read_verilog \"a.v\"; synth_ice40 -device hx -top top -run begin:coarse; tee -q -o "
-              "/dev/fd/11 stat -json; synth_ice40 -device hx -top top -run coarse:; write_json "
-              "/dev/fd/10; tee -q -o /dev/fd/12 stat -json; stat");
+              "read_verilog \"a.v\"; design -save source; synth_ice40 -device hx -top top -run "
+              "begin:coarse; tee -q -o /dev/fd/11 stat -json; synth_ice40 -device hx -top top -run "
+              "coarse:; write_json /dev/fd/10; tee -q -o /dev/fd/12 stat -json; stat; logger "
+              "-nowarn .*; design -load source; hierarchy -top top; write_rtlil \"/dev/fd/13\"");
+}
+
+TEST(SynthScriptTest, CanDoNoMoreThanWriteWhatWasRead) {
+    EXPECT_EQ(elaborationScript(plain(), "/tmp/a b.il"),
+              "read_verilog \"a.v\"; hierarchy -top top; write_rtlil \"/tmp/a b.il\"");
 }
 
 TEST(SynthScriptTest, ReadsSourcesInOrderWithMacrosAndFolders) {
@@ -39,7 +45,7 @@ TEST(SynthScriptTest, ReadsSourcesInOrderWithMacrosAndFolders) {
     options.defines = {"N=3", "SIM"};
     options.includes = {"inc"};
     const std::string head = "read_verilog -DN=3 -DSIM -Iinc \"b c.v\"; read_verilog -sv -DN=3 "
-                             "-DSIM -Iinc \"../a;b.sv\"; synth_ice40 ";
+                             "-DSIM -Iinc \"../a;b.sv\"; design -save source; synth_ice40 ";
     EXPECT_EQ(synthScript(options).substr(0, head.size()), head);
 }
 

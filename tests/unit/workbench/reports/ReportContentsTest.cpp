@@ -192,7 +192,7 @@ TEST_F(ReportContentsTest, NamesTheDesignersSourceOfAHop) {
 }
 
 TEST_F(ReportContentsTest, ShowsPathsWithoutPlacesWhenTheNetlistChanged) {
-    m_bench.dir().mark("top.json", test::ReportBench::netlist() + " ");
+    m_bench.dir().mark("top.json", test::ReportBench::otherNetlist());
     const Report report = make("report_timing", "route_design");
     EXPECT_THAT(report.head,
                 Contains(Pair("Source places", HasSubstr("changed since it was placed"))));

@@ -101,8 +101,10 @@ TEST_F(StepResultsTest, RefuseAFileThatIsTooBigWithoutReadingIt) {
 }
 
 TEST_F(StepResultsTest, RefuseANetlistThatChangedSinceItWasPlaced) {
-    m_bench.dir().mark("top.json", test::ReportBench::netlist() + "\n");
     const auto design = [](const StepResults& results) { results.design(); };
+    m_bench.dir().mark("top.json", test::ReportBench::netlist() + "\n");
+    EXPECT_EQ(refusal("route_design", design), "nothing thrown");
+    m_bench.dir().mark("top.json", test::ReportBench::otherNetlist());
     EXPECT_EQ(refusal("route_design", design), "netlist 'top.json' or its constraints changed "
                                                "since it was placed. Run step place_design again.");
     EXPECT_EQ(refusal("synth_design", design), "nothing thrown");

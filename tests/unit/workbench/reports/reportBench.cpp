@@ -91,6 +91,12 @@ void ReportBench::place(const std::string& netlist, const std::string& constrain
     m_dir.mark("place_design.json", formatPlacement(placement));
 }
 
+std::string ReportBench::otherNetlist() {
+    std::string text = netlist();
+    const std::string bits = R"("bits":[10,11])";
+    return text.replace(text.find(bits), bits.size(), R"("bits":[11,10])");
+}
+
 std::string ReportBench::netlist() {
     return R"({"creator":"Yosys 0.23","modules":{"top":{"attributes":{"top":1},
   "ports":{

@@ -31,6 +31,8 @@ public:
     void place(const std::string& netlist, const std::string& constraints) const;
 
     static std::string netlist();
+    /// The same with another net.
+    static std::string otherNetlist();
     static std::string constraints();
     static std::string pnrReport();
     static std::string routed();
