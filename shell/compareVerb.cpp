@@ -1,22 +1,29 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
+#include <algorithm>
 #include <cstdio>
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
 
 #include "shell/comparedRuns.h"
 #include "shell/comparisonView.h"
+#include "shell/dataOutput.h"
+#include "shell/declaredVerb.h"
 #include "shell/exitStatus.h"
 #include "shell/familyOptions.h"
 #include "shell/familyView.h"
 #include "shell/jsonOutput.h"
+#include "shell/moreSeeds.h"
+#include "shell/note.h"
 #include "shell/progressLine.h"
 #include "shell/runComparison.h"
 #include "shell/verb.h"
+#include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
 #include "workbench/printable.h"
 
@@ -35,32 +42,94 @@ public:
                         "fmax, slack, luts, time or the name of a figure; more, with commas "
                         "between, decide ties")
             ->capture_default_str();
-        command.add_flag("--each", m_wantsRuns, "Of families: show their runs one by one");
+        auto* each =
+            command.add_flag("--each", m_wantsRuns, "Of families: show their runs one by one");
+        auto* more = command
+                         .add_flag("--more", m_wantsMore,
+                                   "Families that can't be told apart: make and launch the seeds "
+                                   "that it takes without asking, and compare again")
+                         ->excludes(each);
+        command.add_option("-j,--jobs", m_jobs, "Of --more: how many runs at once")
+            ->check(CLI::Range(1, 10000))
+            ->needs(more);
         m_families.declare(command);
         addJsonFlag(command, m_json);
     }
 
     int run(const Session& session) override {
-        const auto project = Project::open(session.projectDir, Project::kRead);
+        auto project = Project::open(session.projectDir, Project::kRead);
         const std::vector<HAXPExpRun*> runs = runsToCompare(*project, m_names);
-        if (!m_wantsRuns && areFamilies(*project, m_names)) {
-            const std::vector<ComparedRun> all =
-                comparedRuns(*project, runs, FigureSource::kReportsAndSteps);
-            const std::vector<ComparedFamily> families = familiesOf(all);
-            if (families.size() > 1)
-                return showFamilies_(families);
+        if (m_wantsRuns || !areFamilies(*project, m_names))
+            return showRuns_(comparedRuns(*project, runs, FigureSource::kReports));
+        const std::vector<ComparedRun> all =
+            comparedRuns(*project, runs, FigureSource::kReportsAndSteps);
+        const std::vector<ComparedFamily> families = familiesOf(all);
+        if (families.size() < 2)
+            return showRuns_(comparedRuns(*project, runs, FigureSource::kReports));
+        const statistics::Question question = m_families.question();
+        const std::vector<FamilyPair> pairs = compareFamilies(families, question);
+        const MoreSeeds more = moreSeedsFor(pairs, readGoals(m_goal, all).front().figure);
+        const bool willAsk = !m_wantsMore && !m_json && !more.empty() && canAsk();
+        // With "--more" the answer for scripts is that of the second look alone.
+        if (!m_json || !m_wantsMore || more.empty())
+            showFamilies_(families, pairs, question);
+        const std::vector<long> seeds = nextSeeds(*project, more);
+        if (more.empty() || (willAsk && !agrees(moreSeedsQuestion(more, seeds))))
+            return kExitDone;
+        if (!willAsk && !m_wantsMore) {
+            tellCommand_(more);
+            return kExitDone;
         }
-        return showRuns_(comparedRuns(*project, runs, FigureSource::kReports));
+        project.reset();
+        const int status = launchMore_(session, more);
+        return status == kExitDone ? lookAgain_(session, question) : status;
     }
 
 private:
-    int showFamilies_(const std::vector<ComparedFamily>& families) const {
-        const statistics::Question question = m_families.question();
-        const std::vector<FamilyPair> pairs = compareFamilies(families, question);
+    void showFamilies_(const std::vector<ComparedFamily>& families,
+                       const std::vector<FamilyPair>& pairs,
+                       const statistics::Question& question) const {
         if (m_json)
             printJson(familiesJson(families, pairs, question));
         else
             fmt::print("{}", familyTables(families, pairs, question));
+        std::fflush(stdout);
+    }
+
+    void tellCommand_(const MoreSeeds& more) const {
+        note("{} can't be told apart: about {} more seed{} of each needed. Make and launch them "
+             "with: xp compare {} --more",
+             more.label, more.count, more.count == 1 ? "" : "s", fmt::join(m_names, " "));
+    }
+
+    /// Makes the runs and launches them; what they print is no part of the answer.
+    int launchMore_(const Session& session, const MoreSeeds& more) const {
+        std::vector<std::string> words;
+        {
+            const auto project = Project::open(session.projectDir, Project::kChange);
+            for (const HAXPExpRun* run : makeMoreSeeds(*project, more, nextSeeds(*project, more)))
+                words.push_back(run->getName());
+            project->save();
+        }
+        note("{} runs are made, from {} to {}", words.size(), words.front(), words.back());
+        if (m_jobs > 0)
+            words.insert(words.end(), {"-j", std::to_string(m_jobs)});
+        std::reverse(words.begin(), words.end());
+        DeclaredVerb launch(*findVerb(verbs(), "launch"), "launch");
+        launch.command().parse(words);
+        const DataOutput data(m_json);
+        return launch.verb().run(session);
+    }
+
+    /// Who looks twice gives chance a second try: this one has half the level.
+    int lookAgain_(const Session& session, statistics::Question question) const {
+        question.level /= 2;
+        const auto project = Project::open(session.projectDir, Project::kRead);
+        const std::vector<ComparedRun> all = comparedRuns(
+            *project, runsToCompare(*project, m_names), FigureSource::kReportsAndSteps);
+        const std::vector<ComparedFamily> families = familiesOf(all);
+        note("The second look at these families has half the level.");
+        showFamilies_(families, compareFamilies(families, question), question);
         return kExitDone;
     }
 
@@ -81,6 +150,8 @@ private:
     std::string m_goal = "fmax";
     FamilyOptions m_families;
     bool m_wantsRuns = false;
+    bool m_wantsMore = false;
+    int m_jobs = 0;
     bool m_json = false;
 };
 

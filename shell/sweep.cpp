@@ -10,14 +10,18 @@
 
 #include "environment/strings/HUTConvert.h"
 #include "runs/base/xperiment/HAXPFlow.h"
+#include "runs/base/xperiment/HAXPStrategy.h"
 #include "shell/exitStatus.h"
 #include "shell/runPlan.h"
+#include "shell/runView.h"
 #include "shell/setting.h"
 #include "shell/strategyNames.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
 #include "workbench/entryRules.h"
 #include "workbench/runFamily.h"
+#include "workbench/strategies.h"
+#include "workbench/strategyOptions.h"
 
 namespace shell {
 
@@ -66,6 +70,41 @@ std::string fitForName(const std::string& name) {
         fit += good && static_cast<unsigned char>(c) < 0x80 ? c : '_';
     }
     return fit;
+}
+
+/// The synthesis with that strategy and no option of its own; null when there is none.
+HAXPExpRun* synthesisWith(const Project& project, HAXPStrategy& strategy) {
+    for (HAXPExpRun* run : project.getRuns()) {
+        if (flowWord(*run) == "synth" && run->getToStep() == nullptr &&
+            run->getStrategy()->getName() == strategy.getName() &&
+            workbench::differences(*run->getStrategy(), strategy).empty())
+            return run;
+    }
+    return nullptr;
+}
+
+std::string nameForSynthesis(const Project& project, const std::string& sweep,
+                             const std::string& strategy) {
+    const std::string name = "synth_" + fitForName(strategy);
+    return project.findRun(name) == nullptr ? name : sweep + "_" + name;
+}
+
+/// The names of the syntheses that `request` starts from; those that are made go to `made`.
+std::vector<std::string> synthesesFor(Project& project, const SweepRequest& request,
+                                      std::vector<HAXPExpRun*>& made) {
+    std::vector<std::string> names = request.syntheses;
+    const HAXPFlow& flow = flowOf("synth");
+    for (const std::string& text : request.synthesisStrategies) {
+        const std::string name = strategyNameFor(flow, text);
+        HAXPStrategy* strategy = workbench::findStrategy(flow, name);
+        HAXPExpRun* run = strategy == nullptr ? nullptr : synthesisWith(project, *strategy);
+        if (run == nullptr) {
+            run = &project.createRun(nameForSynthesis(project, request.name, name), flow, name, "");
+            made.push_back(run);
+        }
+        names.push_back(run->getName());
+    }
+    return names;
 }
 
 std::vector<FamilyPlan> planFamilies(const SweepRequest& request) {
@@ -139,10 +178,13 @@ std::vector<std::string> readNames(const std::string& text, const std::string& w
     return names;
 }
 
-std::vector<HAXPExpRun*> makeSweep(Project& project, const SweepRequest& request) {
-    if (flowWord(*request.flow) != "impl")
+std::vector<HAXPExpRun*> makeSweep(Project& project, const SweepRequest& wanted) {
+    if (flowWord(*wanted.flow) != "impl")
         throw CommandError(kExitRefused, "A synthesis has no seed. Make each with xp create, and "
                                          "sweep implementations of them: --synth synth_1,synth_2");
+    std::vector<HAXPExpRun*> runs;
+    SweepRequest request = wanted;
+    request.syntheses = synthesesFor(project, wanted, runs);
     const std::vector<FamilyPlan> families = planFamilies(request);
     if (families.size() * request.seeds.size() > kMostRuns)
         throw CommandError(kExitRefused,
@@ -152,7 +194,6 @@ std::vector<HAXPExpRun*> makeSweep(Project& project, const SweepRequest& request
     requireNoRun(project, request.name);
     for (const FamilyPlan& family : families)
         requireNoRun(project, family.name);
-    std::vector<HAXPExpRun*> runs;
     for (const FamilyPlan& family : families) {
         for (const long seed : request.seeds)
             runs.push_back(&makeRun(project, request, family, seed));

@@ -19,6 +19,9 @@ struct SweepRequest {
     std::vector<std::string> strategies;
     /// The syntheses to start from, which the runs share; none takes the project's first one.
     std::vector<std::string> syntheses;
+    /// In the place of these: strategies of syntheses. One that the project has already, with
+    /// the strategy's values, is shared; the others are made.
+    std::vector<std::string> synthesisStrategies;
     std::vector<long> seeds;
     /// As xp create takes them; empty for the whole flow, and the flow's own reports.
     std::string toStep;
@@ -38,7 +41,8 @@ std::vector<std::string> readNames(const std::string& text, const std::string& w
 /// Adds the runs of a sweep to `project`, which isn't saved: NAME_STRATEGY_sSEED, in the
 /// family NAME_STRATEGY; where there are several syntheses, NAME_SYNTHESIS_STRATEGY. What a
 /// run's name can't hold of a strategy's becomes an underscore. A sweep that is there
-/// already grows.
+/// already grows. The syntheses that are missing come first, as synth_STRATEGY, or
+/// NAME_synth_STRATEGY where there is a run of that name.
 /// @throws CommandError or HEXUserException something doesn't fit, such as a run that is
 /// there; the project is not to be saved then.
 std::vector<HAXPExpRun*> makeSweep(Project& project, const SweepRequest& request);

@@ -37,9 +37,15 @@ public:
             .add_option("--seeds", m_seeds,
                         "Seeds of each family: numbers and ranges with commas between")
             ->capture_default_str();
-        command.add_option("--synth", m_syntheses,
-                           "Synthesis that all share, or several with commas between; the first "
-                           "one of the project if unsaid");
+        auto* syntheses =
+            command.add_option("--synth", m_syntheses,
+                               "Synthesis that all share, or several with commas between; the "
+                               "first one of the project if unsaid");
+        command
+            .add_option("--synth-strategies", m_synthesisStrategies,
+                        "Strategies of the syntheses to start from, with commas between; those "
+                        "that are missing are made, the others shared")
+            ->excludes(syntheses);
         command.add_option("--to", m_toStep, "Short name of the step to end at");
         command.add_option(
             "--reports", m_reports,
@@ -59,6 +65,8 @@ public:
         request.seeds = readSeeds(m_seeds);
         if (!m_syntheses.empty())
             request.syntheses = readNames(m_syntheses, "syntheses");
+        if (!m_synthesisStrategies.empty())
+            request.synthesisStrategies = readNames(m_synthesisStrategies, "strategies");
         request.toStep = m_toStep;
         if (!m_reports.empty())
             request.reportStrategy = chosenReportStrategy(*request.flow, m_reports);
@@ -80,9 +88,12 @@ private:
         const std::vector<TextTable::Column> columns{
             {"Run"}, {"Family"}, {"Strategy"}, {"Synthesis"}};
         TextTable table(columns);
-        for (const HAXPExpRun* run : runs)
+        for (const HAXPExpRun* run : runs) {
+            const HAXPExpRun* synthesis = project.getSynthesisOf(*run);
             table.addRow({run->getName(), project.getFamilyOf(*run).name,
-                          run->getStrategy()->getName(), project.getSynthesisOf(*run)->getName()});
+                          run->getStrategy()->getName(),
+                          synthesis == nullptr ? "" : synthesis->getName()});
+        }
         fmt::print("{}", table.text());
     }
 
@@ -91,6 +102,7 @@ private:
     std::string m_strategies = "Default";
     std::string m_seeds = "1-6";
     std::string m_syntheses;
+    std::string m_synthesisStrategies;
     std::string m_toStep;
     std::string m_reports;
     std::vector<std::string> m_settings;

@@ -21,6 +21,7 @@ const std::vector<VerbEntry>& verbs() {
          makeCreateVerb},
         {"sweep", "make families of runs: strategies, each with several seeds",
          "xp sweep night --strategies Default,Performance --seeds 1-6\n"
+         "xp sweep night --synth-strategies Default,Area --seeds 1-6\n"
          "xp sweep night --strategies Default --seeds 7-12 --dry-run\nxp launch night",
          makeSweepVerb},
         {"set", "change the options, the strategy or the last step of a run",
@@ -53,7 +54,7 @@ const std::vector<VerbEntry>& verbs() {
          "xp reportstrategy list\nxp reportstrategy show Daily", nullptr, reportStrategyVerbs},
         {"compare", "compare runs: key figures, options that differ, and which is best",
          "xp compare\nxp compare impl_1 impl_2 --goal luts,fmax\nxp compare --json\n"
-         "xp compare night_Default night_Performance",
+         "xp compare night_Default night_Performance --more",
          makeCompareVerb},
         {"diff", "show what differs between two runs or families, and nothing else",
          "xp diff impl_1 impl_2\nxp diff night_Default night_Performance\n"

@@ -113,3 +113,27 @@ PYTHON
   run -0 grep -c ' Sweep="night" Family="night_Default"' proj/project.xml
   [ "$output" = 2 ]
 }
+
+@test "families that can't be told apart get the seeds that it takes" {
+  new_project
+  "$xp" -C proj sweep n --synth-strategies Default --strategies Default,Explore --seeds 1-2 --to place
+  "$xp" -C proj launch n -j 2 2>/dev/null
+  # Nobody is there to be asked: the command is told, and nothing made.
+  run -0 --separate-stderr "$xp" -C proj compare n --goal fmax </dev/null
+  [[ $stderr == "Fmax can't be told apart: about "*" more seeds of each needed. Make and launch them with: xp compare n --more" ]]
+  [ "$(grep -c '<Run ' proj/project.xml)" = 5 ]
+
+  # "No" is an answer too, at a terminal.
+  run -0 script -qec "'$xp' -C proj compare n" /dev/null <<<n
+  [[ $output == *"Make "*" runs (seeds 3-"*") and launch them? [y/N]"* ]]
+  [ "$(grep -c '<Run ' proj/project.xml)" = 5 ]
+
+  run -0 --separate-stderr "$xp" -C proj compare n --more -j 2 --json
+  [ "$(json '[c["level"] for f in [j] for c in [f]]' <<<"$output")" = '[0.025]' ]
+  count=$(json 'j["comparisons"][0]["figures"][0]["base"]["count"]' <<<"$output")
+  [ "$count" -ge 6 ]
+  run_is n_Explore_s3 "done"
+  [ "$(status_of n_Explore_s3 stale)" = False ]
+  # The same seeds in both, so they stay pairs.
+  [ "$(json 'j["comparisons"][0]["figures"][0]["paired"]' <<<"$output")" = True ]
+}

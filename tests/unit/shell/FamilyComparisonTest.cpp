@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #include "shell/familyComparison.h"
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "shell/familyView.h"
+#include "tests/unit/workbench/statistics/scatter.h"
 
 namespace {
 
@@ -197,6 +199,46 @@ TEST_F(FamilyComparisonTest, ForScriptsEachVerdictHasItsNumbers) {
     EXPECT_EQ(fmax["paired"], true);
     EXPECT_EQ(fmax["base"]["count"], 6);
     EXPECT_TRUE(fmax["more_seeds"].is_null());
+}
+
+/// `count` families of eight seeds that differ by nothing but chance.
+std::vector<ComparedRun> equalFamilies(test::Scatter& scatter, int count) {
+    std::vector<ComparedRun> runs;
+    for (int i = 0; i < count; ++i) {
+        int seed = 0;
+        for (const statistics::Sample& sample : scatter.family(8, 50, 3))
+            runs.push_back(seededRun("f" + std::to_string(i), ++seed, sample.value));
+    }
+    return runs;
+}
+
+const ComparedFamily& bestByFmax(const std::vector<ComparedFamily>& families) {
+    return *std::max_element(families.begin(), families.end(), [](const auto& a, const auto& b) {
+        return medianRun(a).figures.front().value < medianRun(b).figures.front().value;
+    });
+}
+
+TEST(PickedBestSimulationTest, OfEqualFamiliesTheBestIsCalledDifferentAtMostAsOftenAsStated) {
+    constexpr int kTrials = 1000;
+    test::Scatter scatter(5000, test::Shape::kNormal);
+    const statistics::Question question;
+    int different = 0;
+    for (int i = 0; i < kTrials; ++i) {
+        const std::vector<ComparedRun> runs = equalFamilies(scatter, 4);
+        const std::vector<ComparedFamily> families = familiesOf(runs);
+        const auto pairs = compareBest(families, bestByFmax(families), {"fmax"}, question);
+        different +=
+            std::any_of(pairs.begin(), pairs.end(),
+                        [](const FamilyPair& pair) {
+                            const Outcome outcome = pair.rows.front().verdict.outcome;
+                            return outcome == Outcome::kHigher || outcome == Outcome::kLower;
+                        })
+                ? 1
+                : 0;
+    }
+    EXPECT_LE(different, test::mostByChance(kTrials, question.level));
+    // And the test isn't blind.
+    EXPECT_GT(different, 0);
 }
 
 }  // namespace

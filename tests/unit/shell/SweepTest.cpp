@@ -117,6 +117,34 @@ TEST_F(SweepTest, SeveralSynthesesMakeFamiliesOfTheirOwn) {
               "night_synth_2_Default");
 }
 
+TEST_F(SweepTest, SynthesesThatAreMissingAreMadeAndTheOthersShared) {
+    m_request.strategies = {"Default"};
+    m_request.seeds = {1};
+    m_request.synthesisStrategies = {"Area", "Performance"};
+    EXPECT_EQ(namesOf(make()), (Names{"synth_Performance", "night_synth_2_Default_s1",
+                                      "night_synth_Performance_Default_s1"}));
+    // Once more: both are there.
+    m_request.seeds = {2};
+    EXPECT_EQ(namesOf(make()),
+              (Names{"night_synth_2_Default_s2", "night_synth_Performance_Default_s2"}));
+}
+
+TEST_F(SweepTest, ASynthesisWithAnOptionOfItsOwnIsNotShared) {
+    m_request.strategies = {"Default"};
+    m_request.seeds = {1};
+    m_request.synthesisStrategies = {"Area"};
+    m_project->createRun("synth_Area", *OpenFlows::getSynthesis(), "Default", "");
+    m_project->setOption(m_project->getRun("synth_2"), "synth_design.abc9", "true");
+    EXPECT_EQ(namesOf(make()), (Names{"night_synth_Area", "night_Default_s1"}));
+    EXPECT_EQ(m_project->getSynthesisOf(m_project->getRun("night_Default_s1"))->getName(),
+              "night_synth_Area");
+}
+
+TEST_F(SweepTest, AStrategyThatIsNoneOfASynthesisIsRefused) {
+    m_request.synthesisStrategies = {"Explore9"};
+    EXPECT_FALSE(refusal().empty());
+}
+
 TEST_F(SweepTest, GrowsByOtherSeeds) {
     make();
     m_request.seeds = {3};

@@ -3,6 +3,7 @@
 //
 // What verdicts promise, held against families whose truth is known. The generators begin
 // at fixed numbers, so that a test sees the same families each time.
+#include <algorithm>
 #include <cmath>
 #include <ostream>
 #include <string>
@@ -25,6 +26,13 @@ constexpr double kMiddle = 50;
 
 bool isDifferent(const statistics::Verdict& verdict) {
     return verdict.outcome == Outcome::kHigher || verdict.outcome == Outcome::kLower;
+}
+
+/// The runs `more` behind those of `family`, with the next seeds.
+void addSeeds(Family& family, const Family& more) {
+    const auto last = static_cast<long>(family.size());
+    for (const statistics::Sample& sample : more)
+        family.push_back({*sample.seed + last, sample.value});
 }
 
 /// Families without a difference.
@@ -138,6 +146,31 @@ INSTANTIATE_TEST_SUITE_P(
                       DifferentCase{"ThreeDeviations", Shape::kNormal, 3, false, 0.8},
                       DifferentCase{"WithMorePower", Shape::kNormal, 1.3, false, 0.9}),
     [](const auto& row) { return std::string(row.param.name); });
+
+TEST(SecondLookSimulationTest, TwoLooksCallEqualFamiliesDifferentAtMostAsOftenAsStated) {
+    constexpr int kTrials = 2000;
+    test::Scatter scatter(4000, Shape::kNormal);
+    Question question;
+    Question again;
+    again.level = question.level / 2;
+    int different = 0;
+    for (int i = 0; i < kTrials; ++i) {
+        Family first = scatter.family(6, kMiddle, 3);
+        Family second = scatter.family(6, kMiddle, 3);
+        const statistics::Verdict verdict = judge(first, second, question);
+        bool isTold = isDifferent(verdict);
+        if (verdict.outcome == Outcome::kCantTell) {
+            // As many as it asks for, but no more than a test has time for.
+            const std::size_t more = std::min<std::size_t>(verdict.moreSeeds.value_or(20), 20);
+            addSeeds(first, scatter.family(more, kMiddle, 3));
+            addSeeds(second, scatter.family(more, kMiddle, 3));
+            isTold = isDifferent(judge(first, second, again));
+        }
+        different += isTold ? 1 : 0;
+    }
+    EXPECT_LE(different, test::mostByChance(kTrials, question.level + again.level));
+    EXPECT_GT(different, 0);
+}
 
 TEST(IntervalSimulationTest, HoldsTheTrueDifferenceAsOftenAsStated) {
     constexpr int kTrials = 2000;
