@@ -2,7 +2,9 @@
 // Copyright the Xperiment authors
 #include <algorithm>
 #include <cstdio>
+#include <memory>
 #include <optional>
+#include <string>
 #include <thread>
 
 #include <CLI/App.hpp>
@@ -26,6 +28,7 @@
 #include "shell/runWatch.h"
 #include "shell/tools.h"
 #include "shell/verb.h"
+#include "workbench/Abandoner.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/LaunchQueue.h"
 #include "workbench/Project.h"
@@ -79,11 +82,17 @@ public:
                         "How many runs at once; one for each processor if unsaid")
             ->check(CLI::Range(1, 10000))
             ->excludes(noWait);
+        command
+            .add_option("--abandon", m_abandon,
+                        "Stop a run whose estimate after placement can't come up to what the rule "
+                        "demands: 'fmax < 90% of best', or 'fmax < 48' in MHz")
+            ->excludes(noWait);
         m_hosts.declare(command);
         m_cluster.declare(command);
     }
 
     int run(const Session& session) override {
+        readRule_();
         const auto project = Project::open(session.projectDir, Project::kChange);
         const Runs chosen = chosenRuns(*project, m_names);
         if (chosen.empty())
@@ -102,6 +111,39 @@ public:
     }
 
 private:
+    /// Before anything is touched.
+    void readRule_() {
+        try {
+            if (!m_abandon.empty())
+                m_rule = workbench::readAbandonRule(m_abandon);
+        } catch (const HEXUserException& error) {
+            throw CommandError(kExitUsage, error.what());
+        }
+    }
+
+    /// What gives up runs of `plan`; nothing without a rule.
+    std::unique_ptr<workbench::Abandoner> abandoner_(const Project& project,
+                                                     const RunPlan& plan) const {
+        if (!m_rule)
+            return nullptr;
+        const workbench::EstimateError error =
+            workbench::estimateError(workbench::History(project).estimateRatios(
+                "impl", "fmax_mhz", "place_design", "route_design"));
+        note("Runs with {} are abandoned after placement: {}", m_rule->text,
+             workbench::errorText(error));
+        return std::make_unique<workbench::Abandoner>(*m_rule, error, plan.runs);
+    }
+
+    static void tellAbandoned_(const workbench::Abandoner::Event& event, ProgressLine& line) {
+        if (event.fault.empty()) {
+            line.say(fmt::format("{}: abandoned, as {}", event.run->getName(), event.text));
+            return;
+        }
+        line.clear();
+        tellWarning(fmt::format("Run {} goes on, though {}: {}", event.run->getName(), event.text,
+                                event.fault));
+    }
+
     bool isElsewhere_() const { return m_hosts.hasHosts() || m_cluster.hasCluster(); }
 
     static void tellUpToDate_(const RunPlan& plan) {
@@ -193,8 +235,11 @@ private:
             return;
         case LaunchQueue::Event::kDone:
         case LaunchQueue::Event::kFailed:
-            watch.tellEnd(*event.run);
             workbench::rememberBefore(project, *event.run);
+            // It was told why, and is as the user wants it.
+            if (statusWord(*event.run) == "abandoned")
+                return;
+            watch.tellEnd(*event.run);
             break;
         case LaunchQueue::Event::kLeftOut:
             tellLeftOut_(project, *event.run, line);
@@ -219,7 +264,7 @@ private:
     }
 
     /// Such as "[3/9] 2 running, 3 waiting, 1 failed", the first being what has ended.
-    static std::string countText_(const LaunchQueue& queue) {
+    static std::string countText_(const LaunchQueue& queue, int abandoned) {
         std::string text =
             fmt::format("[{}/{}]", queue.doneCount() + queue.failedCount(), queue.runCount());
         if (queue.runCount() == 1)
@@ -228,7 +273,8 @@ private:
         if (!queue.getWaiting().empty())
             text += fmt::format(", {} waiting", queue.getWaiting().size());
         if (queue.failedCount() > 0)
-            text += fmt::format(", {} failed", queue.failedCount());
+            text += fmt::format(", {} failed{}", queue.failedCount() - abandoned,
+                                abandoned > 0 ? fmt::format(", {} abandoned", abandoned) : "");
         return text + ":";
     }
 
@@ -242,14 +288,22 @@ private:
         LaunchQueue queue(project, options);
         for (HAXPExpRun* run : plan.launches)
             queue.add(*run);
+        const std::unique_ptr<workbench::Abandoner> abandoner = abandoner_(project, plan);
+        int abandoned = 0;
         int status = kExitDone;
         while (true) {
-            for (const LaunchQueue::Event& event : queue.advance())
+            for (const LaunchQueue::Event& event : queue.advance()) {
                 tell_(project, event, watch, line, status);
+                abandoned += statusWord(*event.run) == "abandoned" ? 1 : 0;
+            }
             if (queue.isOver())
                 break;
-            watch.setCount(countText_(queue));
+            watch.setCount(countText_(queue, abandoned));
             watch.show(queue.getRunning());
+            if (abandoner != nullptr) {
+                for (const auto& event : abandoner->look(queue.getRunning()))
+                    tellAbandoned_(event, line);
+            }
             if (interrupt.pause(RunWatch::kPollMs)) {
                 line.clear();
                 const Runs left = queue.takeBackWaiting();
@@ -266,6 +320,8 @@ private:
     HostOptions m_hosts;
     ClusterOptions m_cluster;
     bool m_noWait = false;
+    std::string m_abandon;
+    std::optional<workbench::AbandonRule> m_rule;
     int m_jobs = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
 };
 

@@ -191,12 +191,12 @@ nlohmann::json projectJson(const Project& project) {
 
 std::string runText(const Project& project, HAXPExpRun& run) {
     const std::string dir = run.getDir();
-    std::string text = line("Run", run.getName()) + line("Flow", flowWord(run)) +
-                       line("Strategy", strategyText(run)) +
-                       line("Synthesis", synthesisName(project, run)) +
-                       line("Status", statusWord(run)) + line("Step", stepWord(run)) +
-                       line("Ends at", toStepWord(run)) + line("Directory", dir) +
-                       line("Log", logPath(run)) + line("Bitstream", bitstreamPath(run));
+    std::string text =
+        line("Run", run.getName()) + line("Flow", flowWord(run)) +
+        line("Strategy", strategyText(run)) + line("Synthesis", synthesisName(project, run)) +
+        line("Status", statusWord(run)) + line("Abandoned", abandonedText(run)) +
+        line("Step", stepWord(run)) + line("Ends at", toStepWord(run)) + line("Directory", dir) +
+        line("Log", logPath(run)) + line("Bitstream", bitstreamPath(run));
     std::vector<std::string> options;
     for (const OptionChoice& option : changedOptions(*run.getStrategy()))
         options.push_back(fmt::format("{}.{} = {}  (default {})", option.step, option.name,
@@ -219,6 +219,8 @@ nlohmann::json runJson(const Project& project, HAXPExpRun& run) {
     nlohmann::json json = statusJson(project, {&run})["runs"][0];
     json["synthesis"] = synthesisName(project, run);
     json["ends_at"] = toStepWord(run);
+    json["abandoned"] =
+        abandonedText(run).empty() ? nlohmann::json() : nlohmann::json(abandonedText(run));
     json["options"] = optionsJson(*run.getStrategy());
     json["strategy_exists"] = currentStrategy(run) != nullptr;
     json["strategy_differences"] = differencesJson(run);

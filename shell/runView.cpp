@@ -22,6 +22,7 @@
 #include "workbench/OpenRunInfo.h"
 #include "workbench/OpenStats.h"
 #include "workbench/Project.h"
+#include "workbench/abandon.h"
 #include "workbench/fileFingerprint.h"
 #include "workbench/ice40/metrics.h"
 #include "workbench/openFlows.h"
@@ -115,7 +116,7 @@ Style statusStyle(const std::string& word) {
         return Style::kGood;
     if (word == "failed" || word == "lost" || word == "stopped")
         return Style::kBad;
-    if (word == "unknown")
+    if (word == "unknown" || word == "abandoned")
         return Style::kWarn;
     return word == "not started" ? Style::kDim : Style::kStrong;
 }
@@ -141,6 +142,12 @@ std::string stopPlace(const HAXPExpRun& run) {
     return (within ? " in " : " before ") + stepWord(run);
 }
 
+std::string abandonedText(const HAXPExpRun& run) {
+    const auto found =
+        statusWord(run) == "abandoned" ? workbench::abandonmentOf(run) : std::nullopt;
+    return found ? found->text : std::string();
+}
+
 std::string adviceFor(const HAXPExpRun& run) {
     const std::string word = statusWord(run);
     const std::string seen = fmt::format("{}", fmt::join(run.getEvidence().lines, "; "));
@@ -149,6 +156,10 @@ std::string adviceFor(const HAXPExpRun& run) {
             "{0} may be at work in {1} or lost: {2}. If you know that it is gone, "
             "take it back with \"xp reset {0}{3} --force\"; \"xp kill {0}\" stops it.",
             run.getName(), stepWord(run), seen, resetFrom(run));
+    if (word == "abandoned")
+        return fmt::format("{0} was abandoned, as {1}. Bring it to its end all the same with \"xp "
+                           "launch {0}\".",
+                           run.getName(), abandonedText(run));
     if (word != "lost" && word != "stopped")
         return {};
     std::string what = word == "lost" ? " was lost in " + stepWord(run) + ": " +

@@ -42,6 +42,9 @@ std::string stepWord(const HAXPExpRun& run);
 /// Where a run stopped: " in place_design", or " before place_design".
 std::string stopPlace(const HAXPExpRun& run);
 
+/// Why a rule gave `run` up; empty for every other.
+std::string abandonedText(const HAXPExpRun& run);
+
 /// What became of a run that was lost or stopped, or may be, what speaks for that, and
 /// what can be done; empty for every other.
 std::string adviceFor(const HAXPExpRun& run);

@@ -75,8 +75,7 @@ std::string fitForName(const std::string& name) {
 /// The synthesis with that strategy and no option of its own; null when there is none.
 HAXPExpRun* synthesisWith(const Project& project, HAXPStrategy& strategy) {
     for (HAXPExpRun* run : project.getRuns()) {
-        if (flowWord(*run) == "synth" && run->getToStep() == nullptr &&
-            run->getStrategy()->getName() == strategy.getName() &&
+        if (flowWord(*run) == "synth" && run->getStrategy()->getName() == strategy.getName() &&
             workbench::differences(*run->getStrategy(), strategy).empty())
             return run;
     }

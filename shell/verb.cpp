@@ -30,7 +30,8 @@ const std::vector<VerbEntry>& verbs() {
         {"apply", "give a run the values of a strategy; what was set on the run is lost",
          "xp apply impl_1 Performance\nxp apply impl_1", makeApplyVerb},
         {"launch", "launch runs, and wait for them with live progress",
-         "xp launch\nxp launch impl_1\nxp launch synth_1 --no-wait\nxp launch --host node7:4 "
+         "xp launch\nxp launch impl_1\nxp launch synth_1 --no-wait\n"
+         "xp launch night --abandon 'fmax < 90% of best'\nxp launch --host node7:4 "
          "--host node8",
          makeLaunchVerb},
         {"plan", "show what a launch would do, in order and why, without doing it",

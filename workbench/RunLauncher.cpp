@@ -30,6 +30,7 @@
 #include "workbench/OpenDataMgr.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
+#include "workbench/abandon.h"
 #include "workbench/cluster/gridKill.h"
 #include "workbench/cluster/jobFiles.h"
 #include "workbench/entryRules.h"
@@ -198,6 +199,7 @@ void RunLauncher::takeBackSteps_(HAXPExpRun& run, const HAXPExpRunStep* first) {
         fail("@60-42@%s%s", run.getName(), run.getDir());
     // A run that isn't on a cluster any more must not be killed through it.
     cluster::removeJobFiles(run.getDir());
+    HUTFile(run.pathOf(workbench::kAbandonedName)).rm();
     // A run that begins anew has a log of its own; one that goes on adds to it.
     if (first == run.getFirstStep())
         HUTFile(run.pathOf("runme.log")).rm();

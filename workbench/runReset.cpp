@@ -26,6 +26,7 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
+#include "workbench/abandon.h"
 #include "workbench/history/History.h"
 #include "workbench/launchDecision.h"
 #include "workbench/launchLease.h"
@@ -132,7 +133,8 @@ std::vector<std::string> launchFiles(const HAXPExpRun& run) {
     return {"runme.sh",    "rundef.js",  "runme.bat",
             "htr.txt",     "ZUMWrap.sh", "ZUMWrap.js",
             "reports.tcl", kLeaseName,   run.getStrategy()->getFlow()->getQueueMarkerName(),
-            ".launch",     "job.id",     "job.id.log"};
+            ".launch",     "job.id",     "job.id.log",
+            kAbandonedName};
 }
 
 /// Whether `name` is what a killed program left of saving one of `files`: a hidden name
@@ -167,6 +169,7 @@ void forgetLaunch(HAXPExpRun& run) {
     run.setLatestStep(nullptr);
     HUTFile(run.pathOf(kLeaseName)).rm();
     HUTFile(run.pathOf(kHostClaimName)).rm();
+    HUTFile(run.pathOf(kAbandonedName)).rm();
     dropRunScript(run);
     run.updateStatus();
 }

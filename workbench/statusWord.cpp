@@ -5,6 +5,7 @@
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
+#include "workbench/abandon.h"
 
 namespace workbench {
 
@@ -25,7 +26,9 @@ std::string statusWord(const HAXPExpRun& run) {
     if (text == HAXPExpRun::kLostText)
         return "lost";
     const bool stopped = text == HAXPExpRun::kStoppedText || text == HAXPExpRun::kStoppedInText;
-    return stopped ? "stopped" : "failed";
+    if (!stopped)
+        return "failed";
+    return abandonmentOf(run) ? "abandoned" : "stopped";
 }
 
 std::string flowWord(const HAXPExpRun& run) {

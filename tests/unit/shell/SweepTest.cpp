@@ -142,7 +142,9 @@ TEST_F(SweepTest, ASynthesisWithAnOptionOfItsOwnIsNotShared) {
 
 TEST_F(SweepTest, AStrategyThatIsNoneOfASynthesisIsRefused) {
     m_request.synthesisStrategies = {"Explore9"};
-    EXPECT_FALSE(refusal().empty());
+    EXPECT_EQ(test::thrownText<HEXUserException>([this] { make(); }),
+              "There is no strategy Explore9 for this flow. Choose one of: Default, Area, "
+              "Hierarchy, Performance.");
 }
 
 TEST_F(SweepTest, GrowsByOtherSeeds) {
