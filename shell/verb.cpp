@@ -67,6 +67,8 @@ const std::vector<VerbEntry>& verbs() {
          makeBestVerb},
         {"html", "write the page of the project: runs, figures, verdicts, in one file",
          "xp html\nxp html -o /tmp/night.html night\nxp html --data", makeHtmlVerb},
+        {"serve", "show the same page live in the browser, on this host alone",
+         "xp serve --open\nxp serve --port 8080 night", makeServeVerb},
         {"report", "list, make, show, add and change the reports of runs",
          "xp report list impl_1\nxp report open impl_1 report_timing_summary", nullptr,
          reportVerbs},

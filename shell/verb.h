@@ -89,6 +89,7 @@ std::unique_ptr<Verb> makeCompareVerb();
 std::unique_ptr<Verb> makeBestVerb();
 std::unique_ptr<Verb> makeDiffVerb();
 std::unique_ptr<Verb> makeHtmlVerb();
+std::unique_ptr<Verb> makeServeVerb();
 std::unique_ptr<Verb> makeWhyVerb();
 std::unique_ptr<Verb> makePlanVerb();
 std::unique_ptr<Verb> makeCompletionVerb();
