@@ -10,18 +10,24 @@
 #include <set>
 #include <utility>
 
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "environment/errors/HEXAll.h"
 #include "shell/bestRun.h"
 #include "shell/bestView.h"
 #include "shell/familyView.h"
+#include "shell/note.h"
 #include "shell/page/deviceGrid.h"
 #include "shell/page/runEntry.h"
+#include "shell/page/shortText.h"
 #include "shell/runView.h"
 #include "workbench/DesignInputs.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
 #include "workbench/fileFingerprint.h"
+#include "workbench/history/History.h"
+#include "workbench/history/nights.h"
 #include "workbench/ice40/devices.h"
 
 namespace shell {
@@ -247,6 +253,39 @@ void addExtras(const std::vector<PageRun*>& runs, Room& room) {
     }
 }
 
+/// The last nights, and of each the marks that fit.
+constexpr std::size_t kMostNights = 60;
+constexpr std::size_t kMostMarks = 10;
+constexpr std::size_t kMarkBytes = 300;
+
+json nightJson(const workbench::Night& night) {
+    json figures = json::object();
+    for (const auto& figure : night.figures)
+        figures[figure.first] = {{"best", figure.second.best}, {"median", figure.second.median}};
+    json marks = json::array();
+    for (const workbench::NightMark& mark : night.marks) {
+        if (mark.isWorse && marks.size() < kMostMarks)
+            marks.push_back(shortText(mark.text, kMarkBytes));
+    }
+    return {{"date", night.date},     {"launches", night.launches}, {"done", night.done},
+            {"failed", night.failed}, {"figures", figures},         {"marks", marks}};
+}
+
+/// The page goes without its nights when the history can't be read.
+json nightsJson(const Project& project) {
+    json list = json::array();
+    try {
+        const std::vector<workbench::Night> nights =
+            workbench::nightsOf(workbench::History(project).launches());
+        const std::size_t first = nights.size() - std::min(nights.size(), kMostNights);
+        for (std::size_t i = first; i < nights.size(); ++i)
+            list.push_back(nightJson(nights[i]));
+    } catch (const HEXAll& error) {
+        tellWarning(fmt::format("The page goes without its nights: {}", error.what()));
+    }
+    return list;
+}
+
 json deviceJson(const std::string& device) {
     const auto grid = deviceGrid(device, ice40::defaultDatabaseFolder());
     return grid ? json{{"width", grid->first}, {"height", grid->second}} : json();
@@ -276,7 +315,7 @@ public:
                   {"figures", figuresJson(m_compared)},
                   {"families", familyList(m_compared, families)},
                   {"comparisons", comparisonsJson(families, m_request.rule)},
-                  {"nights", json::array()},
+                  {"nights", nightsJson(m_project)},
                   {"device", deviceJson(m_project.getInputs().device)}};
         const std::set<std::string> best = addBest_(page);
         Room room(kPageDataBytes + kPageBytesOfRun * m_runs.size());

@@ -26,6 +26,7 @@
 #include "workbench/runFamily.h"
 #include "workbench/strategies.h"
 #include "workbench/strategyOptions.h"
+#include "workbench/toolWarnings.h"
 
 namespace shell {
 
@@ -271,34 +272,35 @@ PageRun lookAtRun(const Project& project, HAXPExpRun& run, double now, PathSourc
     const RoutedFacts facts = routedFacts(run, sources);
     const std::vector<std::string> log = logLines(run, page.hasFailed);
     const workbench::RunFamily& family = project.getFamilyOf(run);
-    page.entry = {{"name", run.getName()},
-                  {"flow", flowWord(run)},
-                  {"status", page.compared.status},
-                  {"step", stepWord(run)},
-                  {"stale", page.compared.isStale},
-                  {"reasons", reasonsJson(reasons)},
-                  {"family", family.name},
-                  {"sweep", family.sweep},
-                  {"strategy", page.compared.strategy},
-                  {"seed", seedJson(page.compared)},
-                  {"synthesis", page.compared.synthesis},
-                  {"place", page.times.place.empty() ? json() : json(page.times.place)},
-                  {"queued_at", orNull(page.times.queued)},
-                  {"began", orNull(page.times.began)},
-                  {"ended", orNull(page.times.ended)},
-                  {"figures", figuresJson(page.compared)},
-                  {"steps", stepsJson(page.times)},
-                  {"options", changedJson(project, run)},
-                  {"reports", reportsJson(reportsOf(project, run, false))},
-                  {"warnings", nullptr},
-                  {"failure", failureJson(run, log)},
-                  {"log", json::array()},
-                  {"next", nextText(page.compared, run, reasons)},
-                  {"abandoned", ""},
-                  {"repeat", repeatJson(project, run)},
-                  {"path", facts.path ? pathJson(*facts.path) : json()},
-                  {"use", usesJson(facts.use)},
-                  {"directory", relativeDir(project, run)}};
+    page.entry = {
+        {"name", run.getName()},
+        {"flow", flowWord(run)},
+        {"status", page.compared.status},
+        {"step", stepWord(run)},
+        {"stale", page.compared.isStale},
+        {"reasons", reasonsJson(reasons)},
+        {"family", family.name},
+        {"sweep", family.sweep},
+        {"strategy", page.compared.strategy},
+        {"seed", seedJson(page.compared)},
+        {"synthesis", page.compared.synthesis},
+        {"place", page.times.place.empty() ? json() : json(page.times.place)},
+        {"queued_at", orNull(page.times.queued)},
+        {"began", orNull(page.times.began)},
+        {"ended", orNull(page.times.ended)},
+        {"figures", figuresJson(page.compared)},
+        {"steps", stepsJson(page.times)},
+        {"options", changedJson(project, run)},
+        {"reports", reportsJson(reportsOf(project, run, false))},
+        {"warnings", run.getDir().empty() ? json() : json(workbench::warningsOf(run).size())},
+        {"failure", failureJson(run, log)},
+        {"log", json::array()},
+        {"next", nextText(page.compared, run, reasons)},
+        {"abandoned", ""},
+        {"repeat", repeatJson(project, run)},
+        {"path", facts.path ? pathJson(*facts.path) : json()},
+        {"use", usesJson(facts.use)},
+        {"directory", relativeDir(project, run)}};
     page.extras.log = logJson(log);
     if (facts.path)
         page.extras.points = pointsJson(*facts.path);
