@@ -49,6 +49,11 @@ public:
         m_server.set_payload_max_length(0);
         m_server.new_task_queue = [] { return new httplib::ThreadPool(kThreads); };
         m_server.set_default_headers(safeHeaders());
+        // Not shared: a port that is taken can't be had.
+        m_server.set_socket_options([](socket_t socket) {
+            const int yes = 1;
+            setsockopt(socket, SOL_SOCKET, SO_REUSEADDR, &yes, sizeof yes);
+        });
         // Before the routing: what a request carries behind its head is never read.
         m_server.set_pre_routing_handler(
             [this](const httplib::Request& request, httplib::Response& response) {
