@@ -96,6 +96,13 @@ test('each verdict stands in words with its test named', async () => {
   await page.getByText('No verdict on Time').waitFor();
 });
 
+test('a family that differs in more than its seed is said to', async () => {
+  const odd = pageOf(24);
+  odd.families[1].differing = ['place_design.placer', 'route_design.router'];
+  const page = await open(odd);
+  await page.getByText('The runs of TwoPassMap differ in more than their seed: place_design.placer and route_design.router.').waitFor();
+});
+
 test('a family has one colour and one shape in every chart', async () => {
   const page = await open(data);
   await drawn(page, 'tradeoff');

@@ -115,7 +115,14 @@ test('the template is one file with one place for data, and asks nobody', () => 
   assert.ok(text.indexOf('<meta charset="utf-8">') < 200);
 });
 
-const shots = process.env.XPERIMENT_PAGE_SHOTS;
+/** For people to look at: where the build asks for pictures. */
+async function shoot(page, name) {
+  const shots = process.env.XPERIMENT_PAGE_SHOTS;
+  if (!shots) return;
+  mkdirSync(shots, { recursive: true });
+  await page.screenshot({ path: join(shots, `${name}.png`), fullPage: true });
+}
+
 for (const theme of ['light', 'dark'])
   for (const width of [390, 1400])
     test(`the page fits ${width} pixels, ${theme}`, async () => {
@@ -124,14 +131,13 @@ for (const theme of ['light', 'dark'])
       assert.equal(await page.evaluate(() => document.documentElement.scrollWidth), width);
       const wide = await page.$$eval('.panel, .page-head, .sections, .chart', (all, limit) => all.filter((each) => each.getBoundingClientRect().right > limit + 0.5).map((each) => each.id || each.className), width);
       assert.deepEqual(wide, []);
-      if (!shots) return;
-      mkdirSync(shots, { recursive: true });
       await page.evaluate(() => window.scrollTo(0, 0));
-      await page.screenshot({ path: join(shots, `overview-${width}-${theme}.png`), fullPage: true });
+      await shoot(page, `overview-${width}-${theme}`);
       await page.evaluate((name) => (window.location.hash = `#run=${name}`), 'depthmap_s1');
       await page.waitForSelector('.run-title h2');
       assert.equal(await page.evaluate(() => document.documentElement.scrollWidth), width);
-      await page.screenshot({ path: join(shots, `run-${width}-${theme}.png`), fullPage: true });
+      assert.ok((await page.locator('.run-page .path-points .net').first().boundingBox()).width > 100);
+      await shoot(page, `run-${width}-${theme}`);
     });
 
 test('nothing is cut off from 360 to 2560 pixels', async () => {

@@ -107,7 +107,7 @@ export class DataTable {
 }
 
 export function plainTable(caption: string, head: string[], rows: (Node | string | number)[][]): HTMLTableElement {
-  const isNumber = (cell: unknown) => typeof cell === 'number' || (typeof cell === 'string' && /^[+\u2212-]?[\d.\u202f]+(\u202f\S+)?$/.test(cell));
+  const isNumber = (cell: unknown) => typeof cell === 'number' || (typeof cell === 'string' && /^[+\u2212\u00b1-]?[\d.\u202f]+(\u202f\S+)?$/.test(cell));
   const numeric = head.map((_, i) => rows.some((row) => isNumber(row[i])) && rows.every((row) => row[i] === '' || isNumber(row[i])));
   const side = (i: number) => (numeric[i] ? 'number' : null);
   return h(
@@ -229,7 +229,7 @@ export function valueAxis(name: string, more: Option = {}): Option {
     scale: true,
     nameTextStyle: { color: dim, fontSize: 12 },
     nameTruncate: { maxWidth: 260, ellipsis: '\u2026' },
-    axisLabel: { color: dim, fontSize: 12, formatter: (value: number) => axisNumber(value) },
+    axisLabel: { color: dim, fontSize: 12, showMaxLabel: 'max' in more ? false : undefined, formatter: (value: number) => axisNumber(value) },
     axisLine: { show: false, lineStyle: { color: line } },
     axisTick: { show: false },
     splitLine: { lineStyle: { color: faint } },

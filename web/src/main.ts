@@ -2,7 +2,7 @@
 // Copyright the Xperiment authors
 import { redrawCharts } from './chart';
 import { announce, h, makeAnnouncer, replace } from './dom';
-import { plural } from './format';
+import { plural, withUnit } from './format';
 import { Live } from './live';
 import { readPage } from './model';
 import { Header } from './panels/header';
@@ -122,7 +122,7 @@ function drawSelection(): void {
     selection,
     h('b', null, run.name),
     statusTag(kindOf(run), statusText(run)),
-    h('span', { class: 'selection-figures' }, figures.map((figure) => h('span', null, `${figure.label} `, h('b', null, `${(run.figures.get(figure.name) as number).toFixed(page.decimals.get(figure.name) ?? 2)}${figure.unit ? `\u202f${figure.unit}` : ''}`)))),
+    h('span', { class: 'selection-figures' }, figures.map((figure) => h('span', null, `${figure.label} `, h('b', null, withUnit(run.figures.get(figure.name) as number, figure.unit))))),
     h('a', { class: 'button', href: runAddress(run.name) }, 'Open'),
     h('button', { type: 'button', class: 'quiet', onclick: () => select('') }, 'Clear'),
   );

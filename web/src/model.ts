@@ -128,6 +128,8 @@ export interface Night {
 export interface Group {
   name: string;
   runs: Run[];
+  /** Options other than the seed in which its runs differ. */
+  differing: string[];
 }
 
 export interface Page {
@@ -328,7 +330,12 @@ function readFigure(value: unknown): Figure {
 function readGroups(page: Raw, runs: Run[]): { groups: Group[]; word: 'family' | 'strategy' } {
   const isFamily = runs.some((run) => run.family !== '');
   const groups = new Map<string, Run[]>();
-  if (isFamily) for (const family of list(page.families)) groups.set(text(raw(family).name), []);
+  const differing = new Map<string, string[]>();
+  if (isFamily)
+    for (const family of list(page.families).map(raw)) {
+      groups.set(text(family.name), []);
+      differing.set(text(family.name), texts(family.differing));
+    }
   for (const run of runs) {
     run.group = isFamily ? run.family : run.flow === 'synth' ? '' : run.strategy;
     if (run.group === '') continue;
@@ -336,7 +343,7 @@ function readGroups(page: Raw, runs: Run[]): { groups: Group[]; word: 'family' |
     groups.get(run.group)?.push(run);
   }
   return {
-    groups: [...groups].map(([name, members]) => ({ name, runs: members })),
+    groups: [...groups].map(([name, members]) => ({ name, runs: members, differing: differing.get(name) ?? [] })),
     word: isFamily ? 'family' : 'strategy',
   };
 }

@@ -78,10 +78,14 @@ export class RunView {
         { class: 'run-grid' },
         nextBox(run),
         run.failure && failureBox(run.failure),
-        box('Results', figuresTable(page, run)),
-        box('Steps', stepsTable(run, page)),
-        box('Options not at their defaults', optionsTable(run)),
-        run.use.length > 0 && box('Utilisation', useTable(run.use, `Utilisation of ${run.name}`)),
+        h('div', { class: 'run-column' }, box('Results', figuresTable(page, run))),
+        h(
+          'div',
+          { class: 'run-column' },
+          box('Steps', stepsTable(run, page)),
+          box('Options not at their defaults', optionsTable(run)),
+          run.use.length > 0 && box('Utilisation', useTable(run.use, `Utilisation of ${run.name}`)),
+        ),
         run.path && wide('Critical path', h('p', { class: 'lead' }, pathLead(run)), pathView(page, run.path)),
         wide('Log', logView(run)),
         wide('Reports', reportsView(run)),
@@ -184,7 +188,7 @@ function figuresTable(page: Page, run: Run): Node {
       ...rows.map((figure) => {
         const value = run.figures.get(figure.name) as number;
         const best = bestValue(figure.name);
-        const difference = best === undefined ? '' : value === best ? 'equal' : `${value > best ? '+' : ''}${withUnit(value - best, figure.unit)}`;
+        const difference = best === undefined ? '' : value === best ? '\u00b10' : `${value > best ? '+' : ''}${withUnit(value - best, figure.unit)}`;
         return [figure.label, withUnit(value, figure.unit), ...(isCompared ? [best === undefined ? '' : withUnit(best, figure.unit), difference] : [])];
       }),
       ...loose.map((name) => [name, numberText(run.figures.get(name) as number)]),
@@ -230,7 +234,7 @@ function reportView(run: Run, report: Report): HTMLElement {
   const about = h('span', { class: 'dim' }, [report.step, report.state, report.reason].filter(Boolean).join(', '));
   if (report.text === null) {
     const isMade = report.state === 'generated';
-    return h('div', { class: 'report-line' }, h('b', null, report.name), ' ', about, isMade && [' ', h('code', null, `xp report show ${run.name} ${report.name}`)]);
+    return h('div', { class: 'report-line' }, h('b', null, report.name), ' ', about, isMade && [' ', h('code', null, `xp report open ${run.name} ${report.name}`)]);
   }
   return h('details', null, h('summary', { 'data-focus': `report ${report.name}` }, h('b', null, report.name), ' ', about), h('pre', { class: 'report', tabindex: '0', role: 'region', 'aria-label': report.name }, report.text));
 }

@@ -66,7 +66,7 @@ function pointRow(path: CriticalPath, point: PathPoint, i: number): HTMLTableRow
     h('td', { class: 'number' }, numberText(point.ns, 2, true)),
     h('td', { class: 'number dim' }, numberText(at, 2, true)),
     h('td', { class: 'net' }, point.net ? h('span', { class: 'dim' }, 'net ') : null, point.net || point.cell),
-    h('td', null, point.src ? place(point.src) : ''),
+    h('td', { class: 'nowrap' }, point.src ? place(point.src) : ''),
     h('td', { class: 'nowrap' }, point.x === null ? '' : `${point.x}, ${point.y}`),
   );
 }

@@ -72,6 +72,12 @@ export function matches(filter: string, value: unknown): boolean {
   return String(value ?? '').toLowerCase().includes(wanted.toLowerCase());
 }
 
+/** Enough for most of `texts`; what is longer ends in an ellipsis. */
+function widthFor(texts: string[], more: number, least: number): number {
+  const longest = texts.reduce((most, text) => Math.max(most, text.length), 0);
+  return Math.min(260, Math.max(least, more + longest * 7.6));
+}
+
 /** A figure's field: its place, since Tabulator reads some signs of a field's name. */
 function fieldOf(page: Page, figure: Figure): string {
   return `figure${page.figures.indexOf(figure)}`;
@@ -99,7 +105,7 @@ function columnsOf(page: Page): ColumnKind[] {
       title: 'Run',
       isNumber: false,
       isShown: true,
-      width: 172,
+      width: widthFor(page.runs.map((run) => run.name), 44, 150),
       value: (run) => run.name,
       show: (run, now) => nameCell(run, now),
     },
@@ -112,8 +118,8 @@ function columnsOf(page: Page): ColumnKind[] {
       value: (run) => statusText(run),
       show: (run) => statusTag(kindOf(run), statusText(run)),
     },
-    { field: 'family', title: 'Family', isNumber: false, isShown: page.groupWord === 'family', width: 136, value: (run) => run.family, show: groupCell },
-    { field: 'strategy', title: 'Strategy', isNumber: false, isShown: page.groupWord === 'strategy', width: 140, value: (run) => run.strategy, show: (run, now) => (now.groupWord === 'strategy' ? groupCell(run, now) : run.strategy) },
+    { field: 'family', title: 'Family', isNumber: false, isShown: page.groupWord === 'family', width: widthFor(page.groups.map((group) => group.name), 50, 110), value: (run) => run.family, show: groupCell },
+    { field: 'strategy', title: 'Strategy', isNumber: false, isShown: page.groupWord === 'strategy', width: widthFor(page.runs.map((run) => run.strategy), 50, 110), value: (run) => run.strategy, show: (run, now) => (now.groupWord === 'strategy' ? groupCell(run, now) : run.strategy) },
     { field: 'seed', title: 'Seed', isNumber: true, isShown: true, width: 70, value: (run) => run.seed, show: (run) => (run.seed === null ? '' : String(run.seed)) },
     ...used.map(figureColumn),
     { field: 'elapsed', title: 'Elapsed', isNumber: true, isShown: true, width: 98, value: (run, now) => elapsedOf(run, now.generated), show: (run, now) => durationText(elapsedOf(run, now.generated)) },

@@ -4,7 +4,7 @@
 // How seeds scatter a figure in each family, and whether families differ.
 import { baseOption, Chart, DataTable, Panel, tip, valueAxis } from '../chart';
 import { choice, h, replace } from '../dom';
-import { numberText, plural, withUnit } from '../format';
+import { listText, numberText, plural, withUnit } from '../format';
 import { figureOf, figuresInUse, figureTitle, isJudged, mainFigure, type ComparedFigure, type Comparison, type Figure, type Page, type Run } from '../model';
 import { groupColour, groupShape, ink } from '../palette';
 import { summaryOf, type Summary } from '../statistics';
@@ -61,6 +61,7 @@ export class SpreadPanel {
       this.chart.element,
       spreads.length > shown.length && h('p', { class: 'hint' }, `The ${MOST_ROWS} best of ${spreads.length} are drawn; the table has all.`),
       this.verdicts,
+      page.groups.filter((group) => group.differing.length > 0).map((group) => h('p', { class: 'hint' }, `The runs of ${group.name} differ in more than their seed: ${listText(group.differing)}.`)),
       this.table.element,
     );
   }

@@ -110,7 +110,8 @@ export class TradeoffPanel {
       silent: true,
       symbol: 'none',
       lineStyle: { color: colours.dim, type: [5, 4], width: 1.5 },
-      data: frontier.map((dot) => [dot.x, dot.y]),
+      data: frontierLine(frontier, dots, x, y),
+      z: 4,
       markLine: goalLine(page, y),
     });
     series.push(rings(page, dots));
@@ -163,6 +164,17 @@ function goalLine(page: Page, y: Figure): unknown {
     label: { formatter: `goal ${numberText(goal)}`, color: dim, position: 'insideEndTop', fontSize: 12 },
     data: [{ yAxis: goal }],
   };
+}
+
+/** Through the frontier and on from its ends, so that it parts what is beaten from what isn't. */
+function frontierLine(frontier: Dot[], dots: Dot[], x: Figure, y: Figure): number[][] {
+  if (frontier.length === 0) return [];
+  const line = frontier.map((dot) => [dot.x, dot.y]);
+  const xs = dots.map((dot) => dot.x);
+  const ys = dots.map((dot) => dot.y);
+  const worstY = y.better === 'lower' ? Math.max(...ys) : Math.min(...ys);
+  if (x.better === 'higher') return [[Math.min(...xs), line[0][1]], ...line, [line[line.length - 1][0], worstY]];
+  return [[line[0][0], worstY], ...line, [Math.max(...xs), line[line.length - 1][1]]];
 }
 
 /** Rings around the best runs, named, and around the selected one. */

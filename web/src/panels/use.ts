@@ -25,10 +25,12 @@ export class UsePanel {
 
 function useLead(run: Run, device: string): (Node | string)[] {
   const fullest = [...run.use].sort((a, b) => share(b) - share(a))[0];
-  return [h('a', { href: runAddress(run.name) }, run.name), ` on ${device || 'its device'}: ${fullest.name} ${/s$/.test(fullest.name) ? 'are' : 'is'} fullest, ${numberText(share(fullest), 1)}\u202f%.`];
+  return [h('a', { href: runAddress(run.name) }, run.name), ` on ${device || 'its device'}: ${capital(fullest.name)} ${/s$/.test(fullest.name) ? 'are' : 'is'} fullest, ${numberText(share(fullest), 1)}\u202f%.`];
 }
 
 const share = (use: Use) => (use.of > 0 ? (use.used / use.of) * 100 : 0);
+
+const capital = (text: string) => text.charAt(0).toUpperCase() + text.slice(1);
 
 /** A bar a resource; one that is nearly full says so in words. */
 export function useTable(uses: Use[], caption: string): HTMLElement {
@@ -46,7 +48,7 @@ export function useTable(uses: Use[], caption: string): HTMLElement {
         return h(
           'tr',
           null,
-          h('th', { scope: 'row' }, use.name),
+          h('th', { scope: 'row' }, capital(use.name)),
           h('td', { class: 'bar-cell' }, h('div', { class: `bar${note ? ' bar-full' : ''}`, 'aria-hidden': 'true' }, h('div', { class: 'bar-used', style: percent > 0 ? `width: ${Math.min(100, percent).toFixed(2)}%` : 'display: none' }))),
           h('td', { class: 'number' }, numberText(use.used, 0)),
           h('td', { class: 'number dim' }, numberText(use.of, 0)),
