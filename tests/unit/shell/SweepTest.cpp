@@ -142,7 +142,7 @@ TEST_F(SweepTest, ASynthesisWithAnOptionOfItsOwnIsNotShared) {
 
 TEST_F(SweepTest, AStrategyThatIsNoneOfASynthesisIsRefused) {
     m_request.synthesisStrategies = {"Explore9"};
-    EXPECT_EQ(test::thrownText<HEXUserException>([this] { make(); }),
+    EXPECT_EQ(test::thrownText<HEXAll>([this] { make(); }),
               "There is no strategy Explore9 for this flow. Choose one of: Default, Area, "
               "Hierarchy, Performance.");
 }
