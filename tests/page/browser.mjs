@@ -65,7 +65,7 @@ export async function visit(address, { theme = 'light', width = 1400, height = 9
   const problems = [];
   opened.push({ context, problems });
   const page = await context.newPage();
-  page.setDefaultTimeout(30000);
+  page.setDefaultTimeout(60000);
   page.on('pageerror', (error) => problems.push(`error: ${error.stack ?? error}`));
   page.on('console', (message) => {
     if (['error', 'warning'].includes(message.type()) && !isCalm(message.text())) problems.push(`${message.type()}: ${message.text()}`);

@@ -20,6 +20,8 @@ async function serve(t, data) {
     const url = new URL(request.url, 'http://x');
     if (url.searchParams.get('token') !== state.token) {
       response.writeHead(403).end();
+    } else if (state.trouble) {
+      response.writeHead(503).end(state.trouble);
     } else if (url.pathname === '/') {
       response.writeHead(200, { 'Content-Type': 'text/html; charset=utf-8' }).end(inPage(TEMPLATE, state.data));
     } else {
@@ -151,6 +153,25 @@ test('it is told when the token is no longer good', async (t) => {
   const page = await server.open();
   server.token = 'another';
   await page.getByRole('alert').getByText('token').waitFor();
+});
+
+test('a server that can\u2019t tell says why', async (t) => {
+  const server = await serve(t, live());
+  const page = await server.open();
+  server.trouble = 'The project file can\u2019t be read: line 3.';
+  await page.getByRole('alert').getByText('The project file can\u2019t be read: line 3. You see what was known').waitFor();
+  server.trouble = '';
+  await page.getByRole('alert').waitFor({ state: 'hidden' });
+});
+
+test('the whole log and each report are a press away', async (t) => {
+  const server = await serve(t, live((data) => (data.runs.find((run) => run.name === 'default_s1').name = 'a/b #1')));
+  const page = await server.open();
+  await page.evaluate(() => (window.location.hash = `#run=${encodeURIComponent('a/b #1')}`));
+  const root = `http://127.0.0.1:${server.port}`;
+  const token = new URLSearchParams({ token: TOKEN });
+  assert.equal(await page.getByRole('link', { name: 'The whole log' }).getAttribute('href'), `${root}/log/a%2Fb%20%231?${token}`);
+  assert.equal(await page.getByRole('link', { name: 'Show' }).getAttribute('href'), `${root}/report/a%2Fb%20%231/report_utilization?${token}`);
 });
 
 test('updates pause and go on', async (t) => {

@@ -24,6 +24,7 @@ async function load(name) {
 const format = await load('format');
 const statistics = await load('statistics');
 const { readPage } = await load('model');
+const { FAMILIES, GROUND } = await load('colours');
 
 test('numbers read the same in every locale', () => {
   const cases = [
@@ -116,6 +117,41 @@ test('lanes are as few as can be', () => {
     [items[1], items[2]],
   ]);
 });
+
+const linear = (colour) => [1, 3, 5].map((at) => parseInt(colour.slice(at, at + 2), 16) / 255).map((value) => (value <= 0.04045 ? value / 12.92 : ((value + 0.055) / 1.055) ** 2.4));
+const luminance = ([r, g, b]) => 0.2126 * r + 0.7152 * g + 0.0722 * b;
+
+/** In the space of CIELAB, where distances are as they are seen. */
+function lab([r, g, b]) {
+  const bend = (value) => (value > 0.008856 ? Math.cbrt(value) : 7.787 * value + 16 / 116);
+  const [x, y, z] = [(0.4124 * r + 0.3576 * g + 0.1805 * b) / 0.95047, 0.2126 * r + 0.7152 * g + 0.0722 * b, (0.0193 * r + 0.1192 * g + 0.9505 * b) / 1.08883].map(bend);
+  return [116 * y - 16, 500 * (x - y), 200 * (y - z)];
+}
+
+/** What an eye without one kind of cones makes of linear red, green and blue. */
+const EYES = {
+  common: [1, 0, 0, 0, 1, 0, 0, 0, 1],
+  protanopia: [0.152286, 1.052583, -0.204868, 0.114503, 0.786281, 0.099216, -0.003882, -0.048116, 1.051998],
+  deuteranopia: [0.367322, 0.860646, -0.227968, 0.280085, 0.672501, 0.047413, -0.01182, 0.04294, 0.968881],
+  tritanopia: [1.255528, -0.076749, -0.178779, -0.078411, 0.930809, 0.147602, 0.004733, 0.691367, 0.3039],
+};
+
+for (const theme of ['light', 'dark'])
+  test(`the colours of families are told apart by every kind of eye, ${theme}`, () => {
+    const ground = luminance(linear(GROUND[theme]));
+    for (const colour of FAMILIES[theme]) {
+      const own = luminance(linear(colour));
+      assert.ok((Math.max(own, ground) + 0.05) / (Math.min(own, ground) + 0.05) >= 3, colour);
+    }
+    for (const [eye, m] of Object.entries(EYES)) {
+      const seen = FAMILIES[theme].map(linear).map(([r, g, b]) => lab([0, 3, 6].map((at) => Math.max(0, Math.min(1, m[at] * r + m[at + 1] * g + m[at + 2] * b)))));
+      for (let i = 0; i < seen.length; i += 1)
+        for (let k = 0; k < i; k += 1) {
+          const distance = Math.hypot(...seen[i].map((value, axis) => value - seen[k][axis]));
+          assert.ok(distance >= (i < 4 ? 25 : 15), `${eye}: ${FAMILIES[theme][k]} and ${FAMILIES[theme][i]} are ${distance.toFixed(1)} apart`);
+        }
+    }
+  });
 
 test('what data lack is empty, and a run of a name is taken once', () => {
   const page = readPage({ runs: [{ name: 'a' }, { name: 'a', status: 'done' }, 7, { name: 'b', failure: { line: 0 }, warnings: null }] });

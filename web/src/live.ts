@@ -6,11 +6,22 @@ import { announce, h, replace } from './dom';
 import { clockText } from './format';
 
 const EVERY_MS = 2000;
+const START_AGAIN = (): (Node | string)[] => ['Start it again with ', h('code', null, 'xp serve'), ' and open the address that it prints.'];
+
+/** The address of `path` at the server that this page is from, with the page's own token. */
+export function serverAddress(path: string): string {
+  const address = new URL(path, window.location.href);
+  const token = new URLSearchParams(window.location.search).get('token');
+  address.hash = '';
+  if (token !== null) address.searchParams.set('token', token);
+  return address.href;
+}
 
 export class Live {
   private etag = '';
   private isPaused = false;
-  private isGone = false;
+  /** Why there is no news; empty while there is. */
+  private trouble = '';
   private lastNews = Date.now() / 1000;
   private readonly text = h('span');
   private readonly button = h('button', { type: 'button', class: 'quiet', onclick: () => this.pause(!this.isPaused) }, 'Pause');
@@ -38,17 +49,18 @@ export class Live {
     if (this.isPaused) return;
     let answer: Response;
     try {
-      answer = await fetch(this.address(), { headers: this.etag ? { 'If-None-Match': this.etag } : {}, cache: 'no-store', credentials: 'omit' });
+      answer = await fetch(serverAddress('data.json'), { headers: this.etag ? { 'If-None-Match': this.etag } : {}, cache: 'no-store', credentials: 'omit' });
     } catch {
-      this.gone('The server is gone');
+      this.gone('The server is gone', START_AGAIN());
       return;
     }
     if (answer.status === 401 || answer.status === 403) {
-      this.gone('The server doesn\u2019t know this page\u2019s token any more');
+      this.gone('The server doesn\u2019t know this page\u2019s token any more', ['Open the address that ', h('code', null, 'xp serve'), ' printed last.']);
       return;
     }
     if (answer.status !== 304 && !answer.ok) {
-      this.gone(`The server answered ${answer.status}`);
+      const why = (await answer.text().catch(() => '')).trim().slice(0, 400);
+      this.gone(why.replace(/\.$/, '') || `The server answered ${answer.status}`, ['The page asks again by itself.']);
       return;
     }
     try {
@@ -58,31 +70,23 @@ export class Live {
       this.back();
       if (data !== null) this.update(data);
     } catch {
-      this.gone('The server\u2019s answer couldn\u2019t be read');
+      this.gone('The server\u2019s answer couldn\u2019t be read', ['The page asks again by itself.']);
     }
   }
 
-  /** The data lies beside the page; the token is the page's own. */
-  private address(): string {
-    const address = new URL('data.json', window.location.href);
-    const token = new URLSearchParams(window.location.search).get('token');
-    if (token !== null) address.searchParams.set('token', token);
-    return address.href;
-  }
-
-  private gone(what: string): void {
-    if (this.isGone) return;
-    this.isGone = true;
+  private gone(what: string, advice: (Node | string)[]): void {
+    if (this.trouble === what) return;
+    this.trouble = what;
     this.say('not live');
-    replace(this.banner, h('p', null, h('b', null, `${what}. `), `You see what was known at ${clockText(this.lastNews)}. Start it again with `, h('code', null, 'xp serve'), ' and open the address that it prints.'));
+    replace(this.banner, h('p', null, h('b', null, `${what}. `), `You see what was known at ${clockText(this.lastNews)}. `, advice));
     this.banner.hidden = false;
     announce(what);
   }
 
   private back(): void {
     this.lastNews = Date.now() / 1000;
-    if (!this.isGone) return;
-    this.isGone = false;
+    if (this.trouble === '') return;
+    this.trouble = '';
     this.banner.hidden = true;
     this.say('live');
     announce('The server is back.');
@@ -91,7 +95,7 @@ export class Live {
   private pause(isPaused: boolean): void {
     this.isPaused = isPaused;
     this.button.textContent = isPaused ? 'Go on' : 'Pause';
-    this.say(isPaused ? 'paused' : this.isGone ? 'not live' : 'live');
+    this.say(isPaused ? 'paused' : this.trouble !== '' ? 'not live' : 'live');
   }
 
   private say(text: string): void {

@@ -1,16 +1,11 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
 //
-// One colour and one shape for a family, the same in every chart. The colours are told
-// apart with the common kinds of colour blindness too, and have a contrast of 3 to 1 at
-// least to their background.
+// One colour and one shape for a family, the same in every chart.
+import { FAMILIES } from './colours';
 import type { Page } from './model';
 import { currentTheme } from './theme';
 
-const FAMILIES = {
-  light: ['#1f6fc4', '#d06a00', '#00806a', '#b0379b', '#8a7300', '#5a4fcf', '#b3362b', '#3c8fa8'],
-  dark: ['#5ea8f2', '#f29a45', '#38c9a7', '#e27fd0', '#d6c04d', '#a59bff', '#f08375', '#7fd0e6'],
-};
 const LOOSE = { light: '#6b7684', dark: '#93a0b0' };
 export const SHAPES = ['circle', 'triangle', 'rect', 'diamond', 'pin', 'roundRect', 'arrow'] as const;
 

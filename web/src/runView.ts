@@ -5,6 +5,7 @@
 import { plainTable, swatch } from './chart';
 import { announce, copyText, h, newId, replace } from './dom';
 import { durationText, numberText, plural, timeText, withUnit } from './format';
+import { serverAddress } from './live';
 import { elapsedOf, figureOf, waitingOf, type Failure, type Page, type Report, type Run, type Step } from './model';
 import { groupColour, groupShape } from './palette';
 import { pathLead } from './panels/paths';
@@ -87,8 +88,8 @@ export class RunView {
           run.use.length > 0 && box('Utilisation', useTable(run.use, `Utilisation of ${run.name}`)),
         ),
         run.path && wide('Critical path', h('p', { class: 'lead' }, pathLead(run)), pathView(page, run.path)),
-        wide('Log', logView(run)),
-        wide('Reports', reportsView(run)),
+        wide('Log', logView(run, page.live)),
+        wide('Reports', reportsView(run, page.live)),
         wide('How to repeat', repeatView(run)),
       ),
     ];
@@ -211,7 +212,12 @@ function optionsTable(run: Run): Node {
   return plainTable(`Options of ${run.name}`, ['Option', 'Value'], [...run.options].map(([name, value]) => [h('code', null, name), h('code', null, value === '' ? "''" : value)]));
 }
 
-function logView(run: Run): Node {
+/** At a server the whole of a log or report can be had. */
+function serverLink(path: string[], text: string, focus: string): HTMLElement {
+  return h('a', { href: serverAddress(path.map(encodeURIComponent).join('/')), target: '_blank', rel: 'noopener', 'data-focus': focus }, text);
+}
+
+function logView(run: Run, isLive: boolean): Node {
   if (run.log.length === 0) return h('p', { class: 'hint' }, 'Its log is empty or was left out; ', h('code', null, `xp log ${run.name}`), ' shows it.');
   const first = run.failure || kindOf(run) === 'failed' ? firstError(run.log, run.failure) : -1;
   const id = newId('first-error');
@@ -222,19 +228,19 @@ function logView(run: Run): Node {
     if (line) view.scrollTop = Math.max(0, line.offsetTop - view.offsetTop - 40);
     view.focus();
   };
-  return h('div', null, h('p', { class: 'hint' }, `The last ${plural(run.log.length, 'line')}. `, first >= 0 && h('button', { type: 'button', class: 'quiet', 'data-focus': 'first-error', onclick: jump }, `Go to the first error, line ${first + 1}`)), view);
+  return h('div', null, h('p', { class: 'hint' }, `The last ${plural(run.log.length, 'line')}. `, isLive && [serverLink(['log', run.name], 'The whole log', 'log'), ' '], first >= 0 && h('button', { type: 'button', class: 'quiet', 'data-focus': 'first-error', onclick: jump }, `Go to the first error, line ${first + 1}`)), view);
 }
 
-function reportsView(run: Run): Node {
+function reportsView(run: Run, isLive: boolean): Node {
   if (run.reports.length === 0) return h('p', { class: 'hint' }, 'It has no reports; ', h('code', null, `xp report list ${run.name}`), ' tells which it could have.');
-  return h('div', { class: 'reports' }, run.reports.map((report) => reportView(run, report)));
+  return h('div', { class: 'reports' }, run.reports.map((report) => reportView(run, report, isLive)));
 }
 
-function reportView(run: Run, report: Report): HTMLElement {
+function reportView(run: Run, report: Report, isLive: boolean): HTMLElement {
   const about = h('span', { class: 'dim' }, [report.step, report.state, report.reason].filter(Boolean).join(', '));
   if (report.text === null) {
     const isMade = report.state === 'generated';
-    return h('div', { class: 'report-line' }, h('b', null, report.name), ' ', about, isMade && [' ', h('code', null, `xp report open ${run.name} ${report.name}`)]);
+    return h('div', { class: 'report-line' }, h('b', null, report.name), ' ', about, isMade && [' ', isLive ? serverLink(['report', run.name, report.name], 'Show', `report ${report.name}`) : h('code', null, `xp report open ${run.name} ${report.name}`)]);
   }
   return h('details', null, h('summary', { 'data-focus': `report ${report.name}` }, h('b', null, report.name), ' ', about), h('pre', { class: 'report', tabindex: '0', role: 'region', 'aria-label': report.name }, report.text));
 }

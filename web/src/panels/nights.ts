@@ -90,7 +90,7 @@ export class NightsPanel {
           lineStyle: { width: 2.2, color: colours.accent },
           itemStyle: { color: colours.accent },
           data: best,
-          markLine: figure.name === 'fmax' && goal ? { silent: true, symbol: 'none', lineStyle: { color: colours.good, type: 'solid', width: 1.5 }, label: { formatter: `goal ${numberText(goal)}`, color: colours.dim, position: 'insideEndTop', fontSize: 12 }, data: [{ yAxis: goal }] } : undefined,
+          markLine: figure.name === 'fmax' && goal ? { silent: true, symbol: 'none', lineStyle: { color: colours.good, type: 'solid', width: 1.5 }, label: { formatter: `goal ${numberText(goal)}`, color: colours.dim, position: 'insideEndTop', fontSize: 12, backgroundColor: colours.panel, padding: [1, 4] }, data: [{ yAxis: goal }] } : undefined,
         },
         { name: 'median', type: 'line', symbol: 'rect', symbolSize: 5, connectNulls: true, lineStyle: { width: 1.6, type: [4, 3], color: colours.dim }, itemStyle: { color: colours.dim }, data: values('median') },
         {

@@ -156,12 +156,12 @@ function leadOf(frontier: Dot[], dots: Dot[], x: Figure, y: Figure): string {
 function goalLine(page: Page, y: Figure): unknown {
   const goal = page.project.goalMhz;
   if (y.name !== 'fmax' || goal === null) return undefined;
-  const { good, dim } = ink();
+  const { good, dim, panel } = ink();
   return {
     silent: true,
     symbol: 'none',
     lineStyle: { color: good, type: 'solid', width: 1.5 },
-    label: { formatter: `goal ${numberText(goal)}`, color: dim, position: 'insideEndTop', fontSize: 12 },
+    label: { formatter: `goal ${numberText(goal)}`, color: dim, position: 'insideEndTop', fontSize: 12, backgroundColor: panel, padding: [1, 4] },
     data: [{ yAxis: goal }],
   };
 }
