@@ -226,6 +226,12 @@ HAXPExpRun& Project::createRun(const std::string& name, const HAXPFlow& flow,
     return *entry.run;
 }
 
+void Project::removeRun(const HAXPExpRun& run) {
+    const Entry* gone = &entryOf_(run);
+    m_entries.erase(std::find_if(m_entries.begin(), m_entries.end(),
+                                 [gone](const auto& entry) { return entry.get() == gone; }));
+}
+
 HAXPExpRun* Project::getSynthesisOf(const HAXPExpRun& run) const {
     const Entry& entry = entryOf_(run);
     return entry.synthesis.empty() ? nullptr : findRun(entry.synthesis);

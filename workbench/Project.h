@@ -82,6 +82,9 @@ public:
                           const std::string& strategyName, const std::string& synthesis,
                           const std::string& reportStrategyName = "");
 
+    /// Takes `run` out of the project and deletes it; its directory stays. None starts from it.
+    void removeRun(const HAXPExpRun& run);
+
     /// The synthesis that an implementation starts from; null for a synthesis.
     HAXPExpRun* getSynthesisOf(const HAXPExpRun& run) const;
 

@@ -3,6 +3,7 @@
 #include "workbench/RunLauncher.h"
 
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -41,6 +42,8 @@
 #include "workbench/places/knownWays.h"
 #include "workbench/reportScript.h"
 #include "workbench/runLock.h"
+#include "workbench/runReset.h"
+#include "workbench/undo/UndoStore.h"
 #include "workbench/userRunScript.h"
 
 namespace {
@@ -105,6 +108,17 @@ std::vector<std::string> stepsBefore(const HAXPExpRun& run, const HAXPExpRunStep
     return names;
 }
 
+void clearFiles(const HAXPExpRun& run, const HAXPExpRunStep* first) {
+    bool reached = false;
+    const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
+    while (steps->hasNext()) {
+        HAXPExpRunStep* step = steps->next();
+        reached = reached || step == first;
+        if (reached)
+            step->resetStep(run.getDir(), true);
+    }
+}
+
 }  // namespace
 
 RunLauncher::RunLauncher(Project& project) : m_project(project) {}
@@ -124,8 +138,7 @@ void RunLauncher::launch(HAXPExpRun& run, const workbench::LaunchWay& way,
     const HAXPExpRunStep* first = workbench::firstStepToRun(run);
     // Before the scripts are written, which takes back a request to stop: a job of an earlier
     // launch that starts from here on ends by itself.
-    takeLease_(run, way, first);
-    takeBackSteps_(run, first);
+    takeBack_(run, way, first);
     writeScripts_(run, userScript);
     if (waits && !isEnqueued(run))
         fail("@60-54@%s", run.getName());
@@ -192,6 +205,27 @@ void RunLauncher::prepareDirectory_(HAXPExpRun& run) {
         workbench::makeWayForFile(run.pathOf(name));
     // An implementation finds the netlist by the directory of its synthesis.
     m_project.tellDependants(run);
+}
+
+/// The launch before can be brought back.
+void RunLauncher::takeBack_(HAXPExpRun& run, const workbench::LaunchWay& way,
+                            const HAXPExpRunStep* first) {
+    std::optional<workbench::UndoScope> undo;
+    if (first != nullptr && run.getInfo().getLaunchTime() != 0) {
+        workbench::UndoRun what;
+        if (first != run.getFirstStep())
+            what.fromStep = first->getFlowStep()->getAbbrev();
+        undo.emplace(m_project, run, "launch", what);
+        for (const std::string& name : workbench::launchFiles(run)) {
+            if (name != run.getStrategy()->getFlow()->getQueueMarkerName())
+                undo->keep(name);
+        }
+    }
+    takeLease_(run, way, first);
+    // What the steps made would be written over.
+    if (undo && undo->isKeeping())
+        clearFiles(run, first);
+    takeBackSteps_(run, first);
 }
 
 void RunLauncher::takeBackSteps_(HAXPExpRun& run, const HAXPExpRunStep* first) {

@@ -43,6 +43,7 @@ public:
 private:
     void checkInputs_(const HAXPExpRun& run) const;
     void prepareDirectory_(HAXPExpRun& run);
+    void takeBack_(HAXPExpRun& run, const workbench::LaunchWay& way, const HAXPExpRunStep* first);
     void takeBackSteps_(HAXPExpRun& run, const HAXPExpRunStep* first);
     void writeScripts_(HAXPExpRun& run, const std::string& userScript);
     void recordLaunch_(HAXPExpRun& run);

@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #include "workbench/projectFile.h"
 
+#include <algorithm>
 #include <memory>
 #include <utility>
 
@@ -386,6 +387,54 @@ void ProjectFile::write() const {
         writeRun_(out, *entry);
     out.wrEndTag(name::kProject);
     out.closeDoc();
+}
+
+void ProjectFile::writeRunAlone(const std::string& path, const std::string& root,
+                                const std::vector<std::pair<std::string, std::string>>& attributes,
+                                const HAXPExpRun& run) const {
+    HXMLWriterBase out(path);
+    for (const auto& attribute : attributes)
+        out.addAttr(attribute.first, attribute.second);
+    out.wrStartTag(root);
+    writeRun_(out, m_project.entryOf_(run));
+    out.wrEndTag(root);
+    out.closeDoc();
+}
+
+void ProjectFile::readRunAlone(const xml::Document& document) {
+    auto& entries = m_project.m_entries;
+    const xml::Element* element = document.root().child(name::kRun);
+    if (element == nullptr)
+        document.refuse(document.root(), "there is no run");
+    const auto found = std::find_if(entries.begin(), entries.end(), [element](const auto& entry) {
+        return entry->run->getName() == element->attribute(name::kName);
+    });
+    const auto place = found - entries.begin();
+    const bool isThere = found != entries.end();
+    std::unique_ptr<Project::Entry> before;
+    if (isThere) {
+        before = std::move(*found);
+        entries.erase(found);
+    }
+    const std::size_t count = entries.size();
+    try {
+        readRun_(document, *element);
+    } catch (...) {
+        entries.resize(count);
+        if (before)
+            entries.insert(entries.begin() + place, std::move(before));
+        throw;
+    }
+    if (isThere)
+        std::rotate(entries.begin() + place, entries.end() - 1, entries.end());
+    HAXPExpRun& run = m_project.getRun(element->attribute(name::kName));
+    m_project.tellDependants(run);
+    run.updateRun();
+}
+
+std::string ProjectFile::directoryOf(const xml::Document& document) const {
+    const xml::Element* element = document.root().child(name::kRun);
+    return element == nullptr ? std::string() : absolute_(element->attribute(name::kDir));
 }
 
 void ProjectFile::readDocument_(const xml::Document& document) {

@@ -3,6 +3,8 @@
 #pragma once
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "workbench/Project.h"
 #include "workbench/inputFiles.h"
@@ -24,6 +26,18 @@ public:
     void read();
     /// @throws HXMLException the file can't be saved.
     void write() const;
+
+    /// Writes `run` alone, as it stands in the project file, into the file `path`, within a root
+    /// element `root` with `attributes`. @throws HXMLException the file can't be saved.
+    void writeRunAlone(const std::string& path, const std::string& root,
+                       const std::vector<std::pair<std::string, std::string>>& attributes,
+                       const HAXPExpRun& run) const;
+    /// Takes the run that writeRunAlone() wrote, in the place of the one of its name, if there is
+    /// one, to which pointers are void then. @throws HEXUserException it doesn't fit the project;
+    /// nothing changes.
+    void readRunAlone(const xml::Document& document);
+    /// The directory of the run in such a file; empty when it has none.
+    std::string directoryOf(const xml::Document& document) const;
 
 private:
     void readDocument_(const xml::Document& document);

@@ -33,6 +33,7 @@
 #include "workbench/places/hostCalls.h"
 #include "workbench/runEvidence.h"
 #include "workbench/runStop.h"
+#include "workbench/undo/UndoStore.h"
 #include "workbench/userRunScript.h"
 
 namespace workbench {
@@ -128,15 +129,6 @@ private:
     std::unique_ptr<HAXPStrategy> m_snapshot;
 };
 
-/// The files that a launch makes in the directory of `run`.
-std::vector<std::string> launchFiles(const HAXPExpRun& run) {
-    return {"runme.sh",    "rundef.js",  "runme.bat",
-            "htr.txt",     "ZUMWrap.sh", "ZUMWrap.js",
-            "reports.tcl", kLeaseName,   run.getStrategy()->getFlow()->getQueueMarkerName(),
-            ".launch",     "job.id",     "job.id.log",
-            kAbandonedName};
-}
-
 /// Whether `name` is what a killed program left of saving one of `files`: a hidden name
 /// that ends in ten characters of its own.
 bool isLeftover(const std::string& name, const std::vector<std::string>& files) {
@@ -176,6 +168,14 @@ void forgetLaunch(HAXPExpRun& run) {
 
 }  // namespace
 
+std::vector<std::string> launchFiles(const HAXPExpRun& run) {
+    return {"runme.sh",    "rundef.js",  "runme.bat",
+            "htr.txt",     "ZUMWrap.sh", "ZUMWrap.js",
+            "reports.tcl", kLeaseName,   run.getStrategy()->getFlow()->getQueueMarkerName(),
+            ".launch",     "job.id",     "job.id.log",
+            kAbandonedName};
+}
+
 bool resetRun(Project& project, HAXPExpRun& run, const std::string& fromStep, bool emptyDir,
               HSTVector<std::string>& errors, bool evenInDoubt) {
     const HAXPExpRunStep* first = requireStep(run, fromStep);
@@ -185,8 +185,14 @@ bool resetRun(Project& project, HAXPExpRun& run, const std::string& fromStep, bo
     if (!dir.empty())
         requireChangeable(run, dir);
     rememberBefore(project, run);
-    if (isInDoubt(run))
+    UndoRun undone;
+    undone.fromStep = fromStep;
+    undone.keptFiles = !emptyDir;
+    UndoScope undo(project, run, "reset", undone);
+    if (isInDoubt(run)) {
+        undo.keep(kLeaseName);
         supersedeLaunch(run, fromStep);
+    }
     LaunchMemory memory(run);
     run.forgetSourceEvents(first);
     const bool ok = run.resetRun(fromStep, errors, emptyDir && HUTFile(dir).isDir(), false, true);

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "environment/containers/HSTVector.h"
 #include "workbench/WorkbenchExport.h"
@@ -13,12 +14,17 @@ class Project;
 /// Taking a run back.
 namespace workbench {
 
+/// The names of the files that a launch makes in the directory of `run`.
+WORKBENCH_API std::vector<std::string> launchFiles(const HAXPExpRun& run);
+
 /// Takes `run`, which isn't at work but may wait in the queue of a cluster, back to the step with
 /// the short name `fromStep`, to its first one when that is empty, and saves the project. The
 /// markers of these steps go; with `emptyDir` also what they made, and from the first step on the
 /// scripts, the log and the reports. A run that was taken back as a whole isn't launched any more.
 /// With `evenInDoubt` it may be one of which lookForLife() can't tell whether it is at work; what
 /// it then leaves behind doesn't count any more.
+///
+/// What goes can be taken back: see UndoStore.
 ///
 /// False when something stayed; `errors` then gets a sentence for each, and what could
 /// be reset is reset. Nothing outside of the run directory is touched.

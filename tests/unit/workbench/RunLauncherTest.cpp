@@ -90,6 +90,8 @@ TEST_F(LaunchRefusalTest, AMarkerThatCanNotBeRemoved) {
     m_synthesis.setRunDir(runDir(), false);
     m_synthesis.setRunMode(HAXPExpRun::kLaunched);
     m_synthesis.getInfo().setLaunch(1000, "synth");
+    // They can't be moved aside, either.
+    m_bench.folder().mark("proj/.xperiment");
     test::FaultyDisk disk;
     disk.failAll("unlinkAt", EROFS);
     EXPECT_EQ(refusal(m_synthesis), "Run synth_1 isn't launched: the markers of an earlier launch "

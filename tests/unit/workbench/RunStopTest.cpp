@@ -319,6 +319,8 @@ TEST_F(RunResetTest, CanLeaveTheFiles) {
 }
 
 TEST_F(RunResetTest, TellsOfAMarkerThatStaysAndKeepsTheStatus) {
+    // It can't be moved aside, either.
+    m_bench.folder().mark("proj/.xperiment");
     {
         test::FaultyDisk disk;
         disk.failAll("unlinkAt", EROFS);

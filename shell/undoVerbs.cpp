@@ -1,0 +1,214 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+// The verbs that remove runs, and take back what cleared them.
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <ctime>
+#include <iostream>
+
+#include <unistd.h>
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <fmt/format.h>
+#include <fmt/ranges.h>
+#include <nlohmann/json.hpp>
+
+#include "shell/exitStatus.h"
+#include "shell/jsonOutput.h"
+#include "shell/note.h"
+#include "shell/runPlan.h"
+#include "shell/textTable.h"
+#include "shell/verb.h"
+#include "workbench/HAXPExpRun.h"
+#include "workbench/Project.h"
+#include "workbench/runStop.h"
+#include "workbench/undo/UndoStore.h"
+
+namespace shell {
+
+namespace {
+
+using Runs = std::vector<HAXPExpRun*>;
+using workbench::UndoEntry;
+
+std::string namesOf(const UndoEntry& entry) {
+    std::vector<std::string> names;
+    for (const workbench::UndoRun& run : entry.runs)
+        names.push_back(run.name);
+    return fmt::format("{}", fmt::join(names, ", "));
+}
+
+std::string timeText(long time) {
+    const std::time_t moment = time;
+    std::tm local{};
+    std::array<char, 32> text{};
+    localtime_r(&moment, &local);
+    std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M", &local);
+    return text.data();
+}
+
+nlohmann::json entriesJson(const std::vector<UndoEntry>& entries) {
+    nlohmann::json all = nlohmann::json::array();
+    for (const UndoEntry& entry : entries) {
+        nlohmann::json runs = nlohmann::json::array();
+        for (const workbench::UndoRun& run : entry.runs)
+            runs.push_back(
+                {{"run", run.name},
+                 {"from", run.fromStep.empty() ? nlohmann::json() : nlohmann::json(run.fromStep)}});
+        all.push_back({{"id", entry.id},
+                       {"verb", entry.verb},
+                       {"time", entry.time},
+                       {"bytes", entry.bytes},
+                       {"runs", runs}});
+    }
+    return {{"entries", all}};
+}
+
+class UndoVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        auto* id = command.add_option("id", m_id,
+                                      "What to take back, as --list names it; the last "
+                                      "one if unsaid");
+        auto* list = command.add_flag("--list", m_list, "Show what can be taken back");
+        list->excludes(id);
+        command.add_option("--keep", m_keep, "From now on keep at most N of them (100 at first)")
+            ->check(CLI::Range(1, 1000000))
+            ->excludes(id);
+        command
+            .add_option("--keep-mb", m_keepMb,
+                        "From now on keep at most N megabytes (2048 at first)")
+            ->check(CLI::Range(1, 1000000000))
+            ->excludes(id);
+        addJsonFlag(command, m_json);
+    }
+
+    int run(const Session& session) override {
+        const bool isSetting = m_keep > 0 || m_keepMb > 0;
+        if (m_json && !m_list)
+            throw CommandError(kExitUsage, "--json goes with --list.");
+        const auto project = Project::open(
+            session.projectDir, m_list && !isSetting ? Project::kRead : Project::kChange);
+        workbench::UndoStore store(*project);
+        if (isSetting)
+            setLimits_(store);
+        if (m_list)
+            list_(store.entries());
+        if (m_list || isSetting)
+            return kExitDone;
+        const UndoEntry entry = store.undo(m_id);
+        note("{}: taken back ({}). Next: xp status; to undo this: xp undo", entry.id,
+             namesOf(entry));
+        return kExitDone;
+    }
+
+private:
+    void setLimits_(workbench::UndoStore& store) const {
+        workbench::UndoLimits limits = store.getLimits();
+        if (m_keep > 0)
+            limits.entries = m_keep;
+        if (m_keepMb > 0)
+            limits.megabytes = m_keepMb;
+        store.setLimits(limits);
+        note("At most {} are kept to be taken back, of {} MB together", limits.entries,
+             limits.megabytes);
+    }
+
+    void list_(const std::vector<UndoEntry>& entries) const {
+        if (m_json) {
+            printJson(entriesJson(entries));
+            return;
+        }
+        if (entries.empty()) {
+            note("There is nothing to take back");
+            return;
+        }
+        TextTable table({{"Id"}, {"When"}, {"Verb"}, {"MB", true}, {"Runs"}});
+        for (const UndoEntry& entry : entries)
+            table.addRow({entry.id, timeText(entry.time), entry.verb,
+                          fmt::format("{:.1f}", static_cast<double>(entry.bytes) / (1U << 20U)),
+                          namesOf(entry)});
+        fmt::print("{}", table.text());
+    }
+
+    std::string m_id;
+    bool m_list = false;
+    std::size_t m_keep = 0;
+    std::size_t m_keepMb = 0;
+    bool m_json = false;
+};
+
+class RmVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("runs", m_names, "Names of runs, families or sweeps")->required();
+        command.add_flag("--with-dependants", m_withDependants,
+                         "Also the implementations that start from a synthesis");
+        command.add_flag("--kill", m_kill, "Stop those first that are at work");
+        command.add_flag("-y,--yes", m_yes, "Don't ask");
+    }
+
+    int run(const Session& session) override {
+        const auto project = Project::open(session.projectDir, Project::kChange);
+        Runs runs = chosenRuns(*project, m_names);
+        if (m_withDependants)
+            addDependants_(*project, runs);
+        std::vector<std::string> names;
+        for (const HAXPExpRun* run : runs)
+            names.push_back(run->getName());
+        if (runs.size() > 1 && !m_yes)
+            ask_(names);
+        for (HAXPExpRun* run : runs) {
+            if (m_kill && run->isAtWork())
+                workbench::stopRun(*run);
+        }
+        workbench::removeRuns(*project, runs);
+        note("{}: removed. To bring {} back: xp undo", fmt::join(names, ", "),
+             names.size() == 1 ? "it" : "them");
+        return kExitDone;
+    }
+
+private:
+    static void addDependants_(const Project& project, Runs& runs) {
+        for (HAXPExpRun* run : project.getRuns()) {
+            const bool isChosen = std::find(runs.begin(), runs.end(), run) != runs.end();
+            const HAXPExpRun* synthesis = project.getSynthesisOf(*run);
+            if (!isChosen && std::find(runs.begin(), runs.end(), synthesis) != runs.end())
+                runs.push_back(run);
+        }
+    }
+
+    /// Where nobody can answer, more than one name is told by --yes alone.
+    static void ask_(const std::vector<std::string>& names) {
+        const std::string what = fmt::format("{} runs: {}", names.size(), fmt::join(names, ", "));
+        if (::isatty(STDIN_FILENO) == 0)
+            throw CommandError(kExitRefused,
+                               fmt::format("This would remove {}. Say --yes to do it.", what));
+        fmt::print(stderr, "Remove {}? [y/N] ", what);
+        std::fflush(stderr);
+        std::string answer;
+        std::getline(std::cin, answer);
+        if (answer != "y" && answer != "yes")
+            throw CommandError(kExitRefused, "Nothing is removed.");
+    }
+
+    std::vector<std::string> m_names;
+    bool m_withDependants = false;
+    bool m_kill = false;
+    bool m_yes = false;
+};
+
+}  // namespace
+
+std::unique_ptr<Verb> makeUndoVerb() {
+    return std::make_unique<UndoVerb>();
+}
+
+std::unique_ptr<Verb> makeRmVerb() {
+    return std::make_unique<RmVerb>();
+}
+
+}  // namespace shell
