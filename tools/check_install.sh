@@ -1,6 +1,6 @@
 #!/bin/sh
-# Installs a build into a folder of its own, builds the consumer project against
-# it and runs that.
+# Installs a build into a folder of its own, builds the consumer project and the example for
+# integrators against it and runs them.
 #
 #   tools/check_install.sh BUILD
 set -eu
@@ -14,6 +14,13 @@ cmake -S tests/install/consumer -B "$work/consumer" -G Ninja -DCMAKE_PREFIX_PATH
 cmake --build "$work/consumer"
 mkdir "$work/runs"
 "$work/consumer/consumer" "$work/runs"
+
+# The example for integrators, with a class for each hook.
+cmake -S examples/integrator -B "$work/letters" -G Ninja -DCMAKE_PREFIX_PATH="$work/usr" \
+  -DCMAKE_BUILD_TYPE=Release > "$work/configure.log" || { cat "$work/configure.log"; exit 1; }
+cmake --build "$work/letters"
+mkdir "$work/texts"
+"$work/letters/letters" "$work/texts"
 
 pc=$(dirname "$(find "$work/usr" -name xperiment-runs.pc)")
 for name in environment runs workbench; do

@@ -2,8 +2,8 @@
 # SPDX-License-Identifier: Apache-2.0
 # Copyright the Xperiment authors
 #
-# Takes the example processor from Verilog to bitstreams, with three strategies, and
-# compares them.
+# Takes the example processor from Verilog to bitstreams: two synthesis strategies, two for
+# place and route and three seeds make twelve implementations, which are compared.
 #
 #   demo.sh BUILD_DIR [PROJECT_DIR]
 #
@@ -44,12 +44,17 @@ if [ ! -e "$project/project.xml" ]; then
   xp new "$project" --top rv32i_soc --source "$design/rv32i_core.v" "$design/rv32i_soc.v" \
     --constraints "$design/rv32i.pcf" --device hx8k --package ct256 --freq 40
 fi
-create_run synth_1 --flow synth
-create_run impl_default --flow impl --synth synth_1
-create_run impl_performance --flow impl --synth synth_1 --strategy Performance
-create_run impl_explore --flow impl --synth synth_1 --strategy Explore
+# Two syntheses, from each two ways to place and route, each of them with three seeds.
+create_run synth_default --flow synth
+create_run synth_area --flow synth --strategy Area
+if ! "$program" -C "$project" show demo_synth_default_Default_s1 >/dev/null 2>&1; then
+  xp -C "$project" sweep demo --synth synth_default,synth_area \
+    --strategies Default,Performance --seeds 1-3
+fi
 xp -C "$project" launch
-xp -C "$project" compare --goal fmax
+xp -C "$project" compare demo
+xp -C "$project" best demo --by 'fmax max 1%' --then 'luts min' --require 'slack >= 0'
+xp -C "$project" html -o "$project/xperiment.html"
 
 shown=$program
 case $shown in
@@ -57,8 +62,13 @@ case $shown in
 esac
 cat <<END
 
-The reports lie in $project/runs, in the folder of each run. To see them:
+The page of all runs:  $project/xperiment.html
 
-  $shown -C $project report list
-  $shown -C $project report open impl_performance report_timing_summary
+  $shown -C $project ls
+  $shown -C $project diff demo_synth_default_Default demo_synth_area_Default
+  $shown -C $project report open demo_synth_default_Default_s1 report_timing_summary
 END
+# Who sits before a desktop sees it at once.
+if [ -t 1 ] && [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] && command -v xdg-open >/dev/null 2>&1; then
+  xdg-open "$project/xperiment.html" >/dev/null 2>&1 || :
+fi
