@@ -12,8 +12,8 @@ class HAXPExpRun;
 namespace workbench {
 
 /// One of "not started", "queued", "running", "unknown", "done", "failed", "lost", "stopped"
-/// and "abandoned", a stopped one that a rule gave up. A lost run's processes went away in the middle of a step, a stopped one's
-/// between two steps; of an unknown one that can't be told.
+/// and "abandoned", a stopped one that a rule gave up. A lost run's processes went away in the
+/// middle of a step, a stopped one's between two steps; of an unknown one that can't be told.
 WORKBENCH_API std::string statusWord(const HAXPExpRun& run);
 
 /// "synth" or "impl".

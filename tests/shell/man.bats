@@ -7,7 +7,7 @@ load xp.bash
 
 pages() {
   "$xp" man-pages "$BATS_TEST_TMPDIR/man"
-  cd "$BATS_TEST_TMPDIR/man"
+  cd "$BATS_TEST_TMPDIR/man" || return
 }
 
 # The page $1 as a reader sees it.
