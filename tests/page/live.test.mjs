@@ -123,6 +123,30 @@ test('an update leaves focus, scroll, sort, filter and selection as they are', a
   assert.deepEqual(await shownNames(page), names);
 });
 
+test('an update leaves the panels\u2019 choices, tables and focus as they are', async (t) => {
+  const server = await serve(t, live());
+  const page = await server.open();
+  await page.locator('#tradeoff').getByLabel('Across').selectOption('seconds');
+  await page.locator('#timeline .data-table > summary').click();
+  const table = page.locator('#timeline .table-scroll');
+  await page.waitForSelector('#timeline .data-table table');
+  await table.evaluate((each) => (each.scrollTop = 300));
+  const across = page.locator('#tradeoff').getByLabel('Across');
+  await across.focus();
+  for (const warnings of [5, 6]) {
+    server.data = live((data) => {
+      data.runs.forEach((run) => (run.warnings = warnings));
+      data.runs[9].ended += warnings;
+      data.runs[9].figures.fmax += warnings;
+      data.generated = `2026-11-20T23:00:0${warnings}Z`;
+    });
+    await page.waitForFunction((second) => document.querySelector('.about').textContent.includes(`23:00:0${second}`), warnings);
+    assert.equal(await page.evaluate(() => document.activeElement.closest('.choice')?.querySelector('label').textContent), 'Across');
+    assert.equal(await across.inputValue(), 'seconds');
+    assert.equal(await table.evaluate((each) => each.scrollTop), 300);
+  }
+});
+
 test('a run\u2019s page is kept up to date, and what is open in it stays open', async (t) => {
   const server = await serve(t, live());
   const page = await server.open();

@@ -10,6 +10,8 @@ import * as echarts from 'echarts/core';
 import { SVGRenderer } from 'echarts/renderers';
 import { h, newId, replace } from './dom';
 import { ink } from './palette';
+import { selectedRun } from './store';
+import { currentTheme } from './theme';
 
 echarts.use([
   BarChart,
@@ -144,6 +146,9 @@ export class Chart {
   private isSeen = false;
   private isDirty = false;
   private height = 0;
+  /** What the chart was last drawn from. */
+  private stamp = '';
+  private size = '';
 
   constructor(private readonly clicked: Click | null = null) {
     this.element.append(this.holder);
@@ -177,8 +182,14 @@ export class Chart {
       this.chart = echarts.init(this.holder, null, { renderer: 'svg' });
       this.chart.on('click', (event) => this.clicked?.(event as never));
     }
-    this.chart.resize();
-    this.chart.setOption(this.option() as never, { notMerge: true });
+    const size = `${this.element.clientWidth} ${this.height}`;
+    if (size !== this.size) this.chart.resize();
+    this.size = size;
+    const option = this.option();
+    const stamp = JSON.stringify([option, selectedRun()?.name, currentTheme()]);
+    if (stamp === this.stamp) return;
+    this.stamp = stamp;
+    this.chart.setOption(option as never, { notMerge: true });
     this.element.dataset.drawn = String(Number(this.element.dataset.drawn ?? 0) + 1);
   }
 

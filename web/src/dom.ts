@@ -44,9 +44,39 @@ export function append(element: Element, children: (Child | Child[])[]): void {
   }
 }
 
+/** What tells elements apart for a reader: not their ids, nor what was opened. */
+function looksOf(node: Node): string {
+  if (!(node instanceof Element)) return node.textContent ?? '';
+  return node.outerHTML.replace(/ (?:id|for|aria-labelledby|open)="[^"]*"/g, '').replace(/url\(#[^)]*\)/g, '');
+}
+
+const FOCUSABLE = 'a[href], button, select, input, summary, [tabindex]';
+
+/**
+ * Puts `children` into `element`. Where nothing would look another the old ones stay, so that
+ * news leave focus, scroll and what is open alone; else focus and scroll go to the new ones.
+ */
 export function replace(element: Element, ...children: (Child | Child[])[]): void {
+  const fresh = document.createDocumentFragment();
+  const wanted: Node[] = [];
+  for (const child of children.flat())
+    if (child !== null && child !== undefined && child !== false)
+      wanted.push(child instanceof Node ? child : document.createTextNode(String(child)));
+  const old = [...element.childNodes];
+  const isSame = (node: Node, i: number) => node === old[i] || (!element.contains(node) && looksOf(node) === looksOf(old[i]));
+  if (old.length === wanted.length && wanted.every(isSame)) return;
+  const focusables = () => [...element.querySelectorAll<HTMLElement>(FOCUSABLE)];
+  const at = element.contains(document.activeElement) ? focusables().indexOf(document.activeElement as HTMLElement) : -1;
+  const tag = document.activeElement?.tagName;
+  const scrolls = [...element.querySelectorAll('.table-scroll')].map((each) => each.scrollTop);
+  fresh.append(...wanted);
   element.textContent = '';
-  append(element, children);
+  element.append(fresh);
+  element.querySelectorAll('.table-scroll').forEach((each, i) => {
+    if (scrolls[i]) each.scrollTop = scrolls[i];
+  });
+  const next = at < 0 ? undefined : focusables()[at];
+  if (next && next.tagName === tag) next.focus({ preventScroll: true });
 }
 
 let announcer: HTMLElement | null = null;

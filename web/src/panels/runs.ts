@@ -621,10 +621,10 @@ export class RunsPanel {
       void table.addData([...fresh.values()]);
       isChanged = true;
     }
-    if (isChanged) table.setSort(table.getSorters().map(({ field, dir }) => ({ column: field, dir })));
+    // Filtering sorts and groups anew, too.
+    if (isChanged) this.filter();
     table.restoreRedraw();
     if (!isChanged) return;
-    this.filter();
     this.scrollBack();
     if (focused !== '') this.activate(focused, true);
   }

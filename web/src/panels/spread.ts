@@ -130,7 +130,7 @@ export class SpreadPanel {
         ...(baseOption().tooltip as object),
         formatter: (event: { seriesType: string; data: { run?: string } & unknown[]; dataIndex: number }) => {
           if (event.seriesType === 'custom') return summaryTip(spreads[event.dataIndex], figure);
-          const run = page.byName.get(event.data.run ?? '');
+          const run = thePage().byName.get(event.data.run ?? '');
           return run ? tip(run.name, [[figure.label, withUnit(run.figures.get(figure.name) ?? NaN, figure.unit)], ['seed', run.seed === null ? 'none' : String(run.seed)]]) : '';
         },
       },

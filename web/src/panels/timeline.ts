@@ -128,7 +128,7 @@ export class TimelinePanel {
       series: [
         {
           type: 'custom',
-          data: bars.map((bar, i) => [bar.lane, bar.begin - start, bar.end - start, i]),
+          data: bars.map((bar, i) => [bar.lane, bar.begin - start, bar.end - start, i, bar.step, Number(bar.isFailed), bar.run.name]),
           encode: { x: [1, 2], y: 0 },
           clip: true,
           renderItem: (_: unknown, api: { value(i: number): number; coord(point: [number, number]): [number, number] }) => {

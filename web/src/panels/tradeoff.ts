@@ -123,7 +123,7 @@ export class TradeoffPanel {
       tooltip: {
         ...(baseOption().tooltip as object),
         formatter: (event: { data?: { run?: string } }) => {
-          const run = page.byName.get(event.data?.run ?? '');
+          const run = thePage().byName.get(event.data?.run ?? '');
           if (!run) return '';
           return tip(run.name, [
             [page.groupWord, run.group || 'none'],
