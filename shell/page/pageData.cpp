@@ -323,13 +323,24 @@ public:
         for (const PageRun& run : m_runs)
             room.use(dumped(run.entry).size());
         addExtras(byImportance(m_runs, best, families), room);
-        json& list = page["runs"] = json::array();
-        for (PageRun& run : m_runs)
-            list.push_back(std::move(run.entry));
-        return dumped(page);
+        return withRuns_(dumped(page));
     }
 
 private:
+    /// `page`, an object, with the list of runs behind its last member. Not by way of one
+    /// value of everything, which would hold all of it twice.
+    std::string withRuns_(std::string page) const {
+        page.back() = ',';
+        page += "\"runs\":[";
+        for (const PageRun& run : m_runs) {
+            page += dumped(run.entry);
+            page += ',';
+        }
+        if (!m_runs.empty())
+            page.pop_back();
+        return page + "]}";
+    }
+
     std::set<std::string> addBest_(json& page) {
         std::vector<ComparedRun> judged;
         for (std::size_t i = 0; i < m_runs.size(); ++i) {
@@ -345,7 +356,7 @@ private:
             const bool isBest = names.count(m_compared[i].name) != 0;
             m_runs[i].entry["best"] = isBest;
             if (isBest || m_runs[i].hasFailed)
-                readReportTexts(m_project, *m_request.runs[i], m_runs[i]);
+                readReportTexts(m_runs[i]);
         }
         return names;
     }

@@ -17,23 +17,29 @@ constexpr std::size_t kLargestPage = std::size_t{16} << 20;
 const char kDataPlace[] = R"(<script type="application/json" id="xp-data">{}</script>)";
 const char kDataStart[] = R"(<script type="application/json" id="xp-data">)";
 const char kDataEnd[] = "</script>";
+/// U+2028 and U+2029, and what they and tags begin with.
+const char kLineEnd[] = "\xe2\x80\xa8";
+const char kParagraphEnd[] = "\xe2\x80\xa9";
+constexpr std::size_t kLineLength = sizeof kLineEnd - 1;
+const char kAwkward[] = "<\xe2";
 
 /// `data` without a "<", and without what scripts take for the end of a line: in JSON these
 /// stand in texts only, where an escape means the same.
 std::string escaped(const std::string& data) {
     std::string text;
     text.reserve(data.size() + data.size() / 64);
-    for (std::size_t i = 0; i < data.size(); ++i) {
-        if (data[i] == '<')
-            text += "\\u003c";
-        else if (data.compare(i, 3, "\xe2\x80\xa8") == 0 ||
-                 data.compare(i, 3, "\xe2\x80\xa9") == 0) {
-            text += data[i + 2] == '\xa8' ? "\\u2028" : "\\u2029";
-            i += 2;
-        } else
-            text += data[i];
+    std::size_t begin = 0;
+    for (std::size_t at = data.find_first_of(kAwkward); at != std::string::npos;
+         at = data.find_first_of(kAwkward, at + 1)) {
+        const bool isTag = data[at] == '<';
+        const bool isLine = data.compare(at, kLineLength, kLineEnd) == 0;
+        if (!isTag && !isLine && data.compare(at, kLineLength, kParagraphEnd) != 0)
+            continue;
+        text.append(data, begin, at - begin);
+        text += isTag ? "\\u003c" : isLine ? "\\u2028" : "\\u2029";
+        begin = at + (isTag ? 1 : kLineLength);
     }
-    return text;
+    return text.append(data, begin);
 }
 
 }  // namespace

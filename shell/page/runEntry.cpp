@@ -267,6 +267,7 @@ PageRun lookAtRun(const Project& project, HAXPExpRun& run, double now, PathSourc
     page.compared = comparedRun(project, run, FigureSource::kReportsAndSteps);
     page.times = runTimes(run, now);
     page.hasFailed = hasFailed(run);
+    page.reports = reportsOf(project, run, false);
     const std::vector<std::string> reasons =
         page.compared.isStale ? staleTexts(project, run) : std::vector<std::string>();
     const RoutedFacts facts = routedFacts(run, sources);
@@ -291,7 +292,7 @@ PageRun lookAtRun(const Project& project, HAXPExpRun& run, double now, PathSourc
         {"figures", figuresJson(page.compared)},
         {"steps", stepsJson(page.times)},
         {"options", changedJson(project, run)},
-        {"reports", reportsJson(reportsOf(project, run, false))},
+        {"reports", reportsJson(page.reports)},
         {"warnings", run.getDir().empty() ? json() : json(workbench::warningsOf(run).size())},
         {"failure", failureJson(run, log)},
         {"log", json::array()},
@@ -307,8 +308,8 @@ PageRun lookAtRun(const Project& project, HAXPExpRun& run, double now, PathSourc
     return page;
 }
 
-void readReportTexts(const Project& project, HAXPExpRun& run, PageRun& page) {
-    const std::vector<ReportEntry> reports = reportsOf(project, run, false);
+void readReportTexts(PageRun& page) {
+    const std::vector<ReportEntry>& reports = page.reports;
     for (const char* wanted : kKeyReports) {
         for (std::size_t i = 0; i < reports.size(); ++i) {
             std::string text;

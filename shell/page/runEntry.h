@@ -33,13 +33,14 @@ struct PageRun {
     /// The entry without what is in `extras`, and without "best".
     nlohmann::json entry;
     RunExtras extras;
+    std::vector<ReportEntry> reports;
     bool hasFailed = false;
 };
 
 /// Looks at `run`, whose status is up to date. `now` is in seconds since 1970.
 PageRun lookAtRun(const Project& project, HAXPExpRun& run, double now, PathSources& sources);
 
-/// Reads the texts of the reports of `run` that tell most, for when there is room.
-void readReportTexts(const Project& project, HAXPExpRun& run, PageRun& page);
+/// Reads the texts of the run's reports that tell most, for when there is room.
+void readReportTexts(PageRun& page);
 
 }  // namespace shell
