@@ -53,6 +53,8 @@ COUNTERS = [
     ("compareGroups", "ns_per_option", "comparing two groups, ns an option", 25),
     ("findDifferences", "ns_per_option", "finding what differs, ns an option", 25),
     ("readDescription", "ms", "a description of 100,000 pieces, ms", 50),
+    ("buildPage/1000", "ms", "the page of 1,000 runs, ms", 1000),
+    ("buildPage/1000", "bytes_per_run", "the same, bytes a run", 4096),
     ("stateOfReports/1000", "ns_per_report", "state of a report among 1,000, ns", None),
     ("addRuns", "ns_per_run", "adding one of 100,000 runs to a job, ns", None),
     ("markRuns", "ns_per_run", "marking one, ns", None),

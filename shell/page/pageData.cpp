@@ -213,6 +213,9 @@ std::vector<PageRun*> byImportance(std::vector<PageRun>& runs, const std::set<st
     return sorted;
 }
 
+/// More than the name of a member takes, and what stands around it.
+constexpr std::size_t kMemberBytes = 16;
+
 /// What is left of the page's room.
 class Room {
 public:
@@ -222,7 +225,7 @@ public:
     void use(std::size_t bytes) { m_left -= std::min(bytes, m_left); }
     /// Whether `value` fits; then its room is used.
     bool take(const json& value) {
-        const std::size_t bytes = dumped(value).size();
+        const std::size_t bytes = dumped(value).size() + kMemberBytes;
         if (bytes > m_left)
             return false;
         m_left -= bytes;
@@ -319,9 +322,9 @@ public:
                   {"device", deviceJson(m_project.getInputs().device)}};
         const std::set<std::string> best = addBest_(page);
         Room room(kPageDataBytes + kPageBytesOfRun * m_runs.size());
-        room.use(dumped(page).size());
+        room.use(dumped(page).size() + kMemberBytes);
         for (const PageRun& run : m_runs)
-            room.use(dumped(run.entry).size());
+            room.use(dumped(run.entry).size() + 1);
         addExtras(byImportance(m_runs, best, families), room);
         return withRuns_(dumped(page));
     }

@@ -23,6 +23,7 @@
 #include "shell/staleView.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
+#include "workbench/failures/runFailure.h"
 #include "workbench/runFamily.h"
 #include "workbench/strategies.h"
 #include "workbench/strategyOptions.h"
@@ -154,7 +155,7 @@ json repeatJson(const Project& project, const HAXPExpRun& run) {
     return json::array({process::showCommand(words), process::showCommand({"xp", "launch", name})});
 }
 
-std::vector<std::string> logLines(const HAXPExpRun& run, bool hasFailed) {
+std::vector<std::string> logEnd(const HAXPExpRun& run, bool hasFailed) {
     const std::string path = logPath(run);
     std::string unreadable;
     if (path.empty())
@@ -171,16 +172,23 @@ json logJson(const std::vector<std::string>& lines) {
     return list;
 }
 
-/// What failed, as far as the log tells it.
-json failureJson(const HAXPExpRun& run, const std::vector<std::string>& lines) {
-    if (!hasFailed(run))
+/// The advice on a run that was lost or stopped knows more than its log does.
+std::string adviceOn(const HAXPExpRun& run, const workbench::RunFailure& failure) {
+    return failure.advice.empty() ? adviceFor(run) : failure.advice;
+}
+
+/// An abandoned run hasn't failed at anything.
+json failureJson(const HAXPExpRun& run) {
+    const std::optional<workbench::RunFailure> failure =
+        hasFailed(run) && abandonedText(run).empty() ? workbench::findFailure(run) : std::nullopt;
+    if (!failure)
         return {};
-    return {{"step", stepWord(run)},
-            {"what", run.getStatus()->getText() + " " + stepWord(run)},
-            {"file", ""},
-            {"line", 0},
-            {"advice", shortText(adviceFor(run), 2 * kReasonBytes)},
-            {"tool", lines.empty() ? "" : shortText(lines.front(), kLineBytes)}};
+    return {{"step", failure->step},
+            {"what", shortText(failure->what, kReasonBytes)},
+            {"file", shortText(failure->file, kReasonBytes)},
+            {"line", std::max(failure->line, 0)},
+            {"advice", shortText(adviceOn(run, *failure), 2 * kReasonBytes)},
+            {"tool", shortText(failure->toolWords, 2 * kReasonBytes)}};
 }
 
 json pathJson(const CriticalPath& path) {
@@ -247,8 +255,9 @@ std::string nextText(const ComparedRun& compared, const HAXPExpRun& run,
     if (!adviceFor(run).empty())
         return shortText(adviceFor(run), 2 * kReasonBytes);
     if (word == "failed")
-        return fmt::format("failed in {}: correct the cause (xp log {}), then xp launch {}",
-                           stepWord(run), run.getName(), run.getName());
+        return fmt::format("failed in {0}: correct the cause, then xp launch {1}; xp log {1} "
+                           "shows all that its tools said",
+                           stepWord(run), run.getName());
     if (!reasons.empty() && !run.isAtWork())
         return fmt::format("{}; launch it again: xp launch {}",
                            shortText(reasons.front(), kReasonBytes), run.getName());
@@ -271,7 +280,7 @@ PageRun lookAtRun(const Project& project, HAXPExpRun& run, double now, PathSourc
     const std::vector<std::string> reasons =
         page.compared.isStale ? staleTexts(project, run) : std::vector<std::string>();
     const RoutedFacts facts = routedFacts(run, sources);
-    const std::vector<std::string> log = logLines(run, page.hasFailed);
+    const std::vector<std::string> log = logEnd(run, page.hasFailed);
     const workbench::RunFamily& family = project.getFamilyOf(run);
     page.entry = {
         {"name", run.getName()},
@@ -294,10 +303,10 @@ PageRun lookAtRun(const Project& project, HAXPExpRun& run, double now, PathSourc
         {"options", changedJson(project, run)},
         {"reports", reportsJson(page.reports)},
         {"warnings", run.getDir().empty() ? json() : json(workbench::warningsOf(run).size())},
-        {"failure", failureJson(run, log)},
+        {"failure", failureJson(run)},
         {"log", json::array()},
         {"next", nextText(page.compared, run, reasons)},
-        {"abandoned", ""},
+        {"abandoned", shortText(abandonedText(run), kReasonBytes)},
         {"repeat", repeatJson(project, run)},
         {"path", facts.path ? pathJson(*facts.path) : json()},
         {"use", usesJson(facts.use)},
