@@ -170,6 +170,11 @@ export class Chart {
     if (this.isSeen) this.draw();
   }
 
+  /** What names beside an axis may take of the width. */
+  get labelWidth(): number {
+    return this.element.clientWidth < 560 ? 88 : 150;
+  }
+
   redraw(isForced: boolean): void {
     this.isDirty = true;
     if (this.isSeen || isForced) this.draw();

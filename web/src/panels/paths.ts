@@ -99,7 +99,7 @@ export class PathsPanel {
         data: bars.map((run) => run.name),
         axisLine: { show: false },
         axisTick: { show: false },
-        axisLabel: { color: (name?: string | number) => (String(name) === selectedRun()?.name ? colours.accent : colours.text), fontSize: 12, width: 150, overflow: 'truncate', interval: 0 },
+        axisLabel: { color: (name?: string | number) => (String(name) === selectedRun()?.name ? colours.accent : colours.text), fontSize: 12, width: this.chart.labelWidth, overflow: 'truncate', interval: 0 },
       },
       tooltip: {
         ...(baseOption().tooltip as object),

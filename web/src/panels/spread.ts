@@ -120,7 +120,7 @@ export class SpreadPanel {
         axisLabel: {
           color: colours.text,
           fontSize: 12,
-          width: 130,
+          width: this.chart.labelWidth,
           overflow: 'truncate',
           formatter: (name: string, i: number) => `${name}\n${plural(spreads[i].summary.count, 'run')}`,
           lineHeight: 15,

@@ -116,7 +116,7 @@ export class TimelinePanel {
         axisLabel: {
           fontSize: 11,
           interval: 0,
-          width: 150,
+          width: this.chart.labelWidth,
           overflow: 'truncate',
           color: (name?: string | number) => (isNamed && String(name) === chosen ? colours.accent : colours.text),
         },
