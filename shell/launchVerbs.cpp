@@ -171,7 +171,7 @@ private:
         for (HAXPExpRun* run : plan.launches)
             queue.add(*run);
         ProgressLine line;
-        RunWatch watch(line);
+        RunWatch watch(project, line);
         int status = kExitDone;
         for (bool again = true; again;) {
             again = false;
@@ -263,20 +263,13 @@ private:
             status = kExitRunFailed;
     }
 
-    /// Such as "[3/9] 2 running, 3 waiting, 1 failed", the first being what has ended.
-    static std::string countText_(const LaunchQueue& queue, int abandoned) {
-        std::string text =
-            fmt::format("[{}/{}]", queue.doneCount() + queue.failedCount(), queue.runCount());
-        if (queue.runCount() == 1)
-            return text;
-        text += fmt::format(" {} running", queue.getRunning().size());
-        if (!queue.getWaiting().empty())
-            text += fmt::format(", {} waiting", queue.getWaiting().size());
-        if (queue.failedCount() > 0)
-            text += fmt::format(", {} failed{}", queue.failedCount() - abandoned,
-                                abandoned > 0 ? fmt::format(", {} abandoned", abandoned) : "");
-        return text + ":";
+    static LaunchCounts countsOf_(const LaunchQueue& queue, int abandoned) {
+        return {queue.doneCount() + queue.failedCount(), queue.failedCount() - abandoned,
+                queue.runCount(), abandoned};
     }
+
+    /// How many runs may be at work at once; 0 when others decide that.
+    std::size_t slots_() const { return isElsewhere_() ? 0 : static_cast<std::size_t>(m_jobs); }
 
     int launchAll_(Project& project, const RunPlan& plan, const HAXPLaunchOptions& options) const {
         tellUpToDate_(plan);
@@ -284,7 +277,7 @@ private:
         data.emplace(m_hosts.hasRunScripts());
         const Interrupt interrupt;
         ProgressLine line;
-        RunWatch watch(line);
+        RunWatch watch(project, line);
         LaunchQueue queue(project, options);
         for (HAXPExpRun* run : plan.launches)
             queue.add(*run);
@@ -298,8 +291,8 @@ private:
             }
             if (queue.isOver())
                 break;
-            watch.setCount(countText_(queue, abandoned));
-            watch.show(queue.getRunning());
+            watch.show(countsOf_(queue, abandoned), queue.getRunning(), queue.getWaiting(),
+                       slots_());
             if (abandoner != nullptr) {
                 for (const auto& event : abandoner->look(queue.getRunning()))
                     tellAbandoned_(event, line);
@@ -361,19 +354,19 @@ private:
     static int waitFor_(const Project& project, const Runs& runs) {
         const Interrupt interrupt;
         ProgressLine line;
-        if (RunWatch(line).watch(runs, interrupt) == RunWatch::kInterrupted) {
+        int status = kExitDone;
+        const auto tellFailure = [&status, &project](HAXPExpRun& run) {
+            workbench::rememberEnds(project, {&run});
+            if (isDone(run))
+                return;
+            tellError(failureText(run));
+            status = kExitRunFailed;
+        };
+        if (RunWatch(project, line).watch(runs, interrupt, tellFailure) == RunWatch::kInterrupted) {
             Runs working;
             std::copy_if(runs.begin(), runs.end(), std::back_inserter(working),
                          [](const auto* run) { return run->isAtWork(); });
             return tellInterrupted(working, {});
-        }
-        workbench::rememberEnds(project, runs);
-        int status = kExitDone;
-        for (const HAXPExpRun* run : runs) {
-            if (!isDone(*run)) {
-                tellError(failureText(*run));
-                status = kExitRunFailed;
-            }
         }
         printResults(project, runs);
         return status;

@@ -88,48 +88,8 @@ bool startsWith(const std::string& text, const std::string& head) {
     return text.compare(0, head.size(), head) == 0;
 }
 
-bool isLetter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
 bool isOfWrapper(const std::string& line) {
     return startsWith(line, "ZUMWrap.sh:");
-}
-
-/// "2.16. Executing SHARE pass" of yosys: worth more than what the pass prints.
-bool isPass(const std::string& line) {
-    return line.find(". Executing ") != std::string::npos && line.front() >= '1' &&
-           line.front() <= '9';
-}
-
-/// A row of the router's table, as its fourth column has it; empty for another line.
-std::string arcsLeft(const std::string& line) {
-    if (line.find_first_not_of("0123456789.|() ") != std::string::npos)
-        return {};
-    std::size_t at = 0;
-    for (int column = 0; column < 3 && at != std::string::npos; ++column) {
-        at = line.find('|', at);
-        at = at == std::string::npos ? at : at + 1;
-    }
-    const std::size_t end = at == std::string::npos ? at : line.find('|', at);
-    if (end == std::string::npos)
-        return {};
-    const std::string arcs = trimmed(line.substr(at, end - at));
-    return arcs.empty() ? arcs : "arcs left to route: " + arcs;
-}
-
-/// What `line` tells a reader; empty when that is nothing.
-std::string tellingText(const std::string& line) {
-    const std::string text = trimmed(startsWith(line, "Info: ") ? line.substr(6) : line);
-    std::string arcs = arcsLeft(text);
-    if (!arcs.empty())
-        return arcs;
-    const bool isFrame = text.empty() || text.front() == '|' || text.front() == '+';
-    const bool isAside = startsWith(text, "Command: ") || startsWith(text, "<suppressed") ||
-                         startsWith(text, "IterCnt") || startsWith(text, "Time spent:") ||
-                         isOfWrapper(text);
-    const bool hasWords = std::any_of(text.begin(), text.end(), isLetter);
-    return isFrame || isAside || !hasWords ? std::string() : text;
 }
 
 bool isError(const std::string& line) {
@@ -158,18 +118,6 @@ std::vector<std::string> lastLines(const std::string& path, std::size_t count,
     if (count != 0 && lines.size() > count)
         lines.erase(lines.begin(), lines.end() - static_cast<std::ptrdiff_t>(count));
     return lines;
-}
-
-std::string lastTellingLine(const std::vector<std::string>& lines) {
-    std::string last;
-    for (auto line = lines.rbegin(); line != lines.rend(); ++line) {
-        std::string text = tellingText(trimmed(*line));
-        if (!text.empty() && isPass(text))
-            return text;
-        if (last.empty())
-            last = text;
-    }
-    return last;
 }
 
 std::vector<std::string> failureLines(const std::vector<std::string>& lines, std::size_t count) {

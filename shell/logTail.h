@@ -13,13 +13,6 @@ namespace shell {
 /// A file that can't be read gives none, and `reason` says why.
 std::vector<std::string> lastLines(const std::string& path, std::size_t count, std::string& reason);
 
-/// The last of `lines` that tells a reader something, for a line of progress: the pass
-/// that yosys is in, if one is among them; else the last that is neither empty nor a
-/// ruler, nor the frame of a table. A row of the router's table becomes the number of
-/// arcs that are left. Without blanks around it and without the tool's "Info: ".
-/// Empty when there is none.
-std::string lastTellingLine(const std::vector<std::string>& lines);
-
 /// What a failed step left in its log for the reader: the last `count` lines without
 /// those of the wrapper, from the first error on when one is among them.
 std::vector<std::string> failureLines(const std::vector<std::string>& lines, std::size_t count);

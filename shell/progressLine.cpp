@@ -6,6 +6,7 @@
 
 #include <fmt/format.h>
 
+#include "shell/characterWidth.h"
 #include "shell/note.h"
 #include "shell/terminal.h"
 
@@ -16,20 +17,21 @@ namespace {
 constexpr std::chrono::milliseconds kLeastPause(200);
 constexpr int kUsualWidth = 80;
 
-bool continuesCharacter(char c) {
-    return (static_cast<unsigned char>(c) & 0xC0U) == 0x80U;
-}
-
 }  // namespace
 
 std::string fitLine(const std::string& text, int width) {
     std::string line;
     int columns = 0;
-    for (const char c : text) {
-        if (!continuesCharacter(c) && ++columns > width)
+    for (std::size_t at = 0; at < text.size();) {
+        const Character character = characterAt(text, at);
+        columns += character.columns;
+        if (columns > width)
             break;
-        const bool control = static_cast<unsigned char>(c) < 0x20U || c == 0x7F;
-        line += control ? ' ' : c;
+        const char c = text[at];
+        const bool isControl =
+            character.bytes == 1 && (static_cast<unsigned char>(c) < 0x20U || c == 0x7F);
+        line += isControl ? " " : text.substr(at, character.bytes);
+        at += character.bytes;
     }
     return line;
 }
@@ -45,15 +47,18 @@ ProgressLine::~ProgressLine() {
     clear();
 }
 
+bool ProgressLine::isDue() const {
+    return m_live && (!m_drawn || std::chrono::steady_clock::now() - m_last >= kLeastPause);
+}
+
 void ProgressLine::draw(const std::string& text) {
-    const auto now = std::chrono::steady_clock::now();
-    if (!m_live || (m_drawn && now - m_last < kLeastPause))
+    if (!isDue())
         return;
     // The last column stays free: a terminal would wrap there.
     fmt::print(stderr, "\r{}\x1b[K", fitLine(text, Terminal::error().width(kUsualWidth) - 1));
     std::fflush(stderr);
     m_drawn = true;
-    m_last = now;
+    m_last = std::chrono::steady_clock::now();
 }
 
 void ProgressLine::say(const std::string& text) {

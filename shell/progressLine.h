@@ -8,7 +8,7 @@
 namespace shell {
 
 /// `text` as one line of at most `width` columns: control characters become blanks,
-/// and what doesn't fit is cut. Counts a character of UTF-8 as one column.
+/// and what doesn't fit is cut, never within a character. A wide one takes two columns.
 std::string fitLine(const std::string& text, int width);
 
 /// The columns that lines on standard output may take: what COLUMNS says, else the width of
@@ -31,6 +31,9 @@ public:
 
     /// Whether draw() shows anything.
     bool isLive() const { return m_live; }
+
+    /// Whether draw() would show a text now: it isn't worth making one otherwise.
+    bool isDue() const;
 
     /// Puts `text` in the place of the line before.
     void draw(const std::string& text);

@@ -3,7 +3,6 @@
 #include "shell/runWatch.h"
 
 #include <algorithm>
-#include <ctime>
 
 #include <fmt/format.h>
 
@@ -22,12 +21,10 @@ namespace shell {
 
 namespace {
 
-/// As far back as the pass is looked for that yosys is in.
-constexpr std::size_t kProgressLines = 400;
+using Runs = std::vector<HAXPExpRun*>;
 
-long secondsSinceLaunch(const HAXPExpRun& run) {
-    const long launched = run.getInfo().getLaunchTime();
-    return std::max(0L, static_cast<long>(std::time(nullptr)) - launched);
+bool isRunning(const HAXPExpRun* run) {
+    return run->getStatus()->getCode() == HDGUIStatus::statusRunning;
 }
 
 std::string resultsOf(const HAXPExpRun& run) {
@@ -46,21 +43,35 @@ std::string resultsOf(const HAXPExpRun& run) {
 
 }  // namespace
 
-RunWatch::End RunWatch::watch(const std::vector<HAXPExpRun*>& runs, const Interrupt& interrupt) {
-    std::vector<HAXPExpRun*> waiting = runs;
+RunWatch::RunWatch(const Project& project, ProgressLine& line)
+    : m_line(line), m_times(project), m_progress(project, m_times.function()) {}
+
+RunWatch::End RunWatch::watch(const Runs& runs, const Interrupt& interrupt,
+                              const std::function<void(HAXPExpRun&)>& onEnd) {
+    Runs left = runs;
+    LaunchCounts counts;
+    counts.total = static_cast<int>(runs.size());
     while (true) {
-        for (HAXPExpRun* run : waiting) {
+        for (HAXPExpRun* run : left) {
             run->updateRun();
             run->lookForLifeNowAndThen();
         }
-        const auto ended = std::stable_partition(waiting.begin(), waiting.end(),
+        const auto ended = std::stable_partition(left.begin(), left.end(),
                                                  [](const auto* run) { return run->isAtWork(); });
-        for (auto run = ended; run != waiting.end(); ++run)
+        for (auto run = ended; run != left.end(); ++run) {
+            ++counts.ended;
+            counts.failed += hasFailed(**run) ? 1 : 0;
             tellEnd(**run);
-        waiting.erase(ended, waiting.end());
-        if (waiting.empty())
+            onEnd(**run);
+        }
+        left.erase(ended, left.end());
+        if (left.empty())
             return kAllEnded;
-        show(waiting);
+        Runs running = left;
+        const auto queued = std::stable_partition(running.begin(), running.end(), isRunning);
+        const Runs waiting(queued, running.end());
+        running.erase(queued, running.end());
+        show(counts, running, waiting, 0);
         if (interrupt.pause(kPollMs)) {
             m_line.clear();
             return kInterrupted;
@@ -81,31 +92,26 @@ void RunWatch::tellSteps_(const HAXPExpRun& run) {
     m_told[&run] = std::max(m_told[&run], begun);
 }
 
-void RunWatch::show(const std::vector<HAXPExpRun*>& running) {
+void RunWatch::show(const LaunchCounts& counts, const Runs& running, const Runs& waiting,
+                    std::size_t slots) {
     for (const HAXPExpRun* run : running)
         tellSteps_(*run);
-    if (m_line.isLive() && !running.empty())
-        m_line.draw(lineFor_(*running.front(), running.size() - 1));
+    if (m_line.isDue())
+        m_line.draw(m_progress.line(counts, running, waiting, slots));
 }
 
 void RunWatch::tellEnd(const HAXPExpRun& run) {
+    m_times.forget();
     tellSteps_(run);
-    if (isDone(run))
-        m_line.say(fmt::format("{}: done{}", run.getName(), resultsOf(run)));
-    else if (hasFailed(run))
-        m_line.say(fmt::format("{}: {}", run.getName(), statusWord(run)));
+    const std::string text = endText(run);
+    if (!text.empty())
+        m_line.say(text);
 }
 
-std::string RunWatch::lineFor_(const HAXPExpRun& run, std::size_t others) const {
-    std::string line = m_count.empty() ? m_count : m_count + " ";
-    line += fmt::format("{} {} {} s", run.getName(),
-                        stepWord(run).empty() ? statusWord(run) : stepWord(run),
-                        secondsSinceLaunch(run));
-    if (others > 0)
-        line += fmt::format(" (+{} more)", others);
-    std::string ignored;
-    const std::string telling = lastTellingLine(lastLines(logPath(run), kProgressLines, ignored));
-    return telling.empty() ? line : line + "  " + telling;
+std::string endText(const HAXPExpRun& run) {
+    if (isDone(run))
+        return fmt::format("{}: done{}", run.getName(), resultsOf(run));
+    return hasFailed(run) ? fmt::format("{}: {}", run.getName(), statusWord(run)) : std::string();
 }
 
 }  // namespace shell

@@ -2,11 +2,17 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <cstddef>
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "shell/launchProgress.h"
+#include "shell/stepTimes.h"
+
 class HAXPExpRun;
+class Project;
 
 namespace shell {
 
@@ -22,28 +28,32 @@ public:
     /// Between two looks at the runs.
     static constexpr int kPollMs = 100;
 
-    explicit RunWatch(ProgressLine& line) : m_line(line) {}
-
-    /// What stands in front of the line that changes, such as "[2/3]".
-    void setCount(const std::string& count) { m_count = count; }
+    /// None of them is owned.
+    RunWatch(const Project& project, ProgressLine& line);
 
     /// Polls `runs` until none of them is at work, or Ctrl-C is pressed. Each that ends
-    /// is told at once.
-    End watch(const std::vector<HAXPExpRun*>& runs, const Interrupt& interrupt);
+    /// is told at once, and then handed to `onEnd`.
+    End watch(const std::vector<HAXPExpRun*>& runs, const Interrupt& interrupt,
+              const std::function<void(HAXPExpRun&)>& onEnd);
 
-    /// Tells what is new about `running`, which are up to date, and draws the line.
-    void show(const std::vector<HAXPExpRun*>& running);
+    /// Tells what is new about `running`, which are up to date, and draws the line; see
+    /// LaunchProgress::line().
+    void show(const LaunchCounts& counts, const std::vector<HAXPExpRun*>& running,
+              const std::vector<HAXPExpRun*>& waiting, std::size_t slots);
     /// Tells that a run has ended, and how.
     void tellEnd(const HAXPExpRun& run);
 
 private:
     void tellSteps_(const HAXPExpRun& run);
-    std::string lineFor_(const HAXPExpRun& run, std::size_t others) const;
 
     ProgressLine& m_line;
-    std::string m_count;
+    StepTimes m_times;
+    LaunchProgress m_progress;
     /// How many steps of a run were told to have begun.
     std::map<const HAXPExpRun*, std::size_t> m_told;
 };
+
+/// That a run has ended and how, as one line; empty for one that hasn't.
+std::string endText(const HAXPExpRun& run);
 
 }  // namespace shell

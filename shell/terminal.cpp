@@ -10,6 +10,8 @@
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include "shell/characterWidth.h"
+
 namespace shell {
 
 namespace {
@@ -68,10 +70,6 @@ const char* codeOf(Style style) {
     return nullptr;
 }
 
-bool beginsCharacter(char c) {
-    return (static_cast<unsigned char>(c) & 0xC0U) != 0x80U;
-}
-
 }  // namespace
 
 Terminal Terminal::output() {
@@ -109,7 +107,13 @@ std::string Terminal::styled(Style style, const std::string& text) const {
 }
 
 std::size_t columnsOf(const std::string& text) {
-    return static_cast<std::size_t>(std::count_if(text.begin(), text.end(), beginsCharacter));
+    std::size_t columns = 0;
+    for (std::size_t at = 0; at < text.size();) {
+        const Character character = characterAt(text, at);
+        columns += static_cast<std::size_t>(character.columns);
+        at += character.bytes;
+    }
+    return columns;
 }
 
 }  // namespace shell

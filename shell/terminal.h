@@ -49,7 +49,7 @@ private:
     bool m_hasUnicode;
 };
 
-/// How many columns `text`, in UTF-8 and without styles, takes; each character counts one.
+/// How many columns `text`, in UTF-8 and without styles, takes.
 std::size_t columnsOf(const std::string& text);
 
 }  // namespace shell

@@ -80,6 +80,8 @@ std::unique_ptr<Verb> makeSetVerb();
 std::unique_ptr<Verb> makeApplyVerb();
 std::unique_ptr<Verb> makeLaunchVerb();
 std::unique_ptr<Verb> makeWaitVerb();
+std::unique_ptr<Verb> makeWatchVerb();
+std::unique_ptr<Verb> makeTopVerb();
 std::unique_ptr<Verb> makeKillVerb();
 std::unique_ptr<Verb> makeResetVerb();
 std::unique_ptr<Verb> makeRmVerb();

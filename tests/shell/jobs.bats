@@ -179,6 +179,6 @@ teardown() { end_runs; }
   echo fail >"$tool_dir/go.1"
   touch "$tool_dir/go.2" "$tool_dir/go.3"
   COLUMNS=200 run script -qec "'$xp' -C proj launch -j 1" /dev/null
-  [[ $output == *'[0/3] 1 running, 2 waiting: synth_1 '* ]]
-  [[ $output == *'[1/3] 1 running, 1 waiting, 1 failed: synth_2 '* ]]
+  [[ $output == *'[0/3] running 1, waiting 2: synth_1 '* ]]
+  [[ $output == *'[1/3] running 1, waiting 1, failed 1: synth_2 '* ]]
 }

@@ -64,44 +64,6 @@ TEST_F(LogTailTest, SaysWhyAFileCanNotBeRead) {
     EXPECT_EQ(m_reason, "No such file or directory");
 }
 
-TEST(TellingLineTest, IsTheLastWithWords) {
-    EXPECT_EQ(shell::lastTellingLine({"first", "2.16. Executing SHARE pass", "", "-----", " "}),
-              "2.16. Executing SHARE pass");
-}
-
-TEST(TellingLineTest, IsThePassThatYosysIsIn) {
-    EXPECT_EQ(shell::lastTellingLine({"2.16. Executing SHARE pass", "ABC: + strash", "done"}),
-              "2.16. Executing SHARE pass");
-}
-
-TEST(TellingLineTest, IsTheNumberOfArcsThatAreLeft) {
-    EXPECT_EQ(shell::lastTellingLine(
-                  {"Info: Routing 4983 arcs.",
-                   "Info:    IterCnt |  w/ripup   wo/ripup |  w/r  wo/r |      arcs| batch(sec)",
-                   "Info:       1000 |       17        982 |   17   982 |      4001|       0.12"}),
-              "arcs left to route: 4001");
-}
-
-TEST(TellingLineTest, PassesOverCommandsAndAsides) {
-    EXPECT_EQ(shell::lastTellingLine({"Info: Packing LUT-FFs..", "Command: nextpnr-ice40 --hx8k",
-                                      "<suppressed ~4 debug messages>"}),
-              "Packing LUT-FFs..");
-}
-
-TEST(TellingLineTest, PassesOverFramesOfTables) {
-    EXPECT_EQ(shell::lastTellingLine({"Info: Routing 80 arcs.", "| IterID | arcs |", "+----+"}),
-              "Routing 80 arcs.");
-}
-
-TEST(TellingLineTest, PassesOverTheWrapper) {
-    EXPECT_EQ(shell::lastTellingLine({"ERROR: no", "ZUMWrap.sh: step 'x' failed"}), "ERROR: no");
-}
-
-TEST(TellingLineTest, IsEmptyWithoutOne) {
-    EXPECT_EQ(shell::lastTellingLine({}), "");
-    EXPECT_EQ(shell::lastTellingLine({"", "****", "12 34"}), "");
-}
-
 TEST(FailureLinesTest, BeginAtTheFirstError) {
     EXPECT_EQ(shell::failureLines({"a", "ERROR: x.v:3: no", "what to do"}, 9),
               (Lines{"ERROR: x.v:3: no", "what to do"}));
