@@ -145,9 +145,17 @@ struct FullScreen::State {
     std::array<struct sigaction, kEndSignals.size()> endsBefore{};
     std::array<struct sigaction, kCrashes.size()> crashesBefore{};
 
+    void keepSignals();
     void takeSignals();
     void giveSignalsBack() const;
 };
+
+void FullScreen::State::keepSignals() {
+    for (std::size_t i = 0; i < kEndSignals.size(); ++i)
+        sigaction(kEndSignals[i], nullptr, &endsBefore[i]);
+    for (std::size_t i = 0; i < kCrashes.size(); ++i)
+        sigaction(kCrashes[i], nullptr, &crashesBefore[i]);
+}
 
 void FullScreen::State::takeSignals() {
     s_endSignal = 0;
@@ -158,14 +166,14 @@ void FullScreen::State::takeSignals() {
     struct sigaction action {};
     action.sa_handler = onEndSignal;
     sigemptyset(&action.sa_mask);
-    for (std::size_t i = 0; i < kEndSignals.size(); ++i) {
-        sigaddset(&blocked, kEndSignals[i]);
-        sigaction(kEndSignals[i], &action, &endsBefore[i]);
+    for (const int number : kEndSignals) {
+        sigaddset(&blocked, number);
+        sigaction(number, &action, nullptr);
     }
     sigprocmask(SIG_BLOCK, &blocked, &maskBefore);
     action.sa_handler = onCrash;
-    for (std::size_t i = 0; i < kCrashes.size(); ++i)
-        sigaction(kCrashes[i], &action, &crashesBefore[i]);
+    for (const int number : kCrashes)
+        sigaction(number, &action, nullptr);
 }
 
 void FullScreen::State::giveSignalsBack() const {
@@ -179,6 +187,9 @@ void FullScreen::State::giveSignalsBack() const {
 FullScreen::FullScreen() : m_state(std::make_unique<State>()) {
     std::setlocale(LC_CTYPE, "");
     tcgetattr(STDIN_FILENO, &s_before);
+    // In front of newterm(), which has handlers of its own, as those of takeSignals() stand
+    // behind it.
+    m_state->keepSignals();
     m_state->screen = newterm(nullptr, stdout, stdin);
     if (m_state->screen == nullptr) {
         const char* term = std::getenv("TERM");
@@ -192,7 +203,6 @@ FullScreen::FullScreen() : m_state(std::make_unique<State>()) {
     keepForCrash("rmcup");
     keepForCrash("cnorm");
     keepForCrash("rmkx");
-    // Behind newterm(), which has handlers of its own.
     m_state->takeSignals();
     cbreak();
     noecho();

@@ -10,9 +10,7 @@
 namespace shell {
 
 LiveProject::LiveProject(const std::string& dir) : m_lookedMs(process::clock().nowMs()) {
-    auto project = Project::open(dir, Project::kRead);
-    m_project = std::move(project);
-    m_stamp = stamp_();
+    m_project = Project::open(dir, Project::kRead);
     m_times = std::make_unique<StepTimes>(*m_project);
     m_progress = std::make_unique<LaunchProgress>(*m_project, m_times->function());
 }

@@ -47,6 +47,8 @@ private:
     Stamp stamp_() const;
     void take_(std::unique_ptr<Project> project);
 
+    /// Of the file before it was read. Of the first reading it isn't known: the first look
+    /// reads anew.
     Stamp m_stamp;
     long m_lookedMs;
     std::unique_ptr<Project> m_project;
