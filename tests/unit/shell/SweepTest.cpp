@@ -134,7 +134,7 @@ TEST_F(SweepTest, ASynthesisWithAnOptionOfItsOwnIsNotShared) {
     m_request.seeds = {1};
     m_request.synthesisStrategies = {"Area"};
     m_project->createRun("synth_Area", *OpenFlows::getSynthesis(), "Default", "");
-    m_project->setOption(m_project->getRun("synth_2"), "synth_design.abc9", "true");
+    m_project->setOption(m_project->getRun("synth_2"), "synth_design.noflatten", "true");
     EXPECT_EQ(namesOf(make()), (Names{"night_synth_Area", "night_Default_s1"}));
     EXPECT_EQ(m_project->getSynthesisOf(m_project->getRun("night_Default_s1"))->getName(),
               "night_synth_Area");
