@@ -87,6 +87,8 @@ const std::vector<VerbEntry>& verbs() {
         {"completion", "print the script that makes a shell complete what you type",
          "source <(xp completion bash)\nsource <(xp completion zsh)\nxp completion fish | source",
          makeCompletionVerb},
+        {"tcl", "run a script of Tcl with the commands of xp, or type them at a prompt",
+         "xp tcl\nxp tcl sweep.tcl night 1-6", makeTclVerb},
     };
     return all;
 }

@@ -97,6 +97,7 @@ std::unique_ptr<Verb> makeHtmlVerb();
 std::unique_ptr<Verb> makeServeVerb();
 std::unique_ptr<Verb> makeWhyVerb();
 std::unique_ptr<Verb> makePlanVerb();
+std::unique_ptr<Verb> makeTclVerb();
 std::unique_ptr<Verb> makeCompletionVerb();
 
 }  // namespace shell

@@ -83,12 +83,24 @@ void addDesign(const DesignInputs& inputs, Words& pre) {
     pre.add("--device").add(inputs.device).add("--package").add(inputs.package);
 }
 
+/// What the user wants to happen around the step.
+void addRunStep(const HAXPExpRunBase& run, const HAXPExpRunStep& step, Words& pre) {
+    if (workbench::hasScriptedReports(step))
+        pre.add("--reports").add(workbench::kReportScript);
+    const std::string before = step.getPreHook();
+    const std::string behind = step.getPostHook();
+    pre.addIfSet("--pre-hook", before).addIfSet("--post-hook", behind);
+    if (!before.empty() || !behind.empty())
+        pre.add("--run").add(run.getName());
+}
+
 }  // namespace
 
 OpenFlowStep::OpenFlowStep(const workbench::StepTable& table)
     : HAXPFlowStep(table.name, table.abbrev, table.program, table.id, ""), m_table(table),
       m_outputType(std::string(table.id) + " outputs"), m_generated(m_outputType.getName()) {
     isVisible(true);
+    hasTclHooks(true);
     canDisable(table.canDisable);
     for (const HAXPTypes::FileType type : table.outputTypes)
         m_generated.addFileType(type);
@@ -146,9 +158,8 @@ void OpenFlowStep::writePrePostOpts_(std::string& pre, std::string& post, HATOpt
         before.add("--asc").add(info->getFile(HAXPTypes::FILE_ROUTE_DCP));
         before.add("--bin").add(info->getFile(HAXPTypes::FILE_BG_BIN));
     }
-    const HAXPExpRunStep* step = run->getRunStep(this);
-    if (step != nullptr && workbench::hasScriptedReports(*step))
-        before.add("--reports").add(workbench::kReportScript);
+    if (const HAXPExpRunStep* step = run->getRunStep(this))
+        addRunStep(*run, *step, before);
     pre = before.text();
     post = behind.text();
 }

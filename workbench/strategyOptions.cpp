@@ -8,9 +8,11 @@
 #include "environment/containers/HSTVector.h"
 #include "environment/errors/HEXUserException.h"
 #include "environment/filemgmt/HADAStaleOption.h"
+#include "environment/files/HUTFileUtils.h"
 #include "environment/messages/ComMsgMgr.h"
 #include "environment/messages/ComMsgMgrInstance.h"
 #include "environment/options/HATAttrSpec.h"
+#include "environment/options/HATAttrTypes.h"
 #include "environment/options/HATOptGroup.h"
 #include "environment/options/HATOptGroupSpec.h"
 #include "runs/base/xperiment/HAXPFlowStepOptions.h"
@@ -72,8 +74,12 @@ std::vector<StrategyOption> optionsOf(const HAXPStrategy& strategy) {
 void setOption(const HAXPStrategy& strategy, const std::string& name, const std::string& value) {
     const StrategyOption option = findOption(strategy, name);
     requireOptionText(name, value);
+    std::string text = value;
+    // Who types a file means it as seen from here; a run looks for it from its directory.
+    if (option.spec->getAttrType() == HATAttrTypes::kFile && !text.empty())
+        HUTFileUtils::makeAbsolutePath(text);
     std::string reason;
-    if (!setOptionText(*option.group, *option.spec, value, reason))
+    if (!setOptionText(*option.group, *option.spec, text, reason))
         throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-23@%s%s",
                                                  option.fullName(), reason));
 }

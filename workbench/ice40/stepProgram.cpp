@@ -5,6 +5,7 @@
 #include <chrono>
 #include <csignal>
 #include <cstdio>
+#include <cstdlib>
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
@@ -62,6 +63,79 @@ void makeReports(const std::string& script, const std::string& step) {
     }
 }
 
+/// A user's scripts around a step.
+struct Hooks {
+    std::string run;
+    std::string pre;
+    std::string post;
+};
+
+/// What a hook finds in its environment, while this lives.
+class HookEnvironment {
+public:
+    HookEnvironment(const std::string& when, const std::string& run, const std::string& step) {
+        std::string folder(4096, '\0');
+        if (::getcwd(&folder[0], folder.size()) == nullptr)
+            folder = ".";
+        ::setenv("XPERIMENT_HOOK_WHEN", when.c_str(), 1);
+        ::setenv("XPERIMENT_HOOK_RUN", run.c_str(), 1);
+        ::setenv("XPERIMENT_HOOK_DIRECTORY", folder.c_str(), 1);
+        ::setenv("XPERIMENT_HOOK_STEP", step.c_str(), 1);
+    }
+    ~HookEnvironment() {
+        for (const char* name : {"XPERIMENT_HOOK_WHEN", "XPERIMENT_HOOK_RUN",
+                                 "XPERIMENT_HOOK_DIRECTORY", "XPERIMENT_HOOK_STEP"})
+            ::unsetenv(name);
+    }
+    HookEnvironment(const HookEnvironment&) = delete;
+    HookEnvironment& operator=(const HookEnvironment&) = delete;
+};
+
+/// Keeps what a failed script told: its message, and where it stands.
+class HookError {
+public:
+    void readLine(const std::string& line) {
+        const std::string head = "xp: error: ";
+        if (m_message.empty() && line.compare(0, head.size(), head) == 0)
+            m_message = line.substr(head.size());
+        if (line.find("(file \"") != std::string::npos)
+            m_place = line.substr(line.find('('));
+    }
+    std::string text() const {
+        if (m_message.empty())
+            return {};
+        return ": " + m_message + (m_place.empty() ? "" : " " + m_place);
+    }
+
+private:
+    std::string m_message;
+    std::string m_place;
+};
+
+/// Runs the Tcl `script`; `when` is "pre" or "post". Without a script nothing.
+/// @throws StepFailure it isn't there, or fails.
+void runHook(const std::string& when, const std::string& script, const Hooks& hooks,
+             const std::string& step) {
+    if (script.empty())
+        return;
+    const std::string name = "the hook tcl." + when + " '" + script + "'";
+    const std::string advice =
+        "Correct it, or take it from the step: xp set RUN " + step + ".tcl." + when + "=";
+    if (::access(script.c_str(), R_OK) != 0)
+        throw StepFailure(name + " can't be read", advice);
+    const HookEnvironment environment(when, hooks.run, step);
+    ToolCommand command;
+    command.words = {beside("xp"), "tcl", script};
+    printLine("Command: " + command.shown());
+    HookError error;
+    const ToolEnd end = runTool(command, printLine, [&error](const std::string& line) {
+        printLine(line);
+        error.readLine(line);
+    });
+    if (!end.good())
+        throw StepFailure(name + " failed (" + end.shown() + ")" + error.text(), advice);
+}
+
 /// Reads the command line; false when the program has nothing to do, with
 /// `status` what it ends with.
 bool readCommandLine(CLI::App& app, int argc, char** argv, int& status) {
@@ -84,13 +158,19 @@ bool readCommandLine(CLI::App& app, int argc, char** argv, int& status) {
 int runStep(CLI::App& app, const std::string& step, int argc, char** argv,
             const std::function<void()>& work) {
     std::string reports;
+    Hooks hooks;
     app.add_option("--reports", reports, "Report script to run when the step is done");
+    app.add_option("--pre-hook", hooks.pre, "Tcl script to run before the step");
+    app.add_option("--post-hook", hooks.post, "Tcl script to run behind the step");
+    app.add_option("--run", hooks.run, "Name of the run, for these scripts");
     int status = kExitDone;
     if (!readCommandLine(app, argc, argv, status))
         return status;
     catchStopSignals();
     try {
+        runHook("pre", hooks.pre, hooks, step);
         work();
+        runHook("post", hooks.post, hooks, step);
         if (!reports.empty())
             makeReports(reports, step);
         return kExitDone;

@@ -18,7 +18,9 @@ namespace ice40 {
 /// Runs the program of the step with the id `step`: reads the command line, does
 /// the work, and turns what it throws into one message on standard error and an
 /// exit status. When the work is done and the command line says "--reports
-/// SCRIPT", the reports of the step are made; one that fails is a warning.
+/// SCRIPT", the reports of the step are made; one that fails is a warning. The
+/// Tcl scripts of "--pre-hook" and "--post-hook" run before the work and behind
+/// it, by the xp beside the program; one that fails makes the step fail.
 ///
 /// The status is one of ExitStatus; after a stop signal the program ends by
 /// that signal, its half-written files removed.

@@ -6,6 +6,8 @@
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
+#include <stdexcept>
+#include <sys/stat.h>
 
 #include <fmt/format.h>
 #include <tcl.h>
@@ -24,6 +26,13 @@ using ice40::StepFailure;
 using Words = std::vector<std::string>;
 
 constexpr const char* kChild = "script";
+constexpr std::size_t kLargestScript = std::size_t{16} << 20;
+
+/// The error of a script that another one sources; its text is the whole message.
+class SourceFailure : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
 
 std::string textOf(Tcl_Obj* object) {
     int length = 0;
@@ -98,6 +107,7 @@ struct ReportScript::Data {
     std::string setParam(const Words& words);
     std::string getParam(const Words& words);
     std::string puts(const Words& words);
+    std::string source(const Words& words);
 
     std::string evaluate(const std::string& command);
     void failReport(const std::string& name, const std::string& reason);
@@ -221,6 +231,28 @@ std::string ReportScript::Data::puts(const Words& words) {
     return {};
 }
 
+/// A file of the run's own folder: neither in another one nor a link to one.
+std::string ReportScript::Data::source(const Words& words) {
+    needWords(words, 1, "source FILE");
+    const std::string& name = words[0];
+    struct stat info {};
+    if (name.empty() || name.find('/') != std::string::npos || ::lstat(name.c_str(), &info) != 0 ||
+        !S_ISREG(info.st_mode))
+        throw StepFailure(fmt::format("source: '{}' is no script of this folder", name),
+                          "Name a file beside the report script");
+    std::string text;
+    std::string reason;
+    if (!ice40::readText(name, text, reason, kLargestScript) ||
+        text.find('\0') != std::string::npos)
+        throw StepFailure(fmt::format("source: '{}' can't be read: {}", name,
+                                      reason.empty() ? "it holds a zero byte" : reason),
+                          "Write it anew");
+    if (Tcl_EvalObjEx(script, newText(text), 0) == TCL_ERROR)
+        throw SourceFailure(fmt::format("{}:{}: {}", name, Tcl_GetErrorLine(script),
+                                        textOf(Tcl_GetObjResult(script))));
+    return textOf(Tcl_GetObjResult(script));
+}
+
 ReportScript::ReportScript() : m_data(std::make_unique<Data>()) {
     m_data->parent = Tcl_CreateInterp();
     m_data->script = Tcl_CreateSlave(m_data->parent, kChild, 1);
@@ -229,6 +261,7 @@ ReportScript::ReportScript() : m_data(std::make_unique<Data>()) {
     m_data->bind("set_param", &Data::setParam);
     m_data->bind("get_param", &Data::getParam);
     m_data->bind("puts", &Data::puts);
+    m_data->bind("source", &Data::source);
     for (const ReportCommand& command : reportCommands())
         m_data->bind(command.name, nullptr, &command);
 }

@@ -13,7 +13,7 @@ namespace reports {
 /// The script is Tcl in a safe interpreter: it can't start programs, open files
 /// or sockets, or leave the folder. To Tcl's own safe commands come `open_step`,
 /// `make_report`, `set_param`, `get_param`, `puts` to standard output and error,
-/// and every report command. One object runs one script.
+/// `source` of files of the folder, and every report command. One object runs one script.
 class ReportScript {
 public:
     ReportScript();

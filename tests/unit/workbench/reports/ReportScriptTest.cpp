@@ -182,6 +182,34 @@ INSTANTIATE_TEST_SUITE_P(
                       "set env(PATH) x; set ::env(HOME); exec x", "encoding system",
                       "package require http", "gets stdin"));
 
+TEST_F(ReportScriptTest, SourcesAScriptBesideIt) {
+    m_bench.dir().mark("more.tcl", "set a 1\nproc twice {x} {expr {2 * $x}}\nset b 5");
+    EXPECT_EQ(value("set before [source more.tcl]; list $before $a [twice 4]"), "5 1 8");
+}
+
+TEST_F(ReportScriptTest, TellsTheLineOfAScriptThatItSources) {
+    m_bench.dir().mark("more.tcl", "set a 1\nnonsense");
+    EXPECT_EQ(run("\nsource more.tcl"),
+              "s.tcl:2: more.tcl:2: invalid command name \"nonsense\"");
+}
+
+TEST_F(ReportScriptTest, SourcesNothingOfAnotherFolder) {
+    test::RunDir outside;
+    outside.mark("more.tcl", "set a 1");
+    std::filesystem::create_symlink(outside.path("more.tcl"), m_bench.dir().path("link.tcl"));
+    for (const std::string& name : {outside.path("more.tcl"), std::string("link.tcl"),
+                                    std::string("../more.tcl"), std::string(), std::string(".")})
+        EXPECT_NE(run("source {" + name + "}").find("is no script of this folder"),
+                  std::string::npos)
+            << name;
+    EXPECT_EQ(value("info exists a"), "0");
+}
+
+TEST_F(ReportScriptTest, EndsScriptsThatSourceEachOtherForEver) {
+    m_bench.dir().mark("more.tcl", "source more.tcl");
+    EXPECT_NE(run("source more.tcl").find("too many nested evaluations"), std::string::npos);
+}
+
 TEST_F(ReportScriptTest, LetsOptionsOfAReportStartNothing) {
     run("open_step route_design");
     EXPECT_EQ(markerOf("report_io -file io.rpt -sort [exec touch touched]"),

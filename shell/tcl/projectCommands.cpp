@@ -1,0 +1,140 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include <nlohmann/json.hpp>
+#include <tcl.h>
+
+#include "shell/projectInputs.h"
+#include "shell/runDetails.h"
+#include "shell/tcl/tclAction.h"
+#include "shell/tcl/tclValue.h"
+#include "workbench/DesignInputs.h"
+#include "workbench/Project.h"
+
+namespace shell::tcl {
+
+namespace {
+
+/// The project that a word names, or the current one without the word.
+OpenProject& chosen(const Call& call) {
+    return call.count() == 0 ? call.session().current() : call.session().get(call.word(0));
+}
+
+Tcl_Obj* nameOf(const OpenProject& open) {
+    return newText(open.project->getDir());
+}
+
+Tcl_Obj* makeNew(Call& call) {
+    DesignInputs inputs;
+    inputs.top = call.required("-top");
+    call.required("-sources");
+    inputs.sources = call.list("-sources");
+    inputs.constraints = call.text("-constraints");
+    inputs.device = call.text("-device", inputs.device);
+    inputs.package = call.text("-package", inputs.package);
+    inputs.frequencyMhz = call.text("-freq", inputs.frequencyMhz);
+    inputs.defines = call.list("-defines");
+    inputs.includeDirs = call.list("-includes");
+    return nameOf(call.session().add(makeProject(call.word(0), inputs), false));
+}
+
+Tcl_Obj* open(Call& call) {
+    const std::string dir = call.count() == 0 ? call.session().directory() : call.word(0);
+    const bool isReadOnly = call.flag("-readonly");
+    // Where the next project is: the library looks in the folders above, too.
+    const std::string found = Project::open(dir, Project::kRead)->getDir();
+    TclSession::requireNotOpen(found);
+    return nameOf(call.session().add(
+        Project::open(found, isReadOnly ? Project::kRead : Project::kChange), isReadOnly));
+}
+
+Tcl_Obj* close(Call& call) {
+    call.session().close(chosen(call));
+    return Tcl_NewObj();
+}
+
+Tcl_Obj* current(Call& call) {
+    OpenProject& project = chosen(call);
+    call.session().makeCurrent(project);
+    return nameOf(project);
+}
+
+Tcl_Obj* list(Call& call) {
+    std::vector<std::string> dirs;
+    for (const OpenProject* each : call.session().projects())
+        dirs.push_back(each->project->getDir());
+    return newList(dirs);
+}
+
+Tcl_Obj* info(Call& call) {
+    const OpenProject& open = chosen(call);
+    nlohmann::json json = projectJson(*open.project);
+    json["readonly"] = open.isReadOnly;
+    return newValue(json);
+}
+
+Tcl_Obj* add(Call& call) {
+    OpenProject& open = changeable(call.session().current());
+    std::vector<std::string> paths;
+    for (const AddedFile& file : addFiles(*open.project, call.textsFrom(0))) {
+        if (file.kind != AddedFile::kKnown)
+            paths.push_back(file.path);
+    }
+    return newList(paths);
+}
+
+}  // namespace
+
+const Ensemble& projectEnsemble() {
+    static const Ensemble ensemble{
+        "project",
+        "make, open and close projects",
+        {
+            {"new",
+             "DIR",
+             "makes a project and opens it; gives its folder",
+             1,
+             1,
+             {{"-top", "MODULE", "top module; needed"},
+              {"-sources", "LIST", "Verilog files; needed"},
+              {"-constraints", "FILE", "pin constraints (.pcf)"},
+              {"-device", "NAME", "device; hx8k if unsaid"},
+              {"-package", "NAME", "package; ct256 if unsaid"},
+              {"-freq", "MHZ", "goal of every clock; 12 if unsaid"},
+              {"-defines", "LIST", "macros NAME or NAME=VALUE"},
+              {"-includes", "LIST", "folders of included files"}},
+             makeNew},
+            {"open",
+             "?DIR?",
+             "opens the project in DIR or a folder above, and makes it the current one",
+             0,
+             1,
+             {{"-readonly", "BOOL", "look only: others may change it meanwhile"}},
+             open},
+            {"close",
+             "?DIR?",
+             "closes a project; handles on its runs are invalid then",
+             0,
+             1,
+             {},
+             close},
+            {"current",
+             "?DIR?",
+             "gives the current project, or makes one of those open current",
+             0,
+             1,
+             {},
+             current},
+            {"list", "", "the folders of all projects that are open", 0, 0, {}, list},
+            {"info", "?DIR?", "a dict: sources, device, goal, runs", 0, 1, {}, info},
+            {"add",
+             "FILE ?FILE ...?",
+             "adds Verilog sources, or a .pcf file as the constraints; gives what is new",
+             1,
+             -1,
+             {},
+             add},
+        }};
+    return ensemble;
+}
+
+}  // namespace shell::tcl
