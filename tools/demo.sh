@@ -45,10 +45,10 @@ if [ ! -e "$project/project.xml" ]; then
     --constraints "$design/rv32i.pcf" --device hx8k --package ct256 --freq 40
 fi
 # Two syntheses, from each two ways to place and route, each of them with three seeds.
-create_run synth_default --flow synth
-create_run synth_area --flow synth --strategy Area
-if ! "$program" -C "$project" show demo_synth_default_Default_s1 >/dev/null 2>&1; then
-  xp -C "$project" sweep demo --synth synth_default,synth_area \
+create_run base --flow synth
+create_run area --flow synth --strategy Area
+if ! "$program" -C "$project" show demo_base_Default_s1 >/dev/null 2>&1; then
+  xp -C "$project" sweep demo --synth base,area \
     --strategies Default,Performance --seeds 1-3
 fi
 xp -C "$project" launch
@@ -65,8 +65,8 @@ cat <<END
 The page of all runs:  $project/xperiment.html
 
   $shown -C $project ls
-  $shown -C $project diff demo_synth_default_Default demo_synth_area_Default
-  $shown -C $project report open demo_synth_default_Default_s1 report_timing_summary
+  $shown -C $project diff demo_base_Default demo_area_Default
+  $shown -C $project report open demo_base_Default_s1 report_timing_summary
 END
 # Who sits before a desktop sees it at once.
 if [ -t 1 ] && [ -n "${DISPLAY:-}${WAYLAND_DISPLAY:-}" ] && command -v xdg-open >/dev/null 2>&1; then

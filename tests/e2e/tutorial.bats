@@ -48,7 +48,7 @@ commands() {
 @test "the demo makes twelve implementations, compares them, and stands still the second time" {
   run -0 "$source_dir/tools/demo.sh" "$build_dir" "$BATS_TEST_TMPDIR/demo"
   [ "$(find demo/runs -name rv32i_soc.bin | wc -l)" = 12 ]
-  [[ $output == *'against demo_synth_default_Default'* ]]
+  [[ $output == *'against demo_base_Default'* ]]
   [[ $output == *'Best: demo_'* ]]
   [ -s demo/xperiment.html ]
   run -0 "$source_dir/tools/demo.sh" "$build_dir" "$BATS_TEST_TMPDIR/demo"

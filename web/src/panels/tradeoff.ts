@@ -186,7 +186,7 @@ function rings(page: Page, dots: Dot[]): unknown {
     value: [dot.x, dot.y],
     symbolSize: size,
     itemStyle: { color: 'transparent', borderColor: colour, borderWidth: 2 },
-    label: { show: isNamed, position: 'top', distance: 6, formatter: () => dot.run.name, color: text, fontSize: 12, fontWeight: 600, textBorderColor: panel, textBorderWidth: 3 },
+    label: { show: isNamed, position: namePlace(dot, dots), distance: 6, formatter: () => dot.run.name, color: text, fontSize: 12, fontWeight: 600, textBorderColor: panel, textBorderWidth: 3 },
   });
   const best = dots.filter((dot) => page.best.runs.includes(dot.run.name));
   return {
@@ -199,4 +199,13 @@ function rings(page: Page, dots: Dot[]): unknown {
       ...dots.filter((dot) => dot.run.name === chosen).map((dot) => ring(dot, accent, 25, !best.includes(dot))),
     ],
   };
+}
+
+/** Where the name of a ringed dot stands: towards the middle, so that the edge cuts no letter. */
+function namePlace(dot: Dot, dots: Dot[]): string {
+  const xs = dots.map((each) => each.x);
+  const least = Math.min(...xs);
+  const span = Math.max(...xs) - least;
+  const part = span > 0 ? (dot.x - least) / span : 0.5;
+  return part < 0.3 ? 'right' : part > 0.7 ? 'left' : 'top';
 }
