@@ -178,7 +178,7 @@ std::vector<LaunchRecord> History::launches(const std::string& runName) const {
         all.clear();
         const std::string condition = runName.empty() ? "" : "WHERE run = ? ";
         SQLite::Statement query(database, "SELECT record FROM launch " + condition +
-                                              "ORDER BY launched, began, launch");
+                                              "ORDER BY launched, line, run");
         if (!runName.empty())
             query.bind(1, runName);
         // A run that was removed and brought back stands in two files.

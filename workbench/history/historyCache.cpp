@@ -34,7 +34,7 @@ constexpr char kLockName[] = "history.lock";
 
 /// "XPHI", which tells the database from those of other programs.
 constexpr int kApplication = 0x58504849;
-constexpr int kVersion = 1;
+constexpr int kVersion = 2;
 
 /// So long another one is waited for; an update of a thousand runs takes less. Milliseconds.
 constexpr long kPatienceMs = 2000;
@@ -48,7 +48,7 @@ CREATE TABLE source (
 CREATE TABLE launch (
   source TEXT, launch TEXT, run TEXT, flow TEXT, strategy TEXT, sweep TEXT, family TEXT,
   place TEXT, launched INTEGER, began INTEGER, ended INTEGER, outcome TEXT, record TEXT,
-  PRIMARY KEY (source, launch)
+  line INTEGER, PRIMARY KEY (source, launch)
 ) WITHOUT ROWID;
 CREATE INDEX launch_of_run ON launch (run, launched);
 CREATE TABLE step (
@@ -190,7 +190,7 @@ public:
           m_addSource(database, "INSERT INTO source VALUES (?, ?, ?, ?, ?, ?)"),
           m_addLaunch(
               database,
-              "INSERT OR IGNORE INTO launch VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
+              "INSERT OR IGNORE INTO launch VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"),
           m_addStep(database, "INSERT INTO step VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)") {}
 
     void drop(const std::string& run) {
@@ -205,11 +205,12 @@ public:
                                      "@60-211@%s%s", stamp.path, reason);
         else
             tell_(stamp.path, lines);
+        std::int64_t line = 0;
         for (LaunchRecord& record : lines.records) {
             // A run that was renamed keeps its launches.
             if (!run.empty())
                 record.run = run;
-            addLaunch_(run, record);
+            addLaunch_(run, record, ++line);
         }
         execute(m_addSource, run, stamp.path, stamp.device, stamp.inode, stamp.size,
                 stamp.modified);
@@ -226,11 +227,11 @@ private:
             ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "workbench", ComMsgMgr::kWarning,
                                      "@60-213@%s%s", path, std::to_string(kLargestLaunches >> 20U));
     }
-    void addLaunch_(const std::string& source, const LaunchRecord& record) {
+    void addLaunch_(const std::string& source, const LaunchRecord& record, std::int64_t line) {
         execute(m_addLaunch, source, record.launch, record.run, record.flow, record.strategy,
                 record.sweep, record.family, record.place,
                 static_cast<std::int64_t>(record.launched), static_cast<std::int64_t>(record.began),
-                static_cast<std::int64_t>(record.ended), record.outcome, lineOf(record));
+                static_cast<std::int64_t>(record.ended), record.outcome, lineOf(record), line);
         for (const StepRecord& step : record.steps)
             execute(m_addStep, source, record.launch, record.run, record.flow, record.strategy,
                     record.family, step.step, step.outcome, static_cast<std::int64_t>(step.began),

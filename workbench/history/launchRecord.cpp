@@ -17,6 +17,7 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
+#include "workbench/abandon.h"
 #include "workbench/ice40/metrics.h"
 #include "workbench/launchLease.h"
 #include "workbench/optionText.h"
@@ -144,7 +145,7 @@ std::optional<LaunchRecord> recordOf(const Project& project, HAXPExpRun& run) {
     record.family = project.getFamilyOf(run).name;
     record.place = placeOf(lease.way);
     record.launched = lease.time;
-    record.outcome = outcome;
+    record.outcome = abandonmentOf(run) ? "abandoned" : outcome;
     addSteps(run, lease, record);
     addOptions(strategy, record);
     addFigures(run, record);

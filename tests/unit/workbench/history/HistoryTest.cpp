@@ -97,6 +97,13 @@ TEST_F(HistoryTest, KeepsTheLaunchesBefore) {
     EXPECT_EQ(ids(History(project()).launches()), (Ids{"impl_1/l1", "impl_1/l2"}));
 }
 
+TEST_F(HistoryTest, KeepsTheOrderOfLaunchesOfOneSecond) {
+    m_world.giveDir(run());
+    for (const char* id : {"z", "a", "m"})
+        remember(run(), id, kLaunch, 1);
+    EXPECT_EQ(ids(History(project()).launches()), (Ids{"impl_1/z", "impl_1/a", "impl_1/m"}));
+}
+
 TEST_F(HistoryTest, HasTheLaunchesOfRunsThatAreGone) {
     workbench::makeOwnFolder(project().getDir());
     workbench::addLaunch(workbench::removedLaunchesPath(project()),

@@ -12,6 +12,7 @@
 #include "runs/base/xperiment/HAXPFlow.h"
 #include "tests/unit/workbench/history/LaunchedProject.h"
 #include "workbench/HAXPExpRun.h"
+#include "workbench/abandon.h"
 #include "workbench/runFamily.h"
 #include "workbench/runLock.h"
 
@@ -150,16 +151,30 @@ TEST_F(LaunchRecordTest, EndsWithTheStepThatFailed) {
                                                          "route_design failed"}));
 }
 
-TEST_F(LaunchRecordTest, TellsOfALostRunThatItWasLost) {
+TEST_F(LaunchRecordTest, TellsOfARunThatStoppedBetweenTwoSteps) {
     m_world.finish(run(), "l1", kLaunch);
+    unmark(".ice40_bitstream.begin.rst");
     unmark(".ice40_bitstream.end.rst");
     mark(workbench::kRunLockName);
     run().setRunStatus(nullptr, 0);
     run().updateStatus();
-    // The record of the step's process names another host: asked, nothing is left there.
-    if (run().isAtWork())
-        run().lookForLife();
-    EXPECT_EQ(isThere(), !run().isAtWork());
+    const LaunchRecord found = record();
+    EXPECT_EQ(found.outcome, "stopped");
+    EXPECT_EQ(found.steps.size(), 3U);
+}
+
+TEST_F(LaunchRecordTest, TellsOfARunThatARuleGaveUp) {
+    m_world.finish(run(), "l1", kLaunch);
+    unmark(".ice40_bitstream.begin.rst");
+    unmark(".ice40_bitstream.end.rst");
+    mark(workbench::kRunLockName);
+    workbench::Abandonment abandonment;
+    abandonment.rule = "fmax < 90% of best";
+    abandonment.text = "it can't win";
+    workbench::markAbandoned(run(), abandonment);
+    run().setRunStatus(nullptr, 0);
+    run().updateStatus();
+    EXPECT_EQ(record().outcome, "abandoned");
 }
 
 TEST_F(LaunchRecordTest, HasTheOptionsOfTheLaunchThatAreNotAtTheirDefaults) {
