@@ -104,8 +104,8 @@ TCL
   need_tools
   new_project_with_runs
   place=proj
-  run -0 typed dumb 'xp% ' 'string length [project open]' 'xp% ' 'run on done {puts ENDED:}' \
-    'xp% ' 'run launch' 'ENDED: synth_1' '' 'ENDED: impl_1'
+  run -0 typed dumb 'xp% ' 'string length [project open]' 'xp% ' 'run on done {apply {run {puts "$run has ended"}}}' \
+    'xp% ' 'run launch' 'synth_1 has ended' '' 'impl_1 has ended'
   run_is impl_1 'done'
 }
 
