@@ -116,13 +116,24 @@ TEST_F(StaleViewTest, ASettingOfTheDesignIsToldWithBothValues) {
         std::vector<std::string>{"place_design: setting frequency: 12 at the launch, 48 now"});
 }
 
-TEST_F(StaleViewTest, AnotherLaunchOfTheSynthesisIsToldByItsTimes) {
+TEST_F(StaleViewTest, AnotherLaunchOfTheSynthesisIsToldByItsTimesUntilItHasWrittenItsNetlist) {
+    m_bench.folder().touch("proj/runs/synth_1/blinky.json", kLaunch);
     m_bench.finish(m_synthesis, kLaunch + 60);
     m_project->setInputs(m_project->getInputs());
     EXPECT_EQ(shell::staleTexts(*m_project, m_implementation),
               std::vector<std::string>{std::string("init_design: setting synthesis launch: ") +
                                        kLaunchText +
                                        " at the launch, 1970-01-12 13:47:40 UTC now"});
+}
+
+TEST_F(StaleViewTest, AnotherLaunchOfTheSynthesisThatMadeTheSameNetlistIsNoHarm) {
+    m_bench.finish(m_synthesis, kLaunch + 60);
+    m_project->setInputs(m_project->getInputs());
+    m_bench.folder().touch("proj/runs/synth_1/blinky.json", kLaunch + 61);
+    const shell::StaleView view = shell::lookForStale(*m_project, m_implementation);
+    EXPECT_TRUE(view.empty());
+    EXPECT_EQ(view.harmless, std::vector<std::string>{"synthesis synth_1 was launched again and "
+                                                      "made the same netlist"});
 }
 
 TEST_F(StaleViewTest, AnImplementationIsOutOfDateWithItsSynthesis) {
