@@ -50,6 +50,9 @@ PAIRS = [
 ]
 # measure, counter, what it is, aim
 COUNTERS = [
+    ("drawTop/iterations:200", "view_kb", "memory of xp top over 1,000 runs, KB", 2000),
+    ("drawTop/iterations:200", "growth_kb", "what 200 looks add to it, KB", 64),
+    ("drawTop/iterations:200", "project_kb", "memory of the 1,000 runs themselves, KB", None),
     ("compareGroups", "ns_per_option", "comparing two groups, ns an option", 25),
     ("findDifferences", "ns_per_option", "finding what differs, ns an option", 25),
     ("readDescription", "ms", "a description of 100,000 pieces, ms", 50),
