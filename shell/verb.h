@@ -98,6 +98,9 @@ std::unique_ptr<Verb> makeServeVerb();
 std::unique_ptr<Verb> makeWhyVerb();
 std::unique_ptr<Verb> makePlanVerb();
 std::unique_ptr<Verb> makeTclVerb();
+std::unique_ptr<Verb> makeExplainVerb();
+std::unique_ptr<Verb> makeDoctorVerb();
+std::unique_ptr<Verb> makeBugVerb();
 std::unique_ptr<Verb> makeCompletionVerb();
 
 }  // namespace shell

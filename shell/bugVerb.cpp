@@ -1,0 +1,56 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#include <filesystem>
+
+#include <CLI/App.hpp>
+#include <CLI/Config.hpp>
+#include <CLI/Formatter.hpp>
+#include <fmt/format.h>
+
+#include "shell/bugPack.h"
+#include "shell/exitStatus.h"
+#include "shell/note.h"
+#include "shell/verb.h"
+#include "workbench/Project.h"
+
+namespace shell {
+
+namespace {
+
+class BugVerb final : public Verb {
+public:
+    void declare(CLI::App& command) override {
+        command.add_option("run", m_name, "Name of the run")->required();
+        command.add_option("-o,--output", m_output,
+                           "The archive to write, bug-RUN.tar.gz here if unsaid");
+    }
+
+    int run(const Session& session) override {
+        const auto project = Project::open(session.projectDir, Project::kRead);
+        HAXPExpRun& run = project->getRun(m_name);
+        const std::string archive =
+            m_output.empty() ? fmt::format("bug-{}.tar.gz", m_name) : m_output;
+        std::error_code ignored;
+        if (std::filesystem::exists(archive, ignored))
+            throw CommandError(kExitRefused, fmt::format("{} is there already. Remove it, or name "
+                                                         "another file with -o",
+                                                         archive));
+        packRun(*project, run, archive);
+        fmt::print("{}\n", archive);
+        note("Look through it before you hand it on: it holds your sources. ./reproduce.sh in it "
+             "repeats the step.");
+        return kExitDone;
+    }
+
+private:
+    std::string m_name;
+    std::string m_output;
+};
+
+}  // namespace
+
+std::unique_ptr<Verb> makeBugVerb() {
+    return makeVerb<BugVerb>();
+}
+
+}  // namespace shell
