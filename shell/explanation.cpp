@@ -15,6 +15,7 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
+#include "workbench/abandon.h"
 #include "workbench/failures/knownFailures.h"
 #include "workbench/ice40/metrics.h"
 
@@ -56,6 +57,11 @@ void explainFailure(const HAXPExpRun& run, Explanation& all) {
     if (!line.empty())
         all.source = QuotedLine{all.failure->line, line};
     all.next = {all.failure->advice, "xp launch " + run.getName()};
+    if (const std::optional<workbench::Abandonment> abandoned = workbench::abandonmentOf(run)) {
+        all.what = "The run was given up, since it couldn't win any more: " + abandoned->text;
+        all.next = {"Nothing, unless you want its results all the same: xp launch " +
+                    run.getName()};
+    }
     if (all.failure->kind == workbench::FailureKind::kUnknown ||
         all.failure->kind == workbench::FailureKind::kCrashed)
         all.next.push_back("xp bug " + run.getName() + "   (packs all that it takes to repeat it)");
