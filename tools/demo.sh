@@ -64,7 +64,7 @@ cat <<END
 
 The page of all runs:  $project/xperiment.html
 
-  $shown -C $project ls
+  $shown -C $project status
   $shown -C $project diff demo_base_Default demo_area_Default
   $shown -C $project report open demo_base_Default_s1 report_timing_summary
 END

@@ -4,6 +4,8 @@
 #
 # The tutorial and the demo, as a user types them.
 
+bats_require_minimum_version 1.5.0
+
 source_dir=$(cd "$BATS_TEST_DIRNAME/../.." && pwd)
 build_dir=${XPERIMENT_BUILD_DIR:-$source_dir/build/dev}
 
