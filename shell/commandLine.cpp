@@ -3,8 +3,11 @@
 #include "shell/commandLine.h"
 
 #include <algorithm>
+#include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <exception>
+#include <system_error>
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
@@ -258,25 +261,41 @@ int dispatch(const std::vector<std::string>& all) {
     return runVerb(words);
 }
 
-/// @throws CommandError what went to standard output was lost.
-void requireWritten() {
-    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
-        throw CommandError(kExitRefused, "Standard output can't be written. Make room where it "
-                                         "goes, or send it somewhere else.");
+/// Who reads standard output went away; nothing is wrong with that.
+constexpr int kReaderGone = 128 + SIGPIPE;
+
+/// How to end when standard output could not be written, for the reason `error`.
+int tellUnwritten(int error) {
+    if (error == EPIPE)
+        return kReaderGone;
+    tellError("Standard output can't be written. Make room where it goes, or send it somewhere "
+              "else.");
+    return kExitRefused;
+}
+
+/// `status`, unless what went to standard output was lost.
+int writtenStatus(int status) {
+    errno = 0;
+    if (std::fflush(stdout) == 0 && std::ferror(stdout) == 0)
+        return status;
+    return tellUnwritten(errno);
 }
 
 }  // namespace
 
 int runCommandLine(const std::vector<std::string>& words) {
     try {
-        const int status = dispatch(words);
-        requireWritten();
-        return status;
+        return writtenStatus(dispatch(words));
     } catch (const CommandError& error) {
         tellError(error.what());
         return error.status();
     } catch (const HEXAll& error) {
         tellError(error.what());
+        return kExitRefused;
+    } catch (const std::system_error& error) {
+        if (std::ferror(stdout) != 0)
+            return tellUnwritten(error.code().value());
+        tellError(fmt::format("{}. This should not happen; please report it.", error.what()));
         return kExitRefused;
     } catch (const std::exception& error) {
         tellError(fmt::format("{}. This should not happen; please report it.", error.what()));

@@ -148,7 +148,7 @@ Completion completeVerb(const VerbEntry& entry, const std::string& name, const W
                         NameContext context) {
     DeclaredVerb declared(entry, name);
     const CLI::App& command = declared.command();
-    const std::string typed = words.back();
+    const std::string& typed = words.back();
     const Reading reading = readArguments(command, {words.begin(), words.end() - 1});
     context.verb = name;
     context.arguments = reading.arguments;

@@ -247,7 +247,9 @@ std::map<std::string, std::string> manPages() {
 int writeManPages(const std::string& dir) {
     HUTFile(dir).mkDirRecursive();
     for (const auto& [name, text] : manPages()) {
-        const std::string path = dir + "/" + name;
+        std::string path = dir;
+        path += "/";
+        path += name;
         std::ofstream file(path, std::ios::binary | std::ios::trunc);
         file << text;
         if (!file.flush())

@@ -16,6 +16,7 @@
 #include "environment/messages/ComMsgMgrInstance.h"
 #include "environment/strings/HSTStringUtils.h"
 #include "shell/exitStatus.h"
+#include "shell/knownNames.h"
 #include "workbench/DesignInputs.h"
 #include "workbench/Project.h"
 #include "workbench/ice40/devices.h"
@@ -40,6 +41,7 @@ void requireFile(const std::string& path) {
 
 /// @throws CommandError the tools don't know the device, or it hasn't the package.
 void requireDevice(const DesignInputs& inputs) {
+    requireDeviceName(inputs.device);
     try {
         const ice40::Device& device = ice40::findDevice(inputs.device);
         const std::string folder = ice40::defaultDatabaseFolder();

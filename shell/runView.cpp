@@ -17,6 +17,7 @@
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "shell/exitStatus.h"
 #include "shell/staleView.h"
+#include "shell/suggestion.h"
 #include "shell/textTable.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
@@ -104,7 +105,9 @@ const HAXPFlow& flowOf(const std::string& word) {
         return *OpenFlows::getSynthesis();
     if (word == "impl")
         return *OpenFlows::getImplementation();
-    throw CommandError(kExitUsage, fmt::format("There is no flow '{}'. Say synth or impl.", word));
+    throw CommandError(kExitUsage,
+                       fmt::format("There is no flow '{}'. {}", word,
+                                   hintFor(word, {"synth", "impl"}, "Say synth or impl.")));
 }
 
 std::string statusWord(const HAXPExpRun& run) {

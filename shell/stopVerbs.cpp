@@ -118,7 +118,7 @@ public:
 
     int run(const Session& session) override {
         const auto project = Project::open(session.projectDir, Project::kChange);
-        HAXPExpRun& run = project->getRun(m_name);
+        HAXPExpRun& run = chosenRun(*project, m_name);
         if (m_kill && run.isAtWork())
             note("{}: {}", m_name, stopText(run, workbench::stopRun(run)));
         HSTVector<std::string> errors;

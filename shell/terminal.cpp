@@ -116,4 +116,17 @@ std::size_t columnsOf(const std::string& text) {
     return columns;
 }
 
+std::string firstColumns(const std::string& text, std::size_t columns) {
+    std::size_t end = 0;
+    while (end < text.size()) {
+        const Character character = characterAt(text, end);
+        const auto wide = static_cast<std::size_t>(character.columns);
+        if (wide > columns)
+            break;
+        columns -= wide;
+        end += character.bytes;
+    }
+    return text.substr(0, end);
+}
+
 }  // namespace shell

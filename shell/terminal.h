@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace shell {
@@ -51,5 +52,8 @@ private:
 
 /// How many columns `text`, in UTF-8 and without styles, takes.
 std::size_t columnsOf(const std::string& text);
+
+/// As much of the beginning of `text` as takes at most `columns`.
+std::string firstColumns(const std::string& text, std::size_t columns);
 
 }  // namespace shell

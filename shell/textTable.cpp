@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <limits>
 #include <utility>
 
 #include "workbench/printable.h"
@@ -24,7 +25,9 @@ void TextTable::setStyle(std::size_t column, Style style) {
     m_rows.back().at(column).style = style;
 }
 
-std::string TextTable::text(const Terminal& terminal) const {
+std::string TextTable::text(const Terminal& terminal, int width) const {
+    const std::size_t most =
+        width > 0 ? static_cast<std::size_t>(width) : std::numeric_limits<std::size_t>::max();
     std::vector<Cell> titles;
     std::vector<std::size_t> widths;
     for (const Column& column : m_columns) {
@@ -35,21 +38,28 @@ std::string TextTable::text(const Terminal& terminal) const {
         for (std::size_t i = 0; i < row.size(); ++i)
             widths[i] = std::max(widths[i], columnsOf(row[i].text));
     }
-    std::string text = line_(titles, widths, terminal);
+    std::string text = line_(titles, widths, terminal, most);
     for (const auto& row : m_rows)
-        text += line_(row, widths, terminal);
+        text += line_(row, widths, terminal, most);
     return text;
 }
 
 std::string TextTable::line_(const std::vector<Cell>& cells, const std::vector<std::size_t>& widths,
-                             const Terminal& terminal) const {
+                             const Terminal& terminal, std::size_t width) const {
     std::string line;
     std::string blanks;
+    std::size_t used = 0;
     for (std::size_t i = 0; i < cells.size(); ++i) {
         const std::string padding(widths[i] - columnsOf(cells[i].text), ' ');
-        const std::string text = terminal.styled(cells[i].style, cells[i].text);
         // Blanks are written once something stands behind them.
-        line += blanks + (m_columns[i].isNumber ? padding + text : text);
+        if (m_columns[i].isNumber)
+            blanks += padding;
+        if (used + blanks.size() >= width)
+            break;
+        used += blanks.size();
+        const std::string text = firstColumns(cells[i].text, width - used);
+        used += columnsOf(text);
+        line += blanks + terminal.styled(cells[i].style, text);
         blanks = (m_columns[i].isNumber ? "" : padding) + "  ";
     }
     return line + "\n";

@@ -29,8 +29,8 @@ public:
     void setStyle(std::size_t column, Style style);
 
     /// Title and rows, one a line, without blanks at the ends of lines, as `terminal` takes
-    /// them.
-    std::string text(const Terminal& terminal = Terminal::output()) const;
+    /// them. What stands beyond `width` columns is cut; 0 cuts nothing.
+    std::string text(const Terminal& terminal = Terminal::output(), int width = 0) const;
 
 private:
     struct Cell {
@@ -38,7 +38,7 @@ private:
         Style style = Style::kPlain;
     };
     std::string line_(const std::vector<Cell>& cells, const std::vector<std::size_t>& widths,
-                      const Terminal& terminal) const;
+                      const Terminal& terminal, std::size_t width) const;
 
     std::vector<Column> m_columns;
     std::vector<std::vector<Cell>> m_rows;

@@ -53,6 +53,9 @@ const std::vector<VerbEntry>& verbs() {
          "xp history\nxp history impl_1 --limit 5\nxp history night --nights --since 14d\n"
          "xp history --json",
          makeHistoryVerb},
+        {"ls", "list runs, a line each: status, results and what to do next",
+         "xp ls\nxp ls night --sort fmax\nxp ls --status failed,lost\nxp ls --stale --json",
+         makeListVerb},
         {"status", "show every run: how far it is, and its results",
          "xp status\nxp status impl_1 --json", makeStatusVerb},
         {"log", "show what the tools of a run printed", "xp log impl_1\nxp log impl_1 --lines 50",

@@ -87,6 +87,7 @@ std::unique_ptr<Verb> makeResetVerb();
 std::unique_ptr<Verb> makeRmVerb();
 std::unique_ptr<Verb> makeUndoVerb();
 std::unique_ptr<Verb> makeHistoryVerb();
+std::unique_ptr<Verb> makeListVerb();
 std::unique_ptr<Verb> makeStatusVerb();
 std::unique_ptr<Verb> makeLogVerb();
 std::unique_ptr<Verb> makeShowVerb();

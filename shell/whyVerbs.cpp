@@ -27,7 +27,7 @@ public:
 
     int run(const Session& session) override {
         const auto project = Project::open(session.projectDir, Project::kRead);
-        HAXPExpRun& run = project->getRun(m_name);
+        HAXPExpRun& run = chosenRun(*project, m_name);
         if (m_json)
             printJson(whyJson(*project, run));
         else

@@ -47,6 +47,8 @@ PAIRS = [
     ("startProcess/mb:2048", "the same from a process of 2 GB / bare posix_spawn", 1.3),
     ("launchRuns/20", "launching one of 20 runs / starting its script", None),
     ("launchRuns/200", "launching one of 200 runs / starting its script", None),
+    ("listRuns/reads:1", "listing 1,000 runs / bare reads of their files", 3),
+    ("listRuns/reads:0", "the same / bare listing of their directories", None),
 ]
 # measure, counter, what it is, aim
 COUNTERS = [
@@ -66,6 +68,7 @@ COUNTERS = [
     ("evaluateRuns", "us_per_step", "asking whether a step is stale, us", None),
     ("launchRuns/20", "us", "launching one of 20 runs, us", None),
     ("launchRuns/200", "us", "launching one of 200 runs, us", None),
+    ("listRuns/reads:1", "us", "listing 1,000 runs, us", 300000),
 ]
 
 

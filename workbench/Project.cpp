@@ -3,6 +3,7 @@
 #include "workbench/Project.h"
 
 #include <algorithm>
+#include <cctype>
 #include <cerrno>
 #include <cstring>
 
@@ -10,6 +11,7 @@
 #include <sys/file.h>
 #include <unistd.h>
 
+#include "environment/containers/HSTFwdIter.h"
 #include "environment/errors/HEXAlgException.h"
 #include "environment/errors/HEXError.h"
 #include "environment/errors/HEXUserException.h"
@@ -37,6 +39,7 @@
 #include "workbench/runFamily.h"
 #include "workbench/strategies.h"
 #include "workbench/strategyOptions.h"
+#include "workbench/suggestion.h"
 
 namespace {
 
@@ -65,6 +68,12 @@ std::string absolute(const std::string& path) {
     return full;
 }
 
+std::string lowerCase(std::string text) {
+    std::transform(text.begin(), text.end(), text.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    return text;
+}
+
 std::string lastName(const std::string& path) {
     return path.substr(path.rfind('/') + 1);
 }
@@ -78,7 +87,16 @@ const HAXPStrategy& strategyFor(const HAXPFlow& flow, const std::string& name) {
     std::vector<std::string> names;
     for (const HAXPStrategy* strategy : workbench::strategiesOf(flow))
         names.push_back(workbench::printable(strategy->getName()));
-    fail("@60-22@%s%s", name, joined(names));
+    fail("@60-22@%s%s", name, workbench::withHint(name, joined(names)));
+}
+
+/// The short names of the steps of `run`.
+std::vector<std::string> stepNames(const HAXPExpRun& run) {
+    std::vector<std::string> names;
+    const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
+    while (steps->hasNext())
+        names.push_back(steps->next()->getFlowStep()->getAbbrev());
+    return names;
 }
 
 /// The report strategy `name` of `flow`, its default for an empty name; null when there is
@@ -96,7 +114,7 @@ const HAXRReportStrategy* reportStrategyFor(const HAXPFlow& flow, const std::str
     std::vector<std::string> names;
     for (const HAXRReportStrategy* strategy : workbench::reportStrategiesOf(flow))
         names.push_back(workbench::printable(strategy->getName()));
-    fail("@60-98@%s%s", name, joined(names));
+    fail("@60-98@%s%s", name, workbench::withHint(name, joined(names)));
 }
 
 }  // namespace
@@ -145,7 +163,9 @@ std::unique_ptr<Project> Project::open(const std::string& dir, Access access) {
     std::unique_ptr<Project> project(new Project(findDir(dir), access));
     if (access == kChange)
         project->takeLock_();
+    project->m_knowsAllNames = true;
     ProjectFile(*project).read();
+    project->m_knowsAllNames = false;
     for (const auto& entry : project->m_entries)
         project->giveInputs_(*entry);
     project->updateRuns();
@@ -189,6 +209,10 @@ std::vector<HAXPExpRun*> Project::getRuns() const {
 }
 
 HAXPExpRun* Project::findRun(const std::string& name) const {
+    const auto place = m_placesOfNames.find(lowerCase(name));
+    if (place != m_placesOfNames.end() && place->second < m_entries.size() &&
+        m_entries[place->second]->run->getName() == name)
+        return m_entries[place->second]->run.get();
     const auto found = std::find_if(m_entries.begin(), m_entries.end(), [&name](const auto& entry) {
         return entry->run->getName() == name;
     });
@@ -201,7 +225,7 @@ HAXPExpRun& Project::getRun(const std::string& name) const {
     std::vector<std::string> names;
     for (const auto& entry : m_entries)
         names.push_back(entry->run->getName());
-    fail("@60-21@%s%s", name, joined(names));
+    fail("@60-21@%s%s", name, workbench::withHint(name, joined(names)));
 }
 
 HAXPExpRun& Project::createRun(const std::string& name, const HAXPFlow& flow,
@@ -266,7 +290,8 @@ void Project::setToStep(HAXPExpRun& run, const std::string& abbrev) {
     run.setToStepId(abbrev);
     if (!abbrev.empty() && run.getToStep() == nullptr) {
         run.setToStepId(before);
-        fail("@60-25@%s%s", run.getName(), abbrev);
+        fail("@60-25@%s%s%s", run.getName(), abbrev,
+             workbench::withHint(abbrev, joined(stepNames(run))));
     }
     entryOf_(run).toStep = abbrev;
 }
@@ -317,22 +342,21 @@ void Project::takeLock_() {
 Project::Entry& Project::addEntry_(const std::string& name, const HAXPFlow& flow,
                                    const std::string& strategyName, const std::string& synthesis) {
     workbench::requireRunName(name);
-    const auto sameName = [&name](const auto& entry) {
-        return HSTStringUtils::iequals(entry->run->getName(), name);
-    };
-    if (std::any_of(m_entries.begin(), m_entries.end(), sameName))
+    if (hasNameLike_(name))
         fail("@60-20@%s", name);
     auto entry = std::make_unique<Entry>();
     entry->flow = &flow;
     if (!isSynthesis(flow)) {
         const HAXPExpRun* from = findRun(synthesis);
         if (from == nullptr || !isSynthesis(*entryOf_(*from).flow))
-            fail("@60-26@%s", synthesis);
+            fail("@60-26@%s%s", synthesis, synthesisHint_(synthesis));
         entry->synthesis = synthesis;
     }
     const HAXPStrategy plain(&flow);
     const HAXPStrategy& strategy = strategyName.empty() ? plain : strategyFor(flow, strategyName);
     entry->run = std::make_unique<HAXPExpRun>(name, &strategy, this);
+    m_places[entry->run.get()] = m_entries.size();
+    m_placesOfNames[lowerCase(name)] = m_entries.size();
     m_entries.push_back(std::move(entry));
     return *m_entries.back();
 }
@@ -344,6 +368,8 @@ void Project::giveInputs_(const Entry& entry) const {
         inputs.netlistLaunch = findRun(entry.synthesis)->getInfo().getLaunchTime();
     }
     entry.run->getInfo().setInputs(inputs);
+    if (m_access == kOverview)
+        return;
     // Their files are called after the top module.
     workbench::nameStaticReports(*entry.run);
     entry.run->publishReports();
@@ -354,11 +380,35 @@ void Project::keepLost_(Entry& entry, const std::vector<workbench::ReportRecord>
 }
 
 Project::Entry& Project::entryOf_(const HAXPExpRun& run) const {
+    const auto place = m_places.find(&run);
+    if (place != m_places.end() && place->second < m_entries.size() &&
+        m_entries[place->second]->run.get() == &run)
+        return *m_entries[place->second];
     const auto found = std::find_if(m_entries.begin(), m_entries.end(),
                                     [&run](const auto& entry) { return entry->run.get() == &run; });
     if (found == m_entries.end())
         throw HEXAlgException("the run isn't the project's");
     return **found;
+}
+
+/// What helps who named a synthesis that isn't there.
+std::string Project::synthesisHint_(const std::string& typed) const {
+    std::vector<std::string> known;
+    for (const auto& entry : m_entries) {
+        if (isSynthesis(*entry->flow))
+            known.push_back(entry->run->getName());
+    }
+    const std::string meant = workbench::suggestionFor(typed, known);
+    return meant.empty() ? "Name one with --synth." : "Did you mean '" + meant + "'?";
+}
+
+/// Names that differ in case alone would share a folder where that doesn't count.
+bool Project::hasNameLike_(const std::string& name) const {
+    if (m_placesOfNames.find(lowerCase(name)) == m_placesOfNames.end() && m_knowsAllNames)
+        return false;
+    return std::any_of(m_entries.begin(), m_entries.end(), [&name](const auto& entry) {
+        return HSTStringUtils::iequals(entry->run->getName(), name);
+    });
 }
 
 std::string Project::netlistOf_(const std::string& synthesis) const {

@@ -4,6 +4,7 @@
 
 #include <memory>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "runs/base/xperiment/HAXPStratDB.h"
@@ -31,7 +32,9 @@ struct RunFamily;
 /// a HEXUserException with the whole message.
 class WORKBENCH_API Project final : public HAXPStratDB {
 public:
-    enum Access { kRead, kChange };
+    /// An overview is for reading, and its runs come without their reports: quickly, for who
+    /// asks a thousand runs for status and figures alone.
+    enum Access { kRead, kChange, kOverview };
 
     /// The project file in a project's folder.
     static const char kFileName[];
@@ -130,6 +133,8 @@ private:
     void giveInputs_(const Entry& entry) const;
     static void keepLost_(Entry& entry, const std::vector<workbench::ReportRecord>& lost);
     Entry& entryOf_(const HAXPExpRun& run) const;
+    bool hasNameLike_(const std::string& name) const;
+    std::string synthesisHint_(const std::string& typed) const;
     std::string netlistOf_(const std::string& synthesis) const;
 
     std::string m_dir;
@@ -138,4 +143,10 @@ private:
     DesignInputs m_inputs;
     std::unique_ptr<Lock> m_lock;
     std::vector<std::unique_ptr<Entry>> m_entries;
+    /// Where entries stood when they were added. What is found here is looked at before it is
+    /// believed, for runs are renamed and go.
+    std::unordered_map<const HAXPExpRun*, std::size_t> m_places;
+    std::unordered_map<std::string, std::size_t> m_placesOfNames;
+    /// While the file is read no run is renamed: a name without a place is new.
+    bool m_knowsAllNames = false;
 };

@@ -33,6 +33,7 @@
 #include "workbench/reportRecords.h"
 #include "workbench/reportScript.h"
 #include "workbench/strategies.h"
+#include "workbench/suggestion.h"
 
 namespace {
 
@@ -83,7 +84,7 @@ std::vector<std::string> commandsOfCatalogue() {
 HAXRReportSpec& specOf(const std::string& command) {
     const std::vector<std::string> known = commandsOfCatalogue();
     if (std::find(known.begin(), known.end(), command) == known.end())
-        fail("@60-84@%s%s", command, joined(known));
+        fail("@60-84@%s%s", command, workbench::withHint(command, joined(known)));
     return *HAXRReportSpecMgr::getGlobal()->find(command);
 }
 
@@ -156,7 +157,8 @@ std::vector<HAXRReportConfig*> RunReports::find(const std::string& name) const {
 HAXRReportConfig& RunReports::get(const std::string& name) const {
     const std::vector<HAXRReportConfig*> meant = find(name);
     if (meant.empty())
-        fail("@60-85@%s%s%s", m_run.getName(), name, joined(namesOf(all())));
+        fail("@60-85@%s%s%s", m_run.getName(), name,
+             workbench::withHint(name, joined(namesOf(all()))));
     if (meant.size() > 1)
         fail("@60-86@%s%s", name, joined(namesOf(meant)));
     return *meant.front();
@@ -207,13 +209,14 @@ void RunReports::setOption(HAXRReportConfig& report, const std::string& option,
     const HATAttrSpec* spec = group == nullptr ? nullptr : group->getAttrSpecByName(option);
     if (spec == nullptr)
         fail("@60-90@%s%s%s", report.getName(), option,
-             joined(report.isStaticReport() ? std::vector<std::string>() : optionNames(group)));
+             workbench::withHint(option, joined(report.isStaticReport() ? std::vector<std::string>()
+                                                                        : optionNames(group))));
     workbench::requireReportOption(option, value);
     requireIdle(m_run);
     const std::string before = workbench::optionText(*group, *spec);
     std::string reason;
     if (!workbench::setOptionText(*group, *spec, value, reason))
-        fail("@60-91@%s%s%s", option, report.getName(), reason);
+        fail("@60-91@%s%s%s", option, report.getName(), workbench::sentence(reason));
     report.addOrUpdateStaleReason(option, before, workbench::optionText(*group, *spec));
 }
 
@@ -287,7 +290,7 @@ HAXPExpRunStep& RunReports::stepOf_(const std::string& name) const {
             return *step;
         known.push_back(flowStep->getFlowStepId());
     }
-    fail("@60-93@%s%s%s", m_run.getName(), name, joined(known));
+    fail("@60-93@%s%s%s", m_run.getName(), name, workbench::withHint(name, joined(known)));
 }
 
 HAXPExpRunStep* RunReports::stepOf_(const HAXRReportConfig& report) const {

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
 #include "workbench/optionText.h"
+#include "workbench/suggestion.h"
 
 #include <memory>
 
@@ -58,7 +59,10 @@ bool setEnum(HATOptGroup& group, const HATAttrSpec& spec, const std::string& tex
              std::string& reason) {
     if (group.setEnumVal(&spec, text, true))
         return true;
-    reason = "'" + text + "' is none of its values: " + allowedValues(spec);
+    reason = "'" + text + "' is none of its values: " + withHint(text, allowedValues(spec));
+    // Who tells the reason ends the sentence.
+    if (reason.back() == '.')
+        reason.pop_back();
     return false;
 }
 

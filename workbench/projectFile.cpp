@@ -530,6 +530,8 @@ void ProjectFile::readFamily_(const xml::Document& document, const xml::Element&
 
 void ProjectFile::readReports_(const xml::Document& document, const xml::Element& element,
                                Project::Entry& entry) {
+    if (m_project.m_access == Project::kOverview)
+        return;
     std::vector<workbench::ReportRecord> records;
     if (const xml::Element* reports = element.child(name::kReports)) {
         entry.run->setReportStrategyName(reports->attribute(name::kStrategy));

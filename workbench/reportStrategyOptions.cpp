@@ -26,6 +26,7 @@
 #include "workbench/entryRules.h"
 #include "workbench/optionText.h"
 #include "workbench/printable.h"
+#include "workbench/suggestion.h"
 
 namespace workbench {
 
@@ -70,7 +71,7 @@ void requireReportStep(const HAXRReportStrategy& strategy, const std::string& st
     std::string list;
     for (const std::string& id : known)
         append(list, id);
-    fail("@60-70@%s%s", printable(step), list);
+    fail("@60-70@%s%s", printable(step), withHint(step, list));
 }
 
 /// A copy of the catalogue's report. What the catalogue lacks is told with what it has.
@@ -87,7 +88,7 @@ std::unique_ptr<HAXRReportSpec> makeSpec(const std::string& name, const std::str
             latest = entry.second;
     }
     if (latest == nullptr)
-        fail("@60-71@%s%s", printable(name), orNone(list));
+        fail("@60-71@%s%s", printable(name), withHint(name, orNone(list)));
     if (version.empty())
         return std::unique_ptr<HAXRReportSpec>(catalogue.getReportSpec(name));
     VersionInfo wanted;
@@ -140,7 +141,8 @@ std::vector<StrategyReport> namedReports(const HAXRReportStrategy& strategy,
     if (exact != found.end())
         return {*exact};
     if (found.empty())
-        fail("@60-74@%s%s", printable(step + "." + name), orNone(list));
+        fail("@60-74@%s%s", printable(step + "." + name),
+             withHint(step + "." + name, orNone(list)));
     return found;
 }
 
@@ -229,10 +231,10 @@ void setReportOption(const HAXRReportStrategy& strategy, const std::string& name
         requireReportOption(optionName, value);
         std::string reason;
         if (!setOptionText(*report.spec->getOptions(), *option, value, reason))
-            fail("@60-23@%s%s", printable(name), reason);
+            fail("@60-23@%s%s", printable(name), sentence(reason));
         return;
     }
-    fail("@60-24@%s%s", printable(name), orNone(known));
+    fail("@60-24@%s%s", printable(name), withHint(optionName, orNone(known)));
 }
 
 void requireReportValues(const HAXRReportStrategy& strategy) {

@@ -33,6 +33,7 @@
 #include "workbench/places/hostCalls.h"
 #include "workbench/runEvidence.h"
 #include "workbench/runStop.h"
+#include "workbench/suggestion.h"
 #include "workbench/undo/UndoStore.h"
 #include "workbench/userRunScript.h"
 
@@ -52,7 +53,7 @@ const HAXPExpRunStep* requireStep(const HAXPExpRun& run, const std::string& abbr
         known += (known.empty() ? "" : ", ") + name;
     }
     throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-53@%s%s%s",
-                                             run.getName(), abbrev, known));
+                                             run.getName(), abbrev, withHint(abbrev, known)));
 }
 
 /// Takes the job of a run back that a cluster holds in its queue. Nothing of it has begun.

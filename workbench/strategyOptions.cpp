@@ -20,6 +20,7 @@
 #include "runs/base/xperiment/HAXPUtilsBase.h"
 #include "workbench/entryRules.h"
 #include "workbench/optionText.h"
+#include "workbench/suggestion.h"
 
 namespace workbench {
 
@@ -37,8 +38,8 @@ StrategyOption findOption(const HAXPStrategy& strategy, const std::string& name)
             found.push_back(option);
     }
     if (found.size() != 1)
-        throw HEXUserException(
-            ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-24@%s%s", name, known));
+        throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-24@%s%s",
+                                                 name, withHint(name, known)));
     return found.front();
 }
 
@@ -81,7 +82,7 @@ void setOption(const HAXPStrategy& strategy, const std::string& name, const std:
     std::string reason;
     if (!setOptionText(*option.group, *option.spec, text, reason))
         throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-23@%s%s",
-                                                 option.fullName(), reason));
+                                                 option.fullName(), sentence(reason)));
 }
 
 std::vector<OptionDifference> differences(HAXPStrategy& first, HAXPStrategy& second) {

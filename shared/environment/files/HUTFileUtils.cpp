@@ -169,13 +169,32 @@ int readAll(int fd, std::size_t expected, std::size_t maxBytes, std::string& con
     return 0;
 }
 
+/// Whether `path` is absolute and no part of it is empty, "." or "..", as most are.
+bool isPlainAbsolute(const std::string& path) {
+    if (path.size() < 2 || path.front() != '/' || path.back() == '/')
+        return false;
+    for (std::size_t at = 0, end = 0; end != std::string::npos; at = end) {
+        end = path.find('/', at + 1);
+        const std::size_t size = (end == std::string::npos ? path.size() : end) - at - 1;
+        const bool isDots = path.compare(at + 1, size, "..", size) == 0;
+        if (size == 0 || (size <= 2 && isDots))
+            return false;
+    }
+    return true;
+}
+
 }  // namespace
 
 void HUTFileUtils::makeAbsolutePath(std::string& path) {
-    boost::system::error_code noFolder;
-    const fs::path here = fs::current_path(noFolder);
-    const fs::path given(path);
-    const fs::path absolute = given.is_absolute() || noFolder ? given : here / given;
+    if (isPlainAbsolute(path))
+        return;
+    fs::path absolute(path);
+    if (!absolute.is_absolute()) {
+        boost::system::error_code noFolder;
+        const fs::path here = fs::current_path(noFolder);
+        if (!noFolder)
+            absolute = here / absolute;
+    }
     path = withoutParents(absolute).string();
     while (path.size() > 1 && path.back() == '/')
         path.pop_back();

@@ -20,6 +20,7 @@
 #include "tests/unit/workbench/TestBench.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
+#include "workbench/RunReports.h"
 #include "workbench/openFlows.h"
 
 namespace {
@@ -253,7 +254,7 @@ TEST_F(ProjectTest, RefusesAStepThatIsNotThere) {
     HAXPExpRun& run = addImplementation();
     m_project->setToStep(run, "place");
     EXPECT_EQ(refusal([&] { m_project->setToStep(run, "nosuch"); }),
-              "The run impl_1 has no step nosuch. Name one of its steps by its short name.");
+              "The run impl_1 has no step nosuch. It has: init, place, route, bitstream.");
     EXPECT_EQ(run.getToStep()->getFlowStep()->getFlowStepId(), "place_design");
     m_project->setToStep(run, "");
     EXPECT_EQ(run.getToStep()->getFlowStep()->getFlowStepId(), "write_bitstream");
@@ -318,6 +319,37 @@ TEST_F(ProjectTest, ReadsTheStatusOfItsRunsFromTheirDirectories) {
     m_bench.folder().mark("proj/runs/synth_1/.ice40_synth.end.rst");
     reopen(Project::kRead);
     EXPECT_EQ(m_project->getRun("synth_1").getStatus()->getCode(), HDGUIStatus::statusDone);
+}
+
+TEST_F(ProjectTest, FindsRunsByNameWhateverTheCaseOfOthers) {
+    addSynthesis();
+    addImplementation();
+    EXPECT_EQ(m_project->findRun("synth_1")->getName(), "synth_1");
+    EXPECT_EQ(m_project->findRun("SYNTH_1"), nullptr);
+    EXPECT_NE(refusal([&] { m_project->createRun("IMPL_1", *OpenFlows::getSynthesis(), "", ""); }),
+              "");
+    m_project->findRun("impl_1")->renameRun("other");
+    EXPECT_EQ(m_project->findRun("impl_1"), nullptr);
+    EXPECT_EQ(m_project->findRun("other")->getName(), "other");
+    EXPECT_NE(refusal([&] { m_project->createRun("Other", *OpenFlows::getSynthesis(), "", ""); }),
+              "");
+}
+
+TEST_F(ProjectTest, AnOverviewHasTheSameRunsWithoutReports) {
+    addSynthesis();
+    addImplementation();
+    m_project->save();
+    const auto whole = Project::open(dir(), Project::kRead);
+    const auto overview = Project::open(dir(), Project::kOverview);
+    ASSERT_EQ(overview->getRuns().size(), whole->getRuns().size());
+    for (const HAXPExpRun* run : whole->getRuns()) {
+        EXPECT_NE(RunReports(*whole->findRun(run->getName())).all().size(), 0U);
+        HAXPExpRun& same = overview->getRun(run->getName());
+        EXPECT_EQ(RunReports(same).all().size(), 0U);
+        EXPECT_EQ(same.getStrategy()->getName(), run->getStrategy()->getName());
+        EXPECT_EQ(same.getStatus()->getCode(), run->getStatus()->getCode());
+    }
+    EXPECT_THROW(overview->save(), HEXAlgException);
 }
 
 }  // namespace
