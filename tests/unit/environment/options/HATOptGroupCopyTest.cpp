@@ -22,18 +22,19 @@ std::size_t s_allocations = 0;
 
 }  // namespace
 
-void* operator new(std::size_t size) {
+// Not inlined: g++ would take what comes from one and goes to the other for a mismatch.
+[[gnu::noinline]] void* operator new(std::size_t size) {
     ++s_allocations;
     if (void* memory = std::malloc(size == 0 ? 1 : size))
         return memory;
     throw std::bad_alloc();
 }
 
-void operator delete(void* memory) noexcept {
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
     std::free(memory);
 }
 
-void operator delete(void* memory, std::size_t) noexcept {
+[[gnu::noinline]] void operator delete(void* memory, std::size_t) noexcept {
     std::free(memory);
 }
 
