@@ -17,9 +17,11 @@
 #include "benchmarks/BenchProject.h"
 #include "benchmarks/Pairs.h"
 #include "environment/process/HUTFork.h"
+#include "runs/base/xperiment/HAXPLaunchOptions.h"
 #include "runs/base/xperiment/HAXPScriptWriter.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "workbench/HAXPExpRun.h"
+#include "workbench/LaunchQueue.h"
 #include "workbench/Project.h"
 #include "workbench/RunLauncher.h"
 
@@ -129,6 +131,37 @@ void launchRuns(benchmark::State& state) {
     pairs.tell(state);
 }
 
+/// Making and launching so many runs in one queue, with all that xp does before, between and
+/// behind them, against starting their scripts.
+void launchQueue(benchmark::State& state) {
+    const auto count = static_cast<int>(state.range(0));
+    bench::Pairs pairs(bench::Pairs::kWall);
+    for (auto _ : state) {
+        bench::BenchProject bench("exit 0");
+        std::vector<HAXPExpRun*> runs;
+        pairs.measure([&] {
+            for (int i = 0; i < count; ++i)
+                runs.push_back(&bench.addRun("run_" + std::to_string(i)));
+            HAXPLaunchOptions options;
+            // One after the other, as on a host that is busy.
+            options.setNumJobsSH(1);
+            LaunchQueue queue(bench.project(), options);
+            for (HAXPExpRun* run : runs)
+                queue.add(*run);
+            while (!queue.isOver())
+                queue.advance();
+        });
+        pairs.floor([&] {
+            for (HAXPExpRun* run : runs) {
+                HUTFork script;
+                script.addArg(run->pathOf("runme.sh"));
+                script.launch(true, true, false, true);
+            }
+        });
+    }
+    pairs.tell(state);
+}
+
 /// What of a launch grows with the project: so many runs saved, and told of their inputs.
 void saveProject(benchmark::State& state) {
     bench::BenchProject bench("exit 0");
@@ -169,6 +202,7 @@ void checkScript(benchmark::State& state) {
 BENCHMARK(startProcess)->ArgName("mb")->Arg(0)->Arg(2048)->Iterations(1);
 BENCHMARK(runProcess)->Iterations(1);
 BENCHMARK(launchRuns)->Arg(20)->Arg(200)->Unit(benchmark::kMillisecond)->Iterations(1);
+BENCHMARK(launchQueue)->Arg(20)->Arg(200)->Unit(benchmark::kMillisecond)->Iterations(1);
 BENCHMARK(saveProject)->Arg(20)->Arg(200)->Unit(benchmark::kMillisecond)->UseRealTime();
 BENCHMARK(tellInputs)->Arg(20)->Arg(200)->Unit(benchmark::kMillisecond);
 BENCHMARK(writeScripts)->Unit(benchmark::kMillisecond)->UseRealTime();

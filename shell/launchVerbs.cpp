@@ -41,6 +41,12 @@ namespace {
 
 using Runs = std::vector<HAXPExpRun*>;
 
+/// A place that became free is given to the next run this soon; looking costs a call of
+/// stat() for each run at work.
+constexpr int kLaunchPollMs = 20;
+/// What is shown comes from logs, which take longer to read.
+constexpr int kPollsAShow = RunWatch::kPollMs / kLaunchPollMs;
+
 std::string namesOf(const Runs& runs) {
     std::vector<std::string> names;
     for (const HAXPExpRun* run : runs)
@@ -199,15 +205,19 @@ private:
         tellUpToDate_(plan);
         const DataOutput data(m_hosts.hasRunScripts());
         int status = kExitDone;
+        RunLauncher launcher(project);
+        if (plan.launches.size() > 1)
+            launcher.saveRunsAlone();
         for (HAXPExpRun* run : plan.launches) {
             try {
-                RunLauncher(project).launch(*run, {}, options.getUserRunScript(run->getName()));
+                launcher.launch(*run, {}, options.getUserRunScript(run->getName()));
                 note("{}: started", run->getName());
             } catch (const HEXUserException& error) {
                 tellError(error.what());
                 status = kExitRefused;
             }
         }
+        project.save();
         return status;
     }
 
@@ -283,6 +293,7 @@ private:
             queue.add(*run);
         const std::unique_ptr<workbench::Abandoner> abandoner = abandoner_(project, plan);
         int abandoned = 0;
+        int polls = 0;
         int status = kExitDone;
         while (true) {
             for (const LaunchQueue::Event& event : queue.advance()) {
@@ -291,13 +302,14 @@ private:
             }
             if (queue.isOver())
                 break;
-            watch.show(countsOf_(queue, abandoned), queue.getRunning(), queue.getWaiting(),
-                       slots_());
+            if (++polls % kPollsAShow == 1)
+                watch.show(countsOf_(queue, abandoned), queue.getRunning(), queue.getWaiting(),
+                           slots_());
             if (abandoner != nullptr) {
                 for (const auto& event : abandoner->look(queue.getRunning()))
                     tellAbandoned_(event, line);
             }
-            if (interrupt.pause(RunWatch::kPollMs)) {
+            if (interrupt.pause(kLaunchPollMs)) {
                 line.clear();
                 const Runs left = queue.takeBackWaiting();
                 return tellInterrupted(queue.getRunning(), left);

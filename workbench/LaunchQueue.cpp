@@ -3,9 +3,11 @@
 #include "workbench/LaunchQueue.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 #include <memory>
 
+#include "environment/errors/HEXError.h"
 #include "environment/errors/HEXUserException.h"
 #include "environment/messages/ComMsgMgr.h"
 #include "environment/messages/ComMsgMgrInstance.h"
@@ -50,6 +52,13 @@ LaunchQueue::LaunchQueue(Project& project, const HAXPLaunchOptions& options)
 
 LaunchQueue::~LaunchQueue() {
     takeBackWaiting();
+    try {
+        if (m_hasRecords)
+            m_project.save();
+    } catch (const HEXError&) {
+        // The records stand, and whoever opens the project next takes them in.
+        m_hasRecords = false;
+    }
 }
 
 std::vector<LaunchQueue::Slot> LaunchQueue::slotsOf_(const HAXPLaunchOptions& options) {
@@ -147,7 +156,7 @@ void LaunchQueue::lookAtRunning_(std::vector<Event>& events) {
 void LaunchQueue::startWaiting_(std::vector<Event>& events) {
     const Runs waiting = m_waiting;
     for (HAXPExpRun* run : waiting) {
-        if (contains(m_shown, run) && !RunLauncher::isEnqueued(*run)) {
+        if (contains(m_shown, run) && !isStillShown_(*run)) {
             giveUp_(*run, Event::kTakenBack, "", events);
             continue;
         }
@@ -163,17 +172,33 @@ void LaunchQueue::startWaiting_(std::vector<Event>& events) {
 
 /// Who has to wait shows as queued from the first time on.
 void LaunchQueue::showWaiting_(std::vector<Event>& events) {
-    const Runs waiting = m_waiting;
-    for (HAXPExpRun* run : waiting) {
-        if (contains(m_shown, run))
-            continue;
-        try {
-            m_launcher.enqueue(*run);
-            m_shown.push_back(run);
-        } catch (const HEXUserException& error) {
+    Runs hidden;
+    std::copy_if(m_waiting.begin(), m_waiting.end(), std::back_inserter(hidden),
+                 [this](const HAXPExpRun* run) { return !contains(m_shown, run); });
+    if (hidden.empty())
+        return;
+    m_shown.insert(m_shown.end(), hidden.begin(), hidden.end());
+    try {
+        for (const RunLauncher::Refusal& refusal : m_launcher.enqueue(hidden))
+            giveUp_(*refusal.run, Event::kRefused, refusal.text, events);
+    } catch (const HEXUserException& error) {
+        for (HAXPExpRun* run : hidden)
             giveUp_(*run, Event::kRefused, error.what(), events);
-        }
     }
+}
+
+/// Whether nobody took `run` back since it shows as queued. A marker is read again only when
+/// it isn't the file that it was.
+bool LaunchQueue::isStillShown_(HAXPExpRun& run) {
+    workbench::FileStamp stamp;
+    workbench::readStamp(run.queueMarkerPath(), stamp);
+    const auto known = m_markers.find(&run);
+    if (known != m_markers.end() && known->second == stamp)
+        return true;
+    if (!RunLauncher::isEnqueued(run))
+        return false;
+    m_markers[&run] = stamp;
+    return true;
 }
 
 LaunchQueue::Turn LaunchQueue::turnOf_(const HAXPExpRun& run) const {
@@ -219,6 +244,11 @@ void LaunchQueue::start_(HAXPExpRun& run, Slot& slot, std::vector<Event>& events
 }
 
 void LaunchQueue::launch_(HAXPExpRun& run, const workbench::LaunchWay& way) {
+    // One alone is saved with the project as a whole.
+    if (!m_hasRecords && runCount() > 1) {
+        m_launcher.saveRunsAlone();
+        m_hasRecords = true;
+    }
     m_launcher.launch(run, way, m_options.getUserRunScript(run.getName()));
 }
 

@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -10,6 +11,7 @@
 #include "runs/base/xperiment/HAXPLaunchOptions.h"
 #include "workbench/RunLauncher.h"
 #include "workbench/WorkbenchExport.h"
+#include "workbench/fileFingerprint.h"
 #include "workbench/launchLease.h"
 
 class HAXPExpRun;
@@ -99,6 +101,7 @@ private:
 
     enum class Turn { kWait, kStart, kNever };
 
+    bool isStillShown_(HAXPExpRun& run);
     void lookAtRunning_(std::vector<Event>& events);
     void startWaiting_(std::vector<Event>& events);
     void showWaiting_(std::vector<Event>& events);
@@ -121,4 +124,8 @@ private:
     Runs m_earlier;
     /// Those of the waiting ones that show as queued.
     Runs m_shown;
+    /// Their queue markers as they were when they were read.
+    std::map<const HAXPExpRun*, workbench::FileStamp> m_markers;
+    /// Whether what the launches changed stands beside the project file.
+    bool m_hasRecords = false;
 };

@@ -30,6 +30,7 @@
 #include "workbench/OpenRunInfo.h"
 #include "workbench/RunReports.h"
 #include "workbench/entryRules.h"
+#include "workbench/fileFingerprint.h"
 #include "workbench/openFlows.h"
 #include "workbench/printable.h"
 #include "workbench/projectEntry.h"
@@ -44,6 +45,8 @@
 namespace {
 
 const char kLockName[] = ".project.lock";
+/// So many launches may stand beside the project file.
+constexpr int kMostRecords = 50;
 
 template <class... Args> [[noreturn]] void fail(const char* format, const Args&... args) {
     throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, format, args...));
@@ -313,8 +316,27 @@ void Project::save() {
     } catch (const HEXError& error) {
         fail("@60-15@%s%s", m_dir, error.what());
     }
+    m_saved.clear();
+    m_recordCount = 0;
     for (const auto& entry : m_entries)
         entry->run->clearDirty();
+}
+
+void Project::saveLaunch(const HAXPExpRun& run) {
+    if (m_access != kChange)
+        throw HEXAlgException("the project is open for reading");
+    if (m_saved.empty())
+        m_saved = workbench::readFingerprint(m_dir + "/" + kFileName).sha1;
+    try {
+        ProjectFile(*this).writeRecord(entryOf_(run), m_saved);
+        entryOf_(run).run->clearDirty();
+        // Who reads the project has to read them all.
+        if (++m_recordCount >= kMostRecords)
+            save();
+    } catch (const HEXError&) {
+        // Where no record can be made the whole may still be saved, or says why not.
+        save();
+    }
 }
 
 void Project::strategyModifiedCallback_(HAXPStrategy*) {}

@@ -118,6 +118,12 @@ public:
     /// reading only; the old file is intact.
     void save();
 
+    /// Saves what a launch changed of `run` and nothing else, at the same cost however many
+    /// runs there are: beside the project file, where whoever opens the project finds it. The
+    /// next save() takes it in, and now and then this does. Everything else must have been saved.
+    /// Throws as save() does.
+    void saveLaunch(const HAXPExpRun& run);
+
 protected:
     void strategyModifiedCallback_(HAXPStrategy* strategy) override;
 
@@ -142,6 +148,10 @@ private:
     Access m_access;
     DesignInputs m_inputs;
     std::unique_ptr<Lock> m_lock;
+    /// The SHA-1 of the project file; empty until it is asked for.
+    std::string m_saved;
+    /// How many launches stand beside it.
+    int m_recordCount = 0;
     std::vector<std::unique_ptr<Entry>> m_entries;
     /// Where entries stood when they were added. What is found here is looked at before it is
     /// believed, for runs are renamed and go.

@@ -67,7 +67,22 @@ bool isWhole(const HAXPExpRun& run) {
            endsWith(script, OpenDataMgr::getLastLine() + "\n\n\n");
 }
 
-bool parses(const HAXPExpRun& run) {
+/// `script` with the name of `run` and every number as one sign: a shell takes two scripts
+/// that are the same so far alike.
+std::string formOf(const HAXPExpRun& run, std::string script) {
+    for (std::size_t at = 0; (at = script.find(run.getName(), at)) != std::string::npos; ++at)
+        script.replace(at, run.getName().size(), "@");
+    std::string form;
+    form.reserve(script.size());
+    for (const char c : script) {
+        const bool isDigit = c >= '0' && c <= '9';
+        if (!isDigit || form.empty() || form.back() != '0')
+            form += isDigit ? '0' : c;
+    }
+    return form;
+}
+
+bool isUnderstood(const HAXPExpRun& run) {
     HUTFork shell;
     shell.addArg("sh");
     shell.addArg("-n");
@@ -119,6 +134,18 @@ void clearFiles(const HAXPExpRun& run, const HAXPExpRunStep* first) {
     }
 }
 
+/// Makes `run`, which has a directory, show as queued.
+void showWaiting(HAXPExpRun& run) {
+    workbench::LaunchLease lease = workbench::makeLease();
+    lease.isWaiting = true;
+    try {
+        workbench::writeLease(run.queueMarkerPath(), lease);
+    } catch (const HXMLException&) {
+        fail("@60-43@%s%s", run.getName(), adviceFor(run.getDir()));
+    }
+    run.updateStatus();
+}
+
 }  // namespace
 
 RunLauncher::RunLauncher(Project& project) : m_project(project) {}
@@ -156,21 +183,69 @@ void RunLauncher::launch(HAXPExpRun& run, const workbench::LaunchWay& way,
 }
 
 void RunLauncher::enqueue(HAXPExpRun& run) {
+    prepareToWait_(run);
+    // Once it waits, its status tells nothing of the launch before.
+    workbench::rememberBefore(m_project, run);
+    m_project.save();
+    showWaiting(run);
+}
+
+std::vector<RunLauncher::Refusal> RunLauncher::enqueue(const std::vector<HAXPExpRun*>& runs) {
+    std::vector<Refusal> refused;
+    std::vector<HAXPExpRun*> ready;
+    for (HAXPExpRun* run : runs) {
+        try {
+            prepareToWait_(*run);
+            ready.push_back(run);
+        } catch (const HEXUserException& error) {
+            refused.push_back({run, error.what()});
+        }
+    }
+    for (HAXPExpRun* run : ready)
+        workbench::rememberBefore(m_project, *run);
+    if (!ready.empty())
+        m_project.save();
+    for (HAXPExpRun* run : ready) {
+        try {
+            showWaiting(*run);
+        } catch (const HEXUserException& error) {
+            refused.push_back({run, error.what()});
+        }
+    }
+    return refused;
+}
+
+void RunLauncher::prepareToWait_(HAXPExpRun& run) {
     run.updateStatus();
     workbench::requireNotAtWork(run);
     workbench::requireSources(run);
     prepareDirectory_(run);
-    // Once it waits, its status tells nothing of the launch before.
-    workbench::rememberBefore(m_project, run);
+}
+
+void RunLauncher::saveRunsAlone() {
     m_project.save();
-    workbench::LaunchLease lease = workbench::makeLease();
-    lease.isWaiting = true;
-    try {
-        workbench::writeLease(run.queueMarkerPath(), lease);
-    } catch (const HXMLException&) {
-        fail("@60-43@%s%s", run.getName(), adviceFor(run.getDir()));
-    }
-    run.updateStatus();
+    m_savesRunsAlone = true;
+}
+
+void RunLauncher::save_(const HAXPExpRun& run) {
+    if (m_savesRunsAlone)
+        m_project.saveLaunch(run);
+    else
+        m_project.save();
+}
+
+/// Each form of a script is given to a shell once.
+bool RunLauncher::parses_(const HAXPExpRun& run) {
+    std::string script;
+    if (!HUTFileUtils::readFile(run.pathOf("runme.sh"), kLargestScript, script))
+        return false;
+    const std::string form = formOf(run, script);
+    if (m_understood.count(form) > 0)
+        return true;
+    const bool isGood = isUnderstood(run);
+    if (isGood)
+        m_understood.insert(form);
+    return isGood;
 }
 
 bool RunLauncher::isEnqueued(const HAXPExpRun& run) {
@@ -247,7 +322,7 @@ void RunLauncher::writeScripts_(HAXPExpRun& run, const std::string& userScript) 
     else
         workbench::useRunScript(run, userScript);
     const bool hasWrapper = HUTFile(run.pathOf("ZUMWrap.sh")).size() > 0;
-    if (!hasWrapper || !isWhole(run) || !parses(run))
+    if (!hasWrapper || !isWhole(run) || !parses_(run))
         fail("@60-43@%s%s", run.getName(), adviceFor(run.getDir()));
 }
 
@@ -261,7 +336,7 @@ void RunLauncher::recordLaunch_(HAXPExpRun& run) {
     run.getInfo().recordLaunch();
     cluster::nameConfiguration(run.getInfo(), m_lease.way);
     run.setRunMode(HAXPExpRun::kLaunched);
-    m_project.save();
+    save_(run);
     // The runs that start from this one hear of its directory and launch.
     m_project.tellDependants(run);
 }
@@ -293,7 +368,7 @@ void RunLauncher::start_(HAXPExpRun& run) {
     } catch (const HEXUserException&) {
         run.setRunMode(HAXPExpRun::kNotLaunched);
         run.getInfo().setLaunch(0, "");
-        m_project.save();
+        save_(run);
         throw;
     }
     run.updateStatus();

@@ -2,7 +2,9 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <set>
 #include <string>
+#include <vector>
 
 #include "workbench/WorkbenchExport.h"
 #include "workbench/launchLease.h"
@@ -14,8 +16,19 @@ class Project;
 /// Launches runs, here or elsewhere; they go on when the caller ends.
 class WORKBENCH_API RunLauncher {
 public:
+    /// A run that can't be queued, and why.
+    struct Refusal {
+        HAXPExpRun* run;
+        std::string text;
+    };
+
     /// The project isn't owned and is open for changes.
     explicit RunLauncher(Project& project);
+
+    /// For many launches in a row: saves the project now, and from then on what a launch
+    /// changes of its run alone. Whoever asks for it saves the project at the end.
+    /// @throws HEXUserException it can't be saved.
+    void saveRunsAlone();
 
     /// Starts `run` from its first step that isn't done or is stale, in a run directory
     /// that is made if it has none, and saves the project. Returns as soon as the run's
@@ -35,12 +48,18 @@ public:
     /// @throws HEXUserException it is at work, an input is missing, or its directory can't
     /// be written.
     void enqueue(HAXPExpRun& run);
+    /// enqueue() of many, with the project saved once. Those that can't wait are left as they
+    /// are, each with its message.
+    std::vector<Refusal> enqueue(const std::vector<HAXPExpRun*>& runs);
     /// Whether `run` waits by enqueue() of this process, and nobody took it back since.
     static bool isEnqueued(const HAXPExpRun& run);
     /// Undoes enqueue().
     static void takeBack(HAXPExpRun& run);
 
 private:
+    void prepareToWait_(HAXPExpRun& run);
+    void save_(const HAXPExpRun& run);
+    bool parses_(const HAXPExpRun& run);
     void checkInputs_(const HAXPExpRun& run) const;
     void prepareDirectory_(HAXPExpRun& run);
     void takeBack_(HAXPExpRun& run, const workbench::LaunchWay& way, const HAXPExpRunStep* first);
@@ -53,4 +72,7 @@ private:
 
     Project& m_project;
     workbench::LaunchLease m_lease;
+    bool m_savesRunsAlone = false;
+    /// Scripts that a shell understood, but for their numbers and the run's name.
+    std::set<std::string> m_understood;
 };

@@ -11,6 +11,7 @@
 #include "environment/errors/HEXUserException.h"
 #include "environment/errors/HXMLException.h"
 #include "environment/files/HUTFile.h"
+#include "environment/files/HUTFileUtils.h"
 #include "environment/messages/ComMsgMgr.h"
 #include "environment/messages/ComMsgMgrInstance.h"
 #include "environment/options/HATAttrSpec.h"
@@ -26,6 +27,7 @@
 #include "workbench/OpenRunInfo.h"
 #include "workbench/cluster/gridKill.h"
 #include "workbench/entryRules.h"
+#include "workbench/fileFingerprint.h"
 #include "workbench/optionText.h"
 #include "workbench/printRecords.h"
 #include "workbench/projectEntry.h"
@@ -39,12 +41,17 @@ namespace {
 constexpr int kVersion = 1;
 constexpr int kMinor = 3;
 
+/// Records of launches that the project file doesn't hold yet.
+constexpr char kRecordFolder[] = ".xperiment/launching";
+constexpr int kMostTries = 3;
+
 /// Elements and attributes of the format, for reader and writer.
 namespace name {
 const char kProject[] = "Project";
 const char kVersion[] = "Version";
 const char kMinor[] = "Minor";
 const char kName[] = "Name";
+const char kBase[] = "Base";
 const char kTop[] = "Top";
 const char kDevice[] = "Device";
 const char kPackage[] = "Package";
@@ -353,13 +360,64 @@ ProjectFile::ProjectFile(Project& project) : m_project(project) {}
 
 void ProjectFile::read() {
     try {
-        const xml::Document document = xml::Document::fromFile(path_());
+        const xml::Document document = readWithRecords_();
         checkVersion_(document);
         readDocument_(document);
     } catch (const HXMLException& error) {
         throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-12@%s%s",
                                                  path_(), error.what()));
     }
+}
+
+/// A save takes the records in and then removes them: who reads meanwhile looks again.
+xml::Document ProjectFile::readWithRecords_() {
+    for (int tries = 0; hasRecords_() && tries < kMostTries; ++tries) {
+        const std::string base = workbench::readFingerprint(path_()).sha1;
+        xml::Document document = xml::Document::fromFile(path_());
+        readRecords_(base);
+        if (workbench::readFingerprint(path_()).sha1 == base)
+            return document;
+    }
+    m_records.clear();
+    return xml::Document::fromFile(path_());
+}
+
+bool ProjectFile::hasRecords_() const {
+    return HUTFile(recordDir_()).isDir();
+}
+
+/// One that is damaged, or of another project file, says nothing.
+void ProjectFile::readRecords_(const std::string& base) {
+    m_records.clear();
+    const std::unique_ptr<HSTFwdIter<HUTFile>> files(HUTFile(recordDir_()).createFileIter());
+    while (files->hasNext()) {
+        std::string file;
+        files->next().getName(file);
+        if (file.front() == '.')
+            continue;
+        try {
+            xml::Document record = xml::Document::fromFile(recordDir_() + "/" + file);
+            const std::string run = record.root().attribute(name::kName);
+            if (record.root().name() == name::kRun && record.root().attribute(name::kBase) == base)
+                m_records.emplace(run, std::move(record));
+        } catch (const HXMLException&) {
+            continue;
+        }
+    }
+}
+
+void ProjectFile::writeRecord(const Project::Entry& entry, const std::string& base) const {
+    if (!HUTFile(recordDir_()).mkDirRecursive())
+        throw HXMLException("the folder " + recordDir_() + " can't be made");
+    HXMLWriterBase out(recordDir_() + "/" + entry.run->getName() + ".xml");
+    out.addAttr(name::kBase, base);
+    writeRun_(out, entry);
+    out.closeDoc();
+}
+
+void ProjectFile::dropRecords_() const {
+    if (hasRecords_())
+        HUTFileUtils::removeBelow(m_project.m_dir, kRecordFolder);
 }
 
 void ProjectFile::write() const {
@@ -387,6 +445,7 @@ void ProjectFile::write() const {
         writeRun_(out, *entry);
     out.wrEndTag(name::kProject);
     out.closeDoc();
+    dropRecords_();
 }
 
 void ProjectFile::writeRunAlone(const std::string& path, const std::string& root,
@@ -442,8 +501,13 @@ void ProjectFile::readDocument_(const xml::Document& document) {
     readDesign_(root);
     requireEntry(document, root, [this] { workbench::requireInputs(m_project.m_inputs); });
     for (const xml::Element& child : root.children()) {
-        if (child.name() == name::kRun)
+        if (child.name() != name::kRun)
+            continue;
+        const auto record = m_records.find(child.attribute(name::kName));
+        if (record == m_records.end())
             readRun_(document, child);
+        else
+            readRun_(record->second, record->second.root());
     }
 }
 
@@ -633,6 +697,10 @@ std::string ProjectFile::absolute_(const std::string& path) const {
 std::string ProjectFile::relative_(const std::string& path) const {
     const std::string folder = m_project.m_dir + "/";
     return path.compare(0, folder.size(), folder) == 0 ? path.substr(folder.size()) : path;
+}
+
+std::string ProjectFile::recordDir_() const {
+    return m_project.m_dir + "/" + kRecordFolder;
 }
 
 std::string ProjectFile::path_() const {

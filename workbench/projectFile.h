@@ -2,18 +2,16 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <map>
 #include <string>
 #include <utility>
 #include <vector>
 
+#include "environment/xml/xmlDocument.h"
 #include "workbench/Project.h"
 #include "workbench/inputFiles.h"
 #include "workbench/inputRecord.h"
 
-namespace xml {
-class Document;
-class Element;
-}  // namespace xml
 class HXMLWriterBase;
 class OpenRunInfo;
 
@@ -24,8 +22,12 @@ public:
 
     /// @throws HEXUserException the file is damaged or of a newer version.
     void read();
-    /// @throws HXMLException the file can't be saved.
+    /// Takes the records of launches in, which go. @throws HXMLException the file can't be
+    /// saved.
     void write() const;
+    /// Saves `entry` alone, as a record beside the file whose SHA-1 is `base`. It counts
+    /// as long as the file is that one. @throws HXMLException it can't be saved.
+    void writeRecord(const Project::Entry& entry, const std::string& base) const;
 
     /// Writes `run` alone, as it stands in the project file, into the file `path`, within a root
     /// element `root` with `attributes`. @throws HXMLException the file can't be saved.
@@ -41,6 +43,10 @@ public:
 
 private:
     void readDocument_(const xml::Document& document);
+    xml::Document readWithRecords_();
+    bool hasRecords_() const;
+    void readRecords_(const std::string& base);
+    void dropRecords_() const;
     void checkVersion_(const xml::Document& document) const;
     void readDesign_(const xml::Element& root);
     void readRun_(const xml::Document& document, const xml::Element& element);
@@ -57,6 +63,9 @@ private:
     std::string absolute_(const std::string& path) const;
     std::string relative_(const std::string& path) const;
     std::string path_() const;
+    std::string recordDir_() const;
 
     Project& m_project;
+    /// By the name of the run that each is of.
+    std::map<std::string, xml::Document> m_records;
 };

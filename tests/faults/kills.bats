@@ -69,6 +69,24 @@ start_anew() { "$xp" -C proj reset synth_1 2>/dev/null; }
   victim='' least=40 sweep launch synth_1 --no-wait
 }
 
+@test "xp killed at any point of two launches in a row: both are true, and the next launches go on" {
+  new_quick_project
+  "$xp" -C proj create synth_2 --flow synth 2>/dev/null
+  prepare() {
+    "$xp" -C proj reset synth_2 2>/dev/null
+    start_anew
+  }
+  second_rests() { case $(status_word synth_2) in running | queued | unknown) false ;; esac }
+  survives() {
+    soon second_rests || return 1
+    goes_on || return 1
+    "$xp" -C proj launch synth_2 >next.out 2>next.err || { cat next.err; return 1; }
+    [ "$(status_word synth_2)" = 'done' ]
+  }
+  SWEEP_STEP=${SWEEP_STEP:-3} victim='' least=60 sweep launch synth_2 synth_1 --no-wait
+  [ ! -e proj/.xperiment/launching ]
+}
+
 @test "xp killed at any point of a reset: the status is true, and the next launch goes on" {
   new_quick_project
   prepare() { "$xp" -C proj launch synth_1 >/dev/null 2>&1; }

@@ -182,3 +182,25 @@ teardown() { end_runs; }
   [[ $output == *'[0/3] running 1, waiting 2: synth_1 '* ]]
   [[ $output == *'[1/3] running 1, waiting 1, failed 1: synth_2 '* ]]
 }
+
+@test "a launch that xp was killed over is known all the same, and the next save takes it in" {
+  gated_tool
+  new_syntheses 3
+  cp proj/project.xml before.xml
+  jobs_in_background -j 3
+  wait_until statuses_are 'running running running'
+  # Two launches at least stand beside the project file, which isn't written for each.
+  [ "$(ls proj/.xperiment/launching | wc -l)" -ge 2 ]
+  kill -9 "$xp_pid"
+  end_of_xp
+  for n in 1 2 3; do touch "$tool_dir/go.$n"; done
+  wait_until statuses_are 'done done done'
+  # Whoever looks knows what each was launched with.
+  run -0 --separate-stderr "$xp" -C proj why synth_3
+  [[ $output == *'up to date'* ]]
+  run -0 --separate-stderr "$xp" -C proj launch
+  [[ $stderr == *'synth_1: up to date'*'synth_3: up to date'* ]]
+  "$xp" -C proj set synth_2 abc9=true
+  [ ! -e proj/.xperiment/launching ]
+  [ "$(grep -c '<Launch ' proj/project.xml)" = 3 ]
+}
