@@ -177,9 +177,13 @@ void LaunchQueue::showWaiting_(std::vector<Event>& events) {
                  [this](const HAXPExpRun* run) { return !contains(m_shown, run); });
     if (hidden.empty())
         return;
-    m_shown.insert(m_shown.end(), hidden.begin(), hidden.end());
     try {
-        for (const RunLauncher::Refusal& refusal : m_launcher.enqueue(hidden))
+        // What is refused may be another queue's, whose marker isn't to be taken back.
+        const std::vector<RunLauncher::Refusal> refused = m_launcher.enqueue(hidden);
+        for (const RunLauncher::Refusal& refusal : refused)
+            remove(hidden, refusal.run);
+        m_shown.insert(m_shown.end(), hidden.begin(), hidden.end());
+        for (const RunLauncher::Refusal& refusal : refused)
             giveUp_(*refusal.run, Event::kRefused, refusal.text, events);
     } catch (const HEXUserException& error) {
         for (HAXPExpRun* run : hidden)
