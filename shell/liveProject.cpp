@@ -2,10 +2,10 @@
 // Copyright the Xperiment authors
 #include "shell/liveProject.h"
 
-#include <sys/stat.h>
-
 #include "environment/errors/HEXAll.h"
+#include "environment/files/HUTFile.h"
 #include "environment/process/clock.h"
+#include "shell/fileSigns.h"
 
 namespace shell {
 
@@ -17,12 +17,9 @@ LiveProject::LiveProject(const std::string& dir) : m_lookedMs(process::clock().n
 
 LiveProject::~LiveProject() = default;
 
-LiveProject::Stamp LiveProject::stamp_() const {
-    struct stat info {};
-    const std::string path = m_project->getDir() + "/" + Project::kFileName;
-    if (stat(path.c_str(), &info) != 0)
-        return {};
-    return {info.st_ino, info.st_size, info.st_mtim};
+std::string LiveProject::signs_() const {
+    const std::string& dir = m_project->getDir();
+    return HUTFile::exists(dir + "/" + Project::kFileName) ? projectSigns(dir) : std::string();
 }
 
 void LiveProject::take_(std::unique_ptr<Project> project) {
@@ -37,17 +34,15 @@ bool LiveProject::refresh() {
     if (now - m_lookedMs < kLookMs)
         return false;
     m_lookedMs = now;
-    const Stamp stamp = stamp_();
-    if (stamp.inode == 0 || (stamp.inode == m_stamp.inode && stamp.size == m_stamp.size &&
-                             stamp.modified.tv_sec == m_stamp.modified.tv_sec &&
-                             stamp.modified.tv_nsec == m_stamp.modified.tv_nsec))
+    const std::string signs = signs_();
+    if (signs.empty() || signs == m_signs)
         return false;
     try {
         take_(Project::open(m_project->getDir(), Project::kRead));
     } catch (const HEXAll&) {
         return false;
     }
-    m_stamp = stamp;
+    m_signs = signs;
     return true;
 }
 

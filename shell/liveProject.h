@@ -5,9 +5,6 @@
 #include <memory>
 #include <string>
 
-#include <sys/types.h>
-#include <time.h>
-
 #include "shell/launchProgress.h"
 #include "shell/stepTimes.h"
 #include "workbench/Project.h"
@@ -30,7 +27,7 @@ public:
     const Project& project() const { return *m_project; }
     LaunchProgress& progress() { return *m_progress; }
 
-    /// Reads the project anew when its file has changed, at most once in kLookMs; whether it
+    /// Reads the project anew when it was saved since, at most once in kLookMs; whether it
     /// did: runs that were handed out are gone then. What can't be read leaves all as it was.
     bool refresh();
 
@@ -38,18 +35,14 @@ public:
     void forgetTimes() { m_times->forget(); }
 
 private:
-    /// What tells a file from the one before.
-    struct Stamp {
-        ino_t inode = 0;
-        off_t size = 0;
-        timespec modified{};
-    };
-    Stamp stamp_() const;
+    /// What tells a project that was saved since from the one before; empty when its file isn't
+    /// there.
+    std::string signs_() const;
     void take_(std::unique_ptr<Project> project);
 
-    /// Of the file before it was read. Of the first reading it isn't known: the first look
-    /// reads anew.
-    Stamp m_stamp;
+    /// Of the project before it was read. Of the first reading they aren't known: the first
+    /// look reads anew.
+    std::string m_signs;
     long m_lookedMs;
     std::unique_ptr<Project> m_project;
     std::unique_ptr<StepTimes> m_times;

@@ -145,6 +145,10 @@ std::string Project::findDir(const std::string& dir) {
     fail("@60-10@%s", absolute(dir));
 }
 
+std::vector<std::string> Project::savedPaths(const std::string& dir) {
+    return {dir + "/" + kFileName, ProjectFile::recordDir(dir)};
+}
+
 std::unique_ptr<Project> Project::create(const std::string& dir, const DesignInputs& inputs) {
     const std::string folder = absolute(dir);
     workbench::requireScriptPath(folder);

@@ -43,6 +43,10 @@ public:
     /// @throws HEXUserException there is none.
     static std::string findDir(const std::string& dir);
 
+    /// The paths in the project's folder `dir` of which one is another file, or has another time,
+    /// whenever a project was saved in whole or in part. Not each of them is there.
+    static std::vector<std::string> savedPaths(const std::string& dir);
+
     /// Makes a project in `dir`, which is made if it isn't there, open for changes and
     /// saved. @throws HEXUserException there is one already, or it can't be made.
     static std::unique_ptr<Project> create(const std::string& dir, const DesignInputs& inputs);

@@ -28,7 +28,9 @@
 #include "workbench/cluster/gridKill.h"
 #include "workbench/entryRules.h"
 #include "workbench/fileFingerprint.h"
+#include "workbench/links.h"
 #include "workbench/optionText.h"
+#include "workbench/ownFolder.h"
 #include "workbench/printRecords.h"
 #include "workbench/projectEntry.h"
 #include "workbench/projectNames.h"
@@ -42,7 +44,8 @@ constexpr int kVersion = 1;
 constexpr int kMinor = 3;
 
 /// Records of launches that the project file doesn't hold yet.
-constexpr char kRecordFolder[] = ".xperiment/launching";
+constexpr char kRecordFolder[] = "launching";
+constexpr char kRecordEnd[] = ".xml";
 constexpr int kMostTries = 3;
 
 /// Elements and attributes of the format, for reader and writer.
@@ -382,8 +385,11 @@ xml::Document ProjectFile::readWithRecords_() {
     return xml::Document::fromFile(path_());
 }
 
+/// What a link leads to isn't this project's.
 bool ProjectFile::hasRecords_() const {
-    return HUTFile(recordDir_()).isDir();
+    const std::string dir = recordDir_();
+    return !workbench::isLink(workbench::ownFolder(m_project.m_dir)) && !workbench::isLink(dir) &&
+           HUTFile(dir).isDir();
 }
 
 /// One that is damaged, or of another project file, says nothing.
@@ -398,7 +404,8 @@ void ProjectFile::readRecords_(const std::string& base) {
         try {
             xml::Document record = xml::Document::fromFile(recordDir_() + "/" + file);
             const std::string run = record.root().attribute(name::kName);
-            if (record.root().name() == name::kRun && record.root().attribute(name::kBase) == base)
+            if (record.root().name() == name::kRun &&
+                record.root().attribute(name::kBase) == base && file == run + kRecordEnd)
                 m_records.emplace(run, std::move(record));
         } catch (const HXMLException&) {
             continue;
@@ -407,9 +414,13 @@ void ProjectFile::readRecords_(const std::string& base) {
 }
 
 void ProjectFile::writeRecord(const Project::Entry& entry, const std::string& base) const {
-    if (!HUTFile(recordDir_()).mkDirRecursive())
-        throw HXMLException("the folder " + recordDir_() + " can't be made");
-    HXMLWriterBase out(recordDir_() + "/" + entry.run->getName() + ".xml");
+    const std::string dir = recordDir_();
+    if (!workbench::makeOwnFolder(m_project.m_dir) || workbench::isLink(dir) ||
+        !HUTFile(dir).mkDir())
+        throw HXMLException("the folder " + dir + " can't be made");
+    const std::string path = dir + "/" + entry.run->getName() + kRecordEnd;
+    workbench::makeWayForFile(path);
+    HXMLWriterBase out(path);
     out.addAttr(name::kBase, base);
     writeRun_(out, entry);
     out.closeDoc();
@@ -417,7 +428,7 @@ void ProjectFile::writeRecord(const Project::Entry& entry, const std::string& ba
 
 void ProjectFile::dropRecords_() const {
     if (hasRecords_())
-        HUTFileUtils::removeBelow(m_project.m_dir, kRecordFolder);
+        HUTFileUtils::removeBelow(workbench::ownFolder(m_project.m_dir), kRecordFolder);
 }
 
 void ProjectFile::write() const {
@@ -503,11 +514,23 @@ void ProjectFile::readDocument_(const xml::Document& document) {
     for (const xml::Element& child : root.children()) {
         if (child.name() != name::kRun)
             continue;
-        const auto record = m_records.find(child.attribute(name::kName));
-        if (record == m_records.end())
+        if (!readRecordOf_(child.attribute(name::kName)))
             readRun_(document, child);
-        else
-            readRun_(record->second, record->second.root());
+    }
+}
+
+/// Reads the run from its record; false, with nothing read, when it has none that holds.
+bool ProjectFile::readRecordOf_(const std::string& run) {
+    const auto record = m_records.find(run);
+    if (record == m_records.end())
+        return false;
+    const std::size_t count = m_project.m_entries.size();
+    try {
+        readRun_(record->second, record->second.root());
+        return true;
+    } catch (const HEXError&) {
+        m_project.m_entries.resize(count);
+        return false;
     }
 }
 
@@ -700,7 +723,11 @@ std::string ProjectFile::relative_(const std::string& path) const {
 }
 
 std::string ProjectFile::recordDir_() const {
-    return m_project.m_dir + "/" + kRecordFolder;
+    return recordDir(m_project.m_dir);
+}
+
+std::string ProjectFile::recordDir(const std::string& projectDir) {
+    return workbench::ownFolder(projectDir) + "/" + kRecordFolder;
 }
 
 std::string ProjectFile::path_() const {

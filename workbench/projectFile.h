@@ -41,11 +41,15 @@ public:
     /// The directory of the run in such a file; empty when it has none.
     std::string directoryOf(const xml::Document& document) const;
 
+    /// Where the records of launches lie.
+    static std::string recordDir(const std::string& projectDir);
+
 private:
     void readDocument_(const xml::Document& document);
     xml::Document readWithRecords_();
     bool hasRecords_() const;
     void readRecords_(const std::string& base);
+    bool readRecordOf_(const std::string& run);
     void dropRecords_() const;
     void checkVersion_(const xml::Document& document) const;
     void readDesign_(const xml::Element& root);

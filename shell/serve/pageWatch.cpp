@@ -4,9 +4,7 @@
 
 #include <utility>
 
-#include <fmt/format.h>
-#include <sys/stat.h>
-
+#include "shell/fileSigns.h"
 #include "shell/page/pageData.h"
 #include "shell/page/pageFile.h"
 #include "shell/reportView.h"
@@ -21,15 +19,6 @@
 namespace shell {
 
 namespace {
-
-/// What tells a file from what it was: one system call.
-std::string signOf(const std::string& path) {
-    struct stat info {};
-    if (stat(path.c_str(), &info) != 0)
-        return "-";
-    return fmt::format("{}.{}.{}.{}", info.st_ino, info.st_size, info.st_mtim.tv_sec,
-                       info.st_mtim.tv_nsec);
-}
 
 std::shared_ptr<const PageSnapshot> troubleOf(const std::string& text) {
     auto page = std::make_shared<PageSnapshot>();
@@ -48,7 +37,7 @@ void PageWatch::open() {
     m_project = Project::open(m_dir, Project::kRead);
     chosenRuns(*m_project, m_names);
     m_dir = m_project->getDir();
-    m_projectSigns = signOf(m_dir + "/" + Project::kFileName);
+    m_projectSigns = projectSigns(m_dir);
     m_frame = pageTemplate();
 }
 
@@ -64,11 +53,11 @@ std::shared_ptr<const PageSnapshot> PageWatch::look() {
 }
 
 std::shared_ptr<const PageSnapshot> PageWatch::lookAtProject_() {
-    const std::string projectSigns = signOf(m_dir + "/" + Project::kFileName);
-    if (m_project == nullptr || projectSigns != m_projectSigns) {
+    const std::string signsNow = projectSigns(m_dir);
+    if (m_project == nullptr || signsNow != m_projectSigns) {
         m_project = nullptr;
         m_project = Project::open(m_dir, Project::kRead);
-        m_projectSigns = projectSigns;
+        m_projectSigns = signsNow;
     } else
         m_project->updateRuns();
     for (HAXPExpRun* run : m_project->getRuns())
@@ -83,13 +72,13 @@ std::shared_ptr<const PageSnapshot> PageWatch::lookAtProject_() {
 
 std::string PageWatch::signs_() const {
     const DesignInputs& inputs = m_project->getInputs();
-    std::string signs = m_projectSigns + ' ' + signOf(inputs.constraints);
+    std::string signs = m_projectSigns + ' ' + signsOf(inputs.constraints);
     for (const std::string& source : inputs.sources)
-        signs += ' ' + signOf(source);
+        signs += ' ' + signsOf(source);
     for (const HAXPExpRun* run : m_project->getRuns()) {
         signs += '\n' + statusWord(*run) + ' ' + stepWord(*run);
         if (!run->getDir().empty())
-            signs += ' ' + signOf(run->getDir()) + ' ' + signOf(logPath(*run));
+            signs += ' ' + signsOf(run->getDir()) + ' ' + signsOf(logPath(*run));
     }
     return signs;
 }

@@ -125,67 +125,6 @@ TEST_F(ProjectTest, KeepsALaunchWithItsSnapshot) {
     EXPECT_EQ(read.getInfo().getLaunchedInputs(), record);
 }
 
-TEST_F(ProjectTest, ALaunchIsSavedBesideTheProjectFileAndFoundThere) {
-    HAXPExpRun& run = addSynthesis();
-    addImplementation();
-    m_project->save();
-    const std::string before = m_bench.folder().read("proj/project.xml");
-    run.getInfo().setLaunch(1234, "synth");
-    m_project->saveLaunch(run);
-    EXPECT_EQ(m_bench.folder().read("proj/project.xml"), before);
-    m_project.reset();
-    m_project = Project::open(dir(), Project::kChange);
-    EXPECT_EQ(m_project->getRun("synth_1").getInfo().getLaunchTime(), 1234);
-    EXPECT_EQ(m_project->getRuns().front()->getName(), "synth_1");
-    // The next save takes it in.
-    reopen();
-    EXPECT_EQ(m_project->getRun("synth_1").getInfo().getLaunchTime(), 1234);
-    EXPECT_FALSE(m_bench.folder().has("proj/.xperiment/launching"));
-}
-
-TEST_F(ProjectTest, ALaunchBesideAnotherProjectFileDoesNotCount) {
-    HAXPExpRun& run = addSynthesis();
-    m_project->save();
-    run.getInfo().setLaunch(1234, "synth");
-    m_project->saveLaunch(run);
-    m_project.reset();
-    std::string text = m_bench.folder().read("proj/project.xml");
-    text.insert(text.find("<Run "), "<!-- another -->");
-    m_bench.folder().mark("proj/project.xml", text);
-    m_project = Project::open(dir(), Project::kRead);
-    EXPECT_EQ(m_project->getRun("synth_1").getInfo().getLaunchTime(), 0);
-}
-
-TEST_F(ProjectTest, ALaunchThatIsDamagedDoesNotCount) {
-    HAXPExpRun& run = addSynthesis();
-    m_project->save();
-    run.getInfo().setLaunch(1234, "synth");
-    m_project->saveLaunch(run);
-    m_project.reset();
-    const std::string name = "proj/.xperiment/launching/synth_1.xml";
-    const std::string text = m_bench.folder().read(name);
-    for (std::size_t size = 0; size + 2 < text.size(); size += 7) {
-        m_bench.folder().mark(name, text.substr(0, size));
-        m_project = Project::open(dir(), Project::kRead);
-        EXPECT_EQ(m_project->getRun("synth_1").getInfo().getLaunchTime(), 0) << size;
-    }
-}
-
-TEST_F(ProjectTest, ManyLaunchesAreTakenIn) {
-    HAXPExpRun& run = addSynthesis();
-    m_project->save();
-    for (int i = 1; i < 50; ++i) {
-        run.getInfo().setLaunch(i, "synth");
-        m_project->saveLaunch(run);
-    }
-    EXPECT_TRUE(m_bench.folder().has("proj/.xperiment/launching"));
-    m_project->saveLaunch(run);
-    EXPECT_FALSE(m_bench.folder().has("proj/.xperiment/launching"));
-    m_project.reset();
-    m_project = Project::open(dir(), Project::kRead);
-    EXPECT_EQ(m_project->getRun("synth_1").getInfo().getLaunchTime(), 49);
-}
-
 TEST_F(ProjectTest, MovesWithItsFolder) {
     DesignInputs inputs = m_bench.inputs();
     m_bench.folder().mark("proj/inside.v");
