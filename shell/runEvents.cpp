@@ -24,6 +24,7 @@
 #include "workbench/OpenRunInfo.h"
 #include "workbench/OpenStats.h"
 #include "workbench/launchLease.h"
+#include "workbench/statusWord.h"
 
 namespace shell {
 
@@ -146,7 +147,7 @@ void RunEvents::lookAtStep_(const HAXPExpRun& run, const HAXPExpRunStep& step, S
                             std::vector<RunEvent>& events) {
     Phase& phase = state.steps[idOf(step)];
     const int code = step.getStatus()->getCode();
-    const bool isOver = code == HDGUIStatus::statusDone || code == HDGUIStatus::statusError;
+    const bool isOver = workbench::isOver(code);
     if (phase == Phase::kNone && (isOver || code == HDGUIStatus::statusRunning)) {
         phase = Phase::kBegun;
         events.push_back({RunEvent::kStepBegan, &run, idOf(step), {}, {}, {}});
@@ -189,7 +190,7 @@ std::vector<RunEvent> RunEvents::look(const HAXPExpRun& run, LaunchProgress& pro
         state.isOpen = false;
     const int code = run.getStatus()->getCode();
     const bool isRunning = code == HDGUIStatus::statusRunning;
-    const bool isOver = code == HDGUIStatus::statusDone || code == HDGUIStatus::statusError;
+    const bool isOver = workbench::isOver(code);
     if (!state.isOpen && (isRunning || (isNew && isOver)))
         begin_(run, state, events);
     if (!state.isOpen)

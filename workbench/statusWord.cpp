@@ -31,6 +31,23 @@ std::string statusWord(const HAXPExpRun& run) {
     return abandonmentOf(run) ? "abandoned" : "stopped";
 }
 
+const char* stepStatusWord(int code) {
+    switch (code) {
+    case HDGUIStatus::statusRunning:
+        return "running";
+    case HDGUIStatus::statusDone:
+        return "done";
+    case HDGUIStatus::statusError:
+        return "failed";
+    default:
+        return "not started";
+    }
+}
+
+bool isOver(int code) {
+    return code == HDGUIStatus::statusDone || code == HDGUIStatus::statusError;
+}
+
 std::string flowWord(const HAXPExpRun& run) {
     return run.getInfo().isSynthFlow() ? "synth" : "impl";
 }

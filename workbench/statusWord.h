@@ -16,6 +16,13 @@ namespace workbench {
 /// middle of a step, a stopped one's between two steps; of an unknown one that can't be told.
 WORKBENCH_API std::string statusWord(const HAXPExpRun& run);
 
+/// The status of a step, by its code, in one word: "running", "done" or "failed", and "not started"
+/// for all others. Steps of a queued run haven't started.
+WORKBENCH_API const char* stepStatusWord(int code);
+
+/// Whether a run or step whose status has the code has come to an end, good or not.
+WORKBENCH_API bool isOver(int code);
+
 /// "synth" or "impl".
 WORKBENCH_API std::string flowWord(const HAXPExpRun& run);
 

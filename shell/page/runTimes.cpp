@@ -15,6 +15,7 @@
 #include "shell/runView.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/launchLease.h"
+#include "workbench/statusWord.h"
 
 namespace shell {
 
@@ -56,19 +57,6 @@ struct Markers {
     }
 };
 
-const char* statusOf(int code) {
-    switch (code) {
-    case HDGUIStatus::statusRunning:
-        return "running";
-    case HDGUIStatus::statusDone:
-        return "done";
-    case HDGUIStatus::statusError:
-        return "failed";
-    default:
-        return "not started";
-    }
-}
-
 /// What lies between; nothing when the clock was put back meanwhile.
 std::optional<double> between(double from, std::optional<double> to) {
     if (!to || *to < from)
@@ -86,7 +74,7 @@ StepTime stepTime(const HAXPExpRunStep& step, const std::string& dir, double now
     const HAXPFlowStep& flowStep = *step.getFlowStep();
     time.id = flowStep.getFlowStepId();
     const int code = step.getStatus()->getCode();
-    time.status = statusOf(code);
+    time.status = workbench::stepStatusWord(code);
     // A marker of an earlier launch may stand there; the status has looked whose it is.
     if (code == HDGUIStatus::statusNotStarted || dir.empty())
         return time;

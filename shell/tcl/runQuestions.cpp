@@ -37,6 +37,7 @@
 #include "workbench/Project.h"
 #include "workbench/optionText.h"
 #include "workbench/runFamily.h"
+#include "workbench/statusWord.h"
 #include "workbench/strategyOptions.h"
 
 namespace shell::tcl::run {
@@ -59,21 +60,6 @@ RunOfProject freshRun(Call& call) {
     const RunOfProject found = call.session().run(call.words().at(0));
     TclSession::refresh({found.run});
     return found;
-}
-
-const char* wordOf(int code) {
-    switch (code) {
-    case HDGUIStatus::statusQueued:
-        return "queued";
-    case HDGUIStatus::statusRunning:
-        return "running";
-    case HDGUIStatus::statusDone:
-        return "done";
-    case HDGUIStatus::statusError:
-        return "failed";
-    default:
-        return "not started";
-    }
 }
 
 /// The value of the option `key`, by its full name or alone; null when no step or several
@@ -203,7 +189,7 @@ Tcl_Obj* steps(Call& call) {
     Tcl_Obj* dict = Tcl_NewDictObj();
     for (const HAXPExpRunStep* step : stepsOf(*found.run))
         Tcl_DictObjPut(nullptr, dict, newText(step->getFlowStep()->getFlowStepId()),
-                       newText(wordOf(step->getStatus()->getCode())));
+                       newText(workbench::stepStatusWord(step->getStatus()->getCode())));
     return dict;
 }
 

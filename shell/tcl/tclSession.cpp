@@ -23,6 +23,7 @@
 #include "workbench/LaunchQueue.h"
 #include "workbench/Project.h"
 #include "workbench/history/History.h"
+#include "workbench/statusWord.h"
 
 namespace shell::tcl {
 
@@ -62,21 +63,9 @@ OpenProject* projectOf(const TclSession& session, const HAXPExpRunBase* run) {
     return nullptr;
 }
 
-const char* stepWordOf(int code) {
-    switch (code) {
-    case HDGUIStatus::statusRunning:
-        return "running";
-    case HDGUIStatus::statusDone:
-        return "done";
-    case HDGUIStatus::statusError:
-        return "failed";
-    default:
-        return nullptr;
-    }
-}
-
-bool isEnd(const std::string& status) {
-    return status == "done" || status == "failed" || status == "lost" || status == "stopped";
+/// Whether a step with the status has been at work.
+bool hasBegun(int code) {
+    return code == HDGUIStatus::statusRunning || workbench::isOver(code);
 }
 
 [[noreturn]] void failDeleted() {
@@ -432,15 +421,16 @@ void TclSession::compare_(OpenProject& project, const HAXPExpRun& run) {
         const std::string& id = step->getFlowStep()->getFlowStepId();
         const int code = step->getStatus()->getCode();
         int& before = seen.steps[id];
-        if (code != before && stepWordOf(code) != nullptr)
-            m_pending.push_back({Event::kStep, run.getName(), {id, stepWordOf(code)}});
+        if (code != before && hasBegun(code))
+            m_pending.push_back(
+                {Event::kStep, run.getName(), {id, workbench::stepStatusWord(code)}});
         before = code;
     }
     const std::string status = statusWord(run);
     if (status == seen.status)
         return;
     seen.status = status;
-    if (!isEnd(status))
+    if (!workbench::isOver(run.getStatus()->getCode()))
         return;
     if (status == "done")
         m_pending.push_back({Event::kDone, run.getName(), {}});

@@ -60,8 +60,7 @@ bool recordOrTell(const Project& project, HAXPExpRun& run) {
 }
 
 bool hasEnded(const HAXPExpRun& run) {
-    const int code = run.getStatus()->getCode();
-    return code == HDGUIStatus::statusDone || code == HDGUIStatus::statusError;
+    return isOver(run.getStatus()->getCode());
 }
 
 /// Of a step: its last times under one condition.
