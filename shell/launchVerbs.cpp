@@ -54,10 +54,10 @@ std::string namesOf(const Runs& runs) {
     return fmt::format("{}", fmt::join(names, ", "));
 }
 
-/// The table, and where bitstreams and logs lie.
-void printResults(const Project& project, const Runs& runs) {
-    std::fflush(stderr);
-    fmt::print("{}", statusTable(project, runs));
+/// Of so many runs each file is named; of more it is said how they are called.
+constexpr std::size_t kMostNamed = 4;
+
+void printFiles(const Runs& runs) {
     for (const HAXPExpRun* run : runs) {
         const std::string bitstream = bitstreamPath(*run);
         if (!bitstream.empty())
@@ -67,6 +67,22 @@ void printResults(const Project& project, const Runs& runs) {
         if (!logPath(*run).empty())
             fmt::print("Log of {}: {}\n", run->getName(), logPath(*run));
     }
+}
+
+/// The table, and where bitstreams and logs lie.
+void printResults(const Project& project, const Runs& runs) {
+    std::fflush(stderr);
+    fmt::print("{}", statusTable(project, runs));
+    if (runs.size() <= kMostNamed) {
+        printFiles(runs);
+        return;
+    }
+    const auto made = std::count_if(runs.begin(), runs.end(), [](const HAXPExpRun* run) {
+        return !bitstreamPath(*run).empty();
+    });
+    const std::string bitstreams = made == 0 ? "" : fmt::format("{} bitstreams and ", made);
+    fmt::print("In the directories of the runs, below {}: {}the logs, runme.log.\n",
+               project.getRunsDir(), bitstreams);
 }
 
 int tellInterrupted(const Runs& working, const Runs& left) {

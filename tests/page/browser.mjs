@@ -112,3 +112,17 @@ export async function drawn(page, id) {
   await page.locator(`#${id}`).scrollIntoViewIfNeeded();
   await page.waitForSelector(`#${id} .chart[data-drawn] svg`);
 }
+
+/**
+ * Presses until a run is selected. A page that still draws what has come into sight may move a
+ * place between the look at it and the press; so that is looked at anew, and nothing is timed.
+ */
+export async function pressUntilSelected(page, press) {
+  const bar = page.getByRole('region', { name: 'Selected run' });
+  for (let tries = 0; tries < 50 && !(await bar.isVisible()); tries += 1) {
+    await press();
+    await page.evaluate(() => new Promise((done) => requestAnimationFrame(() => requestAnimationFrame(done))));
+  }
+  assert.ok(await bar.isVisible(), 'no press selects a run');
+  return bar;
+}

@@ -2,7 +2,7 @@
 // Copyright the Xperiment authors
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { drawn, open, shownNames, useBrowser } from './browser.mjs';
+import { drawn, open, pressUntilSelected, shownNames, useBrowser } from './browser.mjs';
 import { page as pageOf } from './fixture.mjs';
 
 useBrowser();
@@ -54,10 +54,10 @@ test('a press on the ringed pick selects it', async () => {
   const page = await open(data);
   await drawn(page, 'tradeoff');
   const label = page.locator('#tradeoff svg text', { hasText: best.name });
-  const at = await label.boundingBox();
-  await page.mouse.click(at.x + at.width / 2, at.y + at.height + 12);
-  const bar = page.getByRole('region', { name: 'Selected run' });
-  await bar.waitFor();
+  const bar = await pressUntilSelected(page, async () => {
+    const at = await label.boundingBox();
+    await page.mouse.click(at.x + at.width / 2, at.y + at.height + 12);
+  });
   assert.match(await bar.textContent(), new RegExp(`^${best.name}`));
 });
 

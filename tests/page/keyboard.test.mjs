@@ -4,7 +4,7 @@
 // The page without a mouse, and through the eyes of axe.
 import assert from 'node:assert/strict';
 import { test } from 'node:test';
-import { drawn, open, require, shownNames, useBrowser } from './browser.mjs';
+import { drawn, open, pressUntilSelected, require, shownNames, useBrowser } from './browser.mjs';
 import { emptyPage, page as pageOf } from './fixture.mjs';
 
 useBrowser();
@@ -126,8 +126,7 @@ for (const theme of ['light', 'dark'])
         }
         await page.getByLabel('Group by').selectOption('group');
         await page.waitForSelector('.group-toggle');
-        await page.locator('#runs .tabulator-row .tabulator-cell[tabulator-field=seed]').first().click();
-        await page.waitForSelector('.selection:not([hidden])');
+        await pressUntilSelected(page, () => page.locator('#runs .tabulator-row .tabulator-cell[tabulator-field=seed]').first().click());
       }
       await page.evaluate(require('axe-core').source);
       const { violations, passes } = await page.evaluate(() => window.axe.run(document, { resultTypes: ['violations'] }));

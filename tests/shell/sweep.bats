@@ -15,6 +15,9 @@ setup_file() { need_tools; }
   [ "${#lines[@]}" = 7 ]
   [ "$stderr" = '6 runs are made. Next: xp launch night' ]
   run -0 --separate-stderr "$xp" -C proj launch night -j 2
+  # One place for all, and not two lines for each of many runs.
+  [[ $output == *$'\nIn the directories of the runs, below '"$project/runs: the logs, runme.log." ]]
+  [[ $output != *'Log of '* ]]
   # One synthesis for all of them.
   [ "$(grep -c 'synth_1: done' <<<"$stderr")" = 1 ]
   [ "$(status_of night_Performance_s3 status)" = "done" ]
