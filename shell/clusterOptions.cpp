@@ -34,13 +34,11 @@ void ClusterOptions::declare(CLI::App& command) {
                                 "Launch on a grid engine by this submit command, such as "
                                 "\"qsub -q all.q\"")
                     ->check(CLI::Validator(checkWords, "COMMAND"))
-                    ->excludes("--jobs")
                     ->excludes("--host");
     auto* lsf = command
                     .add_option("--lsf", m_lsf,
                                 "Launch on LSF by this submit command, such as \"bsub -q medium\"")
                     ->check(CLI::Validator(checkWords, "COMMAND"))
-                    ->excludes("--jobs")
                     ->excludes("--host")
                     ->excludes(sge);
     command
@@ -50,13 +48,16 @@ void ClusterOptions::declare(CLI::App& command) {
         ->needs(lsf);
 }
 
-void ClusterOptions::addTo(HAXPLaunchOptions& options) const {
+void ClusterOptions::addTo(HAXPLaunchOptions& options, bool asArrays) const {
     if (!hasCluster())
         return;
     workbench::LaunchWay way;
     way.kind = m_sge.empty() ? workbench::LaunchWay::Kind::kLsf : workbench::LaunchWay::Kind::kSge;
     way.command = m_sge.empty() ? m_lsf : m_sge;
-    workbench::ClusterPlace::check(way);
+    if (asArrays)
+        workbench::ClusterPlace::checkArrays(way);
+    else
+        workbench::ClusterPlace::check(way);
     options.setLaunchMode(m_sge.empty() ? HAXPLaunchOptions::kLsfCluster
                                         : HAXPLaunchOptions::kSgeCluster);
     options.setClusterCmdLine(way.command);

@@ -16,13 +16,14 @@ namespace shell {
 /// The options of a launch on a cluster.
 class ClusterOptions {
 public:
-    /// Behind the options --jobs and --host, which these exclude.
+    /// Behind the option --host, which these exclude.
     void declare(CLI::App& command);
 
     bool hasCluster() const { return !m_sge.empty() || !m_lsf.empty(); }
 
+    /// `asArrays` is whether runs are launched as arrays of jobs.
     /// @throws HEXUserException the submit command can't be used.
-    void addTo(HAXPLaunchOptions& options) const;
+    void addTo(HAXPLaunchOptions& options, bool asArrays = false) const;
 
     /// With --test-folder: has LSF touch a file in the folder `dir`, which shows that its
     /// hosts see it. Holds the caller for two minutes at most.

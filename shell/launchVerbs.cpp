@@ -101,9 +101,9 @@ public:
             "--no-wait", m_noWait, "Come back when the runs are started, not when they have ended");
         command
             .add_option("-j,--jobs", m_jobs,
-                        "How many runs at once; one for each processor if unsaid")
-            ->check(CLI::Range(1, 10000))
-            ->excludes(noWait);
+                        "How many runs at once; one for each processor if unsaid. On a cluster: "
+                        "launch them as one array of jobs with so many at once")
+            ->check(CLI::Range(1, 10000));
         command
             .add_option("--abandon", m_abandon,
                         "Stop a run whose estimate after placement can't come up to what the rule "
@@ -114,6 +114,9 @@ public:
     }
 
     int run(const Session& session) override {
+        // Nobody would start the next ones here.
+        if (m_noWait && m_jobs > 0 && !m_cluster.hasCluster())
+            throw CommandError(kExitUsage, "--jobs excludes --no-wait");
         readRule_();
         const auto project = Project::open(session.projectDir, Project::kChange);
         const Runs chosen = chosenRuns(*project, m_names);
@@ -166,6 +169,11 @@ private:
                                 event.fault));
     }
 
+    int jobs_() const {
+        return m_jobs > 0 ? m_jobs
+                          : static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
+    }
+
     bool isElsewhere_() const { return m_hosts.hasHosts() || m_cluster.hasCluster(); }
 
     static void tellUpToDate_(const RunPlan& plan) {
@@ -177,9 +185,9 @@ private:
 
     HAXPLaunchOptions options_() const {
         HAXPLaunchOptions options;
-        options.setNumJobsSH(m_jobs);
+        options.setNumJobsSH(jobs_());
         m_hosts.addTo(options);
-        m_cluster.addTo(options);
+        m_cluster.addTo(options, m_jobs > 0);
         return options;
     }
 
@@ -190,8 +198,7 @@ private:
         tellUpToDate_(plan);
         const DataOutput data(m_hosts.hasRunScripts());
         LaunchQueue queue(project, options);
-        for (HAXPExpRun* run : plan.launches)
-            queue.add(*run);
+        addRuns_(queue, plan);
         ProgressLine line;
         RunWatch watch(project, line);
         int status = kExitDone;
@@ -215,6 +222,13 @@ private:
             status = kExitRefused;
         }
         return status;
+    }
+
+    void addRuns_(LaunchQueue& queue, const RunPlan& plan) const {
+        if (m_cluster.hasCluster())
+            queue.setArrays(m_jobs);
+        for (HAXPExpRun* run : plan.launches)
+            queue.add(*run);
     }
 
     int start_(Project& project, const RunPlan& plan, const HAXPLaunchOptions& options) const {
@@ -279,7 +293,8 @@ private:
             return;
         case LaunchQueue::Event::kRefused:
             line.clear();
-            tellError(event.text);
+            if (!event.text.empty())
+                tellError(event.text);
             status = kExitRefused;
             return;
         }
@@ -295,7 +310,9 @@ private:
     }
 
     /// How many runs may be at work at once; 0 when others decide that.
-    std::size_t slots_() const { return isElsewhere_() ? 0 : static_cast<std::size_t>(m_jobs); }
+    std::size_t slots_() const {
+        return isElsewhere_() && m_jobs == 0 ? 0 : static_cast<std::size_t>(jobs_());
+    }
 
     int launchAll_(Project& project, const RunPlan& plan, const HAXPLaunchOptions& options) const {
         tellUpToDate_(plan);
@@ -305,8 +322,7 @@ private:
         ProgressLine line;
         RunWatch watch(project, line);
         LaunchQueue queue(project, options);
-        for (HAXPExpRun* run : plan.launches)
-            queue.add(*run);
+        addRuns_(queue, plan);
         const std::unique_ptr<workbench::Abandoner> abandoner = abandoner_(project, plan);
         int abandoned = 0;
         int polls = 0;
@@ -343,7 +359,8 @@ private:
     bool m_noWait = false;
     std::string m_abandon;
     std::optional<workbench::AbandonRule> m_rule;
-    int m_jobs = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
+    /// 0 when it isn't said.
+    int m_jobs = 0;
 };
 
 class WaitVerb final : public Verb {

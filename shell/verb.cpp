@@ -32,7 +32,7 @@ const std::vector<VerbEntry>& verbs() {
         {"launch", "launch runs, and wait for them with live progress",
          "xp launch\nxp launch impl_1\nxp launch synth_1 --no-wait\n"
          "xp launch night --abandon 'fmax < 90% of best'\nxp launch --host node7:4 "
-         "--host node8",
+         "--host node8\nxp launch night --sge 'qsub -q all.q' -j 20",
          makeLaunchVerb},
         {"plan", "show what a launch would do, in order and why, without doing it",
          "xp plan\nxp plan impl_1 --json", makePlanVerb},

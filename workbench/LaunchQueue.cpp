@@ -16,6 +16,7 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
 #include "workbench/places/HostPlace.h"
+#include "workbench/runFamily.h"
 
 namespace {
 
@@ -155,6 +156,7 @@ void LaunchQueue::lookAtRunning_(std::vector<Event>& events) {
 
 void LaunchQueue::startWaiting_(std::vector<Event>& events) {
     const Runs waiting = m_waiting;
+    Runs together;
     for (HAXPExpRun* run : waiting) {
         if (contains(m_shown, run) && !isStillShown_(*run)) {
             giveUp_(*run, Event::kTakenBack, "", events);
@@ -165,9 +167,13 @@ void LaunchQueue::startWaiting_(std::vector<Event>& events) {
             giveUp_(*run, Event::kLeftOut, "", events);
         else if (turn == Turn::kStart && isOut_())
             giveUp_(*run, Event::kRefused, m_fault, events);
+        else if (turn == Turn::kStart && m_mostAtOnce > 0)
+            together.push_back(run);
         else if (Slot* slot = turn == Turn::kStart ? freeSlot_() : nullptr)
             start_(*run, *slot, events);
     }
+    if (!together.empty())
+        startTogether_(together, m_slots.front(), events);
 }
 
 /// Who has to wait shows as queued from the first time on.
@@ -225,21 +231,31 @@ bool LaunchQueue::stillStands_(HAXPExpRun& run) const {
     return run.isUpToDate();
 }
 
+/// Whether there is nothing to launch of `run`, which has come to its end then.
+bool LaunchQueue::leave_(HAXPExpRun& run, std::vector<Event>& events) {
+    if (!stillStands_(run))
+        return false;
+    remove(m_waiting, &run);
+    remove(m_shown, &run);
+    m_job.markAsExported(&run);
+    events.push_back({&run, Event::kStands, ""});
+    return true;
+}
+
+void LaunchQueue::noteStart_(HAXPExpRun& run, Slot& slot, std::vector<Event>& events) {
+    slot.running.push_back(&run);
+    remove(m_waiting, &run);
+    remove(m_shown, &run);
+    m_running.push_back(&run);
+    events.push_back({&run, Event::kStarted, ""});
+}
+
 void LaunchQueue::start_(HAXPExpRun& run, Slot& slot, std::vector<Event>& events) {
-    if (stillStands_(run)) {
-        remove(m_waiting, &run);
-        remove(m_shown, &run);
-        m_job.markAsExported(&run);
-        events.push_back({&run, Event::kStands, ""});
+    if (leave_(run, events))
         return;
-    }
     try {
         launch_(run, slot.way);
-        slot.running.push_back(&run);
-        remove(m_waiting, &run);
-        remove(m_shown, &run);
-        m_running.push_back(&run);
-        events.push_back({&run, Event::kStarted, ""});
+        noteStart_(run, slot, events);
     } catch (const workbench::HostError& error) {
         putOff_(run, slot, error.what(), events);
     } catch (const HEXUserException& error) {
@@ -247,13 +263,60 @@ void LaunchQueue::start_(HAXPExpRun& run, Slot& slot, std::vector<Event>& events
     }
 }
 
-void LaunchQueue::launch_(HAXPExpRun& run, const workbench::LaunchWay& way) {
-    // One alone is saved with the project as a whole.
-    if (!m_hasRecords && runCount() > 1) {
-        m_launcher.saveRunsAlone();
-        m_hasRecords = true;
+/// One alone is a job of its own.
+void LaunchQueue::startTogether_(const Runs& runs, Slot& slot, std::vector<Event>& events) {
+    Runs starts;
+    std::copy_if(runs.begin(), runs.end(), std::back_inserter(starts),
+                 [this, &events](HAXPExpRun* run) { return !leave_(*run, events); });
+    if (starts.size() == 1)
+        start_(*starts.front(), slot, events);
+    if (starts.size() <= 1)
+        return;
+    try {
+        for (const RunLauncher::Refusal& refusal : launchTogether_(starts, slot.way)) {
+            remove(starts, refusal.run);
+            giveUp_(*refusal.run, Event::kRefused, refusal.text, events);
+        }
+        for (HAXPExpRun* run : starts)
+            noteStart_(*run, slot, events);
+    } catch (const HEXUserException& error) {
+        std::string text = error.what();
+        for (HAXPExpRun* run : starts) {
+            giveUp_(*run, Event::kRefused, text, events);
+            text.clear();
+        }
     }
+}
+
+void LaunchQueue::launch_(HAXPExpRun& run, const workbench::LaunchWay& way) {
+    saveRunsAlone_();
     m_launcher.launch(run, way, m_options.getUserRunScript(run.getName()));
+}
+
+std::vector<RunLauncher::Refusal> LaunchQueue::launchTogether_(const Runs& runs,
+                                                               const workbench::LaunchWay& way) {
+    saveRunsAlone_();
+    std::vector<RunLauncher::Start> starts;
+    for (HAXPExpRun* run : runs)
+        starts.push_back({run, m_options.getUserRunScript(run->getName())});
+    return m_launcher.launchTogether(starts, way, labelOf_(runs), m_mostAtOnce);
+}
+
+/// One alone is saved with the project as a whole.
+void LaunchQueue::saveRunsAlone_() {
+    if (m_hasRecords || runCount() == 1)
+        return;
+    m_launcher.saveRunsAlone();
+    m_hasRecords = true;
+}
+
+/// What an array is called after: the sweep of its runs, or the first of them.
+std::string LaunchQueue::labelOf_(const Runs& runs) const {
+    const std::string sweep = m_project.getFamilyOf(*runs.front()).sweep;
+    const bool isOne = std::all_of(runs.begin(), runs.end(), [&](const HAXPExpRun* run) {
+        return m_project.getFamilyOf(*run).sweep == sweep;
+    });
+    return isOne && !sweep.empty() ? sweep : runs.front()->getName();
 }
 
 bool LaunchQueue::isOut_() const {

@@ -37,7 +37,8 @@ public:
             kDone,
             kFailed,     ///< or was lost or stopped
             kLeftOut,    ///< its synthesis isn't done; never started
-            kRefused,    ///< couldn't be launched; `text` is the message
+            kRefused,    ///< couldn't be launched; `text` is the message, empty when that of
+                         ///< another run tells it
             kTakenBack,  ///< somebody stopped it while it waited
             kPutOff,     ///< a host didn't take it, as `text` says; it waits for another
             kStands      ///< its synthesis made what it had made before; not launched
@@ -58,6 +59,10 @@ public:
 
     LaunchQueue(const LaunchQueue&) = delete;
     LaunchQueue& operator=(const LaunchQueue&) = delete;
+
+    /// On a cluster, launches runs whose turn comes together as one array of jobs, at most
+    /// `mostAtOnce` of it at work at once. To be called before the first advance().
+    void setArrays(long mostAtOnce) { m_mostAtOnce = mostAtOnce; }
 
     /// Adds a run behind the others; a synthesis comes before what starts from it.
     void add(HAXPExpRun& run);
@@ -83,6 +88,9 @@ public:
 protected:
     /// Launches `run` there. Throws as RunLauncher::launch() does.
     virtual void launch_(HAXPExpRun& run, const workbench::LaunchWay& way);
+    /// Launches `runs` there as one array. As RunLauncher::launchTogether().
+    virtual std::vector<RunLauncher::Refusal> launchTogether_(const Runs& runs,
+                                                              const workbench::LaunchWay& way);
 
 private:
     /// Where runs may work, and how many at once.
@@ -107,7 +115,12 @@ private:
     void showWaiting_(std::vector<Event>& events);
     Turn turnOf_(const HAXPExpRun& run) const;
     bool stillStands_(HAXPExpRun& run) const;
+    bool leave_(HAXPExpRun& run, std::vector<Event>& events);
     void start_(HAXPExpRun& run, Slot& slot, std::vector<Event>& events);
+    void startTogether_(const Runs& runs, Slot& slot, std::vector<Event>& events);
+    void noteStart_(HAXPExpRun& run, Slot& slot, std::vector<Event>& events);
+    void saveRunsAlone_();
+    std::string labelOf_(const Runs& runs) const;
     void giveUp_(HAXPExpRun& run, Event::Kind kind, const std::string& text,
                  std::vector<Event>& events);
 
@@ -116,6 +129,8 @@ private:
     RunLauncher m_launcher;
     HAXPJob m_job{1};
     std::vector<Slot> m_slots;
+    /// Of an array; 0 for jobs of their own.
+    long m_mostAtOnce = 0;
     /// Why the last host went out.
     std::string m_fault;
     Runs m_waiting;

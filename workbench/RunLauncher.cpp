@@ -32,12 +32,15 @@
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
 #include "workbench/abandon.h"
+#include "workbench/cluster/Scheduler.h"
 #include "workbench/cluster/gridKill.h"
+#include "workbench/cluster/jobArray.h"
 #include "workbench/cluster/jobFiles.h"
 #include "workbench/entryRules.h"
 #include "workbench/history/History.h"
 #include "workbench/launchDecision.h"
 #include "workbench/links.h"
+#include "workbench/places/ClusterPlace.h"
 #include "workbench/places/RunPlace.h"
 #include "workbench/places/knownWays.h"
 #include "workbench/reportScript.h"
@@ -152,6 +155,19 @@ RunLauncher::RunLauncher(Project& project) : m_project(project) {}
 
 void RunLauncher::launch(HAXPExpRun& run, const workbench::LaunchWay& way,
                          const std::string& userScript) {
+    prepare_(run, way, userScript);
+    try {
+        recordLaunch_(run);
+        start_(run);
+    } catch (const HEXUserException&) {
+        forgetLaunch_(run);
+        throw;
+    }
+}
+
+/// Everything but the record of the launch and its start.
+void RunLauncher::prepare_(HAXPExpRun& run, const workbench::LaunchWay& way,
+                           const std::string& userScript) {
     run.updateStatus();
     const bool waits = isEnqueued(run);
     if (!waits && run.isAtWork())
@@ -171,15 +187,80 @@ void RunLauncher::launch(HAXPExpRun& run, const workbench::LaunchWay& way,
         fail("@60-54@%s", run.getName());
     // Before the record: a launch that is killed behind that was still to begin.
     showQueued_(run);
+}
+
+void RunLauncher::forgetLaunch_(HAXPExpRun& run) {
+    HUTFile(run.queueMarkerPath()).rm();
+    run.setRunMode(HAXPExpRun::kNotLaunched);
+    run.getInfo().setLaunch(0, "");
+}
+
+std::vector<RunLauncher::Refusal> RunLauncher::launchTogether(const std::vector<Start>& starts,
+                                                              const workbench::LaunchWay& way,
+                                                              const std::string& label,
+                                                              long mostAtOnce) {
+    std::vector<Refusal> refused;
+    std::vector<workbench::ArrayRun> ready;
+    workbench::LaunchWay task = way;
+    task.jobName = cluster::Scheduler::arrayName(label, workbench::makeLease().id);
+    for (const Start& start : starts) {
+        // No two runs ever had one number: what is left of a run that failed names a task of
+        // nobody.
+        ++task.task;
+        try {
+            prepareTask_(start, task);
+            ready.push_back({start.run, m_lease});
+        } catch (const HEXUserException& error) {
+            refused.push_back({start.run, error.what()});
+        }
+    }
+    if (!ready.empty())
+        startTogether_(ready, mostAtOnce, refused);
+    return refused;
+}
+
+void RunLauncher::prepareTask_(const Start& start, const workbench::LaunchWay& way) {
+    prepare_(*start.run, way, start.userScript);
     try {
-        recordLaunch_(run);
-        start_(run);
+        recordLaunch_(*start.run);
     } catch (const HEXUserException&) {
-        HUTFile(run.queueMarkerPath()).rm();
-        run.setRunMode(HAXPExpRun::kNotLaunched);
-        run.getInfo().setLaunch(0, "");
+        forgetLaunch_(*start.run);
         throw;
     }
+}
+
+void RunLauncher::startTogether_(const std::vector<workbench::ArrayRun>& runs, long mostAtOnce,
+                                 std::vector<Refusal>& refused) {
+    dropArrayScripts_();
+    std::string fault;
+    try {
+        workbench::rememberWay(runs.front().lease.way);
+        workbench::ClusterPlace::startArray(m_project.getDir(), runs, mostAtOnce);
+    } catch (const HEXUserException& error) {
+        fault = error.what();
+    }
+    bool isFirst = true;
+    for (const workbench::ArrayRun& one : runs) {
+        if (!fault.empty()) {
+            forgetLaunch_(*one.run);
+            save_(*one.run);
+            refused.push_back({one.run, isFirst ? fault : std::string()});
+            isFirst = false;
+        }
+        one.run->updateStatus();
+    }
+}
+
+/// Those of arrays that no run is a task of any more.
+void RunLauncher::dropArrayScripts_() const {
+    std::vector<std::string> names;
+    for (const HAXPExpRun* run : m_project.getRuns()) {
+        workbench::LaunchLease lease;
+        if (!run->getDir().empty() &&
+            workbench::readLease(run->pathOf(workbench::kLeaseName), lease) && lease.way.task != 0)
+            names.push_back(lease.way.jobName);
+    }
+    cluster::dropArrayScripts(m_project.getDir(), names);
 }
 
 void RunLauncher::enqueue(HAXPExpRun& run) {

@@ -13,6 +13,10 @@ class HAXPExpRun;
 class HAXPExpRunStep;
 class Project;
 
+namespace workbench {
+struct ArrayRun;
+}  // namespace workbench
+
 /// Launches runs, here or elsewhere; they go on when the caller ends.
 class WORKBENCH_API RunLauncher {
 public:
@@ -20,6 +24,12 @@ public:
     struct Refusal {
         HAXPExpRun* run;
         std::string text;
+    };
+
+    /// A run that is to be launched, with the user's run script as launch() takes it.
+    struct Start {
+        HAXPExpRun* run;
+        std::string userScript;
     };
 
     /// The project isn't owned and is open for changes.
@@ -56,7 +66,21 @@ public:
     /// Undoes enqueue().
     static void takeBack(HAXPExpRun& run);
 
+    /// launch() of many as one array of jobs called after `label`, on the cluster of `way`, at
+    /// most `mostAtOnce` of them at work at once. Those that can't be launched are left out, each
+    /// with its message; when the cluster refuses the array, all are, and the first one has the
+    /// message.
+    std::vector<Refusal> launchTogether(const std::vector<Start>& starts,
+                                        const workbench::LaunchWay& way, const std::string& label,
+                                        long mostAtOnce);
+
 private:
+    void prepare_(HAXPExpRun& run, const workbench::LaunchWay& way, const std::string& userScript);
+    void prepareTask_(const Start& start, const workbench::LaunchWay& way);
+    void forgetLaunch_(HAXPExpRun& run);
+    void startTogether_(const std::vector<workbench::ArrayRun>& runs, long mostAtOnce,
+                        std::vector<Refusal>& refused);
+    void dropArrayScripts_() const;
     void prepareToWait_(HAXPExpRun& run);
     void save_(const HAXPExpRun& run);
     bool parses_(const HAXPExpRun& run);

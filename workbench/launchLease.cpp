@@ -29,7 +29,7 @@ namespace workbench {
 namespace {
 
 constexpr int kVersion = 1;
-constexpr int kMinor = 1;
+constexpr int kMinor = 2;
 constexpr std::size_t kLargestLease = 64U << 10U;
 
 /// Elements and attributes of the format, for reader and writer.
@@ -54,6 +54,7 @@ const char kWay[] = "Way";
 const char kKind[] = "Kind";
 const char kCommand[] = "Command";
 const char kJobName[] = "JobName";
+const char kTask[] = "Task";
 }  // namespace name
 
 /// A whole number without sign or blanks, or 0.
@@ -151,6 +152,8 @@ void writeWay(HXMLWriterBase& out, const LaunchWay& way) {
         addText(out, name::kHost, way.host);
         addText(out, name::kCommand, way.command);
         addText(out, name::kJobName, way.jobName);
+        if (way.task != 0)
+            out.addAttr(name::kTask, std::to_string(way.task));
         out.wrEmptyTag(name::kWay);
     }
 }
@@ -162,6 +165,7 @@ bool readWay(const xml::Element* element, LaunchWay& way) {
     way.host = element->attribute(name::kHost);
     way.command = element->attribute(name::kCommand);
     way.jobName = element->attribute(name::kJobName);
+    way.task = longOf(*element, name::kTask);
     for (const KindName& known : kKinds) {
         if (element->attribute(name::kKind) != known.name)
             continue;

@@ -36,6 +36,8 @@ struct LaunchWay {
     std::string command;
     /// The name of the job on a cluster.
     std::string jobName;
+    /// Which task of that job the run is, when it is an array; 0 for a job of its own.
+    long task = 0;
 };
 
 /// Whether the run is a job.

@@ -148,7 +148,7 @@ launch_fake_on_grid() {
 
 @test "a launch goes to one place" {
   new_project_with_runs
-  for other in '--lsf bsub' '--jobs 2' '--host node7'; do
+  for other in '--lsf bsub' '--host node7'; do
     run "$xp" -C proj launch --sge qsub $other
     [ "$status" = 2 ]
   done

@@ -7,8 +7,10 @@
 #include <vector>
 
 #include "environment/containers/HSTVector.h"
+#include "environment/process/HUTFork.h"
 #include "environment/process/commandLine.h"
 #include "runs/base/xperiment/HAXPUtilsBase.h"
+#include "workbench/cluster/jobArray.h"
 #include "workbench/launchLease.h"
 
 namespace cluster {
@@ -54,12 +56,17 @@ JobAnswer::State stateOf(const std::string& word) {
     return JobAnswer::kUnknown;
 }
 
-/// "JOBID USER STAT QUEUE FROM_HOST EXEC_HOST ...": what a line says of its job.
-JobAnswer answerOf(const std::vector<std::string>& columns) {
+/// A job as bjobs calls it: an array's name, with the number of a task.
+std::string calledName(const JobKey& key) {
+    return key.task == 0 ? key.name : key.name + "[" + std::to_string(key.task) + "]";
+}
+
+/// "JOBID USER STAT QUEUE FROM_HOST EXEC_HOST ...": what a line says of the job `id`.
+JobAnswer answerOf(const std::vector<std::string>& columns, const std::string& id) {
     constexpr std::size_t kState = 2;
     constexpr std::size_t kHost = 5;
     JobAnswer answer;
-    answer.id = columns.front();
+    answer.id = id;
     const std::string state = columns.size() > kState ? columns[kState] : "nothing";
     answer.state = stateOf(state);
     if (answer.state == JobAnswer::kRunning && columns.size() > kHost)
@@ -96,6 +103,21 @@ std::string LsfScheduler::nameFor(const std::string&, const std::string& runDir,
     return runDir + "/runme.sh";
 }
 
+bool LsfScheduler::checkArrays(std::string& reason) const {
+    if (HUTFork::progExists(client_("bjobs")) || HUTFork::isInPath("bjobs"))
+        return true;
+    reason = "Without bjobs no task of an array can be found; leave -j out.";
+    return false;
+}
+
+std::string LsfScheduler::taskVariable() const {
+    return "LSB_JOBINDEX";
+}
+
+std::string LsfScheduler::taskId(const std::string& job, long task) const {
+    return job + "[" + std::to_string(task) + "]";
+}
+
 ClientCall LsfScheduler::submitCall_(const Job& job) const {
     ClientCall call;
     call.words = words_();
@@ -107,8 +129,19 @@ ClientCall LsfScheduler::submitCall_(const Job& job) const {
     return call;
 }
 
+ClientCall LsfScheduler::arrayCall_(const ArrayJob& array) const {
+    ClientCall call;
+    call.words = words_();
+    call.words.insert(call.words.end(), {"-J",
+                                         array.name + "[1-" + std::to_string(array.taskCount) +
+                                             "]%" + std::to_string(array.mostAtOnce),
+                                         array.script});
+    call.limitMs = kSubmitMs;
+    return call;
+}
+
 /// Of "Job <12> is submitted to queue <medium>.", or to the default one.
-std::string LsfScheduler::idIn_(const std::string& text) const {
+std::string LsfScheduler::idIn_(const std::string& text, bool /*ofArray*/) const {
     const std::string head = "Job <";
     for (auto at = text.find(head); at != std::string::npos; at = text.find(head, at + 1)) {
         const std::string::size_type begin = at + head.size();
@@ -122,17 +155,25 @@ std::string LsfScheduler::idIn_(const std::string& text) const {
 
 JobAnswer LsfScheduler::look(const JobKey& key) const {
     ClientCall call;
-    call.words = {client_("bjobs"), "-w", "-J", key.name};
+    call.words = {client_("bjobs"), "-w", "-J", calledName(key)};
     if (!key.owner.empty())
         call.words.insert(call.words.begin() + 1, {"-u", key.owner});
     const ClientAnswer client = callClient(call);
     JobAnswer answer;
     const std::vector<std::vector<std::string>> lines = jobLines(client.text);
-    if (client.isGood() && !lines.empty()) {
+    if (client.isGood() && key.task != 0) {
+        const std::string name = calledName(key);
+        for (const std::vector<std::string>& columns : lines) {
+            if (std::find(columns.begin(), columns.end(), name) != columns.end())
+                return answerOf(columns, taskId(columns.front(), key.task));
+        }
+    }
+    if (client.isGood() && key.task == 0 && !lines.empty()) {
         const auto same = std::find_if(lines.begin(), lines.end(), [&key](const auto& columns) {
             return columns.front() == key.id;
         });
-        return answerOf(same == lines.end() ? lines.front() : *same);
+        const std::vector<std::string>& columns = same == lines.end() ? lines.front() : *same;
+        return answerOf(columns, columns.front());
     }
     if (client.end == ClientAnswer::kEnded && lines.empty() && saysGone(client.text)) {
         answer.state = JobAnswer::kGone;
@@ -143,7 +184,26 @@ JobAnswer LsfScheduler::look(const JobKey& key) const {
     return answer;
 }
 
+/// A task is ended by the number of its job, which is asked for by name.
+CancelAnswer LsfScheduler::cancelTask_(const JobKey& key) const {
+    const JobAnswer now = look(key);
+    if (now.state == JobAnswer::kGone)
+        return {CancelAnswer::kGone, ""};
+    if (now.id.empty())
+        return {CancelAnswer::kFailed, now.told};
+    ClientCall call;
+    call.words = {client_("bkill"), now.id};
+    const ClientAnswer answer = callClient(call);
+    if (answer.isGood())
+        return {CancelAnswer::kAsked, ""};
+    if (answer.isRefusal() && saysGone(answer.text))
+        return {CancelAnswer::kGone, ""};
+    return {CancelAnswer::kFailed, "bkill of job " + now.id + " failed: " + answer.told()};
+}
+
 CancelAnswer LsfScheduler::cancel(const JobKey& key) const {
+    if (key.task != 0)
+        return cancelTask_(key);
     std::string command;
     HAXPUtilsBase::getDefaultClusterKillCmd(command);
     ClientCall call;

@@ -4,12 +4,14 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 
 #include "environment/process/HUTFork.h"
 #include "environment/process/clock.h"
 #include "environment/process/commandLine.h"
 #include "workbench/cluster/LsfScheduler.h"
 #include "workbench/cluster/SgeScheduler.h"
+#include "workbench/cluster/jobArray.h"
 
 namespace cluster {
 
@@ -25,12 +27,6 @@ std::string taken(const std::string& id) {
 
 }  // namespace
 
-bool isJobId(const std::string& id) {
-    constexpr std::size_t kMostDigits = 18;
-    return !id.empty() && id.size() <= kMostDigits &&
-           id.find_first_not_of("0123456789") == std::string::npos;
-}
-
 std::unique_ptr<Scheduler> Scheduler::make(Kind kind, const std::string& command) {
     if (kind == kSge)
         return std::make_unique<SgeScheduler>(command);
@@ -42,13 +38,30 @@ Scheduler::Scheduler(const std::string& command)
 
 Scheduler::~Scheduler() = default;
 
+std::string Scheduler::arrayName(const std::string& label, const std::string& launchId) {
+    constexpr std::size_t kIdLength = 13;
+    std::string name = kJobNamePrefix + label + "_" + launchId.substr(0, kIdLength);
+    for (char& c : name) {
+        if (std::isalnum(static_cast<unsigned char>(c)) == 0 && c != '.' && c != '-')
+            c = '_';
+    }
+    return name;
+}
+
 Submission Scheduler::submit(const Job& job) {
-    const ClientCall call = submitCall_(job);
+    return submit_(submitCall_(job), job.name, false);
+}
+
+Submission Scheduler::submitArray(const ArrayJob& array) {
+    return submit_(arrayCall_(array), array.name, true);
+}
+
+Submission Scheduler::submit_(const ClientCall& call, const std::string& name, bool isArray) const {
     std::string log;
     for (std::size_t attempt = 0;; ++attempt) {
         const ClientAnswer answer = callClient(call);
         log += answer.text;
-        Submission submission = settle_(job, answer);
+        Submission submission = settle_(name, isArray, answer);
         submission.log = log;
         const bool mayTryAgain = answer.isRefusal() && attempt < kPausesMs.size();
         if (submission.result != Submission::kRefused || !mayTryAgain)
@@ -59,10 +72,11 @@ Submission Scheduler::submit(const Job& job) {
 
 /// Says what an answer to a submission means. Unless it is plain, the queue is asked for
 /// the job's name: a client may fail, or be killed, with its job taken.
-Submission Scheduler::settle_(const Job& job, const ClientAnswer& answer) const {
+Submission Scheduler::settle_(const std::string& name, bool isArray,
+                              const ClientAnswer& answer) const {
     Submission submission;
     submission.told = answer.told();
-    submission.id = answer.isGood() ? idIn_(answer.text) : std::string();
+    submission.id = answer.isGood() ? idIn_(answer.text, isArray) : std::string();
     if (!submission.id.empty()) {
         submission.result = Submission::kTaken;
         return submission;
@@ -71,7 +85,7 @@ Submission Scheduler::settle_(const Job& job, const ClientAnswer& answer) const 
     if (answer.end == ClientAnswer::kNotStarted)
         return submission;
     for (std::size_t attempt = 0;; ++attempt) {
-        const JobAnswer found = look({job.name, "", ""});
+        const JobAnswer found = look({name, "", ""});
         if (!found.id.empty()) {
             submission.result = Submission::kTaken;
             submission.id = found.id;

@@ -8,8 +8,11 @@
 
 #include "workbench/WorkbenchExport.h"
 #include "workbench/cluster/clientCall.h"
+#include "workbench/cluster/jobId.h"
 
 namespace cluster {
+
+struct ArrayJob;
 
 /// A run that is to become a job.
 struct Job {
@@ -24,6 +27,7 @@ struct JobKey {
     std::string name;
     std::string id;
     std::string owner;  ///< who submitted it; this user when empty
+    long task = 0;      ///< of an array: which of its tasks, or 0 for any of them
 };
 
 /// What became of a submission.
@@ -84,10 +88,22 @@ public:
     virtual std::string nameFor(const std::string& runName, const std::string& runDir,
                                 const std::string& launchId) const = 0;
 
+    /// Whether arrays can be submitted, too; otherwise `reason` gets a sentence.
+    virtual bool checkArrays(std::string& reason) const = 0;
+
+    /// The name of an array of jobs, which no other job has.
+    static std::string arrayName(const std::string& label, const std::string& launchId);
+    /// The variable that tells a task of an array its number.
+    virtual std::string taskVariable() const = 0;
+    /// The identifier of a task of the job `job`.
+    virtual std::string taskId(const std::string& job, long task) const = 0;
+
     /// Submits "runme.sh" of a run. A refusal, which the exit status proves, is tried
     /// three times in all, with five seconds of pauses. After any other failure the job
     /// is looked up by its name, and never submitted again. May take minutes.
     Submission submit(const Job& job);
+    /// submit() of an array, whose identifier is that of the whole.
+    Submission submitArray(const ArrayJob& array);
 
     /// What the scheduler says of the job; may take half a minute. That a job is there may
     /// be two seconds old, so that many can be looked at; that it is gone never is.
@@ -105,8 +121,10 @@ protected:
 
     /// The call that submits the job; once for each try.
     virtual ClientCall submitCall_(const Job& job) const = 0;
-    /// The identifier in what a submission that went well said; empty when there is none.
-    virtual std::string idIn_(const std::string& text) const = 0;
+    virtual ClientCall arrayCall_(const ArrayJob& array) const = 0;
+    /// The number in what a submission of a job or of an array said that went well; empty when
+    /// there is none, or it tells of the other.
+    virtual std::string idIn_(const std::string& text, bool ofArray) const = 0;
 
     /// The submit command as the user typed it, and its words.
     const std::string& command_() const { return m_command; }
@@ -119,13 +137,14 @@ protected:
     std::string client_(const std::string& name) const;
 
 private:
-    Submission settle_(const Job& job, const ClientAnswer& answer) const;
+    Submission submit_(const ClientCall& call, const std::string& name, bool isArray) const;
+    Submission settle_(const std::string& name, bool isArray, const ClientAnswer& answer) const;
 
     std::string m_command;
     std::vector<std::string> m_words;
 };
 
-/// Whether `id` can be the identifier of a job: digits, not more than a number has.
-WORKBENCH_API bool isJobId(const std::string& id);
+/// What a job's name begins with where it can be chosen, so that no other job is ever ended.
+inline constexpr char kJobNamePrefix[] = "xp_";
 
 }  // namespace cluster

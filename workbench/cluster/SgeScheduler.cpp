@@ -3,9 +3,9 @@
 #include "workbench/cluster/SgeScheduler.h"
 
 #include <algorithm>
-#include <cctype>
 #include <map>
 #include <mutex>
+#include <optional>
 
 #include <pwd.h>
 #include <unistd.h>
@@ -15,6 +15,7 @@
 #include "environment/process/clock.h"
 #include "environment/xml/xmlDocument.h"
 #include "runs/base/xperiment/HAXPUtilsBase.h"
+#include "workbench/cluster/jobArray.h"
 #include "workbench/launchLease.h"
 #include "workbench/printable.h"
 
@@ -100,15 +101,25 @@ bool SgeScheduler::check(std::string& reason) const {
     return true;
 }
 
+/// Who says how many at once is xp, then.
+bool SgeScheduler::checkArrays(std::string& reason) const {
+    if (std::find(words_().begin(), words_().end(), "-tc") == words_().end())
+        return true;
+    reason = "The switch -tc can't be used with -j, which says how many runs work at once.";
+    return false;
+}
+
 std::string SgeScheduler::nameFor(const std::string& runName, const std::string&,
                                   const std::string& launchId) const {
-    constexpr std::size_t kIdLength = 13;
-    std::string name = kJobNamePrefix + runName + "_" + launchId.substr(0, kIdLength);
-    for (char& c : name) {
-        if (std::isalnum(static_cast<unsigned char>(c)) == 0 && c != '.' && c != '-')
-            c = '_';
-    }
-    return name;
+    return arrayName(runName, launchId);
+}
+
+std::string SgeScheduler::taskVariable() const {
+    return "SGE_TASK_ID";
+}
+
+std::string SgeScheduler::taskId(const std::string& job, long task) const {
+    return job + "." + std::to_string(task);
 }
 
 ClientCall SgeScheduler::submitCall_(const Job& job) const {
@@ -138,18 +149,38 @@ ClientCall SgeScheduler::submitCall_(const Job& job) const {
     return call;
 }
 
-/// Of 'Your job 12 ("name") has been submitted', or of the number alone, which -terse
-/// gives.
-std::string SgeScheduler::idIn_(const std::string& text) const {
-    const std::string head = "Your job ";
+ClientCall SgeScheduler::arrayCall_(const ArrayJob& array) const {
+    ClientCall call;
+    call.words = words_();
+    // The script sends what each task says to the log of its run.
+    const std::vector<std::string> more = {"-S",        "/bin/sh",
+                                           "-N",        array.name,
+                                           "-j",        "y",
+                                           "-o",        "/dev/null",
+                                           "-t",        "1-" + std::to_string(array.taskCount),
+                                           "-tc",       std::to_string(array.mostAtOnce),
+                                           array.script};
+    call.words.insert(call.words.end(), more.begin(), more.end());
+    call.limitMs = kSubmitMs;
+    return call;
+}
+
+/// Of 'Your job 12 ("name") has been submitted' and 'Your job-array 12.1-3:1 ("name") ...', or
+/// of the number alone, which -terse gives, with the tasks of an array behind it.
+std::string SgeScheduler::idIn_(const std::string& text, bool ofArray) const {
+    const std::string head = ofArray ? "Your job-array " : "Your job ";
     std::string::size_type begin = 0;
     while (begin < text.size()) {
         const std::string::size_type end = std::min(text.find('\n', begin), text.size());
         const std::string line = text.substr(begin, end - begin);
-        const std::string rest = startsWith(line, head) ? line.substr(head.size()) : line;
-        std::string id = rest.substr(0, rest.find_first_not_of("0123456789"));
-        const bool isWhole = id.size() == rest.size() || (rest.size() != line.size() &&
-                                                          startsWith(rest.substr(id.size()), " "));
+        const bool isSentence = startsWith(line, head);
+        const std::string rest = isSentence ? line.substr(head.size()) : line;
+        const std::string word = rest.substr(0, isSentence ? rest.find(' ') : rest.size());
+        std::string id = word.substr(0, word.find_first_not_of("0123456789"));
+        const bool isWhole =
+            ofArray ? startsWith(word.substr(id.size()), ".") &&
+                          word.find_first_not_of("0123456789-:", id.size() + 1) == std::string::npos
+                    : id.size() == word.size();
         if (isJobId(id) && isWhole)
             return id;
         begin = end + 1;
@@ -165,15 +196,14 @@ public:
         return s_lists;
     }
 
-    bool find(const std::string& key, const std::string& name, Entry& entry) const {
+    bool find(const std::string& key, const JobKey& job, Entry& entry) const {
         const std::lock_guard<std::mutex> lock(m_mutex);
         const auto list = m_lists.find(key);
         if (list == m_lists.end() || process::clock().nowMs() - list->second.timeMs > kAgeMs)
             return false;
-        const auto found = list->second.byName.find(name);
-        if (found != list->second.byName.end())
-            entry = found->second;
-        return found != list->second.byName.end();
+        const auto found = list->second.byName.find(job.name);
+        return found != list->second.byName.end() &&
+               find_(found->second, job, entry) == TaskFound::kYes;
     }
 
     void put(const std::string& key, const std::vector<Entry>& entries) {
@@ -182,7 +212,7 @@ public:
         list.timeMs = process::clock().nowMs();
         list.byName.clear();
         for (const Entry& entry : entries)
-            list.byName.emplace(entry.name, entry);
+            list.byName[entry.name].push_back(entry);
     }
 
     void clear() {
@@ -194,7 +224,7 @@ private:
     static constexpr long kAgeMs = 2000;
     struct List {
         long timeMs = 0;
-        std::map<std::string, Entry> byName;
+        std::map<std::string, Entries> byName;
     };
     mutable std::mutex m_mutex;
     std::map<std::string, List> m_lists;
@@ -211,28 +241,51 @@ std::string SgeScheduler::listKey_(const std::string& owner) const {
 JobAnswer SgeScheduler::look(const JobKey& key) const {
     JobAnswer answer;
     Entry recent;
-    if (RecentLists::get().find(listKey_(key.owner), key.name, recent))
-        return answerOf_(recent);
-    std::vector<Entry> entries;
+    if (RecentLists::get().find(listKey_(key.owner), key, recent))
+        return answerOf_(recent, key.task);
+    Entries entries;
     std::string reason;
     if (!list_(key.owner, entries, reason)) {
         answer.told = "the grid engine can't be asked: " + reason;
         return answer;
     }
-    const auto found = std::find_if(entries.begin(), entries.end(),
-                                    [&key](const Entry& entry) { return entry.name == key.name; });
-    if (found != entries.end())
-        return answerOf_(*found);
+    Entry entry;
+    const TaskFound found = find_(entries, key, entry);
+    if (found == TaskFound::kYes)
+        return answerOf_(entry, key.task);
+    if (found == TaskFound::kUnclear) {
+        answer.told = "the grid engine lists the tasks of job " + entry.id + " as \"" +
+                      workbench::printable(entry.tasks) + "\"";
+        return answer;
+    }
     answer.state = JobAnswer::kGone;
-    answer.told = (isJobId(key.id) ? "job " + key.id : "a job " + key.name) +
+    answer.told = (parseJobId(key.id) ? "job " + key.id : "a job " + key.name) +
                   " isn't in the grid engine's queue";
     return answer;
 }
 
-JobAnswer SgeScheduler::answerOf_(const Entry& entry) const {
+/// Looks for the job, or the task of it that is meant; `found` is what tells it, or of which it
+/// can't be told.
+TaskFound SgeScheduler::find_(const Entries& entries, const JobKey& key, Entry& found) {
+    TaskFound best = TaskFound::kNo;
+    for (const Entry& entry : entries) {
+        if (entry.name != key.name)
+            continue;
+        const TaskFound now = key.task == 0 ? TaskFound::kYes : findTask(entry.tasks, key.task);
+        if (now != TaskFound::kNo) {
+            found = entry;
+            best = now;
+        }
+        if (now == TaskFound::kYes)
+            break;
+    }
+    return best;
+}
+
+JobAnswer SgeScheduler::answerOf_(const Entry& entry, long task) const {
     JobAnswer answer;
-    answer.id = entry.id;
-    const std::string job = "job " + entry.id;
+    answer.id = task == 0 ? entry.id : taskId(entry.id, task);
+    const std::string job = "job " + answer.id;
     if (entry.queue.empty()) {
         answer.state = JobAnswer::kQueued;
         answer.told = job + " waits in the queue, in state " + entry.state;
@@ -260,7 +313,10 @@ CancelAnswer SgeScheduler::cancel(const JobKey& key) const {
     if (now.id.empty())
         return {CancelAnswer::kFailed, now.told};
     ClientCall call;
-    call.words = {client_("qdel"), now.id};
+    const std::optional<JobId> id = parseJobId(now.id);
+    call.words = {client_("qdel"), id->job};
+    if (id->task != 0)
+        call.words.insert(call.words.end(), {"-t", std::to_string(id->task)});
     const ClientAnswer answer = callClient(call);
     if (answer.isGood())
         return {CancelAnswer::kAsked, ""};
@@ -272,8 +328,9 @@ CancelAnswer SgeScheduler::cancel(const JobKey& key) const {
 }
 
 bool SgeScheduler::endJob(const std::string& id, long limitMs, std::string& reason) const {
-    std::vector<Entry> entries;
-    if (!isJobId(id)) {
+    const std::optional<JobId> wanted = parseJobId(id);
+    Entries entries;
+    if (!wanted) {
         reason = "\"" + workbench::printable(id.substr(0, 40)) + "\" is no identifier of a job";
         return false;
     }
@@ -281,24 +338,24 @@ bool SgeScheduler::endJob(const std::string& id, long limitMs, std::string& reas
         reason = "the grid engine can't be asked: " + reason;
         return false;
     }
-    const auto found = std::find_if(entries.begin(), entries.end(),
-                                    [&id](const Entry& entry) { return entry.id == id; });
+    const auto found = std::find_if(entries.begin(), entries.end(), [&wanted](const Entry& entry) {
+        return entry.id == wanted->job;
+    });
     if (found == entries.end()) {
-        if (isUnknownJob_(id))
+        if (isUnknownJob_(wanted->job))
             return true;
-        reason = "job " + id + " isn't one of " + thisUser();
+        reason = "job " + wanted->job + " isn't one of " + thisUser();
         return false;
     }
     if (!startsWith(found->name, kJobNamePrefix)) {
-        reason = "job " + id + " is called " + workbench::printable(found->name) +
+        reason = "job " + wanted->job + " is called " + workbench::printable(found->name) +
                  " and isn't one of a run";
         return false;
     }
-    return end({found->name, id, ""}, limitMs, reason);
+    return end({found->name, id, "", wanted->task}, limitMs, reason);
 }
 
-bool SgeScheduler::list_(const std::string& owner, std::vector<Entry>& entries,
-                         std::string& reason) const {
+bool SgeScheduler::list_(const std::string& owner, Entries& entries, std::string& reason) const {
     ClientCall call;
     call.words = {client_("qstat"), "-u", owner.empty() ? thisUser() : owner, "-xml"};
     call.mostBytes = kLargestList;
@@ -315,7 +372,8 @@ bool SgeScheduler::list_(const std::string& owner, std::vector<Entry>& entries,
         collect(document.root(), "job_list", jobs);
         for (const xml::Element* job : jobs)
             entries.push_back({textOf(*job, "JB_job_number"), textOf(*job, "JB_name"),
-                               textOf(*job, "state"), textOf(*job, "queue_name")});
+                               textOf(*job, "state"), textOf(*job, "queue_name"),
+                               textOf(*job, "tasks")});
     } catch (const HEXAll&) {
         reason = "its qstat doesn't give a list of jobs: " + answer.told();
         return false;

@@ -44,8 +44,8 @@ int gridKillMain(const std::vector<std::string>& words) {
     constexpr long kLimitMs = 60000;
     if (words.size() != 1 || words.front() == "--help") {
         fmt::print(stderr,
-                   "usage: {} JOB\nEnds the job with the number JOB, if it is one of "
-                   "your runs, and waits until it is gone.\n",
+                   "usage: {} JOB\nEnds the job with the number JOB, or the task JOB.TASK of an "
+                   "array, if it is one of your runs, and waits until it is gone.\n",
                    kGridKillProgram);
         return kGridKillUsage;
     }

@@ -20,7 +20,8 @@ namespace cluster {
 /// The cluster configuration of runs on a grid engine.
 inline constexpr char kSgeConfName[] = "sge";
 
-/// Its kill command: the program xp under this name, which takes the number of a job.
+/// Its kill command: the program xp under this name, which takes the number of a job, or
+/// "12.3" for a task of an array.
 inline constexpr char kGridKillProgram[] = "xp_qdel";
 
 /// Registers the configuration, and permits kills by it: a run that names it can be reset

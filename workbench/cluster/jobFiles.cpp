@@ -5,7 +5,7 @@
 #include "environment/errors/HEXAll.h"
 #include "environment/files/HUTFile.h"
 #include "environment/files/HUTFileUtils.h"
-#include "workbench/cluster/Scheduler.h"
+#include "workbench/cluster/jobId.h"
 
 namespace cluster {
 
@@ -20,7 +20,7 @@ std::string pathIn(const std::string& runDir, const char* name) {
 std::string readJobId(const std::string& runDir) {
     constexpr std::size_t kMostBytes = 64;
     std::string id;
-    if (!HUTFileUtils::readFile(pathIn(runDir, kJobIdName), kMostBytes, id) || !isJobId(id))
+    if (!HUTFileUtils::readFile(pathIn(runDir, kJobIdName), kMostBytes, id) || !parseJobId(id))
         return {};
     return id;
 }

@@ -14,7 +14,8 @@ namespace cluster {
 inline constexpr char kJobIdName[] = "job.id";
 inline constexpr char kJobLogName[] = "job.id.log";
 
-/// The identifier in `runDir`; empty when there is none, or what stands there can't be one.
+/// The identifier in `runDir`, of a job or of a task of one; empty when there is none, or what
+/// stands there can't be one.
 WORKBENCH_API std::string readJobId(const std::string& runDir);
 
 /// Saves it, whole or not at all. False, with `reason` the cause, when it can't be written.

@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #include "workbench/places/ClusterPlace.h"
 
+#include <algorithm>
 #include <memory>
 #include <string>
 #include <vector>
@@ -19,6 +20,7 @@
 #include "runs/base/xperiment/stepMarkers.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/cluster/Scheduler.h"
+#include "workbench/cluster/jobArray.h"
 #include "workbench/cluster/jobFiles.h"
 #include "workbench/launchLease.h"
 #include "workbench/places/HerePlace.h"
@@ -67,7 +69,7 @@ std::string ownerOf(const LaunchLease& lease) {
 }
 
 JobKey keyOf(const HAXPExpRun& run, const LaunchLease& lease) {
-    return {lease.way.jobName, cluster::readJobId(run.getDir()), ownerOf(lease)};
+    return {lease.way.jobName, cluster::readJobId(run.getDir()), ownerOf(lease), lease.way.task};
 }
 
 /// LSF makes one line of the words of a command, for a shell.
@@ -93,6 +95,47 @@ bool isBeingSubmitted(const HAXPExpRun& run, const LaunchLease& lease) {
     return !wasSubmitted(run) && lookAtLauncher(lease) == HUTProcessHandle::Life::kAlive;
 }
 
+void warnUnsure(const std::string& what, const LaunchWay& way, const std::string& told) {
+    ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "workbench", ComMsgMgr::kWarning,
+                             "@60-112@%s%s%s", what, nameOf(way), told);
+}
+
+void noteId(const std::string& runName, const std::string& dir, const std::string& id) {
+    std::string reason;
+    if (!cluster::writeJobId(dir, id, reason))
+        ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "workbench", ComMsgMgr::kWarning,
+                                 "@60-113@%s%s%s", runName, id, reason);
+}
+
+/// "a, b and 7 more".
+std::string namesOf(const std::vector<ArrayRun>& runs) {
+    constexpr std::size_t kMostNames = 3;
+    std::string names;
+    for (std::size_t i = 0; i < std::min(runs.size(), kMostNames); ++i)
+        names += (i == 0 ? "" : ", ") + runs[i].run->getName();
+    if (runs.size() > kMostNames)
+        names += " and " + std::to_string(runs.size() - kMostNames) + " more";
+    return names;
+}
+
+cluster::ArrayJob arrayOf(const std::string& projectDir, const std::vector<ArrayRun>& runs,
+                          long mostAtOnce) {
+    const LaunchWay& way = runs.front().lease.way;
+    std::vector<cluster::ArrayTask> tasks;
+    tasks.reserve(runs.size());
+    for (const ArrayRun& one : runs)
+        tasks.push_back({one.lease.way.task, one.run->getDir(), one.lease.id});
+    cluster::ArrayJob array;
+    array.name = way.jobName;
+    array.taskCount = tasks.back().number;
+    array.mostAtOnce = mostAtOnce;
+    array.script = cluster::writeArrayScript(
+        projectDir, array.name, cluster::arrayScript(tasks, schedulerOf(way)->taskVariable()));
+    if (way.kind == LaunchWay::Kind::kLsf && !isPlainWord(array.script))
+        fail("@60-115@%s%s", namesOf(runs), array.script);
+    return array;
+}
+
 /// Waits a while for a running job that was asked to end.
 void letEnd(HAXPExpRun& run) {
     const long limit = process::clock().nowMs() + kPatienceMs;
@@ -109,7 +152,9 @@ ClusterPlace::ClusterPlace() = default;
 ClusterPlace::~ClusterPlace() = default;
 
 void ClusterPlace::complete(const HAXPExpRun& run, LaunchLease& lease) const {
-    lease.way.jobName = schedulerOf(lease.way)->nameFor(run.getName(), run.getDir(), lease.id);
+    // The name of an array was chosen for all of its runs.
+    if (lease.way.task == 0)
+        lease.way.jobName = schedulerOf(lease.way)->nameFor(run.getName(), run.getDir(), lease.id);
 }
 
 void ClusterPlace::start(HAXPExpRun& run, const LaunchLease& lease) const {
@@ -127,15 +172,10 @@ void ClusterPlace::start(HAXPExpRun& run, const LaunchLease& lease) const {
         fail("@60-111@%s%s%s", run.getName(), nameOf(lease.way), submission.told);
     }
     if (submission.result == Submission::kUnsure) {
-        ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "workbench", ComMsgMgr::kWarning,
-                                 "@60-112@%s%s%s", run.getName(), nameOf(lease.way),
-                                 submission.told);
+        warnUnsure("run " + run.getName(), lease.way, submission.told);
         return;
     }
-    std::string reason;
-    if (!cluster::writeJobId(dir, submission.id, reason))
-        ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "workbench", ComMsgMgr::kWarning,
-                                 "@60-113@%s%s%s", run.getName(), submission.id, reason);
+    noteId(run.getName(), dir, submission.id);
 }
 
 Evidence ClusterPlace::look(HAXPExpRun& run, const LaunchLease& lease) const {
@@ -191,6 +231,37 @@ StopResult ClusterPlace::stop(HAXPExpRun& run, const LaunchLease& lease) const {
     result.job = key.id.empty() ? "its job" : "job " + key.id;
     result.ms = process::clock().nowMs() - start;
     return result;
+}
+
+void ClusterPlace::startArray(const std::string& projectDir, const std::vector<ArrayRun>& runs,
+                              long mostAtOnce) {
+    const LaunchWay& way = runs.front().lease.way;
+    checkArrays(way);
+    const cluster::ArrayJob array = arrayOf(projectDir, runs, mostAtOnce);
+    const std::unique_ptr<Scheduler> scheduler = schedulerOf(way);
+    for (const ArrayRun& one : runs)
+        cluster::removeJobFiles(one.run->getDir());
+    const Submission submission = scheduler->submitArray(array);
+    for (const ArrayRun& one : runs) {
+        const std::string dir = one.run->getDir();
+        cluster::writeJobLog(dir, submission.log);
+        if (submission.result == Submission::kTaken)
+            noteId(one.run->getName(), dir, scheduler->taskId(submission.id, one.lease.way.task));
+        // Should a task come up all the same, it finds itself superseded.
+        if (submission.result == Submission::kRefused)
+            HUTFile(one.run->pathOf(kLeaseName)).rm();
+    }
+    if (submission.result == Submission::kRefused)
+        fail("@60-202@%s%s%s", namesOf(runs), nameOf(way), submission.told);
+    if (submission.result == Submission::kUnsure)
+        warnUnsure("runs " + namesOf(runs), way, submission.told);
+}
+
+void ClusterPlace::checkArrays(const LaunchWay& way) {
+    check(way);
+    std::string reason;
+    if (!schedulerOf(way)->checkArrays(reason))
+        fail("@60-110@%s%s", nameOf(way), reason);
 }
 
 void ClusterPlace::check(const LaunchWay& way) {

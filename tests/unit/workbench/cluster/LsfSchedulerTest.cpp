@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/unit/workbench/cluster/SchedulerBench.h"
+#include "workbench/cluster/jobArray.h"
 
 namespace {
 
@@ -52,6 +53,53 @@ TEST_F(LsfSchedulerTest, SubmitsThePathOfTheScriptAsTheOnlyWordOfTheCommand) {
 
 TEST_F(LsfSchedulerTest, CallsTheJobByItsScript) {
     EXPECT_EQ(m_scheduler.nameFor("run", "/a/run", "1234"), "/a/run/runme.sh");
+}
+
+/// LSF with the tasks 2, which runs, and 3, which waits, of the array xp_a, job 12.
+class LsfArrayTest : public LsfSchedulerTest {
+protected:
+    LsfArrayTest() {
+        m_bench.program("bjobs",
+                        "case $3 in *'[2]') state='RUN q a.host node7';; *'[3]') state='PEND q "
+                        "a.host -';; *) echo \"Job <$3> is not found\" >&2; exit 255;; esac\n"
+                        "echo 'JOBID USER STAT QUEUE FROM_HOST EXEC_HOST JOB_NAME SUBMIT_TIME'\n"
+                        "echo \"12 jane $state $3 Nov 21 17:00\"");
+    }
+    JobAnswer lookAt(long task) const { return m_scheduler.look({"xp_a", "", "", task}); }
+};
+
+TEST_F(LsfArrayTest, SubmitsItByNameAndNumbers) {
+    EXPECT_EQ(m_scheduler.submitArray({"xp_a", "/a.sh", 3, 2}).id, "12");
+    EXPECT_EQ(m_bench.calls(), "bsub -q medium -J xp_a[1-3]%2 /a.sh\n");
+}
+
+TEST_F(LsfArrayTest, FindsEachTask) {
+    EXPECT_EQ(lookAt(2).told, "LSF shows job 12[2] as RUN on node7");
+    EXPECT_EQ(lookAt(3).state, JobAnswer::kQueued);
+    EXPECT_EQ(lookAt(3).id, "12[3]");
+    EXPECT_EQ(lookAt(1).state, JobAnswer::kGone);
+}
+
+TEST_F(LsfArrayTest, PassesOverATaskOfAnotherName) {
+    m_bench.program("bjobs", "echo '12 jane RUN q a.host node7 xp_a[20] Nov 21 17:00'");
+    EXPECT_EQ(lookAt(2).state, JobAnswer::kUnknown);
+    EXPECT_EQ(m_scheduler.cancel({"xp_a", "", "", 2}).result, CancelAnswer::kFailed);
+    EXPECT_EQ(m_bench.callCount("bkill"), 0);
+}
+
+TEST_F(LsfArrayTest, EndsATaskByItsNumber) {
+    EXPECT_EQ(m_scheduler.cancel({"xp_a", "", "", 3}).result, CancelAnswer::kAsked);
+    EXPECT_NE(m_bench.calls().find("bkill 12[3]\n"), std::string::npos);
+    EXPECT_EQ(m_scheduler.cancel({"xp_a", "", "", 1}).result, CancelAnswer::kGone);
+    EXPECT_EQ(m_bench.callCount("bkill"), 1);
+}
+
+TEST_F(LsfArrayTest, NeedsBjobs) {
+    std::string reason;
+    EXPECT_TRUE(m_scheduler.checkArrays(reason));
+    m_bench.removeProgram("bjobs");
+    EXPECT_FALSE(m_scheduler.checkArrays(reason));
+    EXPECT_EQ(reason, "Without bjobs no task of an array can be found; leave -j out.");
 }
 
 TEST_F(LsfSchedulerTest, TriesARefusalThreeTimesAndTellsItsWords) {

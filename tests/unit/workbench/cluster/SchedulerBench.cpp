@@ -74,10 +74,12 @@ std::string SchedulerBench::qstatList(const std::vector<std::string>& jobs) {
         std::string name;
         std::string state;
         std::string queue;
-        words >> id >> name >> state >> queue;
+        std::string tasks;
+        words >> id >> name >> state >> queue >> tasks;
         text += "<job_list state=\"x\"><JB_job_number>" + id + "</JB_job_number><JB_name>" + name +
                 "</JB_name><state>" + state + "</state><queue_name>" + (queue == "-" ? "" : queue) +
-                "</queue_name></job_list>\n";
+                "</queue_name>" + (tasks.empty() ? "" : "<tasks>" + tasks + "</tasks>") +
+                "</job_list>\n";
     }
     return text + "</queue_info>\n<job_info>\n</job_info>\n</job_info>\n";
 }

@@ -57,7 +57,8 @@ public:
     /// Commands of a script that stays until it is killed.
     static const char* const kHang;
 
-    /// What qstat lists: each job as "id name state queue", with "-" for no queue.
+    /// What qstat lists: each job as "id name state queue", with "-" for no queue, and
+    /// behind it the tasks of an array.
     static std::string qstatList(const std::vector<std::string>& jobs);
 
 private:

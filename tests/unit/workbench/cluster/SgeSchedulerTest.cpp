@@ -4,12 +4,14 @@
 
 #include <ostream>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
 #include "tests/unit/workbench/cluster/SchedulerBench.h"
+#include "workbench/cluster/jobArray.h"
 
 namespace {
 
@@ -109,6 +111,52 @@ INSTANTIATE_TEST_SUITE_P(
         SaidCase{"AHugeNumber", "Your job 1234567890123456789 (\"x\") has been submitted\\n", ""},
         SaidCase{"ANumberInAWord", "12abc\\n", ""}),
     [](const auto& row) { return std::string(row.param.name); });
+
+TEST_F(SgeSchedulerTest, GivesTheNumberOfAnArrayAndOfNothingElse) {
+    const std::vector<std::pair<const char*, const char*>> said = {
+        {"Your job-array 9.1-3:1 (\"x\") has been submitted", "9"},
+        {"qsub: warning\n9.1-3:1", "9"},
+        {"Your job 9 (\"x\") has been submitted", ""},
+        {"9", ""},
+        {"Your job-array nine", ""},
+        {"Your job-array 9.1-3x (\"x\")", ""}};
+    for (const auto& row : said) {
+        m_bench.program("qsub", "cat <<'END'\n" + std::string(row.first) + "\nEND");
+        EXPECT_EQ(cluster::SgeScheduler("qsub").submitArray({"xp_a", "/a.sh", 3, 2}).id, row.second)
+            << row.first;
+    }
+    EXPECT_NE(
+        m_bench.calls().find("qsub -S /bin/sh -N xp_a -j y -o /dev/null -t 1-3 -tc 2 /a.sh\n"),
+        std::string::npos);
+}
+
+TEST_F(SgeSchedulerTest, LeavesTheNumberAtOnceOfAnArrayToTheWorkbench) {
+    std::string reason;
+    EXPECT_TRUE(m_scheduler.checkArrays(reason));
+    EXPECT_FALSE(cluster::SgeScheduler("qsub -tc 3").checkArrays(reason));
+    EXPECT_EQ(reason, "The switch -tc can't be used with -j, which says how many runs work at "
+                      "once.");
+}
+
+TEST_F(SgeSchedulerTest, FindsATaskAmongThoseOfItsArray) {
+    list({"12 xp_a r all.q@node7 2", "12 xp_a qw - 3-5:1,9", "13 xp_b r all.q@node7 4"});
+    EXPECT_EQ(m_scheduler.look({"xp_a", "", "", 2}).told, "job 12.2 runs on node7");
+    EXPECT_EQ(m_scheduler.look({"xp_a", "", "", 9}).state, JobAnswer::kQueued);
+    EXPECT_EQ(m_scheduler.look({"xp_a", "", "", 9}).id, "12.9");
+    EXPECT_EQ(m_bench.callCount("qstat"), 2);
+    EXPECT_EQ(m_scheduler.look({"xp_a", "", "", 1}).state, JobAnswer::kGone);
+    EXPECT_EQ(m_scheduler.look({"xp_a", "", ""}).id, "12");
+}
+
+TEST_F(SgeSchedulerTest, ClaimsNothingOfATaskInAListThatItDoesNotUnderstand) {
+    list({"12 xp_a qw - 3..."});
+    const JobAnswer answer = m_scheduler.look({"xp_a", "", "", 7});
+    EXPECT_EQ(answer.state, JobAnswer::kUnknown);
+    EXPECT_EQ(answer.told, "the grid engine lists the tasks of job 12 as \"3...\"");
+    m_bench.program("qdel", "");
+    EXPECT_EQ(m_scheduler.cancel({"xp_a", "", "", 7}).result, CancelAnswer::kFailed);
+    EXPECT_EQ(m_bench.callCount("qdel"), 0);
+}
 
 TEST_F(SgeSchedulerTest, TriesARefusalThreeTimesWithPatience) {
     m_bench.program("qsub", "echo 'Unable to run job: job rejected: no such queue'; exit 1");
