@@ -56,3 +56,47 @@ commands() {
   run -0 "$source_dir/tools/demo.sh" "$build_dir" "$BATS_TEST_TMPDIR/demo"
   [ "$(grep -c ': up to date$' <<<"$output")" = 14 ]
 }
+
+# The recorded session as text: what was typed and what came, without styles.
+session_text() {
+  python3 - "$source_dir/docs/sessions/sweep.cast" <<'PYTHON'
+import json, re, sys
+with open(sys.argv[1], encoding="utf-8") as cast:
+    head, *events = [json.loads(line) for line in cast]
+assert head["version"] == 2 and head["width"] > 0 and head["height"] > 0, head
+assert set(head) == {"version", "width", "height", "idle_time_limit", "title"}, head
+idle = head["idle_time_limit"]
+last = played = 0.0
+for time, kind, text in events:
+    assert kind == "o" and time >= last and isinstance(text, str)
+    played += min(time - last, idle)
+    last = time
+assert played < 60, played
+print(re.sub(r"\x1b\[[?0-9;]*[A-Za-z]|\r(?!\n)", "", "".join(text for _, _, text in events)))
+PYTHON
+}
+
+@test "the recorded session is whole, short, and tells nothing of who recorded it" {
+  run -0 session_text
+  [[ $output == *'$ xp sweep '*'$ xp launch '*'$ xp ls'*'$ xp best '*'$ xp compare '* ]]
+  run -1 grep -E '/(home|root|tmp|work|usr|var|etc)/|@[a-z]+:' <<<"$output"
+  [ "$(stat -c %s "$source_dir/docs/sessions/sweep.cast")" -lt 200000 ]
+}
+
+@test "the commands of the recorded session are still there, with their options" {
+  session_text | sed -n 's/^\$ xp //p' | tr -d '\r' >words
+  [ "$(wc -l <words)" -ge 5 ]
+  while read -r verb words; do
+    xp "$verb" --help >help
+    for option in $(grep -oE -- '--[a-z-]+' <<<"$words"); do
+      grep -q -- "$option" help || { echo "xp $verb has no $option"; return 1; }
+    done
+  done <words
+}
+
+@test "the picture of the recorded session is made of it" {
+  python3 "$source_dir/tools/session_picture.py" "$source_dir/docs/sessions/sweep.cast" sweep.svg
+  cmp sweep.svg "$source_dir/docs/pictures/sweep.svg"
+  xmllint --noout --nonet sweep.svg
+  run -1 grep -E 'href="[^#]|<script|url\(' sweep.svg
+}
