@@ -81,6 +81,10 @@ function(xperiment_test name)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/shared)
   target_link_libraries(${name} PRIVATE
     ${ARG_LIBRARIES} project_options GTest::gmock GTest::gtest_main)
+  # A test runs for a moment: to optimise it takes longer than it saves. What it tests is optimised.
+  if(CMAKE_BUILD_TYPE STREQUAL "Release" OR XPERIMENT_SANITIZE)
+    target_compile_options(${name} PRIVATE -O0)
+  endif()
   if(ARG_LABEL STREQUAL "threads")
     if(NOT TARGET threaded_tests)
       add_custom_target(threaded_tests)
