@@ -11,8 +11,6 @@
 
 namespace shell {
 
-HttpServer::~HttpServer() = default;
-
 namespace {
 
 constexpr char kLoopback[] = "127.0.0.1";
@@ -40,7 +38,7 @@ std::string withoutQuotes(const std::string& tag) {
     return first == last ? tag : tag.substr(first + 1, last - first - 1);
 }
 
-class LoopbackServer final : public HttpServer {
+class LoopbackServer {
 public:
     explicit LoopbackServer(HttpHandler handler) : m_handler(std::move(handler)) {
         m_server.set_keep_alive_max_count(1);
@@ -62,17 +60,17 @@ public:
             });
     }
 
-    int bind(int port) override {
+    int bind(int port) {
         if (port == 0)
             return std::max(0, m_server.bind_to_any_port(kLoopback));
         return m_server.bind_to_port(kLoopback, port) ? port : 0;
     }
-    void serve() override {
+    void serve() {
         if (!m_isStopped)
             m_server.listen_after_bind();
         m_hasEnded = true;
     }
-    void stop() override {
+    void stop() {
         m_isStopped = true;
         // A server that is about to listen doesn't hear of it yet.
         while (!m_hasEnded) {
@@ -111,5 +109,8 @@ private:
 
 extern "C" __attribute__((visibility("default"))) shell::HttpServer*
 xpMakeHttpServer(const shell::HttpHandler* handler) {
-    return new shell::LoopbackServer(*handler);  // the caller deletes it
+    const auto server = std::make_shared<shell::LoopbackServer>(*handler);
+    // The caller deletes it.
+    return new shell::HttpServer{[server](int port) { return server->bind(port); },
+                                 [server] { server->serve(); }, [server] { server->stop(); }};
 }

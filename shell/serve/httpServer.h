@@ -31,21 +31,15 @@ struct HttpAnswer {
 using HttpHandler = std::function<HttpAnswer(const HttpRequest&)>;
 
 /// A server on this host's loopback address. A request has no body as far as it is concerned,
-/// and a connection serves one.
-class HttpServer {
-public:
-    HttpServer() = default;
-    virtual ~HttpServer();
-
-    HttpServer(const HttpServer&) = delete;
-    HttpServer& operator=(const HttpServer&) = delete;
-
+/// and a connection serves one. Functions and no virtual ones: program and module share no type
+/// that is told at run time.
+struct HttpServer {
     /// Takes `port`, or any free one for 0; the port, or 0 when it can't be had.
-    virtual int bind(int port) = 0;
+    std::function<int(int port)> bind;
     /// Answers until stop() is called, which may be before; threads of its own call the handler.
-    virtual void serve() = 0;
+    std::function<void()> serve;
     /// From any thread.
-    virtual void stop() = 0;
+    std::function<void()> stop;
 };
 
 /// A server that asks `handler`. @throws CommandError the module isn't installed.
