@@ -47,6 +47,8 @@ PAIRS = [
     ("startProcess/mb:2048", "the same from a process of 2 GB / bare posix_spawn", 1.3),
     ("launchRuns/20", "launching one of 20 runs / starting its script", None),
     ("launchRuns/200", "launching one of 200 runs / starting its script", None),
+    ("launchQueue/20", "20 runs in one queue / starting their scripts", None),
+    ("launchQueue/200", "200 runs in one queue / starting their scripts", None),
     ("listRuns/reads:1", "listing 1,000 runs / bare reads of their files", 3),
     ("listRuns/reads:0", "the same / bare listing of their directories", None),
 ]
@@ -68,6 +70,7 @@ COUNTERS = [
     ("evaluateRuns", "us_per_step", "asking whether a step is stale, us", None),
     ("launchRuns/20", "us", "launching one of 20 runs, us", None),
     ("launchRuns/200", "us", "launching one of 200 runs, us", None),
+    ("launchQueue/200", "us", "making and launching 200 runs in one queue, us", None),
     ("listRuns/reads:1", "us", "listing 1,000 runs, us", 300000),
 ]
 
