@@ -176,8 +176,8 @@ bool isPlainAbsolute(const std::string& path) {
     for (std::size_t at = 0, end = 0; end != std::string::npos; at = end) {
         end = path.find('/', at + 1);
         const std::size_t size = (end == std::string::npos ? path.size() : end) - at - 1;
-        const bool isDots = path.compare(at + 1, size, "..", size) == 0;
-        if (size == 0 || (size <= 2 && isDots))
+        // No more is read of the dots than there are.
+        if (size <= 2 && path.compare(at + 1, size, "..", size) == 0)
             return false;
     }
     return true;
