@@ -55,8 +55,10 @@ test('a press on the ringed pick selects it', async () => {
   await drawn(page, 'tradeoff');
   const label = page.locator('#tradeoff svg text', { hasText: best.name });
   const bar = await pressUntilSelected(page, async () => {
+    await label.scrollIntoViewIfNeeded();
     const at = await label.boundingBox();
-    await page.mouse.click(at.x + at.width / 2, at.y + at.height + 12);
+    // The name stands to the right of its mark, the best one of these being far to the left.
+    await page.mouse.click(at.x - 16, at.y + at.height / 2);
   });
   assert.match(await bar.textContent(), new RegExp(`^${best.name}`));
 });
@@ -112,6 +114,43 @@ test('a family has one colour and one shape in every chart', async () => {
   assert.equal(new Set([...legend.values()].map(String)).size, 4);
   for (const [name, ...look] of await marks('.tabulator-row .group-cell')) assert.deepEqual(look, legend.get(name), name);
   for (const [name, ...look] of (await marks('#options thead th:has(svg)'))) assert.deepEqual(look, legend.get(name), name);
+});
+
+test('a press in the legend leaves a family out of the charts, the next one brings it back', async () => {
+  const page = await open(data);
+  await drawn(page, 'tradeoff');
+  const runsIn = async (id) => (await tableOf(page, id)).map((row) => row[0]);
+  const before = await runsIn('tradeoff');
+  const button = page.locator('#tradeoff .legend').getByRole('button', { name: 'Retime' });
+  assert.equal(await button.getAttribute('aria-pressed'), 'true');
+  await button.focus();
+  await page.keyboard.press('Enter');
+  assert.equal(await button.getAttribute('aria-pressed'), 'false');
+  assert.ok(await button.evaluate((node) => node === document.activeElement), 'the keyboard stays on it');
+  const rows = (id) => page.$$eval(`#${id} .data-table tbody tr`, (all) => all.map((row) => row.cells[0].textContent));
+  const left = await rows('tradeoff');
+  const retimed = new Set(data.families.find((family) => family.name === 'Retime').runs);
+  assert.deepEqual(left, before.filter((name) => !retimed.has(name)));
+  assert.ok(left.length < before.length);
+  assert.match(await page.locator('#tradeoff [role=img]').getAttribute('aria-label'), /^Scatter chart\. On the frontier/);
+  await drawn(page, 'spread');
+  assert.deepEqual((await runsIn('spread')).includes('Retime'), false);
+  assert.ok((await page.locator('#spread .hidden-groups').textContent()).startsWith('Left out: Retime.'));
+  await drawn(page, 'timeline');
+  assert.ok((await runsIn('timeline')).every((name) => !retimed.has(name)));
+  await page.locator('#timeline').getByRole('button', { name: 'Show all' }).click();
+  assert.deepEqual(await rows('tradeoff'), before);
+  assert.equal(await button.getAttribute('aria-pressed'), 'true');
+  assert.equal(await page.locator('.hidden-groups').count(), 0);
+});
+
+test('with all families left out the charts say so', async () => {
+  const page = await open(data);
+  await drawn(page, 'tradeoff');
+  for (const button of await page.locator('#tradeoff .legend button').all()) await button.click();
+  await page.getByText('All of these runs are left out; press a name to bring some back.').waitFor();
+  await page.locator('#tradeoff').getByRole('button', { name: 'Show all' }).click();
+  await page.locator('#tradeoff .lead', { hasText: 'On the frontier' }).waitFor();
 });
 
 test('the timeline has a row a run or a row a slot', async () => {

@@ -106,7 +106,7 @@ test('columns are chosen', async () => {
 test('runs stand by family, and a family closes', async () => {
   const page = await open(data);
   await page.getByLabel('Group by').selectOption('group');
-  const head = page.getByRole('button', { name: 'DepthMap', exact: true });
+  const head = page.locator('.runs-table').getByRole('button', { name: 'DepthMap', exact: true });
   await page.getByLabel('Filter Family').fill('DepthMap');
   await untilCount(page, '6 of 28 runs');
   await head.waitFor();

@@ -162,3 +162,14 @@ test('what data lack is empty, and a run of a name is taken once', () => {
   assert.equal(page.device, null);
   assert.deepEqual(page.groups, []);
 });
+
+test('names beside an axis keep what they differ in', () => {
+  const { fittingNames } = format;
+  assert.deepEqual(fittingNames(['impl_1', 'impl_2'], 150), ['impl_1', 'impl_2']);
+  // First what all begin with is left out, up to a sign between words; then the heads.
+  assert.deepEqual(fittingNames(['demo_area_Default', 'demo_area_Performance'], 100), ['\u2026Default', '\u2026Performance']);
+  assert.deepEqual(fittingNames(['demo_area_Default', 'demo_base_Performance'], 100), ['\u2026area_Default', '\u2026e_Performance']);
+  assert.deepEqual(fittingNames(['a_very_long_name_of_a_run'], 70), ['\u2026_of_a_run']);
+  assert.deepEqual(fittingNames(['nightly_run', 'nightly_run_again'], 70), ['\u2026run', '\u2026run_again']);
+  assert.deepEqual(fittingNames([], 100), []);
+});

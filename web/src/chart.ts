@@ -8,9 +8,11 @@ import { BarChart, CustomChart, LineChart, ScatterChart } from 'echarts/charts';
 import { DataZoomComponent, GridComponent, MarkLineComponent, TooltipComponent } from 'echarts/components';
 import * as echarts from 'echarts/core';
 import { SVGRenderer } from 'echarts/renderers';
-import { h, newId, replace } from './dom';
+import { announce, h, newId, replace } from './dom';
+import { listText } from './format';
+import type { Page } from './model';
 import { ink } from './palette';
-import { selectedRun } from './store';
+import { isHidden, selectedRun, showAllGroups, toggleGroup } from './store';
 import { currentTheme } from './theme';
 
 echarts.use([
@@ -172,7 +174,8 @@ export class Chart {
 
   /** What names beside an axis may take of the width. */
   get labelWidth(): number {
-    return this.element.clientWidth < 560 ? 88 : 150;
+    const width = this.element.clientWidth;
+    return width < 420 ? 88 : width < 560 ? 120 : 150;
   }
 
   redraw(isForced: boolean): void {
@@ -257,13 +260,37 @@ function axisNumber(value: number): string {
   return String(Number(value.toPrecision(6))).replace('-', '\u2212').replace(/\B(?=(\d{3})+$)/g, (_, __, at: number, all: string) => (all.length > 4 && !all.includes('.') && at >= 0 ? '\u202f' : ''));
 }
 
-/** A legend of marks and names; those with a group can be hidden by a press. */
-export function legend(entries: { name: string; colour: string; shape?: string }[]): HTMLElement {
-  return h(
-    'ul',
-    { class: 'legend' },
-    entries.map(({ name, colour, shape }) => h('li', null, swatch(colour, shape ?? 'rect'), h('span', null, name))),
-  );
+interface Entry {
+  name: string;
+  colour: string;
+  shape?: string;
+  /** The family that a press leaves out of the charts, or brings back. */
+  group?: string;
+}
+
+/** A legend of marks and names. */
+export function legend(entries: Entry[]): HTMLElement {
+  return h('ul', { class: 'legend' }, entries.map((entry) => h('li', null, entry.group === undefined ? key(entry) : groupButton(entry, entry.group))));
+}
+
+function key({ name, colour, shape }: Entry): Node[] {
+  return [swatch(colour, shape ?? 'rect'), h('span', null, name)];
+}
+
+function groupButton(entry: Entry, group: string): HTMLElement {
+  const isShown = !isHidden(group);
+  const pressed = () => {
+    toggleGroup(group);
+    announce(`${entry.name} is ${isHidden(group) ? 'left out of' : 'back in'} the charts.`);
+  };
+  return h('button', { type: 'button', 'aria-pressed': String(isShown), 'data-group': group, title: isShown ? 'Leave it out of the charts' : 'Bring it back into the charts', onclick: pressed }, key(entry));
+}
+
+/** Which families the charts leave out, and how to have them back; false for none. */
+export function hiddenHint(page: Page): HTMLElement | false {
+  const names = page.groups.map((group) => group.name).filter(isHidden);
+  if (isHidden('')) names.push(`runs of no ${page.groupWord}`);
+  return names.length > 0 && h('p', { class: 'hint hidden-groups' }, `Left out: ${listText(names, 4)}. `, h('button', { type: 'button', class: 'quiet', onclick: showAllGroups }, 'Show all'));
 }
 
 const OUTLINES: Record<string, string> = {

@@ -93,3 +93,28 @@ export function csvValue(value: unknown): string {
   if (/^[=+\-@\t\r]/.test(text)) text = `'${text}`;
   return /[",\r\n]/.test(text) ? `"${text.replace(/"/g, '""')}"` : text;
 }
+
+/** About so much a letter takes beside an axis. */
+const LETTER = 7;
+
+/**
+ * `names` as they fit into `width` beside an axis. Those of one sweep differ at their ends, so it
+ * is their heads that are left out: first what all have in common.
+ */
+export function fittingNames(names: string[], width: number): string[] {
+  const most = Math.max(4, Math.floor(width / LETTER));
+  if (names.every((name) => name.length <= most)) return names;
+  const head = commonHead(names).length;
+  return names.map((name) => {
+    const rest = head > 0 ? `\u2026${name.slice(head)}` : name;
+    return rest.length <= most ? rest : `\u2026${rest.slice(rest.length - most + 1)}`;
+  });
+}
+
+/** What all names begin with, up to a sign between words. */
+function commonHead(names: string[]): string {
+  if (names.length < 2) return '';
+  let head = names[0];
+  for (const name of names) while (!name.startsWith(head) || name === head) head = head.slice(0, -1);
+  return /^.*[_.\-/ ]/.exec(head)?.[0] ?? '';
+}

@@ -148,6 +148,10 @@ onChange((cause) => {
     if (name !== null) runView.restyle(name);
     return;
   }
+  if (cause === 'groups') {
+    [tradeoff, spread, timeline].forEach((panel) => panel.draw());
+    return;
+  }
   runs.selectionChanged();
   [tradeoff, spread, timeline, paths, use].forEach((panel) => panel.draw());
   drawSelection();

@@ -1,13 +1,14 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
 //
-// What the whole page shares: its data and the selected run.
+// What the whole page shares: its data, the selected run, and which families the charts leave out.
 import { readPage, type Page, type Run } from './model';
 
-export type Cause = 'data' | 'selection' | 'theme';
+export type Cause = 'data' | 'selection' | 'theme' | 'groups';
 
 let page: Page = readPage({});
 let selected = '';
+const hidden = new Set<string>();
 const listeners: ((cause: Cause) => void)[] = [];
 
 export function onChange(listener: (cause: Cause) => void): void {
@@ -37,6 +38,21 @@ export function select(name: string): void {
   if (name === selected || (name !== '' && !page.byName.has(name))) return;
   selected = name;
   tell('selection');
+}
+
+/** Whether the charts leave out the runs of that family. */
+export function isHidden(group: string): boolean {
+  return hidden.has(group);
+}
+
+export function toggleGroup(group: string): void {
+  if (!hidden.delete(group)) hidden.add(group);
+  tell('groups');
+}
+
+export function showAllGroups(): void {
+  hidden.clear();
+  tell('groups');
 }
 
 /** The selected run, else the best, else the first that fits. */

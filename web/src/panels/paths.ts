@@ -4,7 +4,7 @@
 // What the slowest path of the best run of each family is made of, and one of them in full.
 import { baseOption, Chart, DataTable, legend, Panel, tip, valueAxis } from '../chart';
 import { choice, h, replace } from '../dom';
-import { numberText, plural } from '../format';
+import { fittingNames, numberText, plural } from '../format';
 import { isJudged, mainFigure, type Page, type Run } from '../model';
 import { ink, partColour, partText } from '../palette';
 import { runAddress, select, selectedRun, shownRun, thePage } from '../store';
@@ -87,6 +87,7 @@ export class PathsPanel {
   private option(page: Page, bars: Run[], names: string[]): Record<string, unknown> {
     const colours = ink();
     const goal = page.project.goalMhz;
+    const labels = fittingNames(bars.map((run) => run.name), 2 * this.chart.labelWidth);
     const byLabel = new Map(bars.map((run) => [run.name, run]));
     const longest = Math.max(...bars.map((run) => run.path?.ns ?? 0), goal ? 1000 / goal : 0);
     return {
@@ -99,7 +100,7 @@ export class PathsPanel {
         data: bars.map((run) => run.name),
         axisLine: { show: false },
         axisTick: { show: false },
-        axisLabel: { color: (name?: string | number) => (String(name) === selectedRun()?.name ? colours.accent : colours.text), fontSize: 12, width: this.chart.labelWidth, overflow: 'truncate', interval: 0 },
+        axisLabel: { color: (name?: string | number) => (String(name) === selectedRun()?.name ? colours.accent : colours.text), fontSize: 12, width: this.chart.labelWidth, overflow: 'breakAll', lineHeight: 13, interval: 0, formatter: (_: string, i: number) => labels[i] },
       },
       tooltip: {
         ...(baseOption().tooltip as object),

@@ -2,13 +2,13 @@
 // Copyright the Xperiment authors
 //
 // How seeds scatter a figure in each family, and whether families differ.
-import { baseOption, Chart, DataTable, Panel, tip, valueAxis } from '../chart';
+import { baseOption, Chart, DataTable, hiddenHint, Panel, tip, valueAxis } from '../chart';
 import { choice, h, replace } from '../dom';
-import { listText, numberText, plural, withUnit } from '../format';
+import { fittingNames, listText, numberText, plural, withUnit } from '../format';
 import { figureOf, figuresInUse, figureTitle, isJudged, mainFigure, type ComparedFigure, type Comparison, type Figure, type Page, type Run } from '../model';
 import { groupColour, groupShape, ink } from '../palette';
 import { summaryOf, type Summary } from '../statistics';
-import { select, selectedRun, thePage } from '../store';
+import { isHidden, select, selectedRun, thePage } from '../store';
 
 interface Spread {
   name: string;
@@ -33,9 +33,9 @@ export class SpreadPanel {
   draw(): void {
     const page = thePage();
     const figure = figureOf(page, this.figure) ?? mainFigure(page);
-    const spreads = figure ? spreadsOf(page, figure) : [];
+    const all = figure ? spreadsOf(page, figure) : [];
     this.panel.setTitle(`Spread over seeds, by ${page.groupWord}`);
-    if (!figure || spreads.length === 0) {
+    if (!figure || all.length === 0) {
       this.panel.setTools();
       this.panel.setEmpty('No family has a run that is done. A sweep makes families of runs that differ in their seed alone.', SWEEP);
       return;
@@ -45,6 +45,7 @@ export class SpreadPanel {
       this.figure = value;
       this.draw();
     }));
+    const spreads = all.filter(({ name }) => !isHidden(name));
     const shown = spreads.slice(0, MOST_ROWS);
     const words = leadOf(spreads, figure);
     this.panel.setLead(words);
@@ -58,6 +59,7 @@ export class SpreadPanel {
     });
     replace(
       this.panel.body,
+      hiddenHint(page),
       this.chart.element,
       spreads.length > shown.length && h('p', { class: 'hint' }, `The ${MOST_ROWS} best of ${spreads.length} are drawn; the table has all.`),
       this.verdicts,
@@ -93,6 +95,7 @@ export class SpreadPanel {
   private option(page: Page, figure: Figure, spreads: Spread[]): Record<string, unknown> {
     const colours = ink();
     const chosen = selectedRun()?.name;
+    const names = fittingNames(spreads.map((spread) => spread.name), 2 * this.chart.labelWidth);
     const dots = spreads.map(({ name, runs }, row) => ({
       name,
       type: 'scatter',
@@ -121,9 +124,9 @@ export class SpreadPanel {
           color: colours.text,
           fontSize: 12,
           width: this.chart.labelWidth,
-          overflow: 'truncate',
-          formatter: (name: string, i: number) => `${name}\n${plural(spreads[i].summary.count, 'run')}`,
-          lineHeight: 15,
+          overflow: 'breakAll',
+          formatter: (_: string, i: number) => `${names[i]}\n${plural(spreads[i].summary.count, 'run')}`,
+          lineHeight: 14,
         },
       },
       tooltip: {
@@ -157,6 +160,7 @@ function spreadsOf(page: Page, figure: Figure): Spread[] {
 }
 
 function leadOf(spreads: Spread[], figure: Figure): string {
+  if (spreads.length === 0) return 'All of them are left out.';
   const [best] = spreads;
   const range = (spread: Spread) => (spread.summary.median === 0 ? 0 : ((spread.summary.greatest - spread.summary.least) / Math.abs(spread.summary.median)) * 100);
   const widest = [...spreads].sort((a, b) => range(b) - range(a))[0];

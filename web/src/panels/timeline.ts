@@ -2,14 +2,14 @@
 // Copyright the Xperiment authors
 //
 // When runs waited and worked, and where.
-import { baseOption, Chart, DataTable, legend, Panel, tip } from '../chart';
+import { baseOption, Chart, DataTable, hiddenHint, legend, Panel, tip } from '../chart';
 import { choice, h, replace } from '../dom';
-import { clockText, durationText, plural, timeText } from '../format';
+import { clockText, durationText, fittingNames, plural, timeText } from '../format';
 import { elapsedOf, waitingOf, type Page, type Run } from '../model';
 import { groupColour, ink, stepColour, WAITING } from '../palette';
 import { lanesOf } from '../statistics';
 import { statusText } from '../status';
-import { runAddress, select, selectedRun, thePage } from '../store';
+import { isHidden, runAddress, select, selectedRun, thePage } from '../store';
 
 type View = 'runs' | 'slots';
 
@@ -40,10 +40,16 @@ export class TimelinePanel {
 
   draw(): void {
     const page = thePage();
-    const runs = page.runs.filter((run) => run.queuedAt !== null || run.began !== null).sort((a, b) => beginOf(a) - beginOf(b));
-    if (runs.length === 0) {
+    const launched = page.runs.filter((run) => run.queuedAt !== null || run.began !== null).sort((a, b) => beginOf(a) - beginOf(b));
+    if (launched.length === 0) {
       this.panel.setTools();
       this.panel.setEmpty('No run was launched yet.', 'xp launch');
+      return;
+    }
+    const runs = launched.filter((run) => !isHidden(run.group));
+    if (runs.length === 0) {
+      this.panel.setLead('All of them are left out.');
+      replace(this.panel.body, hiddenHint(page));
       return;
     }
     const now = page.generated ?? Math.max(...runs.map((run) => endOf(run, 0)));
@@ -77,7 +83,7 @@ export class TimelinePanel {
       head: ['Run', 'Where', 'Queued', 'Waited', 'Began', 'Elapsed', 'Status'],
       rows: () => runs.map((run) => [h('a', { href: runAddress(run.name) }, run.name), run.place, timeText(run.queuedAt), durationText(waitingOf(run)), timeText(run.began), durationText(elapsedOf(run, now)), statusText(run)]),
     });
-    replace(this.panel.body, this.key, this.chart.element, lanes.length > shown && h('p', { class: 'hint' }, `${lanes.length} rows; the slider on the right moves through them.`), this.table.element);
+    replace(this.panel.body, this.key, hiddenHint(page), this.chart.element, lanes.length > shown && h('p', { class: 'hint' }, `${lanes.length} rows; the slider on the right moves through them.`), this.table.element);
   }
 
   private clicked(value: unknown): void {
@@ -92,6 +98,7 @@ export class TimelinePanel {
     const bars = this.bars;
     const span = Math.max(end - start, 1);
     const isLong = lanes.length > MOST_LANES;
+    const names = fittingNames(lanes.map((lane) => lane.label), this.chart.labelWidth);
     return {
       ...baseOption(),
       grid: { left: 12, right: isLong ? 46 : 20, top: 6, bottom: 2, containLabel: true },
@@ -118,6 +125,7 @@ export class TimelinePanel {
           interval: 0,
           width: this.chart.labelWidth,
           overflow: 'truncate',
+          formatter: (_: string, i: number) => names[i],
           color: (name?: string | number) => (isNamed && String(name) === chosen ? colours.accent : colours.text),
         },
       },

@@ -2,14 +2,14 @@
 // Copyright the Xperiment authors
 //
 // One figure against another, a mark a run: by itself Fmax against area.
-import { baseOption, Chart, DataTable, legend, Panel, tip, valueAxis } from '../chart';
+import { baseOption, Chart, DataTable, hiddenHint, legend, Panel, tip, valueAxis } from '../chart';
 import { choice, h, replace } from '../dom';
 import { listText, numberText, plural, withUnit } from '../format';
 import { areaFigure, figureOf, figuresInUse, figureTitle, isJudged, mainFigure, type Figure, type Page, type Run } from '../model';
 import { groupColour, groupShape, ink } from '../palette';
 import { statusText } from '../status';
 import { frontierOf } from '../statistics';
-import { runAddress, select, selectedRun, thePage } from '../store';
+import { isHidden, runAddress, select, selectedRun, thePage } from '../store';
 
 interface Dot {
   x: number;
@@ -29,8 +29,8 @@ export class TradeoffPanel {
     const page = thePage();
     const y = figureOf(page, this.y) ?? mainFigure(page);
     const x = figureOf(page, this.x) ?? areaFigure(page) ?? figuresInUse(page).find((figure) => figure !== y);
-    const dots = x && y ? dotsOf(page, x, y) : [];
-    if (!x || !y || dots.length === 0) {
+    const all = x && y ? dotsOf(page, x, y) : [];
+    if (!x || !y || all.length === 0) {
       this.panel.setTools();
       this.panel.setTitle('Fmax against area');
       if (page.runs.length === 0) this.panel.setEmpty('Runs that are done show here what speed costs in area.', 'xp launch');
@@ -39,16 +39,17 @@ export class TradeoffPanel {
     }
     this.panel.setTitle(`${y.label} against ${x === areaFigure(page) && y.name === 'fmax' ? `area (${x.label.toLowerCase()})` : x.label}`);
     this.drawTools(page, x, y);
+    const dots = all.filter((dot) => !isHidden(dot.run.group));
     const frontier = frontierOf(dots.filter((dot) => isJudged(dot.run)), x.better === 'higher', y.better !== 'lower');
     const words = leadOf(frontier, dots, x, y);
     this.panel.setLead(words);
     this.chart.set(400, `Scatter chart. ${words}`, () => this.option(page, x, y, dots, frontier));
-    const used = new Set(dots.map((dot) => dot.run.group));
+    const used = new Set(all.map((dot) => dot.run.group));
     replace(
       this.key,
       legend([
-        ...page.groups.filter((group) => used.has(group.name)).map((group) => ({ name: group.name, colour: groupColour(page, group.name), shape: groupShape(page, group.name) })),
-        ...(used.has('') ? [{ name: `no ${page.groupWord}`, colour: groupColour(page, ''), shape: 'circle' }] : []),
+        ...page.groups.filter((group) => used.has(group.name)).map((group) => ({ name: group.name, group: group.name, colour: groupColour(page, group.name), shape: groupShape(page, group.name) })),
+        ...(used.has('') ? [{ name: `no ${page.groupWord}`, group: '', colour: groupColour(page, ''), shape: 'circle' }] : []),
       ]),
     );
     this.table.set({
@@ -65,7 +66,7 @@ export class TradeoffPanel {
             frontier.includes(dot) ? 'yes' : '',
           ]),
     });
-    replace(this.panel.body, this.key, this.chart.element, this.table.element);
+    replace(this.panel.body, this.key, hiddenHint(page), this.chart.element, this.table.element);
   }
 
   private drawTools(page: Page, x: Figure, y: Figure): void {
@@ -147,6 +148,7 @@ function dotsOf(page: Page, x: Figure, y: Figure): Dot[] {
 }
 
 function leadOf(frontier: Dot[], dots: Dot[], x: Figure, y: Figure): string {
+  if (dots.length === 0) return 'All of these runs are left out; press a name to bring some back.';
   if (frontier.length === 0) return `${plural(dots.length, 'run')}; none is done and up to date.`;
   const shown = (dot: Dot) => `${dot.run.name} (${withUnit(dot.y, y.unit)}, ${withUnit(dot.x, x.unit)})`;
   const fewer = `no other run is better in one of the two and as good in the other`;
