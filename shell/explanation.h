@@ -55,7 +55,7 @@ struct Explanation {
 Explanation explain(const Project& project, HAXPExpRun& run);
 
 /// What "xp explain" prints.
-std::string explanationText(const HAXPExpRun& run, const Explanation& explanation);
-nlohmann::json explanationJson(const HAXPExpRun& run, const Explanation& explanation);
+std::string explanationText(const HAXPExpRun& run, const Explanation& all);
+nlohmann::json explanationJson(const HAXPExpRun& run, const Explanation& all);
 
 }  // namespace shell

@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #include "shell/fullScreen.h"
 
+#include <algorithm>
 #include <array>
 #include <clocale>
 #include <cstdio>
@@ -50,12 +51,13 @@ extern "C" void onCrash(int number) {
 
 void keepForCrash(const char* capability) {
     const char* text = tigetstr(capability);
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): so curses tells that it is no string.
     if (text == nullptr || text == reinterpret_cast<const char*>(-1))
         return;
     const std::size_t size = std::strlen(text);
     if (s_leaveSize + size > sizeof s_leave)
         return;
-    std::memcpy(s_leave + s_leaveSize, text, size);
+    std::copy_n(text, size, s_leave + s_leaveSize);
     s_leaveSize += size;
 }
 

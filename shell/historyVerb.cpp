@@ -91,6 +91,7 @@ std::vector<Change> changesOf(const LaunchRecord& before, const LaunchRecord& af
         }
     }
     std::vector<Change> all;
+    all.reserve(changes.size());
     for (const auto& change : changes)
         all.push_back(change.second);
     return all;
@@ -98,6 +99,7 @@ std::vector<Change> changesOf(const LaunchRecord& before, const LaunchRecord& af
 
 std::string changeText(const std::vector<Change>& changes) {
     std::vector<std::string> texts;
+    texts.reserve(changes.size());
     for (const Change& change : changes)
         texts.push_back(fmt::format("{}: {} -> {}", change.name,
                                     change.before.empty() ? "default" : change.before,

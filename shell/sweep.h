@@ -45,6 +45,6 @@ std::vector<std::string> readNames(const std::string& text, const std::string& w
 /// NAME_synth_STRATEGY where there is a run of that name.
 /// @throws CommandError or HEXUserException something doesn't fit, such as a run that is
 /// there; the project is not to be saved then.
-std::vector<HAXPExpRun*> makeSweep(Project& project, const SweepRequest& request);
+std::vector<HAXPExpRun*> makeSweep(Project& project, const SweepRequest& wanted);
 
 }  // namespace shell

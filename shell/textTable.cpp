@@ -16,6 +16,7 @@ TextTable::TextTable(std::vector<Column> columns) : m_columns(std::move(columns)
 void TextTable::addRow(std::vector<std::string> cells) {
     cells.resize(m_columns.size());
     std::vector<Cell> row;
+    row.reserve(cells.size());
     for (const std::string& cell : cells)
         row.push_back({cell.empty() ? "-" : workbench::printable(cell)});
     m_rows.push_back(std::move(row));

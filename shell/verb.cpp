@@ -8,6 +8,7 @@ namespace shell {
 
 Verb::~Verb() = default;
 
+// NOLINTNEXTLINE(readability-function-size): a table.
 const std::vector<VerbEntry>& verbs() {
     static const std::vector<VerbEntry> all{
         {"new", "make a project from Verilog sources and pin constraints",

@@ -15,10 +15,10 @@ namespace {
 
 /// The most that one look reads.
 constexpr off_t kMostAtOnce = 4L * 1024 * 1024;
-constexpr std::size_t kBlock = 64U * 1024;
+constexpr std::size_t kBlock = std::size_t{64} * 1024;
 /// The most that is kept of a line; the rest of a longer one is passed over. A command with
 /// many sources is long.
-constexpr std::size_t kLongestLine = 16U * 1024;
+constexpr std::size_t kLongestLine = std::size_t{16} * 1024;
 
 }  // namespace
 

@@ -84,7 +84,7 @@ std::shared_ptr<TclSession> TclSession::of(Tcl_Interp* interp) {
     if (auto* known = static_cast<Shared*>(Tcl_GetAssocData(interp, kKey, nullptr)))
         return *known;
     auto made = std::make_unique<Shared>(new TclSession(interp));
-    const Shared session = *made;
+    Shared session = *made;
     Tcl_SetAssocData(interp, kKey, dropSession, made.release());
     return session;
 }

@@ -14,7 +14,7 @@ grid_line() {
   new_project
   run -0 --separate-stderr "$xp" -C proj doctor --json --sge 'qsub -q all.q@node1'
   [[ $(grid_line) == *'ok a job of one second: taken after '*'marker from node1 seen after '* ]]
-  [ -z "$(ls -A proj | grep doctor)" ]
+  [ -z "$(find proj -maxdepth 1 -name '*doctor*')" ]
   wait_until queue_is_empty
 }
 

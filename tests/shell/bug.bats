@@ -15,7 +15,7 @@ packed() {
   mkdir elsewhere
   tar -xzf pack.tar.gz -C elsewhere
   rm -r proj src
-  cd "elsewhere/bug-$1"
+  cd "elsewhere/bug-$1" || return
 }
 
 # Sources with an included file in another folder and a memory file beside them.

@@ -223,6 +223,7 @@ std::string nightOf(long time) {
 
 std::vector<Night> nightsOf(const std::vector<LaunchRecord>& records) {
     std::vector<const LaunchRecord*> ordered;
+    ordered.reserve(records.size());
     for (const LaunchRecord& record : records)
         ordered.push_back(&record);
     std::stable_sort(ordered.begin(), ordered.end(),

@@ -13,9 +13,9 @@ namespace ice40 {
 /// and how far its counter was, doesn't count. Memory contents count.
 std::string elaborationMeaning(const std::string& rtlil);
 
-/// Of a yosys JSON netlist; empty when `json` is none. Its creator, the places in the source,
+/// Of a yosys JSON netlist; empty when `text` is none. Its creator, the places in the source,
 /// and the line numbers in the names of nets that yosys made up don't count.
-std::string netlistMeaning(const std::string& json);
+std::string netlistMeaning(const std::string& text);
 
 /// Of pin constraints: the words of each line, in order.
 std::string constraintsMeaning(const std::string& pcf);

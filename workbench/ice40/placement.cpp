@@ -109,7 +109,7 @@ std::map<std::string, std::string> inputMeanings(const std::string& netlist,
 std::string fingerprintInputs(const std::map<std::string, std::string>& meanings) {
     std::string text;
     for (const auto& [kind, meaning] : meanings)
-        text += kind + ' ' + meaning + '\n';
+        text.append(kind).append(" ").append(meaning).append("\n");
     return fingerprint(text);
 }
 

@@ -15,6 +15,7 @@
 #include <sys/stat.h>
 
 #include <boost/filesystem.hpp>
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "environment/containers/HSTFwdIter.h"
@@ -80,6 +81,10 @@ std::string undoFolder(const Project& project) {
     return ownFolder(project.getDir()) + "/undo";
 }
 
+std::string pathIn(const std::string& folder, const std::string& name) {
+    return folder + "/" + name;
+}
+
 bool isThere(const std::string& path) {
     struct stat info {};
     return ::lstat(path.c_str(), &info) == 0;
@@ -123,6 +128,7 @@ std::vector<std::string> idsIn(const std::string& folder) {
     }
     std::sort(found.rbegin(), found.rend());
     std::vector<std::string> ids;
+    ids.reserve(found.size());
     for (const auto& each : found)
         ids.push_back(each.second);
     return ids;
@@ -155,7 +161,7 @@ std::string makeEntry(const Project& project, const std::string& verb) {
         }
     }
     for (int i = 0; i < kMostTries; ++i) {
-        const std::string path = folder + "/" + date + "-" + std::to_string(++number) + "-" + verb;
+        std::string path = fmt::format("{}/{}-{}-{}", folder, date, ++number, verb);
         if (::mkdir(path.c_str(), 0777) == 0)
             return path;
         if (errno != EEXIST)
@@ -187,10 +193,11 @@ std::uint64_t bytesOf(const std::string& entry) {
     std::uint64_t bytes = 0;
     for (const std::string& run : namesIn(entry)) {
         std::string text;
-        if (HUTFileUtils::readFile(entry + "/" + run + "/" + kBytes, kLargest, text))
+        const std::string folder = pathIn(entry, run);
+        if (HUTFileUtils::readFile(pathIn(folder, kBytes), kLargest, text))
             bytes += std::strtoull(text.c_str(), nullptr, 10);
         else
-            bytes += bytesIn(entry + "/" + run);
+            bytes += bytesIn(folder);
     }
     return bytes;
 }
@@ -282,8 +289,8 @@ void tellNotKept(const std::string& run, const std::string& why) {
 void moveBack(const std::string& from, const std::string& to) {
     HUTFile(to).mkDirRecursive();
     for (const std::string& name : namesIn(from)) {
-        const std::string source = from + "/" + name;
-        const std::string target = to + "/" + name;
+        const std::string source = pathIn(from, name);
+        const std::string target = pathIn(to, name);
         struct stat info {};
         if (::lstat(source.c_str(), &info) != 0)
             continue;
@@ -381,16 +388,20 @@ UndoScope::~UndoScope() {
     if (!m_data)
         return;
     Data::open() = nullptr;
-    const std::string failure = m_data->disk->failure();
-    const bool isEmpty = m_data->disk->movedCount() == 0 && !m_data->wasLaunched;
-    noteBytes(m_data->folder, m_data->disk->movedBytes());
-    m_data->disk.reset();
-    if (!failure.empty())
-        tellNotKept(m_data->run, failure);
-    if (isEmpty)
-        dropRunFolder(m_data->folder);
-    else if (group().depth == 0)
-        UndoStore(*m_data->project).prune();
+    try {
+        const std::string failure = m_data->disk->failure();
+        const bool isEmpty = m_data->disk->movedCount() == 0 && !m_data->wasLaunched;
+        noteBytes(m_data->folder, m_data->disk->movedBytes());
+        m_data->disk.reset();
+        if (!failure.empty())
+            tellNotKept(m_data->run, failure);
+        if (isEmpty)
+            dropRunFolder(m_data->folder);
+        else if (group().depth == 0)
+            UndoStore(*m_data->project).prune();
+    } catch (...) {
+        // What is kept stays, and the next clearing prunes.
+    }
 }
 
 bool UndoScope::isKeeping() const {
@@ -410,7 +421,11 @@ UndoGroup::~UndoGroup() {
     if (--group().depth > 0)
         return;
     group() = Group();
-    UndoStore(m_project).prune();
+    try {
+        UndoStore(m_project).prune();
+    } catch (...) {
+        // The next clearing prunes.
+    }
 }
 
 UndoStore::UndoStore(Project& project) : m_project(project) {}
@@ -421,14 +436,14 @@ std::vector<UndoEntry> UndoStore::entries() const {
         UndoEntry entry;
         entry.id = id;
         entry.verb = std::get<2>(*partsOf(id));
-        for (const std::string& run : namesIn(folder_() + "/" + id)) {
+        for (const std::string& run : namesIn(pathIn(folder_(), id))) {
             UndoRun what;
             long time = 0;
+            const std::string folder = pathIn(pathIn(folder_(), id), run);
             // What holds another run's name was renamed by hand.
-            if (!readManifest(folder_() + "/" + id + "/" + run + "/" + kManifest, what, time) ||
-                what.name != run)
+            if (!readManifest(pathIn(folder, kManifest), what, time) || what.name != run)
                 continue;
-            what.isWhole = isThere(folder_() + "/" + id + "/" + run + "/" + kBytes);
+            what.isWhole = isThere(pathIn(folder, kBytes));
             entry.runs.push_back(what);
             entry.time = std::max(entry.time, time);
         }

@@ -83,8 +83,8 @@ private:
     UndoEntry choose_(const std::string& id) const;
     void requireUndoable_(const UndoEntry& entry, const std::vector<UndoEntry>& all) const;
     void requireRestorable_(const UndoEntry& entry, const UndoRun& what) const;
-    void undoRun_(const UndoEntry& entry, const UndoRun& run);
-    void bringBack_(const UndoEntry& entry, const UndoRun& run);
+    void undoRun_(const UndoEntry& entry, const UndoRun& what);
+    void bringBack_(const UndoEntry& entry, const UndoRun& what);
     std::string folder_() const;
     std::string manifestOf_(const UndoEntry& entry, const UndoRun& run) const;
 

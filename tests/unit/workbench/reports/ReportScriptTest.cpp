@@ -189,8 +189,7 @@ TEST_F(ReportScriptTest, SourcesAScriptBesideIt) {
 
 TEST_F(ReportScriptTest, TellsTheLineOfAScriptThatItSources) {
     m_bench.dir().mark("more.tcl", "set a 1\nnonsense");
-    EXPECT_EQ(run("\nsource more.tcl"),
-              "s.tcl:2: more.tcl:2: invalid command name \"nonsense\"");
+    EXPECT_EQ(run("\nsource more.tcl"), "s.tcl:2: more.tcl:2: invalid command name \"nonsense\"");
 }
 
 TEST_F(ReportScriptTest, SourcesNothingOfAnotherFolder) {
