@@ -117,7 +117,7 @@ TEST_F(NightsTest, TellBestAndMedianOfTheRunsLastLaunches) {
     launch("b", 19, 40);
     launch("c", 19, 45);
     launch("d", 19, 100).outcome = "failed";
-    const workbench::NightFigure& fmax = nights()[0].figures.at("fmax");
+    const workbench::NightFigure fmax = nights()[0].figures.at("fmax");
     EXPECT_EQ(fmax.count, 3U);
     EXPECT_EQ(fmax.best, 50);
     EXPECT_EQ(fmax.median, 45);
