@@ -11,13 +11,16 @@ setup_file() {
   command -v tmux >/dev/null || skip 'SKIPPED: tmux is missing, xp top is not driven'
 }
 
+# Of the terminal's server, in a name of its own where a test has several.
+server=
+
 teardown() {
   tmux_ kill-server 2>/dev/null || :
   end_runs
 }
 
 tmux_() {
-  tmux -S "$BATS_TEST_TMPDIR/tmux" -f /dev/null "$@"
+  tmux -S "$BATS_TEST_TMPDIR/tmux$server" -f /dev/null "$@"
 }
 
 # Starts `xp top` in a shell of a terminal of $1 columns and $2 lines; what it ends with is
@@ -140,6 +143,8 @@ assert_left() {
   new_syntheses 1
   local pair
   for pair in INT:130 TERM:143 HUP:129 QUIT:131 SEGV:139 ABRT:134; do
+    # The one before may be about to go still.
+    server=${pair%:*}
     top_in 100 12
     wait_until shows '>synth_1'
     kill -"${pair%:*}" "$(tmux_ list-panes -F '#{pane_pid}' | xargs -n 1 pgrep -P)"
