@@ -53,6 +53,8 @@ press() {
 # The program ended with $1, and the terminal is as it was.
 assert_left() {
   wait_until shows "status: $1"
+  # Behind that comes what the terminal does with keys.
+  wait_until shows '^-*echo'
   shows '^before'
   shows '^echo'
   lacks 'q quit'
