@@ -49,12 +49,21 @@ def main():
         else:
             typed = text if text.endswith(("\t", "\x04")) else text + "\r"
             os.write(terminal, typed.encode())
-    end = time.monotonic() + 60
+    # The end of input is lost on a program that isn't at its prompt yet: it is typed again.
+    last = time.monotonic() + 60
     while True:
+        end = time.monotonic() + 1
         data = more()
-        if not data:
+        if data:
+            shown += data
+        elif data is None and time.monotonic() < last:
+            os.write(terminal, b"\x04")
+        else:
             break
-        shown += data
+    if data is None:
+        shown += b"\n<never ended>\n"
+        os.kill(pid, 9)
+        finish(99)
     _, status = os.waitpid(pid, 0)
     finish(os.waitstatus_to_exitcode(status) & 0xFF)
 
