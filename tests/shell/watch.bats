@@ -104,9 +104,12 @@ print(" ".join(e["event"] + (":" + e["step"] if "step" in e else "") for e in to
 
 @test "for ever, it sees runs that are made and launched later, until Ctrl-C" {
   new_project
+  hold_tool yosys
   watch_in_background --jsonl --forever
   "$xp" -C proj create synth_1 --flow synth
-  "$xp" -C proj launch synth_1
+  "$xp" -C proj launch synth_1 --no-wait 7>&- 8>&-
+  wait_until has_line watch.out step_began
+  release_tool
   wait_until has_line watch.out run_ended
   [ "$(events_of watch.out)" = 'run_began step_began:synth_design step_done:synth_design run_ended' ]
   kill -INT "$watch_pid"
