@@ -17,6 +17,20 @@ Abandoner::Abandoner(AbandonRule rule, const EstimateError& error, Runs runs)
 
 Abandoner::~Abandoner() = default;
 
+void Abandoner::add(const Runs& runs) {
+    for (HAXPExpRun* run : runs) {
+        forget(*run);
+        m_runs.push_back(run);
+    }
+}
+
+void Abandoner::forget(const HAXPExpRun& run) {
+    for (Runs* runs : {&m_runs, &m_given})
+        runs->erase(std::remove(runs->begin(), runs->end(), &run), runs->end());
+    m_results.erase(&run);
+    m_estimates.erase(&run);
+}
+
 std::vector<Abandoner::Event> Abandoner::look(const Runs& running) {
     std::vector<Event> events;
     const std::optional<BestResult> leader = best();

@@ -40,6 +40,11 @@ public:
     Abandoner(const Abandoner&) = delete;
     Abandoner& operator=(const Abandoner&) = delete;
 
+    /// Adds runs that are launched, perhaps again, to those that the best result is sought among.
+    void add(const Runs& runs);
+    /// That `run`, which isn't at work, is about to be deleted.
+    void forget(const HAXPExpRun& run);
+
     /// Stops those of `running` that are out, each marked as that first. May hold the caller
     /// for some seconds for each that is stopped. `running` are up to date.
     std::vector<Event> look(const Runs& running);

@@ -6,7 +6,9 @@
 #include <iterator>
 #include <limits>
 #include <memory>
+#include <utility>
 
+#include "environment/containers/HSTFwdIter.h"
 #include "environment/errors/HEXError.h"
 #include "environment/errors/HEXUserException.h"
 #include "environment/messages/ComMsgMgr.h"
@@ -112,8 +114,29 @@ LaunchQueue::Slot* LaunchQueue::freeSlot_() {
 }
 
 void LaunchQueue::add(HAXPExpRun& run) {
-    m_job.addRun(&run);
+    if (m_job->hasRunBeenAttempted(&run))
+        forget(run);
+    m_job->addRun(&run);
     m_waiting.push_back(&run);
+}
+
+void LaunchQueue::forget(const HAXPExpRun& run) {
+    using Iter = std::unique_ptr<HSTFwdIter<HAXPExpRun*>>;
+    // A job loses no run: it is made anew without this one. Another run may stand in its place
+    // in memory later, and must not be taken for it.
+    auto job = std::make_unique<HAXPJob>(m_job->getJobId());
+    const auto each = [&run](const Iter& runs, const auto& use) {
+        while (runs->hasNext()) {
+            HAXPExpRun* const one = runs->next();
+            if (one != &run)
+                use(one);
+        }
+    };
+    each(Iter(m_job->createRunIter()), [&job](HAXPExpRun* one) { job->addRun(one); });
+    each(Iter(m_job->createFailedRunIter()), [&job](HAXPExpRun* one) { job->markAsFailed(one); });
+    each(Iter(m_job->createExportedRunIter()),
+         [&job](HAXPExpRun* one) { job->markAsExported(one); });
+    m_job = std::move(job);
 }
 
 std::vector<LaunchQueue::Event> LaunchQueue::advance() {
@@ -147,9 +170,9 @@ void LaunchQueue::lookAtRunning_(std::vector<Event>& events) {
         for (Slot& slot : m_slots)
             remove(slot.running, run);
         if (isDone(*run))
-            m_job.markAsExported(run);
+            m_job->markAsExported(run);
         else
-            m_job.markAsFailed(run);
+            m_job->markAsFailed(run);
         events.push_back({run, isDone(*run) ? Event::kDone : Event::kFailed, ""});
     }
 }
@@ -218,13 +241,13 @@ LaunchQueue::Turn LaunchQueue::turnOf_(const HAXPExpRun& run) const {
     if (contains(m_waiting, synthesis) || contains(m_running, synthesis))
         return Turn::kWait;
     // One that this launch didn't bring to its end is for the launcher to refuse.
-    return m_job.hasRunBeenAttempted(synthesis) ? Turn::kNever : Turn::kStart;
+    return m_job->hasRunBeenAttempted(synthesis) ? Turn::kNever : Turn::kStart;
 }
 
 /// An implementation that was out of date for its synthesis alone may be none any more.
 bool LaunchQueue::stillStands_(HAXPExpRun& run) const {
     HAXPExpRun* synthesis = m_project.getSynthesisOf(run);
-    if (synthesis == nullptr || !m_job.hasRunBeenAttempted(synthesis))
+    if (synthesis == nullptr || !m_job->hasRunBeenAttempted(synthesis))
         return false;
     if (RunLauncher::isEnqueued(run))
         RunLauncher::takeBack(run);
@@ -237,7 +260,7 @@ bool LaunchQueue::leave_(HAXPExpRun& run, std::vector<Event>& events) {
         return false;
     remove(m_waiting, &run);
     remove(m_shown, &run);
-    m_job.markAsExported(&run);
+    m_job->markAsExported(&run);
     events.push_back({&run, Event::kStands, ""});
     return true;
 }
@@ -374,7 +397,7 @@ void LaunchQueue::giveUp_(HAXPExpRun& run, Event::Kind kind, const std::string& 
         RunLauncher::takeBack(run);
     remove(m_shown, &run);
     remove(m_waiting, &run);
-    m_job.markAsFailed(&run);
+    m_job->markAsFailed(&run);
     run.updateStatus();
     events.push_back({&run, kind, text});
 }

@@ -64,23 +64,28 @@ public:
     /// `mostAtOnce` of it at work at once. To be called before the first advance().
     void setArrays(long mostAtOnce) { m_mostAtOnce = mostAtOnce; }
 
-    /// Adds a run behind the others; a synthesis comes before what starts from it.
+    /// Adds a run behind the others; a synthesis comes before what starts from it. One that has
+    /// come to its end here may be launched again: it counts once.
     void add(HAXPExpRun& run);
+
+    /// That `run`, which neither waits nor is at work, is about to be deleted: it isn't counted
+    /// any more.
+    void forget(const HAXPExpRun& run);
 
     /// Brings the runs at work up to date, starts what may start, and says what happened
     /// since the last call. Never waits for a run.
     std::vector<Event> advance();
 
     /// Whether every run has come to its end, one way or the other.
-    bool isOver() const { return m_job.allRunsAttempted(); }
+    bool isOver() const { return m_job->allRunsAttempted(); }
 
     const Runs& getRunning() const { return m_running; }
     /// In the order in which they were added.
     const Runs& getWaiting() const { return m_waiting; }
-    int doneCount() const { return m_job.exportedRunCount(); }
+    int doneCount() const { return m_job->exportedRunCount(); }
     /// Every run that came to its end otherwise.
-    int failedCount() const { return m_job.failedRunCount(); }
-    int runCount() const { return m_job.runCount(); }
+    int failedCount() const { return m_job->failedRunCount(); }
+    int runCount() const { return m_job->runCount(); }
 
     /// Takes back what waits, and says what it was.
     Runs takeBackWaiting();
@@ -127,7 +132,7 @@ private:
     Project& m_project;
     HAXPLaunchOptions m_options;
     RunLauncher m_launcher;
-    HAXPJob m_job{1};
+    std::unique_ptr<HAXPJob> m_job = std::make_unique<HAXPJob>(1);
     std::vector<Slot> m_slots;
     /// Of an array; 0 for jobs of their own.
     long m_mostAtOnce = 0;

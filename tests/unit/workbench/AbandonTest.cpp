@@ -238,6 +238,27 @@ TEST_F(AbandonerTest, LeavesWhatMayWinWhatIsDoneAndWhatIsNotPlaced) {
     EXPECT_TRUE(watch.stopped.empty());
 }
 
+TEST_F(AbandonerTest, ARunThatIsLaunchedAgainIsJudgedAgain) {
+    place(30);
+    RecordingAbandoner watch(ruleOf("fmax < 90% of best"), {1.2, 1.1, 24},
+                             {m_done.get(), m_run.get()});
+    EXPECT_EQ(watch.look({m_run.get()}).size(), 1U);
+    EXPECT_TRUE(watch.look({m_run.get()}).empty());
+    watch.add({m_run.get()});
+    EXPECT_EQ(watch.look({m_run.get()}).size(), 1U);
+}
+
+TEST_F(AbandonerTest, ARunThatIsForgottenIsNotTheBest) {
+    place(30);
+    RecordingAbandoner watch(ruleOf("fmax < 90% of best"), {1.2, 1.1, 24},
+                             {m_done.get(), m_run.get()});
+    ASSERT_TRUE(watch.best());
+    watch.forget(*m_done);
+    m_done.reset();
+    EXPECT_FALSE(watch.best());
+    EXPECT_TRUE(watch.look({m_run.get()}).empty());
+}
+
 TEST_F(AbandonerTest, WhatCantBeStoppedGoesOnAndIsToldOnce) {
     place(30);
     RecordingAbandoner watch(ruleOf("fmax < 90% of best"), {1.2, 1.1, 24},

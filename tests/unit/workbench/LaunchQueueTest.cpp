@@ -171,6 +171,40 @@ TEST_F(LaunchQueueTest, AFailedSynthesisLeavesItsImplementationsOut) {
     EXPECT_EQ(runs.failedCount(), 2);
 }
 
+TEST_F(LaunchQueueTest, ARunThatHasEndedMayBeLaunchedAgain) {
+    StillQueue& runs = queue(8);
+    runs.add(m_synth);
+    runs.add(m_other);
+    EXPECT_EQ(advance(), "synth_1 started, synth_2 started");
+    runs.end(m_synth, false);
+    EXPECT_EQ(advance(), "synth_1 failed");
+    runs.add(m_synth);
+    EXPECT_EQ(advance(), "synth_1 started");
+    runs.end(m_synth, true);
+    runs.end(m_other, true);
+    EXPECT_EQ(advance(), "synth_2 done, synth_1 done");
+    EXPECT_TRUE(runs.isOver());
+    EXPECT_EQ(runs.runCount(), 2);
+    EXPECT_EQ(runs.failedCount(), 0);
+}
+
+TEST_F(LaunchQueueTest, ARunThatIsForgottenIsNotCounted) {
+    StillQueue& runs = queue(8);
+    runs.add(m_synth);
+    runs.add(m_other);
+    advance();
+    runs.end(m_other, false);
+    advance();
+    runs.forget(m_other);
+    EXPECT_EQ(runs.runCount(), 1);
+    EXPECT_EQ(runs.failedCount(), 0);
+    EXPECT_FALSE(runs.isOver());
+    runs.end(m_synth, true);
+    EXPECT_EQ(advance(), "synth_1 done");
+    EXPECT_TRUE(runs.isOver());
+    EXPECT_EQ(runs.doneCount(), 1);
+}
+
 TEST_F(LaunchQueueTest, OneThatIsRefusedKeepsNoOtherBack) {
     StillQueue& runs = queue(1);
     runs.refuse("synth_1");
