@@ -20,26 +20,31 @@ using Runs = std::vector<const ComparedRun*>;
     throw CommandError(kExitUsage, fmt::format("{} '{}': {}.", option, text, reason));
 }
 
-void addRequirement(const std::string& text, const std::vector<Metric>& known, ChoiceRules& rules) {
+/// What rules may name, and how a list of it begins.
+struct Metrics {
+    std::vector<Metric> known;
+    std::string lead;
+};
+
+void addRequirement(const std::string& text, const Metrics& metrics, ChoiceRules& rules) {
     Requirement requirement;
     std::string reason;
     if (!statistics::parseRequirement(text, requirement, reason))
         refuse("--require", text, reason);
-    const Metric& metric = requireMetric(requirement.metric, known);
+    const Metric& metric = requireMetric(requirement.metric, metrics.known, metrics.lead);
     rules.requirementTexts.push_back(statistics::requirementText(requirement));
     requirement.metric = metric.figure;
     rules.requirements.push_back(requirement);
     rules.requiredMetrics.push_back(metric);
 }
 
-void addRule(const std::string& text, bool isFirst, const std::vector<Metric>& known,
-             ChoiceRules& rules) {
+void addRule(const std::string& text, bool isFirst, const Metrics& metrics, ChoiceRules& rules) {
     const char* option = isFirst ? "--by" : "--then";
     Rule rule;
     std::string reason;
     if (!statistics::parseRule(text, rule, reason))
         refuse(option, text, reason);
-    const Metric& metric = requireMetric(rule.metric, known);
+    const Metric& metric = requireMetric(rule.metric, metrics.known, metrics.lead);
     if (!rule.direction && metric.better == reports::Figure::kNeither)
         refuse(option, text,
                fmt::format("Neither side of {0} is the better one; say '{0} max' or '{0} min'",
@@ -50,6 +55,23 @@ void addRule(const std::string& text, bool isFirst, const std::vector<Metric>& k
     rule.metric = metric.figure;
     rules.rules.push_back(rule);
     rules.ruleMetrics.push_back(metric);
+}
+
+ChoiceRules readRules(const std::vector<std::string>& requirements,
+                      const std::vector<std::string>& rules, const Metrics& metrics) {
+    ChoiceRules read;
+    for (const std::string& text : requirements)
+        addRequirement(text, metrics, read);
+    for (const std::string& text : rules)
+        addRule(text, read.rules.empty(), metrics, read);
+    return read;
+}
+
+/// What rules may name where no run tells any figure.
+Metrics possibleMetrics() {
+    ComparedRun any;
+    any.figures = reports::possibleFigures();
+    return {knownMetrics({any}), "Runs can have"};
 }
 
 /// Why `run` can't be chosen under `rules`; empty when it can.
@@ -103,13 +125,7 @@ Choice::Step stepOf(const Choice& choice, const SelectionStep& from) {
 ChoiceRules readChoiceRules(const std::vector<std::string>& requirements,
                             const std::vector<std::string>& rules,
                             const std::vector<ComparedRun>& runs) {
-    const std::vector<Metric> known = knownMetrics(runs);
-    ChoiceRules read;
-    for (const std::string& text : requirements)
-        addRequirement(text, known, read);
-    for (const std::string& text : rules)
-        addRule(text, read.rules.empty(), known, read);
-    return read;
+    return readRules(requirements, rules, {knownMetrics(runs), "The runs have"});
 }
 
 Choice choose(const std::vector<ComparedRun>& runs, const ChoiceRules& rules) {
@@ -138,8 +154,10 @@ Choice chooseBy(const std::vector<ComparedRun>& runs, const std::vector<std::str
                 const std::vector<std::string>& rules) {
     // Runs that aren't done tell no figures: a metric of a rule would seem unknown.
     if (std::none_of(runs.begin(), runs.end(),
-                     [](const auto& run) { return whyNotJudged(run).empty(); }))
+                     [](const auto& run) { return whyNotJudged(run).empty(); })) {
+        readRules(requirements, rules, possibleMetrics());
         return choose(runs, ChoiceRules());
+    }
     return choose(runs, readChoiceRules(requirements, rules, runs));
 }
 

@@ -52,7 +52,7 @@ struct Choice {
 /// metric of one of the rules is left out.
 Choice choose(const std::vector<ComparedRun>& runs, const ChoiceRules& rules);
 
-/// The same by rules as texts. What they name needn't be known while no run can be judged.
+/// The same by rules as texts. While no run can be judged they may name what any run could tell.
 /// @throws CommandError as readChoiceRules().
 Choice chooseBy(const std::vector<ComparedRun>& runs, const std::vector<std::string>& requirements,
                 const std::vector<std::string>& rules);

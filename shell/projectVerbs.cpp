@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
 #include <cstdio>
+#include <filesystem>
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
@@ -21,7 +22,9 @@ namespace {
 class NewVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
-        command.add_option("dir", m_dir, "Folder of the project; made if it isn't there")
+        command
+            .add_option("dir", m_dir,
+                        "Folder of the project, seen from that of -C; made if it isn't there")
             ->required();
         command.add_option("--top", m_inputs.top, "Top module")->required();
         command.add_option("--source", m_inputs.sources, "Verilog files")->required();
@@ -37,10 +40,13 @@ public:
             ->allow_extra_args(false);
     }
 
-    int run(const Session&) override {
-        const auto project = makeProject(m_dir, m_inputs);
+    int run(const Session& session) override {
+        // -C tells where the project is, as for every verb: files are those of the current folder.
+        const std::filesystem::path dir = std::filesystem::path(session.projectDir) / m_dir;
+        const std::string place = dir.lexically_normal().string();
+        const auto project = makeProject(place, m_inputs);
         note("Project {} is made. Next: xp -C {} create synth_1 --flow synth", project->getName(),
-             m_dir);
+             place);
         return kExitDone;
     }
 

@@ -160,7 +160,8 @@ std::vector<Metric> knownMetrics(const std::vector<ComparedRun>& runs) {
     return metrics;
 }
 
-const Metric& requireMetric(const std::string& word, const std::vector<Metric>& known) {
+const Metric& requireMetric(const std::string& word, const std::vector<Metric>& known,
+                            const std::string& lead) {
     std::vector<std::string> words;
     for (const Metric& metric : known) {
         if (metric.word == word)
@@ -169,9 +170,9 @@ const Metric& requireMetric(const std::string& word, const std::vector<Metric>& 
     }
     const std::string meant = suggestionFor(word, words);
     throw CommandError(kExitUsage,
-                       fmt::format("There is no metric '{}'. {}The runs have: {}.", word,
+                       fmt::format("There is no metric '{}'. {}{}: {}.", word,
                                    meant.empty() ? "" : fmt::format("Did you mean '{}'? ", meant),
-                                   fmt::join(words, ", ")));
+                                   lead, fmt::join(words, ", ")));
 }
 
 std::vector<Goal> readGoals(const std::string& text, const std::vector<ComparedRun>& runs) {

@@ -82,8 +82,9 @@ struct Metric {
 std::vector<Metric> knownMetrics(const std::vector<ComparedRun>& runs);
 
 /// The one of `known` called `word`. @throws CommandError there is none; it names one that
-/// may be meant, or all.
-const Metric& requireMetric(const std::string& word, const std::vector<Metric>& known);
+/// may be meant, and all behind `lead`.
+const Metric& requireMetric(const std::string& word, const std::vector<Metric>& known,
+                            const std::string& lead = "The runs have");
 
 /// The goals of `text`, words with commas between: the first decides, the others decide
 /// ties. Any figure of `runs` will do that knows which way is better.

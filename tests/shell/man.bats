@@ -54,10 +54,17 @@ need_man() {
   pages
   MANWIDTH=100 run -0 shown xp-create.1
   local part
-  for part in 'xp create [OPTIONS] NAME' '--strategy TEXT' 'Strategy to start from (Default if unsaid)' \
+  for part in 'xp create [OPTIONS] NAME' '--strategy STRATEGY' 'Strategy to start from (Default if unsaid)' \
     'EXIT STATUS' '130' 'EXAMPLES' 'xp create synth_1 --flow synth' '-q, --quiet' 'xp(1)'; do
     [[ $output == *"$part"* ]] || { echo "lacks $part: $output"; false; }
   done
+}
+
+@test "a value is called by what it is, and not by its type" {
+  pages
+  # Only a description is any text.
+  run -0 grep -hE 'fI(TEXT|INT|UINT|FLOAT|VALUE)' ./*.1
+  [ -z "$(grep -v description <<<"$output")" ]
 }
 
 @test "a page shows quotes and dashes as they are typed" {

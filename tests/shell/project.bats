@@ -39,6 +39,17 @@ load xp.bash
   [ "$output" = "$before" ]
 }
 
+@test "-C tells where a new project is, and files are those of the current folder" {
+  mkdir place
+  run -0 "$xp" -C place new chip --top blinky --source blinky.v
+  [[ $output == *'xp -C place/chip create synth_1 --flow synth'* ]]
+  run -0 --separate-stderr "$xp" -C place/chip show --json
+  [ "$(json 'j["sources"]' <<<"$output")" = "['$BATS_TEST_TMPDIR/blinky.v']" ]
+  run -0 "$xp" new -C nowhere "$BATS_TEST_TMPDIR/other" --top blinky --source blinky.v
+  [ -e other/project.xml ]
+  [ ! -e nowhere ]
+}
+
 @test "sources and constraints can be added" {
   new_project
   cp blinky.v more.v

@@ -104,6 +104,11 @@ PYTHON
   [ "${lines[1]}" = "night_Default_s1 is left out: it isn't done (not started)" ]
   run -6 --separate-stderr "$xp" -C proj best night --families --by 'cells min'
   [ "${lines[0]}" = 'No run can be judged.' ]
+  # A metric that is mistyped is told first.
+  run -2 --separate-stderr "$xp" -C proj best --by 'fmx max'
+  [[ $stderr == "xp: error: There is no metric 'fmx'. Did you mean 'fmax'? Runs can have: fmax, slack,"* ]]
+  run -2 --separate-stderr "$xp" -C proj best night --families --require 'slck >= 0'
+  [[ $stderr == *"Did you mean 'slack'?"* ]]
   run -6 --separate-stderr "$xp" -C proj best impl_1 --families
   [[ $stderr == 'xp: error: None of these runs belongs to a family. '* ]]
 }

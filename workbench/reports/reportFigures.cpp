@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "workbench/ice40/metrics.h"
 #include "workbench/ice40/stepFiles.h"
 #include "workbench/reports/reportFormat.h"
 
@@ -66,6 +67,37 @@ bool readFigure(const json& item, Figure& figure) {
 }
 
 }  // namespace
+
+const std::vector<Figure>& possibleFigures() {
+    using namespace ice40::counts;
+    static const std::vector<Figure> all{
+        {"fmax", "Fmax", 0, "MHz", Figure::kHigher},
+        {"worst_slack", "Worst slack", 0, "ns", Figure::kHigher},
+        {"missed_clocks", "Clocks that miss their target", 0, "", Figure::kLower},
+        {"icetime_fmax", "Fmax by icetime", 0, "MHz", Figure::kHigher},
+        {"slowest_path", "Slowest path", 0, "ns", Figure::kLower},
+        {kLogicCells, "Logic cells", 0, "", Figure::kLower},
+        {"logic_cells_percent", "Logic cells used", 0, "%", Figure::kLower},
+        {kLuts, "LUTs", 0, "", Figure::kLower},
+        {kFlipFlops, "Flip-flops", 0, "", Figure::kLower},
+        {kCarries, "Carry cells", 0, "", Figure::kLower},
+        {kBlockRams, "Block RAMs", 0, "", Figure::kLower},
+        {kDsps, "Multipliers", 0, "", Figure::kLower},
+        {kIos, "I/O cells", 0, "", Figure::kLower},
+        {kGlobalBuffers, "Global buffers", 0, "", Figure::kLower},
+        {kCells, "Cells", 0, "", Figure::kLower},
+        {"ports", "Port bits", 0, "", Figure::kNeither},
+        {"ports_without_pin", "Port bits without a pin", 0, "", Figure::kLower},
+        {"clocks", "Clocks", 0, "", Figure::kNeither},
+        {"control_sets", "Control sets", 0, "", Figure::kLower},
+        {"highest_fanout", "Highest fanout", 0, "", Figure::kLower},
+        {"nets_routed", "Nets routed", 0, "", Figure::kNeither},
+        {"wire_segments", "Wire segments used", 0, "", Figure::kLower},
+        {"drc_errors", "DRC errors", 0, "", Figure::kLower},
+        {"drc_warnings", "DRC warnings", 0, "", Figure::kLower},
+        {"seconds", "Run time", 0, "s", Figure::kLower}};
+    return all;
+}
 
 std::string betterText(Figure::Better better) {
     switch (better) {

@@ -22,6 +22,9 @@ struct Figure {
 /// "higher", "lower" or empty.
 std::string betterText(Figure::Better better);
 
+/// Every figure that a report or a step of ours may tell, each name once; the values mean nothing.
+const std::vector<Figure>& possibleFigures();
+
 /// The figures of a report and where they come from.
 struct ReportFigures {
     std::string report;  ///< "report_timing_summary"
