@@ -8,6 +8,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "shell/bestFamily.h"
 #include "shell/bestRun.h"
 #include "shell/bestView.h"
 #include "shell/comparedRuns.h"
@@ -48,51 +49,39 @@ public:
         const auto project = Project::open(session.projectDir, Project::kRead);
         const std::vector<ComparedRun> runs = comparedRuns(
             *project, runsToCompare(*project, m_names), FigureSource::kReportsAndSteps);
-        return m_wantsFamilies ? showFamily_(familiesOf(runs)) : show_(chosen_(runs), {});
+        std::vector<std::string> rules{m_by};
+        rules.insert(rules.end(), m_then.begin(), m_then.end());
+        if (!m_wantsFamilies)
+            return show_(chooseBy(runs, m_require, rules));
+        const std::vector<ComparedFamily> families = familiesOf(runs);
+        return show_(chooseFamily(families, m_require, rules, m_families.question()));
     }
 
 private:
-    Choice chosen_(const std::vector<ComparedRun>& runs) const {
-        std::vector<std::string> rules{m_by};
-        rules.insert(rules.end(), m_then.begin(), m_then.end());
-        return chooseBy(runs, m_require, rules);
+    int show_(const Choice& choice) const {
+        if (m_json)
+            printJson(choiceJson(choice));
+        else
+            printLines_(choice);
+        return exitStatusOf(choice);
     }
 
-    int showFamily_(const std::vector<ComparedFamily>& families) const {
-        if (families.empty())
-            throw CommandError(kExitRefused, "None of these runs belongs to a family. Make "
-                                             "families with: xp sweep NAME");
-        std::vector<ComparedRun> medians;
-        medians.reserve(families.size());
-        for (const ComparedFamily& family : families)
-            medians.push_back(medianRun(family));
-        const Choice choice = chosen_(medians);
-        if (choice.best.empty())
-            return show_(choice, {});
-        std::vector<std::string> figures;
-        figures.reserve(choice.rules.ruleMetrics.size());
-        for (const Metric& metric : choice.rules.ruleMetrics)
-            figures.push_back(metric.figure);
-        const auto place = static_cast<std::size_t>(choice.best.front() - medians.data());
-        return show_(choice,
-                     compareBest(families, families[place], figures, m_families.question()));
-    }
-
-    int show_(const Choice& choice, const std::vector<FamilyPair>& pairs) const {
+    int show_(const FamilyChoice& chosen) const {
         if (m_json) {
-            nlohmann::json json = choiceJson(choice);
-            if (m_wantsFamilies)
-                json["comparisons"] = pairsJson(pairs);
-            printJson(json);
-            return exitStatusOf(choice);
+            printJson(familyChoiceJson(chosen));
+            return exitStatusOf(chosen.choice);
         }
-        for (const std::string& line : choiceLines(choice))
-            fmt::print("{}\n", workbench::printable(line));
-        for (const FamilyPair& pair : pairs) {
+        printLines_(chosen.choice);
+        for (const FamilyPair& pair : chosen.pairs) {
             for (const FamilyRow& row : pair.rows)
                 fmt::print("{}\n", verdictLine(pair, row));
         }
-        return exitStatusOf(choice);
+        return exitStatusOf(chosen.choice);
+    }
+
+    static void printLines_(const Choice& choice) {
+        for (const std::string& line : choiceLines(choice))
+            fmt::print("{}\n", workbench::printable(line));
     }
 
     std::vector<std::string> m_names;

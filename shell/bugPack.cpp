@@ -451,4 +451,14 @@ void packRun(const Project& project, HAXPExpRun& run, const std::string& archive
     makeArchive(staging, archive);
 }
 
+std::string packRunAnew(const Project& project, HAXPExpRun& run, const std::string& archive) {
+    const std::string name =
+        archive.empty() ? fmt::format("bug-{}.tar.gz", run.getName()) : archive;
+    std::error_code ignored;
+    if (std::filesystem::exists(name, ignored))
+        fail(fmt::format("{} is there already. Remove it, or name another file.", name));
+    packRun(project, run, name);
+    return name;
+}
+
 }  // namespace shell

@@ -42,4 +42,9 @@ std::string commonFolder(const std::vector<std::string>& files);
 /// @throws CommandError it can't be packed; then nothing is left.
 void packRun(const Project& project, HAXPExpRun& run, const std::string& archive);
 
+/// The same into a file that isn't there yet, "bug-RUN.tar.gz" in the current folder when
+/// `archive` is empty; gives its name.
+/// @throws CommandError it is there, or can't be packed; then nothing is left.
+std::string packRunAnew(const Project& project, HAXPExpRun& run, const std::string& archive);
+
 }  // namespace shell

@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
-#include <filesystem>
-
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
@@ -28,15 +26,7 @@ public:
     int run(const Session& session) override {
         const auto project = Project::open(session.projectDir, Project::kRead);
         HAXPExpRun& run = project->getRun(m_name);
-        const std::string archive =
-            m_output.empty() ? fmt::format("bug-{}.tar.gz", m_name) : m_output;
-        std::error_code ignored;
-        if (std::filesystem::exists(archive, ignored))
-            throw CommandError(kExitRefused, fmt::format("{} is there already. Remove it, or name "
-                                                         "another file with -o",
-                                                         archive));
-        packRun(*project, run, archive);
-        fmt::print("{}\n", archive);
+        fmt::print("{}\n", packRunAnew(*project, run, m_output));
         note("Look through it before you hand it on: it holds your sources. ./reproduce.sh in it "
              "repeats the step.");
         return kExitDone;

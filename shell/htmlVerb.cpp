@@ -5,21 +5,15 @@
 #include <CLI/Formatter.hpp>
 #include <fmt/format.h>
 
-#include "environment/files/HUTFileUtils.h"
 #include "shell/exitStatus.h"
-#include "shell/page/pageData.h"
-#include "shell/page/pageFile.h"
+#include "shell/page/writePage.h"
 #include "shell/runPlan.h"
-#include "shell/runView.h"
 #include "shell/verb.h"
 #include "workbench/Project.h"
 
 namespace shell {
 
 namespace {
-
-/// The page of the project, beside its project file.
-const char kPageName[] = "xperiment.html";
 
 class HtmlVerb final : public Verb {
 public:
@@ -35,17 +29,9 @@ public:
 
     int run(const Session& session) override {
         const auto project = Project::open(session.projectDir, Project::kRead);
-        PageRequest request;
-        request.runs = chosenRuns(*project, m_names);
-        lookForLife(request.runs);
-        if (m_wantsData) {
-            fmt::print("{}\n", pageData(*project, request));
-            return kExitDone;
-        }
-        std::string path = m_output.empty() ? project->getDir() + "/" + kPageName : m_output;
-        HUTFileUtils::makeAbsolutePath(path);
-        HUTFileUtils::replaceFile(path, pageWith(pageTemplate(), pageData(*project, request)));
-        fmt::print("{}\n", path);
+        const std::vector<HAXPExpRun*> runs = chosenRuns(*project, m_names);
+        fmt::print("{}\n", m_wantsData ? writtenPageData(*project, runs)
+                                       : writePage(*project, runs, m_output));
         return kExitDone;
     }
 

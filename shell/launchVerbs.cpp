@@ -15,6 +15,7 @@
 
 #include "environment/errors/HEXUserException.h"
 #include "runs/base/xperiment/HAXPLaunchOptions.h"
+#include "shell/abandoning.h"
 #include "shell/clusterOptions.h"
 #include "shell/dataOutput.h"
 #include "shell/exitStatus.h"
@@ -117,7 +118,9 @@ public:
         // Nobody would start the next ones here.
         if (m_noWait && m_jobs > 0 && !m_cluster.hasCluster())
             throw CommandError(kExitUsage, "--jobs excludes --no-wait");
-        readRule_();
+        // Before anything is touched.
+        if (!m_abandon.empty())
+            m_rule = readRule(m_abandon);
         const auto project = Project::open(session.projectDir, Project::kChange);
         const Runs chosen = chosenRuns(*project, m_names);
         if (chosen.empty())
@@ -136,24 +139,12 @@ public:
     }
 
 private:
-    /// Before anything is touched.
-    void readRule_() {
-        try {
-            if (!m_abandon.empty())
-                m_rule = workbench::readAbandonRule(m_abandon);
-        } catch (const HEXUserException& error) {
-            throw CommandError(kExitUsage, error.what());
-        }
-    }
-
     /// What gives up runs of `plan`; nothing without a rule.
     std::unique_ptr<workbench::Abandoner> abandoner_(const Project& project,
                                                      const RunPlan& plan) const {
         if (!m_rule)
             return nullptr;
-        const workbench::EstimateError error =
-            workbench::estimateError(workbench::History(project).estimateRatios(
-                "impl", "fmax_mhz", "place_design", "route_design"));
+        const workbench::EstimateError error = learnedError(project);
         note("Runs with {} are abandoned after placement: {}", m_rule->text,
              workbench::errorText(error));
         return std::make_unique<workbench::Abandoner>(*m_rule, error, plan.runs);

@@ -15,6 +15,7 @@
 #include "shell/exitStatus.h"
 #include "shell/jsonOutput.h"
 #include "shell/note.h"
+#include "shell/reportStrategyActions.h"
 #include "shell/runView.h"
 #include "shell/setting.h"
 #include "shell/strategyActions.h"
@@ -24,7 +25,6 @@
 #include "shell/verb.h"
 #include "workbench/entryRules.h"
 #include "workbench/printable.h"
-#include "workbench/reportStrategyOptions.h"
 #include "workbench/strategies.h"
 
 namespace shell {
@@ -360,20 +360,11 @@ public:
     }
 
     int run(const Session&) override {
-        const workbench::StrategyLock lock;
-        auto& strategy = chosenUsersStrategy<ReportStrategyKind>(m_place.strategy);
-        const auto wanted = ReportStrategyKind::makeCopy(strategy);
-        const std::string called =
-            workbench::addReport(*wanted, m_place.step, m_place.report, m_version, m_displayName);
-        // The first of its name has no number, but would be meant by "#1" alone later on.
-        const std::string number = called == m_place.report ? "#1" : "";
-        for (const Setting& setting : readSettings(m_settings))
-            workbench::setReportOption(
-                *wanted, fmt::format("{}.{}{}.{}", m_place.step, called, number, setting.name),
-                setting.value);
-        ReportStrategyKind::takeOver(strategy, *wanted);
-        sayNote(
-            fmt::format("{} of {} is in {}", printable(called), m_place.step, shownName(strategy)));
+        const AddedReport added =
+            addStrategyReport(m_place.strategy, {m_place.step, m_place.report, m_version,
+                                                 m_displayName, readSettings(m_settings)});
+        sayNote(fmt::format("{} of {} is in {}", printable(added.name), m_place.step,
+                            shownName(*added.strategy)));
         return kExitDone;
     }
 
@@ -391,11 +382,8 @@ public:
     }
 
     int run(const Session&) override {
-        const workbench::StrategyLock lock;
-        auto& strategy = chosenUsersStrategy<ReportStrategyKind>(m_place.strategy);
-        const auto wanted = ReportStrategyKind::makeCopy(strategy);
-        workbench::removeReport(*wanted, m_place.step, m_place.report);
-        ReportStrategyKind::takeOver(strategy, *wanted);
+        const HAXRReportStrategy& strategy =
+            removeStrategyReport(m_place.strategy, m_place.step, m_place.report);
         sayNote(fmt::format("{} of {} is removed from {}", printable(m_place.report), m_place.step,
                             shownName(strategy)));
         return kExitDone;

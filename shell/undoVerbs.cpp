@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
 // The verbs that remove runs, and take back what cleared them.
-#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <ctime>
@@ -21,6 +20,7 @@
 #include "shell/note.h"
 #include "shell/runPlan.h"
 #include "shell/textTable.h"
+#include "shell/undoActions.h"
 #include "shell/verb.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
@@ -48,23 +48,6 @@ std::string timeText(long time) {
     localtime_r(&moment, &local);
     std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M", &local);
     return text.data();
-}
-
-nlohmann::json entriesJson(const std::vector<UndoEntry>& entries) {
-    nlohmann::json all = nlohmann::json::array();
-    for (const UndoEntry& entry : entries) {
-        nlohmann::json runs = nlohmann::json::array();
-        for (const workbench::UndoRun& run : entry.runs)
-            runs.push_back(
-                {{"run", run.name},
-                 {"from", run.fromStep.empty() ? nlohmann::json() : nlohmann::json(run.fromStep)}});
-        all.push_back({{"id", entry.id},
-                       {"verb", entry.verb},
-                       {"time", entry.time},
-                       {"bytes", entry.bytes},
-                       {"runs", runs}});
-    }
-    return {{"entries", all}};
 }
 
 class UndoVerb final : public Verb {
@@ -107,19 +90,14 @@ public:
 
 private:
     void setLimits_(workbench::UndoStore& store) const {
-        workbench::UndoLimits limits = store.getLimits();
-        if (m_keep > 0)
-            limits.entries = m_keep;
-        if (m_keepMb > 0)
-            limits.megabytes = m_keepMb;
-        store.setLimits(limits);
+        const workbench::UndoLimits limits = changeLimits(store, m_keep, m_keepMb);
         note("At most {} are kept to be taken back, of {} MB together", limits.entries,
              limits.megabytes);
     }
 
     void list_(const std::vector<UndoEntry>& entries) const {
         if (m_json) {
-            printJson(entriesJson(entries));
+            printJson({{"entries", entriesJson(entries)}});
             return;
         }
         if (entries.empty()) {
@@ -155,7 +133,7 @@ public:
         const auto project = Project::open(session.projectDir, Project::kChange);
         Runs runs = chosenRuns(*project, m_names);
         if (m_withDependants)
-            addDependants_(*project, runs);
+            addDependants(*project, runs);
         std::vector<std::string> names;
         for (const HAXPExpRun* run : runs)
             names.push_back(run->getName());
@@ -172,15 +150,6 @@ public:
     }
 
 private:
-    static void addDependants_(const Project& project, Runs& runs) {
-        for (HAXPExpRun* run : project.getRuns()) {
-            const bool isChosen = std::find(runs.begin(), runs.end(), run) != runs.end();
-            const HAXPExpRun* synthesis = project.getSynthesisOf(*run);
-            if (!isChosen && std::find(runs.begin(), runs.end(), synthesis) != runs.end())
-                runs.push_back(run);
-        }
-    }
-
     /// Where nobody can answer, more than one name is told by --yes alone.
     static void ask_(const std::vector<std::string>& names) {
         const std::string what = fmt::format("{} runs: {}", names.size(), fmt::join(names, ", "));

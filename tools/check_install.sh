@@ -42,3 +42,26 @@ make_bitstream() {
 make_bitstream > "$work/xp.log" 2>&1 || true
 [ -s "$work/chip/runs/impl_1/blinky.bin" ] || { cat "$work/xp.log"; exit 1; }
 echo "installed xp: $(wc -c < "$work/chip/runs/impl_1/blinky.bin") bytes of bitstream"
+
+# So does a plain tclsh that is told where the package lies, and xp tcl.
+cat > "$work/session.tcl" <<'TCL'
+package require xperiment
+namespace import -force xperiment::*
+lassign $argv dir
+project open $dir
+run create impl_tcl -flow impl -set {seed 2}
+run launch impl_tcl
+if {[run wait] ne {impl_tcl done}} {error "the run failed: [run explain impl_tcl]"}
+project html -file $dir/page.html
+set address [project serve]
+project unserve
+puts "installed package: [package present xperiment], Fmax [run get impl_tcl fmax_mhz] MHz"
+run delete impl_tcl
+TCL
+if command -v tclsh8.6 > /dev/null; then
+  (cd / && TCLLIBPATH="{$work/moved tree/lib/tcltk}" tclsh8.6 "$work/session.tcl" "$work/chip")
+  [ -s "$work/chip/page.html" ]
+else
+  echo "tclsh8.6 is missing: the installed package isn't tried"
+fi
+"$xp" tcl "$work/session.tcl" "$work/chip"

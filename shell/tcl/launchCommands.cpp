@@ -2,7 +2,10 @@
 // Copyright the Xperiment authors
 #include <algorithm>
 #include <limits>
+#include <memory>
+#include <optional>
 #include <thread>
+#include <utility>
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
@@ -12,6 +15,7 @@
 #include <tcl.h>
 
 #include "runs/base/xperiment/HAXPLaunchOptions.h"
+#include "shell/abandoning.h"
 #include "shell/clusterOptions.h"
 #include "shell/hostOptions.h"
 #include "shell/planView.h"
@@ -22,6 +26,7 @@
 #include "shell/tcl/tclError.h"
 #include "shell/tcl/tclValue.h"
 #include "shell/tools.h"
+#include "workbench/Abandoner.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/LaunchQueue.h"
 #include "workbench/Project.h"
@@ -123,7 +128,10 @@ const std::vector<OptionRule>& options() {
         {"-runscripts", "FILE", "a file with lines RUN: SCRIPT, the user's own scripts"},
         {"-sge", "COMMAND", "launch on a grid engine by this submit command"},
         {"-lsf", "COMMAND", "launch on LSF by this submit command"},
-        {"-testfolder", "BOOL", "first see whether LSF's hosts can write to the project"}};
+        {"-testfolder", "BOOL", "first see whether LSF's hosts can write to the project"},
+        {"-abandon", "RULE",
+         "stop a run whose estimate after placement can't come up to what the rule demands, such "
+         "as {fmax < 90% of best}"}};
     return all;
 }
 
@@ -133,7 +141,11 @@ Tcl_Obj* start(Call& call) {
     changeable(*open);
     const LaunchWords words(call);
     const std::string& dir = open->project->getDir();
-    if (open->queue && !words.isPlain())
+    call.session().catchUp(*open);
+    std::optional<workbench::AbandonRule> rule;
+    if (call.has("-abandon"))
+        rule = readRule(call.text("-abandon"));
+    if (open->queue && (!words.isPlain() || rule))
         fail(Code::kLaunchActive, {dir},
              fmt::format("The launch in {} isn't over. Add runs to it without options, wait for "
                          "it, or take back what waits with: launch cancel",
@@ -145,7 +157,11 @@ Tcl_Obj* start(Call& call) {
     if (!words.isElsewhere())
         requireTools(plan.launches);
     words.cluster().testFolder(dir);
-    call.session().launch(*open, plan.launches, options);
+    std::unique_ptr<workbench::Abandoner> abandoner;
+    if (rule)
+        abandoner =
+            std::make_unique<workbench::Abandoner>(*rule, learnedError(*open->project), plan.runs);
+    call.session().launch(*open, plan.launches, options, std::move(abandoner));
     return handlesOf(plan.launches);
 }
 
@@ -196,7 +212,8 @@ Tcl_Obj* status(Call& call) {
     put("running", handlesOf(queue ? queue->getRunning() : none));
     put("waiting", handlesOf(queue ? queue->getWaiting() : none));
     put("done", Tcl_NewIntObj(queue ? queue->doneCount() : 0));
-    put("failed", Tcl_NewIntObj(queue ? queue->failedCount() : 0));
+    put("failed", Tcl_NewIntObj(queue ? queue->failedCount() - open.abandoned : 0));
+    put("abandoned", Tcl_NewIntObj(open.abandoned));
     return dict;
 }
 
@@ -218,7 +235,7 @@ const Ensemble& launchEnsemble() {
              0, -1, launch::options(), launch::start},
             {"status",
              "",
-             "a dict: active, running, waiting, done, failed",
+             "a dict: active, running, waiting, done, failed, abandoned",
              0,
              0,
              {},

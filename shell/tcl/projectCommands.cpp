@@ -1,11 +1,16 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
+#include <fmt/format.h>
 #include <nlohmann/json.hpp>
 #include <tcl.h>
 
+#include "shell/allChecks.h"
+#include "shell/page/writePage.h"
 #include "shell/projectInputs.h"
 #include "shell/runDetails.h"
+#include "shell/serve/pageServer.h"
 #include "shell/tcl/tclAction.h"
+#include "shell/tcl/tclError.h"
 #include "shell/tcl/tclValue.h"
 #include "workbench/DesignInputs.h"
 #include "workbench/Project.h"
@@ -69,6 +74,7 @@ Tcl_Obj* info(Call& call) {
     const OpenProject& open = chosen(call);
     nlohmann::json json = projectJson(*open.project);
     json["readonly"] = open.isReadOnly;
+    json["address"] = open.server ? nlohmann::json(open.server->getAddress()) : nlohmann::json();
     return newValue(json);
 }
 
@@ -80,6 +86,56 @@ Tcl_Obj* add(Call& call) {
             paths.push_back(file.path);
     }
     return newList(paths);
+}
+
+/// The runs of the words, of the project that is current without any.
+std::vector<HAXPExpRun*> runsToShow(const Call& call, OpenProject*& open) {
+    const std::vector<HAXPExpRun*> runs = call.session().runs(call.words(), open);
+    TclSession::refresh(runs);
+    return runs;
+}
+
+Tcl_Obj* html(Call& call) {
+    OpenProject* open = nullptr;
+    const std::vector<HAXPExpRun*> runs = runsToShow(call, open);
+    if (call.flag("-data"))
+        return newValue(nlohmann::json::parse(writtenPageData(*open->project, runs)));
+    return newText(writePage(*open->project, runs, call.text("-file")));
+}
+
+Tcl_Obj* serve(Call& call) {
+    OpenProject* open = nullptr;
+    call.session().runs(call.words(), open);
+    const std::string& dir = open->project->getDir();
+    if (open->server)
+        fail(Code::kServeActive, {dir},
+             fmt::format("The page of {} is served already, at {}. Stop that first with: project "
+                         "unserve",
+                         dir, open->server->getAddress()));
+    call.session().serve(*open, call.textsFrom(0),
+                         static_cast<int>(call.integer("-port", 1, 65535, 0)));
+    return newText(open->server->getAddress());
+}
+
+Tcl_Obj* unserve(Call& call) {
+    chosen(call).server.reset();
+    return Tcl_NewObj();
+}
+
+Tcl_Obj* doctor(Call& call) {
+    CheckRequest request;
+    if (call.count() > 0)
+        request.dir = call.word(0);
+    else if (call.session().projects().empty())
+        request.dir = call.session().directory();
+    else
+        request.dir = call.session().current().project->getDir();
+    if (call.has("-sge") && call.has("-lsf"))
+        fail(Code::kUsage, {}, "Either -sge or -lsf, not both.");
+    request.sgeCommand = call.text("-sge");
+    request.lsfCommand = call.text("-lsf");
+    request.limitSec = call.integer("-wait", 1, 86400, request.limitSec);
+    return newValue(checksJson(checkAll(request)));
 }
 
 }  // namespace
@@ -133,6 +189,32 @@ const Ensemble& projectEnsemble() {
              -1,
              {},
              add},
+            {"html",
+             "?RUN ...?",
+             "writes the page of the project, or of some of its runs, in one file; gives its path",
+             0,
+             -1,
+             {{"-file", "FILE", "where to write it; xperiment.html in the project if unsaid"},
+              {"-data", "BOOL", "give the data of the page as a dict instead"}},
+             html},
+            {"serve",
+             "?RUN ...?",
+             "shows the same page live on this host alone, while the event loop runs, until "
+             "project unserve; gives its address",
+             0,
+             -1,
+             {{"-port", "N", "the port; any free one if unsaid"}},
+             serve},
+            {"unserve", "?DIR?", "ends what project serve began", 0, 1, {}, unserve},
+            {"doctor",
+             "?DIR?",
+             "a dict: whether tools, folder, Tcl, page and grid are fit, and what to do",
+             0,
+             1,
+             {{"-sge", "COMMAND", "try the grid with this submit command, such as {qsub -q all.q}"},
+              {"-lsf", "COMMAND", "the same for LSF"},
+              {"-wait", "SECONDS", "how long to wait for the grid's job; 120 if unsaid"}},
+             doctor},
         }};
     return ensemble;
 }

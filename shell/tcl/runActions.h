@@ -4,6 +4,8 @@
 
 #include <vector>
 
+#include "workbench/statistics/verdict.h"
+
 struct Tcl_Obj;
 
 /// The work of the subcommands of `run`, one function each, and of `launch`, which does some of
@@ -36,6 +38,16 @@ Tcl_Obj* log(Call& call);
 Tcl_Obj* why(Call& call);
 Tcl_Obj* best(Call& call);
 Tcl_Obj* compare(Call& call);
+
+// What was, and taking it back.
+Tcl_Obj* history(Call& call);
+Tcl_Obj* diff(Call& call);
+Tcl_Obj* explain(Call& call);
+Tcl_Obj* bug(Call& call);
+Tcl_Obj* undo(Call& call);
+
+/// How sure the verdicts on families are to be. @throws HTCErrors::error an option is wrong.
+statistics::Question questionOf(const Call& call);
 
 /// Names the callback of an event, or sets it.
 Tcl_Obj* on(Call& call);

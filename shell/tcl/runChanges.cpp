@@ -21,13 +21,13 @@
 #include "shell/tcl/tclAction.h"
 #include "shell/tcl/tclError.h"
 #include "shell/tcl/tclValue.h"
+#include "shell/undoActions.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
 #include "workbench/runReset.h"
 #include "workbench/runStop.h"
 #include "workbench/strategies.h"
 #include "workbench/strategyOptions.h"
-#include "workbench/undo/UndoStore.h"
 
 namespace shell::tcl::run {
 
@@ -97,6 +97,9 @@ SweepRequest readSweep(const Call& call) {
     request.seeds = readSeeds(
         call.has("-seeds") ? fmt::format("{}", fmt::join(call.list("-seeds"), ",")) : "1-6");
     request.syntheses = call.list("-synths");
+    request.synthesisStrategies = call.list("-synthstrategies");
+    if (call.has("-synths") && call.has("-synthstrategies"))
+        fail(Code::kUsage, {}, "Either -synths or -synthstrategies, not both.");
     request.toStep = call.text("-to");
     if (call.has("-reports"))
         request.reportStrategy = chosenReportStrategy(*request.flow, call.text("-reports"));
@@ -109,6 +112,22 @@ std::vector<std::string> namesOf(const Runs& runs) {
     for (const HAXPExpRun* run : runs)
         names.push_back(run->getName());
     return names;
+}
+
+/// In the order in which they are to be stopped: what waits would begin as soon as another run
+/// makes room for it.
+void waitingFirst(Runs& runs) {
+    std::stable_partition(runs.begin(), runs.end(), [](const HAXPExpRun* run) {
+        return run->getStatus()->getCode() == HDGUIStatus::statusQueued;
+    });
+}
+
+void stopAll(const OpenProject& open, Runs runs) {
+    waitingFirst(runs);
+    for (HAXPExpRun* run : runs) {
+        if (TclSession::isPending(open, *run))
+            workbench::stopRun(*run);
+    }
 }
 
 nlohmann::json stopJson(const HAXPExpRun& run, const workbench::StopResult& result) {
@@ -179,10 +198,7 @@ Tcl_Obj* sweep(Call& call) {
 Tcl_Obj* kill(Call& call) {
     OpenProject* open = nullptr;
     Runs runs = call.session().runs(call.words(), open);
-    // What waits first: it would begin as soon as another run makes room for it.
-    std::stable_partition(runs.begin(), runs.end(), [](const HAXPExpRun* run) {
-        return run->getStatus()->getCode() == HDGUIStatus::statusQueued;
-    });
+    waitingFirst(runs);
     nlohmann::json all = nlohmann::json::object();
     std::string errors;
     for (HAXPExpRun* run : runs) {
@@ -192,6 +208,7 @@ Tcl_Obj* kill(Call& call) {
             errors += (errors.empty() ? "" : "\n") + std::string(error.what());
         }
     }
+    call.session().catchUp(*open);
     if (!errors.empty())
         fail(Code::kRefused, {}, errors);
     return newValue(all);
@@ -201,6 +218,7 @@ Tcl_Obj* reset(Call& call) {
     const RunOfProject found = changeableRun(call, 0);
     if (call.flag("-kill") && found.run->isAtWork())
         workbench::stopRun(*found.run);
+    call.session().catchUp(*found.project);
     HSTVector<std::string> errors;
     if (!workbench::resetRun(*found.project->project, *found.run, call.text("-from"),
                              !call.flag("-keepfiles"), errors, call.flag("-force")))
@@ -210,19 +228,21 @@ Tcl_Obj* reset(Call& call) {
 
 Tcl_Obj* remove(Call& call) {
     OpenProject* open = nullptr;
-    const Runs runs = call.session().runs(call.words(), open);
+    Runs runs = call.session().runs(call.words(), open);
     changeable(*open);
+    if (call.flag("-dependants"))
+        addDependants(*open->project, runs);
     TclSession::refresh(runs);
+    if (call.flag("-kill"))
+        stopAll(*open, runs);
+    call.session().catchUp(*open);
     for (const HAXPExpRun* run : runs) {
         if (TclSession::isPending(*open, *run))
             fail(Code::kRefused, {},
                  fmt::format("Run {0} is at work or waits. Stop it first: run kill {0}",
                              run->getName()));
     }
-    // A name may be that of another run later.
-    for (const HAXPExpRun* run : runs)
-        open->seen.erase(run->getName());
-    workbench::removeRuns(*open->project, runs);
+    call.session().remove(*open, runs);
     return Tcl_NewObj();
 }
 

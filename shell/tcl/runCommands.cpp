@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <tcl.h>
 
 #include "shell/suggestion.h"
@@ -17,27 +18,31 @@ namespace shell::tcl {
 namespace run {
 
 Tcl_Obj* on(Call& call) {
-    const std::vector<std::string> known{"done", "failed", "step"};
+    const std::vector<std::string> known{"done", "failed", "step", "abandoned"};
     const std::string word = call.word(0);
     const auto found = std::find(known.begin(), known.end(), word);
     if (found == known.end()) {
         const std::string meant = suggestionFor(word, known);
         fail(Code::kValueBad, {"EVENT", word},
              fmt::format("There is no event '{}'{}", word,
-                         meant.empty() ? ". It is one of done, failed, step."
+                         meant.empty() ? fmt::format(". It is one of {}.", fmt::join(known, ", "))
                                        : fmt::format(". Did you mean '{}'?", meant)));
     }
     const auto event = static_cast<TclSession::Event>(found - known.begin());
-    const std::string name = call.has("-run") ? call.text("-run") : std::string();
+    const TclSession::About about = call.session().about(call.value("-run"));
     if (call.count() > 1)
-        call.session().on(event, name, call.words()[1]);
-    Tcl_Obj* script = call.session().callback(event, name);
+        call.session().on(event, about, call.words()[1]);
+    Tcl_Obj* script = call.session().callback(event, about);
     return script == nullptr ? Tcl_NewObj() : script;
 }
 
 }  // namespace run
 
 namespace {
+
+constexpr OptionRule kLevel{"-level", "PERCENT",
+                            "of families: how often chance may seem a difference"};
+constexpr OptionRule kMargin{"-margin", "PERCENT", "of families: what is too small to matter"};
 
 // NOLINTNEXTLINE(readability-function-size): a table.
 std::vector<Subcommand> changes() {
@@ -78,6 +83,8 @@ std::vector<Subcommand> changes() {
          {{"-strategies", "LIST", "each makes a family; Default if unsaid"},
           {"-seeds", "LIST", "numbers and ranges such as 1-6"},
           {"-synths", "LIST", "syntheses that they share; the first one if unsaid"},
+          {"-synthstrategies", "LIST",
+           "in their place: strategies of syntheses, which are made when they are missing"},
           {"-flow", "FLOW", "impl"},
           {"-to", "STEP", "short name of the step to end at"},
           {"-reports", "NAME", "report strategy; the flow's default if unsaid"},
@@ -112,15 +119,26 @@ std::vector<Subcommand> changes() {
          run::reset},
         {"delete",
          "RUN ?RUN ...?",
-         "takes runs out of the project, with their directories; xp undo brings them back",
+         "takes runs out of the project, with their directories; run undo brings them back",
          1,
          -1,
-         {},
+         {{"-dependants", "BOOL", "also the implementations that start from a synthesis"},
+          {"-kill", "BOOL", "stop those first that are at work"}},
          run::remove},
+        {"undo",
+         "?ID?",
+         "takes the last reset, removal or launch back, or the one of that id; gives the handles "
+         "of the runs that have come back",
+         0,
+         1,
+         {{"-list", "BOOL", "give a list of dicts instead: what can be taken back"},
+          {"-keep", "N", "from now on keep at most N of them, and take nothing back"},
+          {"-keepmb", "N", "the same for N megabytes"}},
+         run::undo},
         {"on",
          "EVENT ?SCRIPT?",
-         "has SCRIPT called on done, failed or step, with the run's name and more behind it; {} "
-         "for no longer. Gives the script",
+         "has SCRIPT called on done, failed, step or abandoned, with the run's name and more "
+         "behind it; {} for no longer. Gives the script",
          1,
          2,
          {{"-run", "RUN", "of this run alone"}},
@@ -178,7 +196,10 @@ std::vector<Subcommand> questions() {
          -1,
          {{"-by", "RULE", "what decides, such as {fmax max 1%}; fmax max if unsaid"},
           {"-then", "LIST", "rules for those that are as good"},
-          {"-require", "LIST", "what must hold, such as {{slack >= 0}}"}},
+          {"-require", "LIST", "what must hold, such as {{slack >= 0}}"},
+          {"-families", "BOOL", "choose the best family by its medians, with tested verdicts"},
+          kLevel,
+          kMargin},
          run::best},
         {"compare",
          "?RUN ...?",
@@ -186,9 +207,39 @@ std::vector<Subcommand> questions() {
          0,
          -1,
          {{"-goal", "LIST", "fmax, slack, luts, time, with commas between; fmax if unsaid"},
-          {"-level", "PERCENT", "of families: how often chance may seem a difference"},
-          {"-margin", "PERCENT", "of families: what is too small to matter"}},
+          kLevel,
+          kMargin},
          run::compare},
+        {"diff",
+         "FIRST SECOND",
+         "a dict: what differs between two runs, or two families, and nothing else",
+         2,
+         2,
+         {kLevel, kMargin},
+         run::diff},
+        {"explain",
+         "RUN",
+         "a dict: why it failed, is stale or misses its goal, and what to do next",
+         1,
+         1,
+         {},
+         run::explain},
+        {"history",
+         "?RUN ...?",
+         "a list of dicts, the newest first: what was launched, and what came of it",
+         0,
+         -1,
+         {{"-nights", "BOOL", "the trend from night to night instead, with regression marks"},
+          {"-limit", "N", "only the last N launches, or nights"},
+          {"-since", "TIME", "only those since a date (2026-11-20) or a time ago (7d, 12h)"}},
+         run::history},
+        {"bug",
+         "RUN",
+         "packs a run so that somebody else can repeat it with the tools alone; gives the archive",
+         1,
+         1,
+         {{"-file", "FILE", "the archive to write, bug-RUN.tar.gz here if unsaid"}},
+         run::bug},
     };
 }
 

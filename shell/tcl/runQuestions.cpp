@@ -3,9 +3,6 @@
 #include <algorithm>
 #include <limits>
 
-#include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 #include <nlohmann/json.hpp>
@@ -17,6 +14,7 @@
 #include "runs/base/xperiment/HAXPFlowStep.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
+#include "shell/bestFamily.h"
 #include "shell/bestRun.h"
 #include "shell/bestView.h"
 #include "shell/comparedRuns.h"
@@ -86,23 +84,6 @@ Runs runsToJudge(Call& call, OpenProject*& open) {
         runs = runsToCompare(*open->project, {});
     TclSession::refresh(runs);
     return runs;
-}
-
-statistics::Question questionOf(const Call& call) {
-    FamilyOptions options;
-    CLI::App app;
-    options.declare(app);
-    std::vector<std::string> words;
-    for (const char* name : {"-level", "-margin"}) {
-        if (call.has(name))
-            words.insert(words.begin(), {call.text(name), std::string("-") + name});
-    }
-    try {
-        app.parse(words);
-    } catch (const CLI::ParseError& error) {
-        fail(Code::kUsage, {}, fmt::format("{}.", error.what()));
-    }
-    return options.question();
 }
 
 }  // namespace
@@ -226,7 +207,10 @@ Tcl_Obj* best(Call& call) {
         rules.push_back(rule);
     const std::vector<ComparedRun> compared =
         comparedRuns(*open->project, runs, FigureSource::kReportsAndSteps);
-    return newValue(choiceJson(chooseBy(compared, call.list("-require"), rules)));
+    if (!call.flag("-families"))
+        return newValue(choiceJson(chooseBy(compared, call.list("-require"), rules)));
+    return newValue(familyChoiceJson(
+        chooseFamily(familiesOf(compared), call.list("-require"), rules, questionOf(call))));
 }
 
 Tcl_Obj* compare(Call& call) {

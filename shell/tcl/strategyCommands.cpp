@@ -6,6 +6,7 @@
 
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xpreport/HAXRReportStrategy.h"
+#include "shell/reportStrategyActions.h"
 #include "shell/strategyActions.h"
 #include "shell/tcl/tclAction.h"
 #include "shell/tcl/tclError.h"
@@ -152,6 +153,22 @@ template <class Kind> struct Import {
     }
 };
 
+/// The report strategy `text` in full. @throws HTCErrors::error there is none, or several.
+std::string reportStrategyNamed(const std::string& text) {
+    return fullName(strategyNamed<ReportStrategyKind>(text));
+}
+
+Tcl_Obj* addReport(Call& call) {
+    const WantedReport wanted{call.word(1), call.word(2), call.text("-version"), call.text("-name"),
+                              settingsOf(call, kSet.name)};
+    return newText(addStrategyReport(reportStrategyNamed(call.word(0)), wanted).name);
+}
+
+Tcl_Obj* removeReport(Call& call) {
+    removeStrategyReport(reportStrategyNamed(call.word(0)), call.word(1), call.word(2));
+    return Tcl_NewObj();
+}
+
 }  // namespace
 
 const Ensemble& strategyEnsemble() {
@@ -224,6 +241,23 @@ const Ensemble& strategyEnsemble() {
              1,
              {{"-as", "NAME", "another name than that in the file"}, kReports},
              ofKind<Import>},
+            {"addreport",
+             "NAME STEP REPORT",
+             "adds a report of the catalogue to a step of a report strategy; gives its name",
+             3,
+             3,
+             {kSet,
+              {"-name", "TEXT", "what it is shown as"},
+              {"-version", "VERSION", "its version; the latest if unsaid"}},
+             addReport},
+            {"removereport",
+             "NAME STEP REPORT",
+             "removes a report from a step of a report strategy; the second one of a name is "
+             "REPORT#2",
+             3,
+             3,
+             {},
+             removeReport},
         }};
     return ensemble;
 }

@@ -58,7 +58,7 @@ std::string subcommandHelp(const Ensemble& ensemble, const Subcommand& subcomman
 std::string ensembleHelp(const Ensemble& ensemble) {
     std::string text = fmt::format("{}: {}\n\n", ensemble.name, ensemble.summary);
     for (const Subcommand& subcommand : ensemble.subcommands)
-        text += fmt::format("  {:<12}{}\n", subcommand.name, subcommand.summary);
+        text += fmt::format("  {:<14}{}\n", subcommand.name, subcommand.summary);
     return text + fmt::format("\n\"{} help SUBCOMMAND\" tells more.\n", ensemble.name);
 }
 
@@ -105,33 +105,33 @@ std::vector<std::string> Call::textsFrom(std::size_t first) const {
 }
 
 bool Call::has(const char* option) const {
-    return find_(option) != nullptr;
+    return value(option) != nullptr;
 }
 
 std::string Call::text(const char* option, const std::string& otherwise) const {
-    Tcl_Obj* value = find_(option);
-    return value == nullptr ? otherwise : textOf(value);
+    Tcl_Obj* found = value(option);
+    return found == nullptr ? otherwise : textOf(found);
 }
 
 bool Call::flag(const char* option, bool otherwise) const {
-    Tcl_Obj* value = find_(option);
-    return value == nullptr ? otherwise : booleanOf(value, option);
+    Tcl_Obj* found = value(option);
+    return found == nullptr ? otherwise : booleanOf(found, option);
 }
 
 long Call::integer(const char* option, long least, long most, long otherwise) const {
-    Tcl_Obj* value = find_(option);
-    return value == nullptr ? otherwise : integerOf(value, option, least, most);
+    Tcl_Obj* found = value(option);
+    return found == nullptr ? otherwise : integerOf(found, option, least, most);
 }
 
 std::vector<std::string> Call::list(const char* option) const {
-    Tcl_Obj* value = find_(option);
-    return value == nullptr ? std::vector<std::string>() : listOf(value, option);
+    Tcl_Obj* found = value(option);
+    return found == nullptr ? std::vector<std::string>() : listOf(found, option);
 }
 
 std::vector<std::pair<std::string, std::string>> Call::dict(const char* option) const {
-    Tcl_Obj* value = find_(option);
-    return value == nullptr ? std::vector<std::pair<std::string, std::string>>()
-                            : dictOf(value, option);
+    Tcl_Obj* found = value(option);
+    return found == nullptr ? std::vector<std::pair<std::string, std::string>>()
+                            : dictOf(found, option);
 }
 
 std::string Call::required(const char* option) const {
@@ -187,7 +187,7 @@ const OptionRule& Call::rule_(const std::string& word) const {
     return *found;
 }
 
-Tcl_Obj* Call::find_(const char* option) const {
+Tcl_Obj* Call::value(const char* option) const {
     const auto found = m_options.find(option);
     return found == m_options.end() ? nullptr : found->second;
 }

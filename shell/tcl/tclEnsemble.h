@@ -67,6 +67,8 @@ public:
     std::vector<std::string> textsFrom(std::size_t first) const;
 
     bool has(const char* option) const;
+    /// The value of an option as it was given, a handle perhaps; null when it isn't there.
+    Tcl_Obj* value(const char* option) const;
     /// The value of an option, or `otherwise` when it isn't there.
     std::string text(const char* option, const std::string& otherwise = "") const;
     bool flag(const char* option, bool otherwise = false) const;
@@ -83,7 +85,6 @@ private:
     void take_(const std::vector<Tcl_Obj*>& words);
     bool isOption_(const std::string& word) const;
     const OptionRule& rule_(const std::string& word) const;
-    Tcl_Obj* find_(const char* option) const;
 
     TclSession& m_session;
     const Ensemble& m_ensemble;

@@ -77,6 +77,7 @@ const std::vector<ErrorCode>& errorCodes() {
          "no such strategy or report strategy, or several"},
         {Code::kLaunchActive, "XP LAUNCH ACTIVE", "DIR",
          "the project has a launch that isn't over; it takes further runs, but no other options"},
+        {Code::kServeActive, "XP SERVE ACTIVE", "DIR", "the page of the project is served already"},
         {Code::kWaitTimeout, "XP WAIT TIMEOUT", "RUN ...",
          "the time is over; these runs haven't ended"},
         {Code::kInterpDeleted, "XP INTERP DELETED", "",

@@ -32,6 +32,7 @@ enum class Code {
     kReportNotFound,
     kStrategyNotFound,
     kLaunchActive,
+    kServeActive,
     kWaitTimeout,
     kInterpDeleted,
     kHandleDeleted,

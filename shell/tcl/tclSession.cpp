@@ -4,6 +4,8 @@
 
 #include <algorithm>
 #include <exception>
+#include <optional>
+#include <utility>
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -16,14 +18,20 @@
 #include "runs/base/xperiment/HAXPLaunchOptions.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "shell/failureView.h"
+#include "shell/note.h"
 #include "shell/runPlan.h"
 #include "shell/runView.h"
+#include "shell/serve/pageServer.h"
+#include "shell/tcl/tclAction.h"
 #include "shell/tcl/tclError.h"
+#include "workbench/Abandoner.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/LaunchQueue.h"
 #include "workbench/Project.h"
+#include "workbench/abandon.h"
 #include "workbench/history/History.h"
 #include "workbench/statusWord.h"
+#include "workbench/undo/UndoStore.h"
 
 namespace shell::tcl {
 
@@ -53,7 +61,7 @@ bool contains(const std::vector<HAXPExpRun*>& runs, const HAXPExpRun* run) {
     return std::find(runs.begin(), runs.end(), run) != runs.end();
 }
 
-OpenProject* projectOf(const TclSession& session, const HAXPExpRunBase* run) {
+OpenProject* holderOf(const TclSession& session, const HAXPExpRunBase* run) {
     for (OpenProject* open : session.projects()) {
         for (HAXPExpRun* each : open->project->getRuns()) {
             if (each == run)
@@ -66,6 +74,45 @@ OpenProject* projectOf(const TclSession& session, const HAXPExpRunBase* run) {
 /// Whether a step with the status has been at work.
 bool hasBegun(int code) {
     return code == HDGUIStatus::statusRunning || workbench::isOver(code);
+}
+
+/// Why `run` was given up.
+std::string abandonedText(const HAXPExpRun& run) {
+    const std::optional<workbench::Abandonment> mark = workbench::abandonmentOf(run);
+    return mark ? mark->text : std::string();
+}
+
+/// Whether `script` is one command without anything to substitute, as `apply {{run} {...}}`:
+/// read as a list it is the same.
+bool isPlainCommand(Tcl_Obj* script) {
+    int length = 0;
+    const char* const text = Tcl_GetStringFromObj(script, &length);
+    Tcl_Parse parsed;
+    if (Tcl_ParseCommand(nullptr, text, length, 0, &parsed) != TCL_OK)
+        return false;
+    const char* const end = parsed.commandStart + parsed.commandSize;
+    bool isPlain = parsed.commentSize == 0 && end == text + length && parsed.numWords > 0;
+    for (int i = 0; i < parsed.numTokens; i += parsed.tokenPtr[i].numComponents + 1)
+        isPlain = isPlain && parsed.tokenPtr[i].type == TCL_TOKEN_SIMPLE_WORD;
+    Tcl_FreeParse(&parsed);
+    return isPlain;
+}
+
+/// `script` with `words` behind it. Handles among the words stay ones where they can.
+Tcl_Obj* commandOf(Tcl_Obj* script, Tcl_Obj* words) {
+    Tcl_Obj* const command = Tcl_DuplicateObj(script);
+    if (isPlainCommand(script) && Tcl_ListObjAppendList(nullptr, command, words) == TCL_OK)
+        return command;
+    Tcl_AppendToObj(command, " ", 1);
+    Tcl_AppendObjToObj(command, words);
+    return command;
+}
+
+[[noreturn]] void failForeign(const std::string& name) {
+    fail(Code::kRunForeign, {name},
+         fmt::format("The run {} isn't of the project of the others. Name the runs of each project "
+                     "in a command of their own.",
+                     name));
 }
 
 [[noreturn]] void failDeleted() {
@@ -101,13 +148,16 @@ TclSession::~TclSession() {
 OpenProject& TclSession::add(std::unique_ptr<Project> project, bool isReadOnly) {
     m_projects.push_back(std::make_unique<OpenProject>(std::move(project), isReadOnly));
     m_current = m_projects.back().get();
-    // What is at work already is no news.
-    const auto told = static_cast<std::ptrdiff_t>(m_pending.size());
-    for (HAXPExpRun* run : m_current->project->getRuns())
-        compare_(*m_current, *run);
-    m_pending.erase(m_pending.begin() + told, m_pending.end());
+    settle(*m_current);
     arm_();
     return *m_current;
+}
+
+void TclSession::settle(OpenProject& project) {
+    const auto told = static_cast<std::ptrdiff_t>(m_pending.size());
+    for (HAXPExpRun* run : project.project->getRuns())
+        compare_(project, *run);
+    m_pending.erase(m_pending.begin() + told, m_pending.end());
 }
 
 void TclSession::requireNotOpen(const std::string& dir) {
@@ -147,6 +197,7 @@ void TclSession::close(OpenProject& project) {
         return;
     const std::unique_ptr<OpenProject> closed = std::move(*found);
     m_projects.erase(found);
+    forgetCallbacks_(closed->project->getDir(), nullptr);
     if (m_current == closed.get())
         m_current = m_projects.empty() ? nullptr : m_projects.back().get();
 }
@@ -162,7 +213,7 @@ std::vector<OpenProject*> TclSession::projects() const {
 RunOfProject TclSession::run(Tcl_Obj* word) const {
     if (HAXPExpRunBase* native = Handles::get_native(word)) {
         for (const TclSession* session : sessions()) {
-            if (OpenProject* open = projectOf(*session, native))
+            if (OpenProject* open = holderOf(*session, native))
                 return {open, static_cast<HAXPExpRun*>(native)};
         }
     }
@@ -173,6 +224,19 @@ RunOfProject TclSession::run(Tcl_Obj* word) const {
     } catch (const std::exception& error) {
         fail(Code::kRunNotFound, {name}, error.what());
     }
+}
+
+OpenProject& TclSession::projectOf(const std::vector<Tcl_Obj*>& words) const {
+    OpenProject* found = nullptr;
+    for (Tcl_Obj* word : words) {
+        if (Handles::get_native(word) == nullptr)
+            continue;
+        OpenProject* const open = run(word).project;
+        if (found != nullptr && open != found)
+            failForeign(textOf(word));
+        found = open;
+    }
+    return found != nullptr ? *found : current();
 }
 
 std::vector<HAXPExpRun*> TclSession::runs(const std::vector<Tcl_Obj*>& words,
@@ -196,10 +260,7 @@ std::vector<HAXPExpRun*> TclSession::runs(const std::vector<Tcl_Obj*>& words,
             meant.push_back(found.run);
         }
         if (project != nullptr && project != open)
-            fail(Code::kRunForeign, {textOf(word)},
-                 fmt::format("The run {} isn't of the project of the others. Name the runs of "
-                             "each project in a command of their own.",
-                             textOf(word)));
+            failForeign(textOf(word));
         project = open;
         for (HAXPExpRun* each : meant) {
             if (!contains(all, each))
@@ -215,11 +276,21 @@ void TclSession::refresh(const std::vector<HAXPExpRun*>& runs) {
 }
 
 void TclSession::launch(OpenProject& project, const std::vector<HAXPExpRun*>& runs,
-                        const HAXPLaunchOptions& options) {
-    if (!project.queue)
+                        const HAXPLaunchOptions& options,
+                        std::unique_ptr<workbench::Abandoner> abandoner) {
+    if (!project.queue) {
         project.queue = std::make_unique<LaunchQueue>(*project.project, options);
+        project.abandoner = std::move(abandoner);
+    } else if (project.abandoner) {
+        project.abandoner->add(runs);
+    }
     for (HAXPExpRun* run : runs)
         project.queue->add(*run);
+    advance_(project);
+    arm_();
+}
+
+void TclSession::catchUp(OpenProject& project) {
     advance_(project);
     arm_();
 }
@@ -227,8 +298,32 @@ void TclSession::launch(OpenProject& project, const std::vector<HAXPExpRun*>& ru
 std::vector<HAXPExpRun*> TclSession::takeBackWaiting(OpenProject& project) {
     std::vector<HAXPExpRun*> waited = project.queue->takeBackWaiting();
     // Those at work are followed like runs that somebody else launched.
-    project.queue.reset();
+    endLaunch_(project);
     return waited;
+}
+
+void TclSession::endLaunch_(OpenProject& project) {
+    project.queue.reset();
+    project.abandoner.reset();
+    project.abandoned = 0;
+}
+
+void TclSession::remove(OpenProject& project, const std::vector<HAXPExpRun*>& runs) {
+    for (const HAXPExpRun* run : runs) {
+        // A name may be that of another run later, and so may an address.
+        project.seen.erase(run->getName());
+        forgetCallbacks_(project.project->getDir(), run);
+        if (project.queue)
+            project.queue->forget(*run);
+        if (project.abandoner)
+            project.abandoner->forget(*run);
+    }
+    workbench::removeRuns(*project.project, runs);
+}
+
+void TclSession::serve(OpenProject& project, const std::vector<std::string>& names, int port) {
+    project.server = std::make_unique<PageServer>(project.project->getDir(), names, port);
+    arm_();
 }
 
 bool TclSession::isPending(const OpenProject& project, const HAXPExpRun& run) {
@@ -292,25 +387,43 @@ void TclSession::waitOnce_() {
         fail(Code::kRefused, {}, "A limit of the interpreter is reached.");
 }
 
-void TclSession::on(Event event, const std::string& run, Tcl_Obj* script) {
+TclSession::About TclSession::about(Tcl_Obj* word) const {
+    if (word == nullptr)
+        return {};
+    const RunOfProject found = run(word);
+    return {found.project->project->getDir(), found.run->getName()};
+}
+
+void TclSession::on(Event event, const About& about, Tcl_Obj* script) {
     m_callbacks.erase(std::remove_if(m_callbacks.begin(), m_callbacks.end(),
                                      [&](const Callback& each) {
-                                         return each.event == event && each.run == run;
+                                         return each.event == event && each.about == about;
                                      }),
                       m_callbacks.end());
     int length = 0;
     Tcl_GetStringFromObj(script, &length);
     if (length > 0)
-        m_callbacks.push_back({event, run, ValueRef(script)});
+        m_callbacks.push_back({event, about, ValueRef(script)});
     arm_();
 }
 
-Tcl_Obj* TclSession::callback(Event event, const std::string& run) const {
+Tcl_Obj* TclSession::callback(Event event, const About& about) const {
     for (const Callback& each : m_callbacks) {
-        if (each.event == event && each.run == run)
+        if (each.event == event && each.about == about)
             return each.script.get();
     }
     return nullptr;
+}
+
+/// Those about `run` of the project in `dir`, or about any of its runs for null.
+void TclSession::forgetCallbacks_(const std::string& dir, const HAXPExpRun* run) {
+    m_callbacks.erase(std::remove_if(m_callbacks.begin(), m_callbacks.end(),
+                                     [&dir, run](const Callback& each) {
+                                         return each.about.dir == dir &&
+                                                (run == nullptr ||
+                                                 each.about.run == run->getName());
+                                     }),
+                      m_callbacks.end());
 }
 
 void TclSession::endAll() {
@@ -340,7 +453,7 @@ bool TclSession::needsTimer_() const {
     if (m_waits > 0)
         return true;
     return std::any_of(m_projects.begin(), m_projects.end(), [this](const auto& open) {
-        return open->queue != nullptr || !m_callbacks.empty();
+        return open->queue != nullptr || open->server != nullptr || !m_callbacks.empty();
     });
 }
 
@@ -355,9 +468,11 @@ void TclSession::tick_() {
         try {
             advance_(*open);
             look_(*open, all || m_ticks == 1);
+            if (open->server)
+                open->server->look();
         } catch (...) {
             // A launch that can't go on would say so ten times a second.
-            open->queue.reset();
+            endLaunch_(*open);
             setError(m_interp);
             Tcl_BackgroundException(m_interp, TCL_ERROR);
         }
@@ -370,35 +485,48 @@ void TclSession::advance_(OpenProject& project) {
     if (!project.queue)
         return;
     for (const LaunchQueue::Event& event : project.queue->advance()) {
-        const std::string& name = event.run->getName();
         switch (event.kind) {
         case LaunchQueue::Event::kStarted:
             // What it was before a launch is no end of this one.
-            project.seen[name].status.clear();
+            project.seen[event.run->getName()].status.clear();
             break;
         case LaunchQueue::Event::kStands:
-            m_pending.push_back({Event::kDone, name, {}});
+            note_(project, *event.run, Event::kDone, {});
             break;
         case LaunchQueue::Event::kDone:
         case LaunchQueue::Event::kFailed:
             workbench::rememberBefore(*project.project, *event.run);
+            project.abandoned += statusWord(*event.run) == "abandoned" ? 1 : 0;
             compare_(project, *event.run);
             break;
         case LaunchQueue::Event::kLeftOut:
-            m_pending.push_back({Event::kFailed, name, {"not launched: its synthesis isn't done"}});
+            note_(project, *event.run, Event::kFailed, {"not launched: its synthesis isn't done"});
             break;
         case LaunchQueue::Event::kTakenBack:
-            m_pending.push_back({Event::kFailed, name, {"taken back while it waited"}});
+            note_(project, *event.run, Event::kFailed, {"taken back while it waited"});
             break;
         case LaunchQueue::Event::kRefused:
-            m_pending.push_back({Event::kFailed, name, {event.text}});
+            note_(project, *event.run, Event::kFailed, {event.text});
             break;
         case LaunchQueue::Event::kPutOff:
             break;
         }
     }
     if (project.queue->isOver())
-        project.queue.reset();
+        endLaunch_(project);
+    else
+        abandon_(project);
+}
+
+/// Gives up what can't win any more. One that can't be stopped goes on, and that is told.
+void TclSession::abandon_(OpenProject& project) {
+    if (!project.abandoner)
+        return;
+    for (const auto& event : project.abandoner->look(project.queue->getRunning())) {
+        if (!event.fault.empty())
+            tellWarning(fmt::format("Run {} goes on, though {}: {}", event.run->getName(),
+                                    event.text, event.fault));
+    }
 }
 
 void TclSession::look_(OpenProject& project, bool all) {
@@ -422,8 +550,7 @@ void TclSession::compare_(OpenProject& project, const HAXPExpRun& run) {
         const int code = step->getStatus()->getCode();
         int& before = seen.steps[id];
         if (code != before && hasBegun(code))
-            m_pending.push_back(
-                {Event::kStep, run.getName(), {id, workbench::stepStatusWord(code)}});
+            note_(project, run, Event::kStep, {id, workbench::stepStatusWord(code)});
         before = code;
     }
     const std::string status = statusWord(run);
@@ -433,9 +560,16 @@ void TclSession::compare_(OpenProject& project, const HAXPExpRun& run) {
     if (!workbench::isOver(run.getStatus()->getCode()))
         return;
     if (status == "done")
-        m_pending.push_back({Event::kDone, run.getName(), {}});
+        note_(project, run, Event::kDone, {});
+    else if (status == "abandoned")
+        note_(project, run, Event::kAbandoned, {abandonedText(run)});
     else
-        m_pending.push_back({Event::kFailed, run.getName(), {failureText(run)}});
+        note_(project, run, Event::kFailed, {failureText(run)});
+}
+
+void TclSession::note_(const OpenProject& project, const HAXPExpRun& run, Event event,
+                       const std::vector<std::string>& more) {
+    m_pending.push_back({event, project.project->getDir(), run.getName(), more});
 }
 
 /// A callback may enter the event loop, and so come back here: each event goes from the
@@ -446,8 +580,7 @@ void TclSession::fire_() {
         m_pending.pop_front();
         const std::vector<Callback> callbacks = m_callbacks;
         for (const Callback& callback : callbacks) {
-            if (callback.event == pending.event &&
-                (callback.run.empty() || callback.run == pending.run))
+            if (callback.event == pending.event && callback.about.fits(pending.dir, pending.run))
                 call_(callback, pending);
         }
     }
@@ -456,17 +589,28 @@ void TclSession::fire_() {
 void TclSession::call_(const Callback& callback, const Pending& pending) {
     if (m_isEnded || Tcl_InterpDeleted(m_interp) != 0)
         return;
-    std::vector<std::string> more{pending.run};
-    more.insert(more.end(), pending.more.begin(), pending.more.end());
-    const ValueRef script(Tcl_DuplicateObj(callback.script.get()));
-    const ValueRef words(newList(more));
-    Tcl_AppendToObj(script.get(), " ", 1);
-    Tcl_AppendObjToObj(script.get(), words.get());
+    // A callback before this one may have deleted the run, or closed its project.
+    HAXPExpRun* const run = findRun_(pending);
+    if (run == nullptr)
+        return;
+    const ValueRef words(Tcl_NewListObj(0, nullptr));
+    Tcl_ListObjAppendElement(nullptr, words.get(), handleOf(*run));
+    for (const std::string& word : pending.more)
+        Tcl_ListObjAppendElement(nullptr, words.get(), newText(word));
+    const ValueRef command(commandOf(callback.script.get(), words.get()));
     Tcl_Preserve(m_interp);
-    const int result = Tcl_EvalObjEx(m_interp, script.get(), TCL_EVAL_GLOBAL);
+    const int result = Tcl_EvalObjEx(m_interp, command.get(), TCL_EVAL_GLOBAL);
     if (result != TCL_OK && Tcl_InterpDeleted(m_interp) == 0)
         Tcl_BackgroundException(m_interp, result);
     Tcl_Release(m_interp);
+}
+
+HAXPExpRun* TclSession::findRun_(const Pending& pending) const {
+    for (const auto& open : m_projects) {
+        if (open->project->getDir() == pending.dir)
+            return open->project->findRun(pending.run);
+    }
+    return nullptr;
 }
 
 }  // namespace shell::tcl

@@ -18,6 +18,14 @@ class Project;
 struct Tcl_Interp;
 using Tcl_TimerToken = struct Tcl_TimerToken_*;
 
+namespace workbench {
+class Abandoner;
+}
+
+namespace shell {
+class PageServer;
+}
+
 namespace shell::tcl {
 
 /// A project that scripts have open, with its launch and what was last seen of its runs.
@@ -36,6 +44,12 @@ struct OpenProject {
     const bool isReadOnly;
     /// The launch that isn't over; null without one.
     std::unique_ptr<LaunchQueue> queue;
+    /// What gives up runs of the launch; null when nothing does.
+    std::unique_ptr<workbench::Abandoner> abandoner;
+    /// How many of the launch were given up.
+    int abandoned = 0;
+    /// The live page, answered while the event loop runs; null when it isn't served.
+    std::unique_ptr<PageServer> server;
     std::map<std::string, Seen> seen;
 };
 
@@ -53,7 +67,7 @@ struct RunOfProject {
 class TclSession : public std::enable_shared_from_this<TclSession> {
 public:
     /// Events of `run on`.
-    enum class Event { kDone, kFailed, kStep };
+    enum class Event { kDone, kFailed, kStep, kAbandoned };
 
     /// The session of `interp`, made at first need and gone with it.
     static std::shared_ptr<TclSession> of(Tcl_Interp* interp);
@@ -83,6 +97,10 @@ public:
     /// The run that `word` means: a handle of any open project, or the name of a run of the
     /// current one. @throws HTCErrors::error there is none, or it is gone.
     RunOfProject run(Tcl_Obj* word) const;
+    /// The project of the handles among `words`, or the current one: for words that may name
+    /// what isn't there any more. @throws HTCErrors::error they are of several projects, or one
+    /// is of a run that is gone.
+    OpenProject& projectOf(const std::vector<Tcl_Obj*>& words) const;
     /// The runs that `words` mean, each once; names of families and sweeps mean all of theirs,
     /// no words all runs of the current project. Gives their project too.
     /// @throws HTCErrors::error there is none, or they are of several projects.
@@ -92,12 +110,24 @@ public:
     static void refresh(const std::vector<HAXPExpRun*>& runs);
 
     /// Launches `runs` of `project`, as many at once as `options` say; those that wait go on
-    /// in the event loop.
+    /// in the event loop. `abandoner` gives up those that can't win; null for none, or when they
+    /// join a launch that isn't over.
     void launch(OpenProject& project, const std::vector<HAXPExpRun*>& runs,
-                const HAXPLaunchOptions& options);
+                const HAXPLaunchOptions& options, std::unique_ptr<workbench::Abandoner> abandoner);
+    /// Looks at the launch of `project`, if it has one, now and not with the next tick: for what
+    /// a command has just stopped.
+    void catchUp(OpenProject& project);
     /// Ends the launch of `project`, which has one, for what waits, and gives that; what is at
     /// work goes on.
     std::vector<HAXPExpRun*> takeBackWaiting(OpenProject& project);
+    /// Takes `runs`, none of which is pending, out of the project with their directories.
+    /// Throws as workbench::removeRuns() does.
+    void remove(OpenProject& project, const std::vector<HAXPExpRun*>& runs);
+    /// What its runs are now is no news to callbacks.
+    void settle(OpenProject& project);
+    /// Serves the live page of `project`, of the runs that `names` mean or of all; 0 takes any
+    /// free port. Throws as PageServer does.
+    void serve(OpenProject& project, const std::vector<std::string>& names, int port);
     /// The project in the folder `dir`, whoever has it open.
     /// @throws HTCErrors::error it was closed meanwhile.
     static OpenProject& openIn(const std::string& dir);
@@ -109,11 +139,24 @@ public:
     /// interpreter deleted.
     void wait(OpenProject& project, const std::vector<HAXPExpRun*>& runs, long timeoutMs);
 
-    /// Has `script` called on `event`, with words behind it; an empty one for no longer. An
-    /// empty `run` means every run of every project.
-    void on(Event event, const std::string& run, Tcl_Obj* script);
+    /// Which runs a callback is about: one of a project, or all that are open.
+    struct About {
+        /// The folder of the project; empty for all runs.
+        std::string dir;
+        std::string run;
+
+        bool operator==(const About& other) const { return dir == other.dir && run == other.run; }
+        bool fits(const std::string& itsDir, const std::string& itsRun) const {
+            return dir.empty() || (dir == itsDir && run == itsRun);
+        }
+    };
+    /// The run that `word` means; all for null. Throws as run() does.
+    About about(Tcl_Obj* word) const;
+
+    /// Has `script` called on `event`, with words behind it; an empty one for no longer.
+    void on(Event event, const About& about, Tcl_Obj* script);
     /// The script, or null.
-    Tcl_Obj* callback(Event event, const std::string& run) const;
+    Tcl_Obj* callback(Event event, const About& about) const;
 
     /// Ends all sessions of the process, when it exits.
     static void endAll();
@@ -121,12 +164,13 @@ public:
 private:
     struct Pending {
         Event event;
+        std::string dir;
         std::string run;
         std::vector<std::string> more;
     };
     struct Callback {
         Event event;
-        std::string run;
+        About about;
         ValueRef script;
     };
 
@@ -137,8 +181,14 @@ private:
     bool needsTimer_() const;
     void tick_();
     void advance_(OpenProject& project);
+    void abandon_(OpenProject& project);
+    static void endLaunch_(OpenProject& project);
     void look_(OpenProject& project, bool all);
     void compare_(OpenProject& project, const HAXPExpRun& run);
+    void note_(const OpenProject& project, const HAXPExpRun& run, Event event,
+               const std::vector<std::string>& more);
+    HAXPExpRun* findRun_(const Pending& pending) const;
+    void forgetCallbacks_(const std::string& dir, const HAXPExpRun* run);
     void fire_();
     void call_(const Callback& callback, const Pending& pending);
     void waitOnce_();

@@ -38,7 +38,7 @@ proc newRuns {} {
 }
 
 proc closeAll {} {
-    foreach event {done failed step} {
+    foreach event {done failed step abandoned} {
         run on $event {}
     }
     foreach dir [project list] {

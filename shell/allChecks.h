@@ -1,0 +1,28 @@
+// SPDX-License-Identifier: Apache-2.0
+// Copyright the Xperiment authors
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "shell/doctor.h"
+
+namespace shell {
+
+/// What to look at, and how.
+struct CheckRequest {
+    /// A folder of the project, or one that is to be one.
+    std::string dir = ".";
+    /// Submit commands of a grid to try, one at most. Without one the grid of the project's
+    /// latest launch is tried, if that was on one.
+    std::string sgeCommand;
+    std::string lsfCommand;
+    /// How long to wait for the grid's job.
+    long limitSec = 120;
+};
+
+/// Checks the tools, the folder of the project's runs, Tcl, the page and the grid. It may take as
+/// long as the grid does.
+std::vector<Check> checkAll(const CheckRequest& request);
+
+}  // namespace shell
