@@ -137,6 +137,7 @@ void LaunchQueue::forget(const HAXPExpRun& run) {
     each(Iter(m_job->createExportedRunIter()),
          [&job](HAXPExpRun* one) { job->markAsExported(one); });
     m_job = std::move(job);
+    m_markers.erase(&run);
 }
 
 std::vector<LaunchQueue::Event> LaunchQueue::advance() {
