@@ -4,6 +4,8 @@
 # Runs all files of tests in this process. Ends with 1 when a test failed.
 
 package require Tcl 8.6
+# What a sanitizer is loaded by is for this process alone.
+unset -nocomplain env(LD_PRELOAD)
 # First: tcltest brings back the environment that it finds, and the package adds to PATH.
 package require xperiment
 package require tcltest 2.5
