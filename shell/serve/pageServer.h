@@ -12,7 +12,7 @@
 
 namespace shell {
 
-class HttpServer;
+struct HttpServer;
 class PageAnswers;
 
 /// The live page of a project on this host's loopback address, for as long as this lives.
