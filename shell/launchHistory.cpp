@@ -54,6 +54,7 @@ std::vector<LaunchChange> changesOf(const LaunchRecord& before, const LaunchReco
         }
     }
     std::vector<LaunchChange> all;
+    all.reserve(changes.size());
     for (const auto& change : changes)
         all.push_back(change.second);
     return all;
