@@ -127,6 +127,7 @@ std::vector<std::string> stepsBefore(const HAXPExpRun& run, const HAXPExpRunStep
 }
 
 void clearFiles(const HAXPExpRun& run, const HAXPExpRunStep* first) {
+    workbench::removeReportData(run, first);
     bool reached = false;
     const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
     while (steps->hasNext()) {

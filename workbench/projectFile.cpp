@@ -472,6 +472,19 @@ void ProjectFile::writeRunAlone(const std::string& path, const std::string& root
 }
 
 void ProjectFile::readRunAlone(const xml::Document& document) {
+    exchangeRun_(document, true);
+    HAXPExpRun& run = m_project.getRun(document.root().child(name::kRun)->attribute(name::kName));
+    m_project.tellDependants(run);
+    run.updateRun();
+}
+
+void ProjectFile::requireRunAlone(const xml::Document& document) {
+    exchangeRun_(document, false);
+}
+
+/// Reads the run of `document` into the place of the one of its name; unless it `stays` that
+/// one comes back.
+void ProjectFile::exchangeRun_(const xml::Document& document, bool stays) {
     auto& entries = m_project.m_entries;
     const xml::Element* element = document.root().child(name::kRun);
     if (element == nullptr)
@@ -487,24 +500,30 @@ void ProjectFile::readRunAlone(const xml::Document& document) {
         entries.erase(found);
     }
     const std::size_t count = entries.size();
-    try {
-        readRun_(document, *element);
-    } catch (...) {
+    const auto putBack = [&] {
         entries.resize(count);
         if (before)
             entries.insert(entries.begin() + place, std::move(before));
+    };
+    try {
+        readRun_(document, *element);
+    } catch (...) {
+        putBack();
         throw;
     }
-    if (isThere)
+    if (!stays)
+        putBack();
+    else if (isThere)
         std::rotate(entries.begin() + place, entries.end() - 1, entries.end());
-    HAXPExpRun& run = m_project.getRun(element->attribute(name::kName));
-    m_project.tellDependants(run);
-    run.updateRun();
 }
 
 std::string ProjectFile::directoryOf(const xml::Document& document) const {
     const xml::Element* element = document.root().child(name::kRun);
     return element == nullptr ? std::string() : absolute_(element->attribute(name::kDir));
+}
+
+bool ProjectFile::isRunDirectory(const std::string& dir) const {
+    return isFolderIn(m_project.getRunsDir(), dir);
 }
 
 void ProjectFile::readDocument_(const xml::Document& document) {
@@ -586,7 +605,7 @@ void ProjectFile::readRun_(const xml::Document& document, const xml::Element& el
     entry->toStep = element.attribute(name::kToStep);
     run.setToStepId(entry->toStep);
     const std::string& dir = element.attribute(name::kDir);
-    if (!dir.empty() && !isFolderIn(m_project.getRunsDir(), absolute_(dir)))
+    if (!dir.empty() && !isRunDirectory(absolute_(dir)))
         document.refuse(element,
                         "the run directory " + dir + " is no folder in " + m_project.getRunsDir());
     if (!dir.empty())

@@ -38,13 +38,18 @@ public:
     /// one, to which pointers are void then. @throws HEXUserException it doesn't fit the project;
     /// nothing changes.
     void readRunAlone(const xml::Document& document);
+    /// Whether readRunAlone() would take it: @throws as that does. Nothing changes.
+    void requireRunAlone(const xml::Document& document);
     /// The directory of the run in such a file; empty when it has none.
     std::string directoryOf(const xml::Document& document) const;
+    /// Whether `dir` is a folder right in the project's folder of runs, there or not.
+    bool isRunDirectory(const std::string& dir) const;
 
     /// Where the records of launches lie.
     static std::string recordDir(const std::string& projectDir);
 
 private:
+    void exchangeRun_(const xml::Document& document, bool stays);
     void readDocument_(const xml::Document& document);
     xml::Document readWithRecords_();
     bool hasRecords_() const;

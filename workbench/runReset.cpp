@@ -17,12 +17,14 @@
 #include "environment/files/HUTFile.h"
 #include "environment/messages/ComMsgMgr.h"
 #include "environment/messages/ComMsgMgrInstance.h"
+#include "environment/options/HATAttrSpec.h"
 #include "environment/strings/HSTStringUtils.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
 #include "runs/base/xperiment/HAXPFlow.h"
 #include "runs/base/xperiment/HAXPFlowStep.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
+#include "runs/base/xpreport/HAXRReportConfig.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
@@ -177,6 +179,27 @@ std::vector<std::string> launchFiles(const HAXPExpRun& run) {
             kAbandonedName};
 }
 
+void removeReportData(const HAXPExpRun& run, const HAXPExpRunStep* first) {
+    bool reached = false;
+    const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
+    while (steps->hasNext()) {
+        const HAXPExpRunStep* step = steps->next();
+        reached = reached || step == first;
+        const std::unique_ptr<HSTFwdIter<HAXRReportConfig*>> reports(
+            step->createReportConfigIter());
+        while (reached && reports->hasNext()) {
+            const HAXRReportConfig* report = reports->next();
+            const std::unique_ptr<HSTFwdIter<HATAttrSpec*>> options(
+                report->createReportOutputOptionsIter());
+            while (options && options->hasNext()) {
+                const std::string name = report->getFile(options->next()->getName());
+                if (!name.empty() && name.find('/') == std::string::npos)
+                    HUTFile(run.pathOf(name)).rm();
+            }
+        }
+    }
+}
+
 bool resetRun(Project& project, HAXPExpRun& run, const std::string& fromStep, bool emptyDir,
               HSTVector<std::string>& errors, bool evenInDoubt) {
     const HAXPExpRunStep* first = requireStep(run, fromStep);
@@ -196,6 +219,8 @@ bool resetRun(Project& project, HAXPExpRun& run, const std::string& fromStep, bo
     }
     LaunchMemory memory(run);
     run.forgetSourceEvents(first);
+    if (emptyDir && !dir.empty())
+        removeReportData(run, first);
     const bool ok = run.resetRun(fromStep, errors, emptyDir && HUTFile(dir).isDir(), false, true);
     const bool isWhole =
         fromStep.empty() ||

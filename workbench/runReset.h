@@ -9,6 +9,7 @@
 #include "workbench/WorkbenchExport.h"
 
 class HAXPExpRun;
+class HAXPExpRunStep;
 class Project;
 
 /// Taking a run back.
@@ -33,5 +34,10 @@ WORKBENCH_API std::vector<std::string> launchFiles(const HAXPExpRun& run);
 WORKBENCH_API bool resetRun(Project& project, HAXPExpRun& run, const std::string& fromStep,
                             bool emptyDir, HSTVector<std::string>& errors,
                             bool evenInDoubt = false);
+
+/// Removes what the reports of `first` and of the steps behind it have beside their main files.
+/// For those who clear these steps, before they do: once the main file of a report is gone the
+/// others are nobody's, and whoever is killed in between would leave them there.
+WORKBENCH_API void removeReportData(const HAXPExpRun& run, const HAXPExpRunStep* first);
 
 }  // namespace workbench

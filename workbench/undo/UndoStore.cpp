@@ -25,6 +25,7 @@
 #include "environment/errors/HXMLException.h"
 #include "environment/files/HUTFile.h"
 #include "environment/files/HUTFileUtils.h"
+#include "environment/files/diskOps.h"
 #include "environment/messages/ComMsgMgr.h"
 #include "environment/messages/ComMsgMgrInstance.h"
 #include "environment/xml/xmlDocument.h"
@@ -48,6 +49,7 @@ constexpr char kFiles[] = "files";
 constexpr char kDirectory[] = "directory";
 constexpr char kBytes[] = "bytes";
 constexpr char kLimits[] = "limits.json";
+constexpr char kUndoVerb[] = "undo";
 constexpr std::size_t kLargestLimits = 4096;
 
 /// Of the manifest's root; the run within is as in the project file.
@@ -90,6 +92,12 @@ bool isThere(const std::string& path) {
     return ::lstat(path.c_str(), &info) == 0;
 }
 
+/// A folder itself, and no link to one: what an entry holds may be moved and removed.
+bool isFolder(const std::string& path) {
+    struct stat info {};
+    return ::lstat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+}
+
 /// What an id tells: "2026-11-21", 3 and "reset".
 using IdParts = std::tuple<std::string, long, std::string>;
 
@@ -119,11 +127,15 @@ std::vector<std::string> namesIn(const std::string& folder) {
     return names;
 }
 
-/// The ids of what looks like an entry, the last one first.
-std::vector<std::string> idsIn(const std::string& folder) {
+/// The ids of what looks like an entry of `project`, the last one first.
+std::vector<std::string> idsOf(const Project& project) {
+    const std::string folder = undoFolder(project);
     std::vector<std::pair<IdParts, std::string>> found;
+    if (!isFolder(ownFolder(project.getDir())) || !isFolder(folder))
+        return {};
     for (const std::string& name : namesIn(folder)) {
-        if (const std::optional<IdParts> parts = partsOf(name))
+        const std::optional<IdParts> parts = partsOf(name);
+        if (parts && isFolder(folder + "/" + name))
             found.emplace_back(*parts, name);
     }
     std::sort(found.rbegin(), found.rend());
@@ -143,15 +155,26 @@ std::string today() {
     return date.data();
 }
 
+/// Makes the folder of all entries; false, with errno, when it can't be, or is a link.
+bool makeUndoFolder(const Project& project) {
+    const std::string folder = undoFolder(project);
+    errno = 0;
+    if (makeOwnFolder(project.getDir()) && HUTFile(folder).mkDir() && isFolder(folder))
+        return true;
+    if (errno == 0)
+        errno = ENOTDIR;
+    return false;
+}
+
 /// A new folder for an entry, later than all others; empty, with errno, when there can't be one.
 std::string makeEntry(const Project& project, const std::string& verb) {
     constexpr int kMostTries = 100;
     const std::string folder = undoFolder(project);
-    if (!makeOwnFolder(project.getDir()) || !HUTFile(folder).mkDir())
+    if (!makeUndoFolder(project))
         return {};
     std::string date = today();
     long number = 0;
-    const std::vector<std::string> ids = idsIn(folder);
+    const std::vector<std::string> ids = idsOf(project);
     if (!ids.empty()) {
         const IdParts last = *partsOf(ids.front());
         // Also when the clock was set back.
@@ -279,6 +302,66 @@ bool readManifest(const std::string& path, UndoRun& what, long& time) {
     return false;
 }
 
+/// What the entry `entry`, a path, has of `run`. False where it isn't ours: another run's, as of
+/// a folder that was renamed by hand, or a link in the place of a folder.
+bool readUndoRun(const std::string& entry, const std::string& run, UndoRun& what, long& time) {
+    const std::string folder = entry + "/" + run;
+    if (!isFolder(folder) || !readManifest(folder + "/" + kManifest, what, time) ||
+        what.name != run)
+        return false;
+    for (const char* part : {kFiles, kDirectory}) {
+        if (isThere(folder + "/" + part) && !isFolder(folder + "/" + part))
+            return false;
+    }
+    what.isWhole = isThere(folder + "/" + kBytes);
+    return true;
+}
+
+bool isSameFile(const struct stat& one, const struct stat& other) {
+    return one.st_dev == other.st_dev && one.st_ino == other.st_ino;
+}
+
+/// Whether what `kept` holds of a state isn't all gone from `dir`, or was made there anew. Of
+/// `replaced`, files that a launch writes over, both may have one.
+bool overlaps(const std::string& kept, const std::string& dir,
+              const std::vector<std::string>& replaced) {
+    for (const std::string& name : namesIn(kept)) {
+        struct stat info {};
+        struct stat there {};
+        if (::lstat((kept + "/" + name).c_str(), &info) != 0 ||
+            ::lstat((dir + "/" + name).c_str(), &there) != 0 || isSameFile(info, there) ||
+            std::find(replaced.begin(), replaced.end(), name) != replaced.end())
+            continue;
+        const bool areFolders = S_ISDIR(info.st_mode) && S_ISDIR(there.st_mode);
+        if (!areFolders || overlaps(kept + "/" + name, dir + "/" + name, {}))
+            return true;
+    }
+    return false;
+}
+
+/// The folder of `run` in its latest entry when that was left unfinished by somebody who was
+/// killed while clearing for the same end as `what`, or with `what` whole, behind that; empty when
+/// there is none. The rest of what was to be cleared belongs to it.
+std::string unfinishedFolder(const Project& project, const HAXPExpRun& run, const UndoRun& what) {
+    for (const std::string& id : idsOf(project)) {
+        const std::string entry = undoFolder(project) + "/" + id;
+        const std::string folder = entry + "/" + run.getName();
+        UndoRun before;
+        long ignored = 0;
+        if (!isThere(folder))
+            continue;
+        const bool isSame = readUndoRun(entry, run.getName(), before, ignored) &&
+                            before.kind == UndoRun::kCleared && before.restores == what.restores &&
+                            before.fromStep == what.fromStep &&
+                            before.keptFiles == what.keptFiles && before.isWhole == what.isWhole;
+        // Of one that is whole what is in the directory is another state.
+        const bool isApart =
+            what.isWhole || !overlaps(folder + "/" + kFiles, run.getDir(), launchFiles(run));
+        return isSame && isApart ? folder : std::string();
+    }
+    return {};
+}
+
 void tellNotKept(const std::string& run, const std::string& why) {
     ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "workbench", ComMsgMgr::kWarning,
                              "@60-215@%s%s", run, why);
@@ -301,11 +384,12 @@ void moveBack(const std::string& from, const std::string& to) {
             ::rmdir(source.c_str());
             continue;
         }
-        if (isTaken && S_ISDIR(there.st_mode))
-            HUTFile(target).rmRecursive();
-        else if (isTaken)
-            HUTFile(target).rm();
-        if (std::rename(source.c_str(), target.c_str()) != 0)
+        const bool isFree =
+            !isTaken || isSameFile(info, there) ||
+            (S_ISDIR(there.st_mode) ? HUTFile(target).rmRecursive() : HUTFile(target).rm());
+        if (!isFree)
+            fail("@60-217@%s%s%s", source, target, std::strerror(errno));
+        if (files::disk().rename(source.c_str(), target.c_str()) != 0)
             fail("@60-217@%s%s%s", source, target, std::strerror(errno));
         // Two names of one file: the rename of the one to the other does nothing.
         HUTFile(source).rm();
@@ -333,6 +417,15 @@ UndoRun record(const std::string& run, UndoRun::Kind kind) {
     return what;
 }
 
+/// Whether `later` came of taking back `entry`, halfway, or what had followed it: then the run
+/// is again as `entry` left it.
+bool tookBackWhatFollowed(const UndoEntry& later, const UndoEntry& entry) {
+    const std::string& restored = later.runs.front().restores;
+    const std::optional<IdParts> parts = partsOf(restored);
+    return restored == entry.id ||
+           (parts && std::get<2>(*parts) != kUndoVerb && *parts > *partsOf(entry.id));
+}
+
 bool isNamed(const UndoEntry& entry, const std::string& run) {
     return std::any_of(entry.runs.begin(), entry.runs.end(),
                        [&run](const UndoRun& each) { return each.name == run; });
@@ -345,8 +438,14 @@ struct UndoScope::Data {
     Project* project = nullptr;
     std::string run;
     std::string folder;
-    bool wasLaunched = false;
+    bool isWorthIt = false;
+    /// Whether somebody else began the entry.
+    bool goesOn = false;
     std::unique_ptr<MovingDisk> disk;
+
+    std::uint64_t bytes() const {
+        return goesOn ? bytesIn(folder + "/" + kFiles) : disk->movedBytes();
+    }
 
     /// The scope that is open.
     static Data*& open() {
@@ -358,30 +457,38 @@ struct UndoScope::Data {
 UndoScope::UndoScope(Project& project, const HAXPExpRun& run, const std::string& verb,
                      UndoRun what) {
     const std::string dir = run.getDir();
-    const bool wasLaunched = run.getInfo().getLaunchTime() != 0;
     if (Data::open() != nullptr || dir.empty() || !HUTFile(dir).isDir())
         return;
     auto data = std::make_unique<Data>();
     data->project = &project;
     data->run = run.getName();
-    data->wasLaunched = wasLaunched || !what.restores.empty();
-    data->folder = makeRunFolder(project, verb, run.getName());
-    if (data->folder.empty()) {
-        tellNotKept(run.getName(), std::strerror(errno));
+    data->folder = unfinishedFolder(project, run, what);
+    data->goesOn = !data->folder.empty();
+    const MovingDisk::Rules rules{!what.restores.empty(), data->goesOn};
+    data->isWorthIt = data->goesOn || rules.mustMove || run.getInfo().getLaunchTime() != 0;
+    if (!data->goesOn && !begin_(*data, run, verb, what))
         return;
+    data->disk = std::make_unique<MovingDisk>(dir, data->folder + "/" + kFiles, rules);
+    m_data = std::move(data);
+    Data::open() = m_data.get();
+}
+
+bool UndoScope::begin_(Data& data, const HAXPExpRun& run, const std::string& verb, UndoRun what) {
+    data.folder = makeRunFolder(*data.project, verb, run.getName());
+    if (data.folder.empty()) {
+        tellNotKept(run.getName(), std::strerror(errno));
+        return false;
     }
     what.name = run.getName();
     what.kind = UndoRun::kCleared;
     try {
-        writeManifest(project, run, data->folder + "/" + kManifest, what);
+        writeManifest(*data.project, run, data.folder + "/" + kManifest, what);
     } catch (const HXMLException& error) {
-        dropRunFolder(data->folder);
+        dropRunFolder(data.folder);
         tellNotKept(run.getName(), error.what());
-        return;
+        return false;
     }
-    data->disk = std::make_unique<MovingDisk>(dir, data->folder + "/" + kFiles);
-    m_data = std::move(data);
-    Data::open() = m_data.get();
+    return true;
 }
 
 UndoScope::~UndoScope() {
@@ -390,9 +497,10 @@ UndoScope::~UndoScope() {
     Data::open() = nullptr;
     try {
         const std::string failure = m_data->disk->failure();
-        const bool isEmpty = m_data->disk->movedCount() == 0 && !m_data->wasLaunched;
-        noteBytes(m_data->folder, m_data->disk->movedBytes());
+        const bool isEmpty = m_data->disk->movedCount() == 0 && !m_data->isWorthIt;
+        const std::uint64_t bytes = m_data->bytes();
         m_data->disk.reset();
+        noteBytes(m_data->folder, bytes);
         if (!failure.empty())
             tellNotKept(m_data->run, failure);
         if (isEmpty)
@@ -402,6 +510,11 @@ UndoScope::~UndoScope() {
     } catch (...) {
         // What is kept stays, and the next clearing prunes.
     }
+}
+
+void UndoScope::noteCleared() {
+    if (m_data)
+        noteBytes(m_data->folder, m_data->bytes());
 }
 
 bool UndoScope::isKeeping() const {
@@ -432,18 +545,15 @@ UndoStore::UndoStore(Project& project) : m_project(project) {}
 
 std::vector<UndoEntry> UndoStore::entries() const {
     std::vector<UndoEntry> all;
-    for (const std::string& id : idsIn(folder_())) {
+    for (const std::string& id : idsOf(m_project)) {
         UndoEntry entry;
         entry.id = id;
         entry.verb = std::get<2>(*partsOf(id));
-        for (const std::string& run : namesIn(pathIn(folder_(), id))) {
+        for (const std::string& run : namesIn(folder_() + "/" + id)) {
             UndoRun what;
             long time = 0;
-            const std::string folder = pathIn(pathIn(folder_(), id), run);
-            // What holds another run's name was renamed by hand.
-            if (!readManifest(pathIn(folder, kManifest), what, time) || what.name != run)
+            if (!readUndoRun(folder_() + "/" + id, run, what, time))
                 continue;
-            what.isWhole = isThere(pathIn(folder, kBytes));
             entry.runs.push_back(what);
             entry.time = std::max(entry.time, time);
         }
@@ -478,7 +588,7 @@ UndoLimits UndoStore::getLimits() const {
 }
 
 void UndoStore::setLimits(const UndoLimits& limits) {
-    if (!makeOwnFolder(m_project.getDir()) || !HUTFile(folder_()).mkDir())
+    if (!makeUndoFolder(m_project))
         fail("@60-216@%s%s", folder_(), std::strerror(errno));
     const nlohmann::json written{{"entries", limits.entries}, {"megabytes", limits.megabytes}};
     HUTFileUtils::replaceFile(folder_() + "/" + kLimits, written.dump() + "\n");
@@ -487,7 +597,7 @@ void UndoStore::setLimits(const UndoLimits& limits) {
 
 void UndoStore::prune() {
     const UndoLimits limits = getLimits();
-    const std::vector<std::string> ids = idsIn(folder_());
+    const std::vector<std::string> ids = idsOf(m_project);
     std::uint64_t bytes = 0;
     for (std::size_t i = 0; i < ids.size(); ++i) {
         const std::string path = folder_() + "/" + ids[i];
@@ -501,20 +611,24 @@ void UndoStore::prune() {
 UndoEntry UndoStore::undo(const std::string& id) {
     const std::vector<UndoEntry> all = entries();
     UndoEntry entry = choose_(id);
-    // One that was killed at it had cleared what there was: the rest comes back now.
-    const std::string& interrupted = entry.runs.front().restores;
+    // One that was killed at it goes on: what it cleared so far is in its own entry.
+    const UndoEntry half = all.front();
+    const std::string& interrupted = half.runs.front().restores;
     const auto target = std::find_if(all.begin(), all.end(), [&interrupted](const auto& each) {
         return each.id == interrupted;
     });
-    if (id.empty() && !interrupted.empty() && target != all.end()) {
+    const bool goesOn =
+        !interrupted.empty() && target != all.end() && (id.empty() || id == target->id);
+    if (goesOn)
         entry = *target;
-        for (const UndoRun& run : entry.runs)
-            bringBack_(entry, run);
-    } else {
-        requireUndoable_(entry, all);
-        const UndoGroup together(m_project);
-        for (const UndoRun& run : entry.runs)
-            undoRun_(entry, run);
+    requireUndoable_(entry, all);
+    const UndoGroup together(m_project);
+    if (goesOn)
+        group() = {group().depth, half.verb, folder_() + "/" + half.id};
+    for (const UndoRun& run : entry.runs) {
+        const auto begun = std::find_if(half.runs.begin(), half.runs.end(),
+                                        [&run](const auto& each) { return each.name == run.name; });
+        undoRun_(entry, run, goesOn && begun != half.runs.end() ? &*begun : nullptr);
     }
     m_project.save();
     HUTFile(folder_() + "/" + entry.id).rmRecursive();
@@ -536,10 +650,11 @@ UndoEntry UndoStore::choose_(const std::string& id) const {
 
 void UndoStore::requireUndoable_(const UndoEntry& entry, const std::vector<UndoEntry>& all) const {
     for (const UndoRun& what : entry.runs) {
+        requireUsable_(entry, what);
         for (const UndoEntry& later : all) {
             if (later.id == entry.id)
                 break;
-            if (isNamed(later, what.name))
+            if (isNamed(later, what.name) && !tookBackWhatFollowed(later, entry))
                 fail("@60-250@%s%s%s", entry.id, what.name, later.id);
         }
         if (what.kind == UndoRun::kRemoved) {
@@ -557,16 +672,29 @@ void UndoStore::requireUndoable_(const UndoEntry& entry, const std::vector<UndoE
     }
 }
 
+/// What the manifest says of the run must fit the project before anything is cleared for it.
+void UndoStore::requireUsable_(const UndoEntry& entry, const UndoRun& what) const {
+    if (what.kind != UndoRun::kCleared)
+        return;
+    try {
+        ProjectFile(m_project).requireRunAlone(xml::Document::fromFile(
+            folder_() + "/" + entry.id + "/" + what.name + "/" + kManifest));
+    } catch (const HEXAll& error) {
+        fail("@60-258@%s%s%s", entry.id, what.name, error.what());
+    }
+}
+
 /// A run that was removed needs its place in the project and on the disk.
 void UndoStore::requireRestorable_(const UndoEntry& entry, const UndoRun& what) const {
     const std::string folder = folder_() + "/" + entry.id + "/" + what.name;
     const std::string dir =
         ProjectFile(m_project).directoryOf(xml::Document::fromFile(folder + "/" + kManifest));
-    // Of one that was killed at it the project may know the run still.
     const bool hasDir = isThere(folder + "/" + kDirectory);
     const HAXPExpRun* run = m_project.findRun(what.name);
-    const bool isTaken = hasDir ? isThere(dir) || (run != nullptr && run->getDir() != dir)
-                                : run != nullptr && !isThere(dir);
+    // Who was killed while removing it, or bringing it back, left it in the project, or its
+    // directory in its place.
+    const bool isHalf = run == nullptr || (run->getDir() == dir && (!dir.empty() || !what.isWhole));
+    const bool isTaken = !isHalf || (hasDir && isThere(dir));
     if (isTaken)
         fail("@60-251@%s%s", entry.id, what.name);
     if (!what.synthesis.empty() && m_project.findRun(what.synthesis) == nullptr &&
@@ -574,31 +702,52 @@ void UndoStore::requireRestorable_(const UndoEntry& entry, const UndoRun& what) 
         fail("@60-256@%s%s%s", entry.id, what.name, what.synthesis);
 }
 
-void UndoStore::undoRun_(const UndoEntry& entry, const UndoRun& what) {
+void UndoStore::undoRun_(const UndoEntry& entry, const UndoRun& what, const UndoRun* begun) {
     if (what.kind == UndoRun::kRestored) {
         removeRuns(m_project, {&m_project.getRun(what.name)});
         return;
     }
     if (what.kind == UndoRun::kRemoved) {
         bringBack_(entry, what);
-        const std::string folder = makeRunFolder(m_project, "undo", what.name);
-        if (!folder.empty())
-            writeManifest(m_project, m_project.getRun(what.name), folder + "/" + kManifest,
-                          record(what.name, UndoRun::kRestored));
-        return;
-    }
-    if (!what.isWhole) {
-        bringBack_(entry, what);
+        if (begun == nullptr)
+            noteRestored_(entry, what);
         return;
     }
     HAXPExpRun& run = m_project.getRun(what.name);
+    const std::string files = folder_() + "/" + entry.id + "/" + what.name + "/" + kFiles;
+    // Half of the run is in the entry, and the other half in the directory still, or again.
+    const bool isHalf = (begun != nullptr ? begun->isWhole : !what.isWhole) &&
+                        !overlaps(files, run.getDir(), launchFiles(run));
     UndoRun again = what;
     again.restores = entry.id;
-    const UndoScope scope(m_project, run, "undo", again);
+    again.isWhole = isHalf && begun != nullptr;
+    // Also while the files come back: it keeps what stands in their way.
+    std::optional<UndoScope> scope;
+    if (!isHalf || begun != nullptr)
+        scope.emplace(m_project, run, kUndoVerb, again);
+    if (scope && !scope->isKeeping() && HUTFile(run.getDir()).isDir())
+        fail("@60-257@%s%s", entry.id, what.name);
+    if (!isHalf)
+        clear_(what, run, *scope);
+    bringBack_(entry, what);
+}
+
+void UndoStore::noteRestored_(const UndoEntry& entry, const UndoRun& what) {
+    const std::string folder = makeRunFolder(m_project, kUndoVerb, what.name);
+    if (folder.empty())
+        return;
+    UndoRun restored = record(what.name, UndoRun::kRestored);
+    restored.restores = entry.id;
+    writeManifest(m_project, m_project.getRun(what.name), folder + "/" + kManifest, restored);
+    noteBytes(folder, 0);
+}
+
+/// Clears the run to make way for what comes back.
+void UndoStore::clear_(const UndoRun& what, HAXPExpRun& run, UndoScope& scope) {
     HSTVector<std::string> errors;
     if (!resetRun(m_project, run, what.fromStep, !what.keptFiles, errors))
         fail("@60-253@%s%s", what.name, errors.empty() ? std::string() : errors[0]);
-    bringBack_(entry, what);
+    scope.noteCleared();
 }
 
 /// The files of the run, and then what the project knew of it.
@@ -606,16 +755,24 @@ void UndoStore::bringBack_(const UndoEntry& entry, const UndoRun& what) {
     const std::string folder = folder_() + "/" + entry.id + "/" + what.name;
     const std::string manifest = folder + "/" + kManifest;
     const xml::Document document = xml::Document::fromFile(manifest);
-    if (what.kind == UndoRun::kRemoved) {
-        const std::string dir = ProjectFile(m_project).directoryOf(document);
-        const std::string kept = folder + "/" + kDirectory;
-        HUTFile(m_project.getRunsDir()).mkDirRecursive();
-        if (isThere(kept) && std::rename(kept.c_str(), dir.c_str()) != 0)
-            fail("@60-217@%s%s%s", kept, dir, std::strerror(errno));
-    } else if (HUTFile(folder + "/" + kFiles).isDir()) {
-        moveBack(folder + "/" + kFiles, m_project.getRun(what.name).getDir());
+    if (what.kind != UndoRun::kRemoved) {
+        if (HUTFile(folder + "/" + kFiles).isDir())
+            moveBack(folder + "/" + kFiles, m_project.getRun(what.name).getDir());
+        ProjectFile(m_project).readRunAlone(document);
+        return;
     }
+    // First the project: it refuses a directory that is none of its own.
     ProjectFile(m_project).readRunAlone(document);
+    HAXPExpRun& run = m_project.getRun(what.name);
+    const std::string kept = folder + "/" + kDirectory;
+    HUTFile(m_project.getRunsDir()).mkDirRecursive();
+    if (isThere(kept) && files::disk().rename(kept.c_str(), run.getDir().c_str()) != 0) {
+        const std::string why = std::strerror(errno);
+        const std::string dir = run.getDir();
+        m_project.removeRun(run);
+        fail("@60-217@%s%s%s", kept, dir, why);
+    }
+    run.updateRun();
 }
 
 std::string UndoStore::folder_() const {
@@ -638,24 +795,76 @@ void requireRemovable(Project& project, HAXPExpRun& run, const std::vector<HAXPE
     }
 }
 
-void removeRun(Project& project, HAXPExpRun& run) {
-    const std::string dir = run.getDir();
-    const std::string name = run.getName();
-    const bool hasDir = !dir.empty() && isThere(dir);
-    if (hasDir)
+/// A run on its way out of the project.
+struct Removal {
+    std::string run;
+    std::string dir;
+    std::string folder;  ///< within the entry
+};
+
+Removal beginRemoval(Project& project, HAXPExpRun& run) {
+    Removal removal{run.getName(), run.getDir(), {}};
+    if (!removal.dir.empty() && isThere(removal.dir))
         keepLaunches(project, run);
-    const std::string folder = makeRunFolder(project, "rm", name);
-    if (folder.empty())
-        fail("@60-255@%s%s", name, std::strerror(errno));
-    writeManifest(project, run, folder + "/" + kManifest, record(name, UndoRun::kRemoved));
-    const std::string kept = folder + "/" + kDirectory;
-    if (hasDir && std::rename(dir.c_str(), kept.c_str()) != 0) {
-        const std::string why = std::strerror(errno);
-        dropRunFolder(folder);
-        fail("@60-255@%s%s", name, why);
+    removal.folder = makeRunFolder(project, "rm", removal.run);
+    if (removal.folder.empty())
+        fail("@60-255@%s%s", removal.run, std::strerror(errno));
+    try {
+        writeManifest(project, run, removal.folder + "/" + kManifest,
+                      record(removal.run, UndoRun::kRemoved));
+    } catch (const HXMLException& error) {
+        dropRunFolder(removal.folder);
+        fail("@60-255@%s%s", removal.run, error.what());
     }
-    noteBytes(folder, hasDir ? bytesIn(kept) : 0);
-    project.removeRun(run);
+    return removal;
+}
+
+/// Moves the directory aside; false, with errno, when it can't be moved.
+bool moveDirectory(const Removal& removal) {
+    const std::string kept = removal.folder + "/" + kDirectory;
+    const bool hasDir = !removal.dir.empty() && isThere(removal.dir);
+    if (hasDir && files::disk().rename(removal.dir.c_str(), kept.c_str()) != 0)
+        return false;
+    noteBytes(removal.folder, hasDir ? bytesIn(kept) : 0);
+    return true;
+}
+
+/// Takes those from `first` on into the project again, the last one, which others start from,
+/// first. Their directories are where they were.
+void takeBackRemovals(Project& project, const std::vector<Removal>& removals, std::size_t first) {
+    for (std::size_t i = removals.size(); i-- > first;) {
+        if (project.findRun(removals[i].run) == nullptr)
+            ProjectFile(project).readRunAlone(
+                xml::Document::fromFile(removals[i].folder + "/" + kManifest));
+    }
+}
+
+void dropRemovals(const std::vector<Removal>& removals, std::size_t first) {
+    for (std::size_t i = first; i < removals.size(); ++i)
+        dropRunFolder(removals[i].folder);
+}
+
+/// With the save of the project file all of them are out of it, and before none.
+std::vector<Removal> takeOut(Project& project, const std::vector<HAXPExpRun*>& runs) {
+    std::vector<Removal> removals;
+    try {
+        for (HAXPExpRun* run : runs)
+            removals.push_back(beginRemoval(project, *run));
+        for (HAXPExpRun* run : runs)
+            project.removeRun(*run);
+        project.save();
+    } catch (...) {
+        takeBackRemovals(project, removals, 0);
+        // A save that failed may have been through all the same.
+        try {
+            project.save();
+            dropRemovals(removals, 0);
+        } catch (const HEXAll&) {
+            // What can't be told again stays, for an undo.
+        }
+        throw;
+    }
+    return removals;
 }
 
 }  // namespace
@@ -669,14 +878,16 @@ void removeRuns(Project& project, const std::vector<HAXPExpRun*>& runs) {
     std::stable_partition(ordered.begin(), ordered.end(), [&project](const HAXPExpRun* run) {
         return project.getSynthesisOf(*run) != nullptr;
     });
-    try {
-        for (HAXPExpRun* run : ordered)
-            removeRun(project, *run);
-    } catch (...) {
+    const std::vector<Removal> removals = takeOut(project, ordered);
+    for (std::size_t i = 0; i < removals.size(); ++i) {
+        if (moveDirectory(removals[i]))
+            continue;
+        const std::string why = std::strerror(errno);
+        takeBackRemovals(project, removals, i);
         project.save();
-        throw;
+        dropRemovals(removals, i);
+        fail("@60-255@%s%s", removals[i].run, why);
     }
-    project.save();
 }
 
 }  // namespace workbench

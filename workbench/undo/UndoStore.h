@@ -14,6 +14,8 @@ class Project;
 
 namespace workbench {
 
+class UndoScope;
+
 /// What became of one run.
 struct UndoRun {
     enum Kind {
@@ -71,7 +73,8 @@ public:
 
     /// Takes the entry `id` back, the last one when that is empty: what its runs have now is
     /// cleared into an entry of its own, their files and what the project knew of them come back,
-    /// and the project is saved. Pointers to these runs are void.
+    /// and the project is saved. Where somebody was killed at that, it is brought to its end.
+    /// Pointers to these runs are void.
     /// @throws HEXUserException there is none, or it can't be taken back without losing
     /// something; the text says what to do. Nothing changes.
     UndoEntry undo(const std::string& id = "");
@@ -82,8 +85,11 @@ public:
 private:
     UndoEntry choose_(const std::string& id) const;
     void requireUndoable_(const UndoEntry& entry, const std::vector<UndoEntry>& all) const;
+    void requireUsable_(const UndoEntry& entry, const UndoRun& what) const;
     void requireRestorable_(const UndoEntry& entry, const UndoRun& what) const;
-    void undoRun_(const UndoEntry& entry, const UndoRun& what);
+    void undoRun_(const UndoEntry& entry, const UndoRun& run, const UndoRun* begun);
+    void noteRestored_(const UndoEntry& entry, const UndoRun& run);
+    void clear_(const UndoRun& what, HAXPExpRun& run, UndoScope& scope);
     void bringBack_(const UndoEntry& entry, const UndoRun& what);
     std::string folder_() const;
     std::string manifestOf_(const UndoEntry& entry, const UndoRun& run) const;
@@ -92,12 +98,14 @@ private:
 };
 
 /// While it lives, what is removed from the directory of a run is moved into an entry. One
-/// within another of the same run does nothing.
+/// within another of the same run does nothing. Where somebody was killed who cleared the run to
+/// the same end, it goes on with that entry.
 class WORKBENCH_API UndoScope {
 public:
     /// Writes the manifest. When it can't be written, or the run has nothing to lose, nothing
     /// is kept; a message tells the former.
-    /// `what` needs no name, kind and synthesis.
+    /// `what` needs no name, kind and synthesis; when it is whole an entry that is whole goes on.
+    /// With `restores` nothing is removed that can't be kept: the removal fails.
     UndoScope(Project& project, const HAXPExpRun& run, const std::string& verb, UndoRun what);
     /// Ends the entry; one that kept nothing goes.
     ~UndoScope();
@@ -111,8 +119,13 @@ public:
     /// Keeps the file `name` of the run directory, which is to be replaced and not removed.
     void keep(const std::string& name);
 
+    /// Notes that all is cleared; what is moved from here on only stood in the way of something.
+    void noteCleared();
+
 private:
     struct Data;
+    static bool begin_(Data& data, const HAXPExpRun& run, const std::string& verb, UndoRun what);
+
     std::unique_ptr<Data> m_data;
 };
 
@@ -131,8 +144,8 @@ private:
 
 /// Takes `runs`, of which none is at work, out of the project with their directories, and saves
 /// it; their launches stay in the history. Pointers to them are void.
-/// @throws HEXUserException one is at work, starts others that stay, or its directory is a link
-/// or can't be moved; the others before it are removed.
+/// @throws HEXUserException one is at work, starts others that stay, or its directory is a link:
+/// then nothing changes; or its directory can't be moved: the others before it are removed.
 WORKBENCH_API void removeRuns(Project& project, const std::vector<HAXPExpRun*>& runs);
 
 }  // namespace workbench

@@ -47,8 +47,8 @@ std::string behind(const std::string& folder, const std::string& path) {
 
 }  // namespace
 
-MovingDisk::MovingDisk(const std::string& from, const std::string& to)
-    : m_real(files::disk()), m_from(from), m_resolved(resolved(from)), m_to(to) {
+MovingDisk::MovingDisk(const std::string& from, const std::string& to, Rules rules)
+    : m_real(files::disk()), m_from(from), m_resolved(resolved(from)), m_to(to), m_rules(rules) {
     files::setDisk(this);
 }
 
@@ -83,6 +83,9 @@ int MovingDisk::unlinkAt(int folder, const char* name, int flags) {
     // By the open folder, whatever comes into the place of its path meanwhile.
     const std::string source =
         folder == AT_FDCWD || *name == '/' ? name : openFolder(folder) + "/" + name;
+    struct stat older {};
+    if (m_rules.olderStays && ::lstat(target.c_str(), &older) == 0)
+        return m_real.unlinkAt(folder, name, flags);
     if (makeFoldersFor_(relative) && m_real.rename(source.c_str(), target.c_str()) == 0) {
         m_bytes += static_cast<std::uint64_t>(info.st_size);
         // Two names of one file: the rename of the one to the other does nothing.
@@ -93,6 +96,8 @@ int MovingDisk::unlinkAt(int folder, const char* name, int flags) {
     }
     if (m_failure.empty())
         m_failure = m_from + "/" + relative + ": " + std::strerror(errno);
+    if (m_rules.mustMove)
+        return -1;
     return m_real.unlinkAt(folder, name, flags);
 }
 

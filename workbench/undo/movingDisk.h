@@ -14,13 +14,20 @@ namespace workbench {
 /// A disk that moves aside what is removed from one folder, in use while the object lives.
 ///
 /// So whatever clears a run directory, and in whatever order, clears it into another folder of
-/// the same file system, by renames in the place of removals; what has the same path there
-/// already gives way. Links are moved as links. All else goes to the disk that was in use before.
-/// What can't be moved is removed all the same.
+/// the same file system, by renames in the place of removals; unless the rules say otherwise, what
+/// has the same path there already gives way, and what can't be moved is removed all the same.
+/// Links are moved as links. All else goes to the disk that was in use before.
 class WORKBENCH_API MovingDisk final : public files::Disk {
 public:
+    struct Rules {
+        /// What can't be moved isn't removed either: the removal fails.
+        bool mustMove = false;
+        /// What has the same path there already stays, and what was to be moved is removed.
+        bool olderStays = false;
+    };
+
     /// `from` is an existing folder, `to` is made when something is moved.
-    MovingDisk(const std::string& from, const std::string& to);
+    MovingDisk(const std::string& from, const std::string& to, Rules rules = {false, false});
     ~MovingDisk() override;
 
     MovingDisk(const MovingDisk&) = delete;
@@ -58,6 +65,7 @@ private:
     /// The same without a link in it, as the system tells the paths of open folders.
     std::string m_resolved;
     std::string m_to;
+    Rules m_rules;
     std::size_t m_moved = 0;
     std::uint64_t m_bytes = 0;
     std::string m_failure;

@@ -117,6 +117,29 @@ TEST_F(MovingDiskTest, RemovesWhatCannotBeMovedAndSaysWhy) {
     EXPECT_EQ(disk.failure(), run("a") + ": Invalid cross-device link");
 }
 
+TEST_F(MovingDiskTest, RemovesNothingThatMustMoveAndCannot) {
+    m_dir.mark("run/a", "text");
+    test::FaultyDisk faulty;
+    faulty.failAll("rename", EXDEV);
+    workbench::MovingDisk disk(m_dir.path("run"), m_dir.path("store"), {true, false});
+    EXPECT_FALSE(HUTFile(run("a")).rm());
+    EXPECT_EQ(m_dir.read("run/a"), "text");
+    EXPECT_EQ(disk.failure(), run("a") + ": Invalid cross-device link");
+}
+
+TEST_F(MovingDiskTest, LeavesTheOlderOneWhereThatStays) {
+    m_dir.mark("run/a", "newer");
+    m_dir.mark("run/b", "text");
+    m_dir.folder("store");
+    m_dir.mark("store/a", "older");
+    workbench::MovingDisk disk(m_dir.path("run"), m_dir.path("store"), {false, true});
+    EXPECT_TRUE(HUTFile(run("a")).rm());
+    EXPECT_TRUE(HUTFile(run("b")).rm());
+    EXPECT_FALSE(m_dir.has("run/a"));
+    EXPECT_EQ(m_dir.read("store/a"), "older");
+    EXPECT_EQ(m_dir.read("store/b"), "text");
+}
+
 /// Goes as one does who opened a folder that was then moved away.
 TEST_F(MovingDiskTest, MovesNothingThroughALinkInThePlaceOfAFolder) {
     m_dir.folder("run/deep");

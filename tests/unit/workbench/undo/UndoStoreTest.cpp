@@ -332,6 +332,144 @@ TEST_F(UndoStoreTest, OfAnotherVersionIsLeftAlone) {
     EXPECT_TRUE(store().entries().empty());
 }
 
+TEST_F(UndoStoreTest, FollowsNoLink) {
+    namespace fs = boost::filesystem;
+    ASSERT_TRUE(reset());
+    const UndoEntry entry = store().entries().front();
+    const std::string folder = undoFolder(project()) + "/" + entry.id;
+    const std::string outside = project().getDir() + "/outside";
+    fs::rename(folder, outside);
+    fs::create_symlink(outside, folder);
+    EXPECT_TRUE(verbs().empty());
+    fs::remove(folder);
+    fs::create_directory(folder);
+    fs::create_symlink(outside + "/impl_1", folder + "/impl_1");
+    EXPECT_TRUE(verbs().empty());
+    fs::remove_all(folder);
+    fs::create_directory(folder);
+    fs::create_directory(folder + "/impl_1");
+    fs::copy_file(outside + "/impl_1/manifest.xml", folder + "/impl_1/manifest.xml");
+    fs::create_symlink(outside + "/impl_1/files", folder + "/impl_1/files");
+    EXPECT_TRUE(verbs().empty());
+    store().prune();
+    EXPECT_TRUE(HUTFile::exists(outside + "/impl_1/files/blinky.asc"));
+}
+
+TEST_F(UndoStoreTest, KeepsNothingInAFolderThatIsALink) {
+    namespace fs = boost::filesystem;
+    ASSERT_TRUE(reset());
+    const std::string outside = project().getDir() + "/outside";
+    fs::rename(undoFolder(project()), outside);
+    fs::create_symlink(outside, undoFolder(project()));
+    EXPECT_TRUE(verbs().empty());
+    m_world.finish(run(), "later", kLaunch + 100);
+    EXPECT_TRUE(reset());
+    EXPECT_EQ(HUTFile(outside).fileCount(), 1);
+    EXPECT_TRUE(m_messages.has("60-215"));
+    m_messages.clear();
+    EXPECT_THAT(test::thrownText<HEXUserException>([this] { store().setLimits({}); }),
+                HasSubstr("can't be made"));
+}
+
+TEST_F(UndoStoreTest, ClearsNothingForAnEntryThatIsDamaged) {
+    ASSERT_TRUE(reset());
+    const UndoEntry entry = store().entries().front();
+    m_world.finish(run(), "later", kLaunch + 100);
+    write("blinky.asc", "routed later");
+    const auto later = state();
+    const std::string path = undoFolder(project()) + "/" + entry.id + "/impl_1/manifest.xml";
+    std::string text;
+    ASSERT_TRUE(HUTFileUtils::readFile(path, 1U << 20U, text));
+    const std::string dir = "Dir=\"runs/impl_1\"";
+    ASSERT_NE(text.find(dir), std::string::npos);
+    text.replace(text.find(dir), dir.size(), "Dir=\"/etc\"");
+    HUTFileUtils::replaceFile(path, text);
+    EXPECT_THAT(refusal(), HasSubstr("what it says of run impl_1 can't be used"));
+    EXPECT_EQ(state(), later);
+    EXPECT_EQ(verbs(), Verbs{"reset"});
+}
+
+TEST_F(UndoStoreTest, IsLaterThanTheLastAlsoWhenTheClockIsSetBack) {
+    HUTFile(undoFolder(project()) + "/2999-01-01-7-reset/impl_1").mkDirRecursive();
+    ASSERT_TRUE(reset());
+    EXPECT_EQ(store().entries().front().id, "2999-01-01-8-reset");
+    store().undo();
+    EXPECT_EQ(store().entries().front().id, "2999-01-01-9-undo");
+}
+
+TEST_F(UndoStoreTest, GoesBackAsFarAsWanted) {
+    const auto first = state();
+    ASSERT_TRUE(reset());
+    const std::string oldest = store().entries().front().id;
+    m_world.finish(run(), "later", kLaunch + 100);
+    write("blinky.asc", "routed later");
+    const auto second = state();
+    ASSERT_TRUE(reset());
+    EXPECT_THAT(refusal(oldest), HasSubstr("Take that back first"));
+    store().undo();
+    EXPECT_EQ(state(), second);
+    // What followed it was taken back, so that the run is as it left it, but for a launch since.
+    store().undo(oldest);
+    EXPECT_EQ(state(), first);
+    store().undo();
+    EXPECT_EQ(state(), second);
+}
+
+TEST_F(UndoStoreTest, KeepsWhatStandsInTheWayOfWhatComesBack) {
+    write("runme.sh", "of the first");
+    ASSERT_TRUE(reset("route"));
+    // As a launch leaves it that goes on with a later step: its scripts aren't cleared.
+    HUTFileUtils::replaceFile(undoFolder(project()) + "/" + store().entries().front().id +
+                                  "/impl_1/files/runme.sh",
+                              "of the first");
+    write("runme.sh", "of the second");
+    const auto second = state();
+    store().undo();
+    EXPECT_EQ(state()["runme.sh"], "of the first");
+    store().undo();
+    EXPECT_EQ(state(), second);
+}
+
+TEST_F(UndoStoreTest, ClearsNothingThatCantBeKept) {
+    ASSERT_TRUE(reset());
+    m_world.finish(run(), "later", kLaunch + 100);
+    write("blinky.asc", "routed later");
+    const auto later = state();
+    {
+        test::FaultyDisk full;
+        full.failAll("mkdir", ENOSPC);
+        full.failAll("rename", EXDEV);
+        EXPECT_NE(refusal(), "nothing thrown");
+    }
+    m_messages.clear();
+    EXPECT_EQ(state(), later);
+}
+
+TEST_F(UndoStoreTest, RemovesARunOrLeavesItAsItWasWhateverFails) {
+    const auto before = state();
+    test::FaultyDisk disk;
+    int failures = 0;
+    for (int number = 1; number < 200; ++number) {
+        disk.failOnce(number, EIO);
+        const bool isRefused = test::thrownText<HEXUserException>([this] {
+                                   workbench::removeRuns(project(), {&run()});
+                               }) != "nothing thrown";
+        const bool wasReached = disk.calls() >= number;
+        disk.failOnce(0, 0);
+        const auto again = Project::open(project().getDir(), Project::kRead);
+        EXPECT_EQ(again->findRun("impl_1") != nullptr, isRefused) << number;
+        EXPECT_EQ(project().findRun("impl_1") != nullptr, isRefused) << number;
+        if (!isRefused)
+            store().undo();
+        EXPECT_EQ(state(), before) << number;
+        m_messages.clear();
+        if (!wasReached)
+            break;
+        ++failures;
+    }
+    EXPECT_GT(failures, 10);
+}
+
 /// Whether a child process that does `action` is killed at its disk's call `number`.
 template <class Action> bool killedAt(int number, Action action) {
     const pid_t child = ::fork();
@@ -360,6 +498,53 @@ TEST_F(UndoStoreTest, BringsTheRunBackWhereverAResetIsKilled) {
         if (!wasKilled)
             break;
         ++kills;
+    }
+    EXPECT_GT(kills, 20);
+}
+
+TEST_F(UndoStoreTest, GoesOnWhereAResetWasKilled) {
+    const auto before = state();
+    int kills = 0;
+    for (int number = 1; number < 400; number += 3) {
+        // Behind the end of the clearing there is nothing to go on with.
+        if (!killedAt(number, [this] { reset(); }) ||
+            (!store().entries().empty() && store().entries().front().runs.front().isWhole))
+            break;
+        ++kills;
+        ASSERT_TRUE(reset()) << number;
+        EXPECT_FALSE(HUTFile::exists(run().pathOf("blinky.asc")));
+        store().undo();
+        EXPECT_EQ(state(), before) << number;
+        boost::filesystem::remove_all(undoFolder(project()));
+        project().save();
+    }
+    EXPECT_GT(kills, 7);
+}
+
+TEST_F(UndoStoreTest, LosesNothingWhereverAnUndoIsKilled) {
+    const auto first = state();
+    ASSERT_TRUE(reset());
+    m_world.finish(run(), "later", kLaunch + 100);
+    write("blinky.asc", "routed later");
+    write("extra.asc", "of the later one alone");
+    project().save();
+    const auto second = state();
+    int kills = 0;
+    for (int number = 1; number < 800; ++number) {
+        const std::string id = store().entries().front().id;
+        const bool wasKilled = killedAt(number, [this] { store().undo(); });
+        // Behind the removal of the entry there is nothing to go on with.
+        const std::vector<UndoEntry> entries = store().entries();
+        const bool isLeft = std::any_of(entries.begin(), entries.end(),
+                                        [&id](const auto& entry) { return entry.id == id; });
+        if (!wasKilled || !isLeft)
+            break;
+        store().undo();
+        ++kills;
+        EXPECT_EQ(state()["blinky.asc"], first.at("blinky.asc")) << number;
+        store().undo();
+        EXPECT_EQ(state(), second) << number;
+        project().save();
     }
     EXPECT_GT(kills, 20);
 }
