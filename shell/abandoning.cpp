@@ -16,7 +16,9 @@ workbench::AbandonRule readRule(const std::string& text) {
     }
 }
 
-workbench::EstimateError learnedError(const Project& project) {
+workbench::EstimateError learnedError(const Project& project, const workbench::AbandonRule& rule) {
+    if (!rule.figure->isEstimate)
+        return {};
     return workbench::estimateError(workbench::History(project).estimateRatios(
         "impl", "fmax_mhz", "place_design", "route_design"));
 }

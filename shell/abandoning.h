@@ -15,7 +15,8 @@ namespace shell {
 /// one looks.
 workbench::AbandonRule readRule(const std::string& text);
 
-/// How far results may lie above their estimates, by what `project` remembers.
-workbench::EstimateError learnedError(const Project& project);
+/// How far results may lie above their estimates, by what `project` remembers; not at all for a
+/// rule about a figure that is final after placement.
+workbench::EstimateError learnedError(const Project& project, const workbench::AbandonRule& rule);
 
 }  // namespace shell

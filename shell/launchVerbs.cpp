@@ -87,8 +87,11 @@ void printResults(const Project& project, const Runs& runs) {
 }
 
 int tellInterrupted(const Runs& working, const Runs& left) {
-    note("Interrupted, but {} {} on. Wait with \"xp wait\", look with \"xp status\".",
-         namesOf(working), working.size() == 1 ? "goes" : "go");
+    if (working.empty())
+        note("Interrupted; nothing is at work.");
+    else
+        note("Interrupted, but {} {} on. Wait with \"xp wait\", look with \"xp status\".",
+             namesOf(working), working.size() == 1 ? "goes" : "go");
     if (!left.empty())
         note("Not launched: {}", namesOf(left));
     return kExitInterrupted;
@@ -108,7 +111,8 @@ public:
         command
             .add_option("--abandon", m_abandon,
                         "Stop a run whose estimate after placement can't come up to what the rule "
-                        "demands: 'fmax < 90% of best', or 'fmax < 48' in MHz")
+                        "demands: 'fmax < 90% of best', 'fmax < 48' in MHz, or 'luts > 110% of "
+                        "best'")
             ->excludes(noWait);
         m_hosts.declare(command);
         m_cluster.declare(command);
@@ -144,9 +148,10 @@ private:
                                                      const RunPlan& plan) const {
         if (!m_rule)
             return nullptr;
-        const workbench::EstimateError error = learnedError(project);
+        const workbench::EstimateError error = learnedError(project, *m_rule);
         note("Runs with {} are abandoned after placement: {}", m_rule->text,
-             workbench::errorText(error));
+             m_rule->figure->isEstimate ? workbench::errorText(error)
+                                        : "routing doesn't change what is counted then");
         return std::make_unique<workbench::Abandoner>(*m_rule, error, plan.runs);
     }
 

@@ -39,13 +39,13 @@ std::vector<Abandoner::Event> Abandoner::look(const Runs& running) {
         if (isGiven || !run->isAtWork())
             continue;
         if (m_estimates.count(run) == 0) {
-            const std::optional<double> estimate = placedFmax(*run);
+            const std::optional<double> estimate = placedFigure(*run, *m_rule.figure);
             if (!estimate)
                 continue;
             m_estimates[run] = *estimate;
         }
         // With its result there is nothing left to save.
-        if (routedFmax(*run))
+        if (isRouted(*run))
             continue;
         const std::optional<Abandonment> found = decide(m_rule, m_estimates[run], leader, m_error);
         if (!found)
@@ -68,7 +68,10 @@ std::optional<BestResult> Abandoner::best() const {
     std::optional<BestResult> leader;
     for (HAXPExpRun* run : m_runs) {
         const std::optional<double> result = resultOf_(*run);
-        if (result && (!leader || *result > leader->mhz))
+        const bool isBetter =
+            result && (!leader || (m_rule.figure->isHigherBetter ? *result > leader->value
+                                                                 : *result < leader->value));
+        if (isBetter)
             leader = BestResult{run->getName(), *result};
     }
     return leader;
@@ -84,7 +87,7 @@ std::optional<double> Abandoner::resultOf_(HAXPExpRun& run) const {
         return known->second;
     if (run.getStatus()->getCode() != HDGUIStatus::statusDone)
         return std::nullopt;
-    const std::optional<double> result = routedFmax(run);
+    const std::optional<double> result = finalFigure(run, *m_rule.figure);
     if (result)
         m_results[&run] = *result;
     return result;

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <iterator>
 #include <memory>
 
 #include <fmt/format.h>
@@ -27,6 +28,12 @@ namespace workbench {
 namespace {
 
 constexpr std::size_t kLargestMark = 64U << 10U;
+
+constexpr AbandonFigure kFigures[] = {{"fmax", "Fmax", " MHz", true, true},
+                                      {"luts", "LUTs", "", false, false},
+                                      {"logic_cells", "logic cells", "", false, false},
+                                      {"flip_flops", "flip-flops", "", false, false},
+                                      {"block_rams", "block RAMs", "", false, false}};
 
 [[noreturn]] void refuse(const std::string& text, const std::string& why) {
     throw HEXUserException(
@@ -53,23 +60,48 @@ bool takeNumber(std::string& text, double& number) {
     return true;
 }
 
+/// "fmax, luts and block_rams".
+std::string figureNames() {
+    std::string names;
+    const AbandonFigure* last = std::end(kFigures) - 1;
+    for (const AbandonFigure& figure : kFigures)
+        names += (names.empty() ? "" : &figure == last ? " and " : ", ") + std::string(figure.name);
+    return names;
+}
+
+const AbandonFigure& figureCalled(const std::string& text, const std::string& name) {
+    for (const AbandonFigure& figure : kFigures) {
+        if (name == figure.name)
+            return figure;
+    }
+    refuse(text, name.empty()
+                     ? "it names no figure"
+                     : "'" + name + "' isn't known after placement, but " + figureNames() + " are");
+}
+
 /// "45", "45.3": one digit is all that an estimate is worth.
-std::string mhzText(double mhz) {
-    std::string text = fmt::format("{:.1f}", mhz);
+std::string valueText(double value, const AbandonFigure& figure) {
+    std::string text = fmt::format("{:.1f}", value);
     if (text.size() > 2 && text.compare(text.size() - 2, 2, ".0") == 0)
         text.resize(text.size() - 2);
-    return text;
+    return text + figure.unit;
 }
 
 std::string reasonText(const AbandonRule& rule, const Abandonment& found, const BestResult* best,
                        const EstimateError& error) {
-    const std::string bound =
-        rule.isShare ? fmt::format("{} MHz, {:.4g}% of {} MHz of {}", mhzText(found.bound),
-                                   rule.number * 100, mhzText(best->mhz), best->run)
-                     : mhzText(found.bound) + " MHz";
-    return fmt::format("its Fmax can't come to {}: the estimate after placement is {} MHz, and {}, "
-                       "here {} MHz",
-                       bound, mhzText(found.estimate), errorText(error), mhzText(found.hope));
+    const AbandonFigure& figure = *rule.figure;
+    std::string bound = valueText(found.bound, figure);
+    if (rule.isShare)
+        bound += fmt::format(", {:.4g}% of {} of {}", rule.number * 100,
+                             valueText(best->value, figure), best->run);
+    if (!figure.isEstimate)
+        return fmt::format("it has {} {} after placement, which routing doesn't change, more than "
+                           "{}",
+                           valueText(found.estimate, figure), figure.label, bound);
+    return fmt::format("its {} can't come to {}: the estimate after placement is {}, and {}, here "
+                       "{}",
+                       figure.label, bound, valueText(found.estimate, figure), errorText(error),
+                       valueText(found.hope, figure));
 }
 
 bool isDone(const HAXPExpRun& run, const std::string& id) {
@@ -82,14 +114,19 @@ bool isDone(const HAXPExpRun& run, const std::string& id) {
     return false;
 }
 
-std::optional<double> fmaxOf(const HAXPExpRun& run, const std::string& step) {
+std::optional<double> figureOf(const HAXPExpRun& run, const std::string& step,
+                               const AbandonFigure& figure) {
     ice40::StepMetrics metrics;
     std::string ignored;
     if (run.getDir().empty() || !isDone(run, step) ||
-        !ice40::readMetrics(run.pathOf(ice40::metricsFileName(step)), metrics, ignored) ||
-        metrics.worstClock() == nullptr)
+        !ice40::readMetrics(run.pathOf(ice40::metricsFileName(step)), metrics, ignored))
         return std::nullopt;
-    return metrics.worstClock()->fmaxMhz;
+    if (figure.isEstimate)
+        return metrics.worstClock() == nullptr
+                   ? std::nullopt
+                   : std::optional<double>(metrics.worstClock()->fmaxMhz);
+    const std::optional<long> count = metrics.count(figure.name);
+    return count ? std::optional<double>(*count) : std::nullopt;
 }
 
 std::string launchOf(const HAXPExpRun& run) {
@@ -102,26 +139,25 @@ std::string launchOf(const HAXPExpRun& run) {
 AbandonRule readAbandonRule(const std::string& text) {
     const std::size_t relation = text.find_first_of("<>=");
     if (relation == std::string::npos)
-        refuse(text, "it has no <");
-    const std::string metric = trimmed(text.substr(0, relation));
-    if (metric != "fmax")
-        refuse(text, metric.empty() ? "it names no figure"
-                                    : "'" + metric +
-                                          "' isn't estimated after placement, only "
-                                          "fmax is");
-    if (text[relation] != '<' || text.compare(relation, 2, "<=") == 0)
-        refuse(text, "runs are abandoned that stay below, which is <");
+        refuse(text, "it has no < or >");
     AbandonRule rule;
     rule.text = trimmed(text);
+    rule.figure = &figureCalled(text, trimmed(text.substr(0, relation)));
+    const bool isHigherBetter = rule.figure->isHigherBetter;
+    const char wanted = isHigherBetter ? '<' : '>';
+    if (text[relation] != wanted || text.compare(relation + 1, 1, "=") == 0)
+        refuse(text, isHigherBetter ? "runs are abandoned that stay below, which is <"
+                                    : "runs are abandoned that come above, which is >");
     std::string rest = trimmed(text.substr(relation + 1));
     if (!takeNumber(rest, rule.number) || rule.number <= 0)
-        refuse(text, "behind < there is no number above 0");
-    if (rest.empty() || rest == "MHz")
+        refuse(text, std::string("behind ") + wanted + " there is no number above 0");
+    if (rest.empty() || rest == trimmed(rule.figure->unit))
         return rule;
     if (rest.front() != '%' || trimmed(rest.substr(1)) != "of best")
-        refuse(text, "'" + rest + "' isn't '% of best' or MHz");
-    if (rule.number > 100)
-        refuse(text, "more than 100% of the best would abandon the best itself");
+        refuse(text, "'" + rest + "' isn't '% of best'" + (isHigherBetter ? " or MHz" : ""));
+    if (isHigherBetter ? rule.number > 100 : rule.number < 100)
+        refuse(text, std::string(isHigherBetter ? "more" : "less") +
+                         " than 100% of the best would abandon the best itself");
     rule.number /= 100;
     rule.isShare = true;
     return rule;
@@ -153,10 +189,12 @@ std::optional<Abandonment> decide(const AbandonRule& rule, std::optional<double>
     Abandonment found;
     found.rule = rule.text;
     found.estimate = *estimate;
-    found.hope = *estimate * error.most;
-    found.bound = rule.isShare ? best->mhz * rule.number : rule.number;
+    found.hope = rule.figure->isEstimate ? *estimate * error.most : *estimate;
+    found.bound = rule.isShare ? best->value * rule.number : rule.number;
     // Not a number, as a damaged file may tell, abandons nothing.
-    if (!(found.hope < found.bound))
+    const bool isOut =
+        rule.figure->isHigherBetter ? found.hope < found.bound : found.hope > found.bound;
+    if (!isOut)
         return std::nullopt;
     if (rule.isShare)
         found.bestRun = best->run;
@@ -164,12 +202,16 @@ std::optional<Abandonment> decide(const AbandonRule& rule, std::optional<double>
     return found;
 }
 
-std::optional<double> placedFmax(const HAXPExpRun& run) {
-    return fmaxOf(run, "place_design");
+std::optional<double> placedFigure(const HAXPExpRun& run, const AbandonFigure& figure) {
+    return figureOf(run, "place_design", figure);
 }
 
-std::optional<double> routedFmax(const HAXPExpRun& run) {
-    return fmaxOf(run, "route_design");
+std::optional<double> finalFigure(const HAXPExpRun& run, const AbandonFigure& figure) {
+    return figureOf(run, figure.isEstimate ? "route_design" : "place_design", figure);
+}
+
+bool isRouted(const HAXPExpRun& run) {
+    return isDone(run, "route_design");
 }
 
 void markAbandoned(const HAXPExpRun& run, Abandonment abandonment) {
@@ -177,9 +219,9 @@ void markAbandoned(const HAXPExpRun& run, Abandonment abandonment) {
     const nlohmann::json json{{"format", 1},
                               {"launch", abandonment.launch},
                               {"rule", abandonment.rule},
-                              {"estimate_mhz", abandonment.estimate},
-                              {"hope_mhz", abandonment.hope},
-                              {"bound_mhz", abandonment.bound},
+                              {"estimate", abandonment.estimate},
+                              {"hope", abandonment.hope},
+                              {"bound", abandonment.bound},
                               {"best_run", abandonment.bestRun},
                               {"text", abandonment.text}};
     HUTFileUtils::replaceFile(run.pathOf(kAbandonedName),
@@ -199,9 +241,9 @@ std::optional<Abandonment> abandonmentOf(const HAXPExpRun& run) {
     try {
         json.at("launch").get_to(found.launch);
         json.at("rule").get_to(found.rule);
-        json.at("estimate_mhz").get_to(found.estimate);
-        json.at("hope_mhz").get_to(found.hope);
-        json.at("bound_mhz").get_to(found.bound);
+        json.at("estimate").get_to(found.estimate);
+        json.at("hope").get_to(found.hope);
+        json.at("bound").get_to(found.bound);
         json.at("best_run").get_to(found.bestRun);
         json.at("text").get_to(found.text);
     } catch (const nlohmann::json::exception&) {

@@ -18,10 +18,22 @@ namespace workbench {
 /// The mark in a run's directory.
 inline constexpr char kAbandonedName[] = ".abandoned.json";
 
-/// "fmax < 90% of best" or "fmax < 48".
+/// A figure that a run can be given up for: one that its placement tells.
+struct AbandonFigure {
+    const char* name;
+    const char* label;
+    const char* unit;  ///< in texts, with a blank in front
+    /// Whether more is better, as of Fmax.
+    bool isHigherBetter;
+    /// Whether routing changes it, so that placement only estimates it.
+    bool isEstimate;
+};
+
+/// "fmax < 90% of best", "fmax < 48" or "luts > 110% of best".
 struct AbandonRule {
     std::string text;
-    /// A share of the best result so far, 0.9, or a frequency in MHz.
+    const AbandonFigure* figure = nullptr;
+    /// A share of the best result so far, 0.9, or a number in the figure's unit.
     double number = 0;
     bool isShare = false;
 };
@@ -51,19 +63,19 @@ WORKBENCH_API EstimateError estimateError(const std::vector<double>& ratios);
 /// "by 24 launches a result is at most 1.25 times its estimate (median 1.12)".
 WORKBENCH_API std::string errorText(const EstimateError& error);
 
-/// The best result so far.
+/// The best result so far, in the unit of the rule's figure.
 struct BestResult {
     std::string run;
-    double mhz = 0;
+    double value = 0;
 };
 
-/// That a run was given up, and why. All frequencies in MHz.
+/// That a run was given up, and why. All numbers are in the unit of the rule's figure.
 struct Abandonment {
     /// The identity of the launch.
     std::string launch;
     std::string rule;
     double estimate = 0;
-    /// What the estimate may come to at most.
+    /// The best that the estimate may come to.
     double hope = 0;
     /// What it would have to come to.
     double bound = 0;
@@ -73,16 +85,21 @@ struct Abandonment {
 };
 
 /// Whether a run with `estimate` can't come up to what `rule` demands. Never without an
-/// estimate, and never for a share of a best result that isn't there.
+/// estimate, and never for a share of a best result that isn't there. `error` counts for figures
+/// that are estimates alone.
 WORKBENCH_API std::optional<Abandonment> decide(const AbandonRule& rule,
                                                 std::optional<double> estimate,
                                                 const std::optional<BestResult>& best,
                                                 const EstimateError& error);
 
-/// Fmax after placement, and after routing, of the slowest clock; nothing while the step
-/// isn't done or told no clock.
-WORKBENCH_API std::optional<double> placedFmax(const HAXPExpRun& run);
-WORKBENCH_API std::optional<double> routedFmax(const HAXPExpRun& run);
+/// What the placement of `run` says of `figure`, and what it came to in the end; of Fmax that of
+/// the slowest clock. Nothing while the step isn't done or told no such figure.
+WORKBENCH_API std::optional<double> placedFigure(const HAXPExpRun& run,
+                                                 const AbandonFigure& figure);
+WORKBENCH_API std::optional<double> finalFigure(const HAXPExpRun& run, const AbandonFigure& figure);
+
+/// Whether the routing of `run` is done.
+WORKBENCH_API bool isRouted(const HAXPExpRun& run);
 
 /// Marks the last launch of `run` as given up. @throws HEXUserException it can't be written.
 WORKBENCH_API void markAbandoned(const HAXPExpRun& run, Abandonment abandonment);

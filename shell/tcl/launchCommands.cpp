@@ -159,8 +159,8 @@ Tcl_Obj* start(Call& call) {
     words.cluster().testFolder(dir);
     std::unique_ptr<workbench::Abandoner> abandoner;
     if (rule)
-        abandoner =
-            std::make_unique<workbench::Abandoner>(*rule, learnedError(*open->project), plan.runs);
+        abandoner = std::make_unique<workbench::Abandoner>(
+            *rule, learnedError(*open->project, *rule), plan.runs);
     call.session().launch(*open, plan.launches, options, std::move(abandoner));
     return handlesOf(plan.launches);
 }

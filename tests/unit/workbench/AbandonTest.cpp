@@ -59,15 +59,22 @@ TEST_P(BadAbandonRuleTable, IsRefusedWithItsReason) {
     const std::string told = test::thrownText<HEXUserException>([] { ruleOf(GetParam().text); });
     EXPECT_EQ(told, "\"" + std::string(GetParam().text) +
                         "\" is no rule for abandoning runs: " + GetParam().why +
-                        ". Say for example 'fmax < 90% of best', or 'fmax < 48' in MHz.");
+                        ". Say for example 'fmax < 90% of best', 'fmax < 48' in MHz, or 'luts > "
+                        "110% of best'.");
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Texts, BadAbandonRuleTable,
     ::testing::Values(
-        BadRule{"Empty", "", "it has no <"}, BadRule{"Word", "fmax", "it has no <"},
+        BadRule{"Empty", "", "it has no < or >"}, BadRule{"Word", "fmax", "it has no < or >"},
         BadRule{"NoFigure", " < 5", "it names no figure"},
-        BadRule{"Figure", "luts < 5", "'luts' isn't estimated after placement, only fmax is"},
+        BadRule{"Figure", "seconds > 5",
+                "'seconds' isn't known after placement, but fmax, luts, logic_cells, flip_flops "
+                "and block_rams are"},
+        BadRule{"Below", "luts < 5", "runs are abandoned that come above, which is >"},
+        BadRule{"CountUnit", "luts > 5 MHz", "'MHz' isn't '% of best'"},
+        BadRule{"LessThanTheBest", "luts > 90% of best",
+                "less than 100% of the best would abandon the best itself"},
         BadRule{"Above", "fmax > 5", "runs are abandoned that stay below, which is <"},
         BadRule{"OrEqual", "fmax <= 5", "runs are abandoned that stay below, which is <"},
         BadRule{"NoNumber", "fmax < best", "behind < there is no number above 0"},
@@ -118,6 +125,20 @@ TEST(AbandonDecisionTest, ARunIsOutWhenEvenTheMostIsTooLittle) {
               "its Fmax can't come to 45 MHz, 90% of 50 MHz of night_s1: the estimate after "
               "placement is 30 MHz, and by 24 launches a result is at most 1.25 times its estimate "
               "(median 1.1), here 37.5 MHz");
+}
+
+TEST(AbandonDecisionTest, ACountIsKnownAfterPlacement) {
+    const EstimateError error{1.5, 1, 0};
+    const BestResult best{"night_s1", 100};
+    const auto found = workbench::decide(ruleOf("luts > 110% of best"), 111, best, error);
+    ASSERT_TRUE(found);
+    EXPECT_EQ(found->text, "it has 111 LUTs after placement, which routing doesn't change, more "
+                           "than 110, 110% of 100 of night_s1");
+    EXPECT_FALSE(workbench::decide(ruleOf("luts > 110% of best"), 110, best, error));
+    EXPECT_FALSE(workbench::decide(ruleOf("luts > 110% of best"), 500, std::nullopt, error));
+    EXPECT_TRUE(workbench::decide(ruleOf("logic_cells > 400"), 401, std::nullopt, error));
+    const double none = std::numeric_limits<double>::quiet_NaN();
+    EXPECT_FALSE(workbench::decide(ruleOf("luts > 48"), none, best, error));
 }
 
 TEST(AbandonDecisionTest, ARunThatMayStillWinIsIn) {
@@ -211,7 +232,7 @@ TEST_F(AbandonerTest, TheBestIsAResultNotAnEstimate) {
                                    {m_done.get(), m_run.get()});
     const auto best = watch.best();
     ASSERT_TRUE(best);
-    EXPECT_EQ(best->mhz, 50);
+    EXPECT_EQ(best->value, 50);
 }
 
 TEST_F(AbandonerTest, StopsWhatCantWinOnceAndMarksIt) {
