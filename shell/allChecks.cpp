@@ -8,7 +8,9 @@
 
 #include "environment/errors/HEXAll.h"
 #include "environment/files/HUTFile.h"
+#include "shell/explanation.h"
 #include "shell/gridCheck.h"
+#include "shell/interrupt.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
 #include "workbench/launchLease.h"
@@ -41,6 +43,19 @@ std::string folderOf(const Project* project, const std::string& dir) {
     return HUTFile(project->getRunsDir()).isDir() ? project->getRunsDir() : project->getDir();
 }
 
+/// The runs that may never end; of one that is well there is nothing to say.
+std::vector<Check> checkRuns(const Project* project) {
+    std::vector<Check> checks;
+    for (HAXPExpRun* run : project != nullptr ? project->getRuns() : std::vector<HAXPExpRun*>()) {
+        run->updateStatus();
+        const std::string why = standstillText(*run);
+        if (!why.empty())
+            checks.push_back({"runs", run->getName(), Health::kWarn, "may never end: " + why,
+                              standstillAdvice(*run)});
+    }
+    return checks;
+}
+
 /// The grid of the project's latest launch, if that was on one.
 Grid lastGrid(const Project* project) {
     workbench::LaunchLease latest;
@@ -67,7 +82,7 @@ Grid gridOf(const CheckRequest& request, const Project* project) {
 
 }  // namespace
 
-std::vector<Check> checkAll(const CheckRequest& request) {
+std::vector<Check> checkAll(const CheckRequest& request, const Interrupt& interrupt) {
     std::vector<Check> checks = checkTools();
     const std::unique_ptr<Project> project = projectIn(request.dir);
     const std::string dir = folderOf(project.get(), request.dir);
@@ -75,9 +90,11 @@ std::vector<Check> checkAll(const CheckRequest& request) {
         checks.push_back(std::move(check));
     checks.push_back(checkTcl());
     checks.push_back(checkPageViewer());
+    for (Check& check : checkRuns(project.get()))
+        checks.push_back(std::move(check));
     const Grid grid = gridOf(request, project.get());
-    if (!grid.command.empty())
-        checks.push_back(checkGrid(grid.kind, grid.command, dir, request.limitSec));
+    if (!grid.command.empty() && !interrupt.pause(0))
+        checks.push_back(checkGrid(grid.kind, grid.command, dir, request.limitSec, interrupt));
     return checks;
 }
 

@@ -9,6 +9,8 @@
 
 namespace shell {
 
+class Interrupt;
+
 /// What to look at, and how.
 struct CheckRequest {
     /// A folder of the project, or one that is to be one.
@@ -21,8 +23,8 @@ struct CheckRequest {
     long limitSec = 120;
 };
 
-/// Checks the tools, the folder of the project's runs, Tcl, the page and the grid. It may take as
-/// long as the grid does.
-std::vector<Check> checkAll(const CheckRequest& request);
+/// Checks the tools, the folder of the project's runs, Tcl, the page, runs that may never end, and
+/// the grid. It may take as long as the grid does, or until Ctrl-C is pressed.
+std::vector<Check> checkAll(const CheckRequest& request, const Interrupt& interrupt);
 
 }  // namespace shell

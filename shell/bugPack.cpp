@@ -11,6 +11,7 @@
 #include <sstream>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <unistd.h>
 
 #include "environment/installation/HUTEnv.h"
@@ -112,21 +113,34 @@ public:
             fs::permissions(path, fs::perms::owner_exec, fs::perm_options::add, failed);
     }
 
-    /// A copy, with its paths replaced when it is text. A file that isn't there is left out.
-    void copy(const std::string& from, const std::string& name, const PathMap& paths) const {
+    /// A copy, with its paths replaced when it is text; or a word of why there is none.
+    void copy(const std::string& from, const std::string& name, const PathMap& paths) {
         std::error_code ignored;
-        if (!fs::is_regular_file(from, ignored) || fs::file_size(from, ignored) > kMostOfFile)
+        if (!fs::is_regular_file(from, ignored)) {
+            m_leftOut.push_back(name + ": it isn't there");
             return;
+        }
+        if (fs::file_size(from, ignored) > kMostOfFile) {
+            m_leftOut.push_back(fmt::format("{}: it has more than {} MB", name, kMostOfFile >> 20));
+            return;
+        }
         const std::optional<std::string> text = contentOf(from);
-        if (!text)
+        if (!text) {
+            m_leftOut.push_back(name + ": it can't be read");
             return;
+        }
         const bool isText = text->find('\0') >= std::min(text->size(), kLookAt);
         write(name, isText ? paths.apply(*text) : *text);
     }
 
+    /// What should be in the pack and isn't, and why.
+    const Texts& leftOut() const { return m_leftOut; }
+    void leaveOut(const std::string& what) { m_leftOut.push_back(what); }
+
 private:
     std::string m_root;
     std::string m_name;
+    Texts m_leftOut;
 };
 
 /// What a pack is made of, and where it goes.
@@ -248,7 +262,8 @@ std::string reproduceScript(const Texts& commands, const std::string& step) {
     return text;
 }
 
-std::string readmeText(const HAXPExpRun& run, const std::string& step, const PathMap& paths) {
+std::string readmeText(const HAXPExpRun& run, const std::string& step, const PathMap& paths,
+                       const Texts& leftOut) {
     const std::optional<workbench::RunFailure> failure = workbench::findFailure(run);
     std::string told = fmt::format("Run {} is {}.", run.getName(), statusWord(run));
     if (failure)
@@ -264,9 +279,11 @@ std::string readmeText(const HAXPExpRun& run, const std::string& step, const Pat
         "| `run` | logs, scripts and results of the steps, as they were left |\n"
         "| `project/project.xml` | the project, cut to this run |\n"
         "| `options.txt`, `versions.txt` | what of the options isn't the default; the tools |\n\n"
-        "Paths are those within this folder, as seen from `run`.\n",
+        "Paths are those within this folder, as seen from `run`.\n\n"
+        "What xp itself checks before and behind the tools isn't repeated.{}\n",
         step.empty() ? "No step" : step, run.getName(), HUTEnv::getProductMajorMinorVersion(),
-        paths.apply(told));
+        paths.apply(told),
+        leftOut.empty() ? "" : fmt::format(" Left out are:\n\n- {}", fmt::join(leftOut, "\n- ")));
 }
 
 /// Files of the run that tell how it went, or that a later step starts from.
@@ -276,7 +293,7 @@ bool isWanted(const fs::path& path) {
     return kEndings.count(path.extension().string()) != 0;
 }
 
-void copyRun(const HAXPExpRun& run, const Staging& staging, const PathMap& paths) {
+void copyRun(const HAXPExpRun& run, Staging& staging, const PathMap& paths) {
     std::error_code failed;
     for (const fs::directory_entry& entry : fs::directory_iterator(run.getDir(), failed)) {
         const std::string name = entry.path().filename().string();
@@ -414,7 +431,8 @@ std::string commonFolder(const Texts& files) {
     return folder;
 }
 
-void packRun(const Project& project, HAXPExpRun& run, const std::string& archive) {
+std::vector<std::string> packRun(const Project& project, HAXPExpRun& run,
+                                 const std::string& archive) {
     run.updateRun();
     const std::string step = stepWord(run);
     if (run.getDir().empty() || step.empty())
@@ -424,7 +442,7 @@ void packRun(const Project& project, HAXPExpRun& run, const std::string& archive
             run.getName()));
     const Contents contents = contentsOf(project, run);
     const PathMap paths = mapOf(project, run, contents);
-    const Staging staging("bug-" + run.getName());
+    Staging staging("bug-" + run.getName());
     for (const std::string& file : contents.files)
         staging.copy(file, packedName(contents, file), paths);
     if (!contents.netlist.empty())
@@ -435,10 +453,13 @@ void packRun(const Project& project, HAXPExpRun& run, const std::string& archive
     Texts commands = plainCommands(workbench::logLines(logPath(run), skipped), step);
     if (commands.empty())
         commands = commandsOfStep(project, run, step);
-    for (std::string& command : commands)
+    for (std::string& command : commands) {
         command = paths.apply(command);
+        if (startsWith(command, "icetime "))
+            staging.leaveOut("the pin constraints of icetime, which the step makes for it alone");
+    }
     staging.write("reproduce.sh", reproduceScript(commands, step), true);
-    staging.write("README.md", readmeText(run, step, paths));
+    staging.write("README.md", readmeText(run, step, paths, staging.leftOut()));
     staging.write("options.txt", optionLines(run));
     staging.write("versions.txt", paths.apply(versionLines()));
     Texts names{run.getName()};
@@ -449,16 +470,16 @@ void packRun(const Project& project, HAXPExpRun& run, const std::string& archive
         staging.write("project/project.xml",
                       paths.apply(withPackedPaths(cutProject(*text, names), project, contents)));
     makeArchive(staging, archive);
+    return staging.leftOut();
 }
 
-std::string packRunAnew(const Project& project, HAXPExpRun& run, const std::string& archive) {
+PackedRun packRunAnew(const Project& project, HAXPExpRun& run, const std::string& archive) {
     const std::string name =
         archive.empty() ? fmt::format("bug-{}.tar.gz", run.getName()) : archive;
     std::error_code ignored;
     if (std::filesystem::exists(name, ignored))
         fail(fmt::format("{} is there already. Remove it, or name another file.", name));
-    packRun(project, run, name);
-    return name;
+    return {name, packRun(project, run, name)};
 }
 
 }  // namespace shell

@@ -38,13 +38,21 @@ std::string commonFolder(const std::vector<std::string>& files);
 /// Packs `run` into the file `archive`, by `tar`: the files of the design that it reads, its
 /// logs, scripts and netlist, its options and tools, the project file cut to it, and a script
 /// that repeats its last step with the tools alone. What lies outside the design stays out, and
-/// absolute paths are replaced.
+/// absolute paths are replaced. Returns what should be in the pack and isn't, and why; the pack
+/// says the same.
 /// @throws CommandError it can't be packed; then nothing is left.
-void packRun(const Project& project, HAXPExpRun& run, const std::string& archive);
+std::vector<std::string> packRun(const Project& project, HAXPExpRun& run,
+                                 const std::string& archive);
+
+/// A file, and what should be in it and isn't.
+struct PackedRun {
+    std::string archive;
+    std::vector<std::string> leftOut;
+};
 
 /// The same into a file that isn't there yet, "bug-RUN.tar.gz" in the current folder when
-/// `archive` is empty; gives its name.
+/// `archive` is empty.
 /// @throws CommandError it is there, or can't be packed; then nothing is left.
-std::string packRunAnew(const Project& project, HAXPExpRun& run, const std::string& archive);
+PackedRun packRunAnew(const Project& project, HAXPExpRun& run, const std::string& archive);
 
 }  // namespace shell

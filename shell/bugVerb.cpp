@@ -26,7 +26,10 @@ public:
     int run(const Session& session) override {
         const auto project = Project::open(session.projectDir, Project::kRead);
         HAXPExpRun& run = project->getRun(m_name);
-        fmt::print("{}\n", packRunAnew(*project, run, m_output));
+        const PackedRun packed = packRunAnew(*project, run, m_output);
+        fmt::print("{}\n", packed.archive);
+        for (const std::string& each : packed.leftOut)
+            note("Left out: {}", each);
         note("Look through it before you hand it on: it holds your sources. ./reproduce.sh in it "
              "repeats the step.");
         return kExitDone;

@@ -15,7 +15,7 @@ enum class Health { kOk, kWarn, kBad };
 
 /// One thing that was looked at.
 struct Check {
-    std::string area;  ///< "tools", "folder", "tcl", "page" or "grid"
+    std::string area;  ///< "tools", "folder", "tcl", "page", "runs" or "grid"
     std::string name;
     Health health = Health::kOk;
     std::string text;    ///< what was seen

@@ -7,7 +7,10 @@
 #include <nlohmann/json.hpp>
 
 #include "shell/allChecks.h"
+#include "shell/exitStatus.h"
+#include "shell/interrupt.h"
 #include "shell/jsonOutput.h"
+#include "shell/note.h"
 #include "shell/verb.h"
 
 namespace shell {
@@ -32,11 +35,17 @@ public:
     int run(const Session& session) override {
         CheckRequest request = m_request;
         request.dir = session.projectDir;
-        const std::vector<Check> checks = checkAll(request);
+        // There are files and a job that have to go again.
+        const Interrupt interrupt;
+        const std::vector<Check> checks = checkAll(request, interrupt);
         if (m_json)
             printJson(checksJson(checks));
         else
             fmt::print("{}", checksText(checks));
+        if (interrupt.pause(0)) {
+            note("Interrupted; nothing of the trials is left but what is told above.");
+            return kExitInterrupted;
+        }
         return exitStatusOf(checks);
     }
 

@@ -9,6 +9,7 @@
 
 #include "shell/failureView.h"
 #include "shell/page/criticalPath.h"
+#include "shell/runDetails.h"
 #include "shell/runView.h"
 #include "shell/staleView.h"
 #include "workbench/DesignInputs.h"
@@ -17,9 +18,33 @@
 #include "workbench/Project.h"
 #include "workbench/abandon.h"
 #include "workbench/failures/knownFailures.h"
+#include "workbench/failures/standstill.h"
 #include "workbench/ice40/metrics.h"
 
 namespace shell {
+
+std::string standstillText(const HAXPExpRun& run) {
+    bool ignored = false;
+    if (statusWord(run) != "running" || logPath(run).empty())
+        return {};
+    const std::optional<workbench::Standstill> found =
+        workbench::findStandstill(workbench::logLines(logPath(run), ignored));
+    return found ? found->what : std::string();
+}
+
+std::string standstillAdvice(const HAXPExpRun& run) {
+    std::string text = fmt::format("xp kill {}", run.getName());
+    for (const OptionChoice& option : changedOptions(*run.getStrategy())) {
+        if (option.name == "tmg_ripup")
+            text += fmt::format(", then without routing again for timing: xp set {0} "
+                                "tmg_ripup=false, and xp launch {0}",
+                                run.getName());
+    }
+    if (text.find("tmg_ripup") == std::string::npos)
+        text += fmt::format(", then with another seed: xp set {0} seed=2, and xp launch {0}",
+                            run.getName());
+    return text;
+}
 
 namespace {
 
@@ -90,6 +115,10 @@ void explainWork(const HAXPExpRun& run, Explanation& all) {
     all.what = word == "queued" ? "The run waits for its turn"
                                 : fmt::format("The run is at work in {}", stepWord(run));
     all.next = {"xp wait " + run.getName(), "xp log " + run.getName()};
+    if (const std::string why = standstillText(run); !why.empty()) {
+        all.what += ", but may never end: " + why;
+        all.next = {standstillAdvice(run), "xp log " + run.getName()};
+    }
 }
 
 /// What a hop is, in words.

@@ -38,7 +38,7 @@ struct SlowPath {
 };
 
 struct Explanation {
-    /// "not started", "at work", "unknown", "failed", "lost", "stopped", "stale",
+    /// "not started", "at work", "unknown", "failed", "lost", "stopped", "abandoned", "stale",
     /// "goal missed" or "fine".
     std::string verdict;
     std::string what;  ///< a sentence without its full stop
@@ -57,5 +57,11 @@ Explanation explain(const Project& project, HAXPExpRun& run);
 /// What "xp explain" prints.
 std::string explanationText(const HAXPExpRun& run, const Explanation& all);
 nlohmann::json explanationJson(const HAXPExpRun& run, const Explanation& all);
+
+/// Why a run that is running may never end, as its log tells, without a full stop; else empty.
+/// Its status is up to date.
+std::string standstillText(const HAXPExpRun& run);
+/// What to do about that.
+std::string standstillAdvice(const HAXPExpRun& run);
 
 }  // namespace shell

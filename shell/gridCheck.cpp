@@ -2,16 +2,18 @@
 // Copyright the Xperiment authors
 #include "shell/gridCheck.h"
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <memory>
-#include <thread>
 
 #include <fmt/format.h>
 #include <unistd.h>
+
+#include "shell/interrupt.h"
 
 namespace shell {
 
@@ -21,7 +23,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr const char* kMarker = "seen";
 constexpr const char* kScript = "runme.sh";
-constexpr std::chrono::milliseconds kPause{100};
+constexpr int kPauseMs = 100;
 /// To end a job that nobody saw.
 constexpr long kEndMs = 10000;
 
@@ -84,10 +86,45 @@ Check bad(Check check, const std::string& text, const std::string& advice) {
     return check;
 }
 
+/// What the grid says of the trial.
+class Trial {
+public:
+    Trial(const cluster::Scheduler& scheduler, const cluster::Job& job)
+        : m_scheduler(scheduler), m_key{job.name, {}, {}} {}
+
+    void setId(const std::string& id) { m_key.id = id; }
+
+    std::string state() const { return m_scheduler.look(m_key).told; }
+
+    /// Ends the job, if there is one; says what became of it.
+    std::string endText() const {
+        const std::string& name = m_key.id.empty() ? m_key.name : m_key.id;
+        std::string reason;
+        if (m_scheduler.end(m_key, kEndMs, reason))
+            return "; there is no such job any more";
+        return fmt::format("; whether job {} is gone can't be told ({}): end it by hand", name,
+                           reason);
+    }
+
+private:
+    const cluster::Scheduler& m_scheduler;
+    cluster::JobKey m_key;
+};
+
+/// Waits for the marker; whether Ctrl-C was pressed.
+bool waitForMarker(const TrialFolder& folder, Clock::time_point start, long limitSec,
+                   const Interrupt& interrupt) {
+    while (folder.markedBy().empty() && secondsSince(start) < static_cast<double>(limitSec)) {
+        if (interrupt.pause(kPauseMs))
+            return true;
+    }
+    return interrupt.pause(0);
+}
+
 }  // namespace
 
 Check checkGrid(cluster::Scheduler::Kind kind, const std::string& command, const std::string& dir,
-                long limitSec) {
+                long limitSec, const Interrupt& interrupt) {
     Check check{"grid", kind == cluster::Scheduler::kSge ? "SGE" : "LSF", Health::kOk, {}, {}};
     const auto scheduler = cluster::Scheduler::make(kind, command);
     std::string reason;
@@ -99,24 +136,32 @@ Check checkGrid(cluster::Scheduler::Kind kind, const std::string& command, const
                    "Make the folder writable for you");
     const std::string launch = fmt::format("doctor{}", ::getpid());
     const cluster::Job job{scheduler->nameFor("doctor", folder.path(), launch), folder.path(),
-                           launch};
+                           launch, std::min(limitSec * 1000, cluster::Job().submitMs)};
+    Trial trial(*scheduler, job);
     const auto start = Clock::now();
     const cluster::Submission submission = scheduler->submit(job);
+    if (submission.result == cluster::Submission::kUnsure)
+        return bad(check,
+                   "it can't be told whether the job was taken: " + submission.told +
+                       trial.endText(),
+                   "Submit a job by hand with the same command, and look at the queue");
     if (submission.result != cluster::Submission::kTaken)
         return bad(check, "the job isn't taken: " + submission.told,
                    "Submit a job by hand with the same command");
+    trial.setId(submission.id);
     const double taken = secondsSince(start);
-    while (folder.markedBy().empty() && secondsSince(start) < static_cast<double>(limitSec))
-        std::this_thread::sleep_for(kPause);
+    const bool interrupted = waitForMarker(folder, start, limitSec, interrupt);
     const std::string host = folder.markedBy();
-    const cluster::JobKey key{job.name, submission.id, {}};
+    if (host.empty() && interrupted)
+        return bad(
+            check,
+            fmt::format("Ctrl-C ended the wait for job {}{}", submission.id, trial.endText()),
+            "Try again");
     if (host.empty()) {
-        const std::string state = scheduler->look(key).told;
-        std::string ignored;
-        scheduler->end(key, kEndMs, ignored);
+        const std::string state = trial.state();
         return bad(check,
-                   fmt::format("the marker of job {} wasn't seen within {} s: {}", submission.id,
-                               limitSec, state),
+                   fmt::format("the marker of job {} wasn't seen within {} s: {}{}", submission.id,
+                               limitSec, state, trial.endText()),
                    "Look whether the grid's hosts share this folder, and whether they have a slot "
                    "free");
     }

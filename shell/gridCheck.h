@@ -9,10 +9,12 @@
 
 namespace shell {
 
+class Interrupt;
+
 /// Submits a job by `command` that takes a second and leaves a marker in a folder of its own in
 /// `dir`, which the cluster's hosts have to share, and tells how long it took to be seen. Waits
-/// `limitSec` at most; then the job is ended. The folder is gone afterwards.
+/// `limitSec` at most, or until Ctrl-C; then the job is ended. The folder is gone afterwards.
 Check checkGrid(cluster::Scheduler::Kind kind, const std::string& command, const std::string& dir,
-                long limitSec);
+                long limitSec, const Interrupt& interrupt);
 
 }  // namespace shell

@@ -5,6 +5,7 @@
 #include <tcl.h>
 
 #include "shell/allChecks.h"
+#include "shell/interrupt.h"
 #include "shell/page/writePage.h"
 #include "shell/projectInputs.h"
 #include "shell/runDetails.h"
@@ -135,7 +136,11 @@ Tcl_Obj* doctor(Call& call) {
     request.sgeCommand = call.text("-sge");
     request.lsfCommand = call.text("-lsf");
     request.limitSec = call.integer("-wait", 1, 86400, request.limitSec);
-    return newValue(checksJson(checkAll(request)));
+    const Interrupt interrupt;
+    const std::vector<Check> checks = checkAll(request, interrupt);
+    if (interrupt.pause(0))
+        fail(Code::kUsage, {}, "Interrupted.");
+    return newValue(checksJson(checks));
 }
 
 }  // namespace

@@ -99,7 +99,7 @@ Tcl_Obj* explain(Call& call) {
 
 Tcl_Obj* bug(Call& call) {
     const RunOfProject found = call.session().run(call.words().at(0));
-    return newText(packRunAnew(*found.project->project, *found.run, call.text("-file")));
+    return newText(packRunAnew(*found.project->project, *found.run, call.text("-file")).archive);
 }
 
 Tcl_Obj* undo(Call& call) {

@@ -143,3 +143,18 @@ V
   [ "$output" = bug-synth_1.tar.gz ]
   tar -tzf bug-synth_1.tar.gz | grep -qx bug-synth_1/reproduce.sh
 }
+
+@test "what is too large for a pack, or gone, is told with it" {
+  good_design
+  # Comments make it so large.
+  { cat src/rtl/rom.hex; head -c 68000000 /dev/zero | tr '\0' '/'; echo; } >rom.hex
+  mv rom.hex src/rtl/rom.hex
+  fake_tool yosys <<<'echo "ERROR: the moon is full"; exit 3'
+  run -1 "$xp" -C proj launch synth_1
+  rm src/inc/width.vh
+  run -0 --separate-stderr "$xp" -C proj bug synth_1 -o pack.tar.gz
+  [[ $stderr == *'Left out: design/rtl/rom.hex: it has more than 64 MB'* ]]
+  tar -xzf pack.tar.gz
+  grep -q '^- design/rtl/rom.hex: it has more than 64 MB$' bug-synth_1/README.md
+  [ ! -e bug-synth_1/design/rtl/rom.hex ]
+}

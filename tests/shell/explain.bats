@@ -70,6 +70,40 @@ TOOL
   [[ $output == *'xp launch synth_1'* ]]
 }
 
+@test "a run whose router comes no nearer to its end is named, and so by doctor" {
+  new_project_with_runs
+  "$xp" -C proj launch synth_1 2>/dev/null
+  "$xp" -C proj set impl_1 tmg_ripup=true 2>/dev/null
+  hold_tool nextpnr-ice40
+  "$xp" -C proj launch impl_1 --no-wait 8>&- 2>/dev/null
+  tool_started
+  assert_verdict impl_1 'at work'
+  [[ $output != *'may never end'* ]]
+  {
+    echo 'Info: Running router2...'
+    for ((i = 1; i <= 120; ++i)); do
+      echo "Info:     iter=$i wires=310 overused=0 overuse=0 tmgfail=3 archfail=NA"
+    done
+  } >>proj/runs/impl_1/runme.log
+  assert_verdict impl_1 'at work'
+  [[ $output == *'may never end: of 120 iterations of the router the last 119 came no nearer to the end; 3 conflicts were the fewest'* ]]
+  [[ $output == *'next: xp kill impl_1, then without routing again for timing: xp set impl_1 tmg_ripup=false'* ]]
+  run -0 --separate-stderr "$xp" -C proj doctor --json
+  assert_schema doctor
+  [ "$(json "[c['name'] + ' ' + c['health'] for c in j['checks'] if c['area'] == 'runs']" <<<"$output")" = "['impl_1 warn']" ]
+}
+
+@test "a line of 50 MB in a log is explained at once, and cut" {
+  new_project_with_runs
+  fake_tool yosys <<'TOOL'
+head -c 50000000 /dev/zero | tr '\0' x; echo; echo 'ERROR: the moon is full'; exit 3
+TOOL
+  run -1 "$xp" -C proj launch synth_1
+  [ "$(stat -c %s proj/runs/synth_1/runme.log)" -gt 50000000 ]
+  assert_verdict synth_1 failed
+  [[ $output == *'| ERROR: the moon is full'* && ${#output} -lt 20000 ]]
+}
+
 @test "a run that was lost" {
   new_project_with_runs
   hold_tool yosys

@@ -17,8 +17,6 @@ namespace cluster {
 
 namespace {
 
-constexpr long kSubmitMs = 60000;
-
 bool contains(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
@@ -125,7 +123,7 @@ ClientCall LsfScheduler::submitCall_(const Job& job) const {
     call.workingDir = job.runDir;
     // LSF hands the environment of its client to the job.
     call.variables.emplace_back(workbench::kLaunchVariable, job.launchId);
-    call.limitMs = kSubmitMs;
+    call.limitMs = job.submitMs;
     return call;
 }
 

@@ -19,6 +19,8 @@ struct Job {
     std::string name;      ///< as Scheduler::nameFor() gave it
     std::string runDir;    ///< absolute; the job works there
     std::string launchId;  ///< goes to every process of the job
+    /// How long the submit program may take, before the queue is asked for the job.
+    long submitMs = 60000;
 };
 
 /// Which job is meant. The name tells: no other job has it. The identifier, empty when

@@ -26,7 +26,6 @@ namespace {
 /// A cell with thousands of jobs of one user.
 constexpr std::size_t kLargestList = std::size_t{12} << 20U;
 /// A scheduler that is starting anew answers within this time, in milliseconds.
-constexpr long kSubmitMs = 60000;
 
 std::string thisUser() {
     constexpr std::size_t kBufferSize = 16384;
@@ -145,7 +144,7 @@ ClientCall SgeScheduler::submitCall_(const Job& job) const {
     call.workingDir = job.runDir;
     // Of the variables that a user's -V takes along, this one must be right too.
     call.variables.emplace_back(workbench::kLaunchVariable, job.launchId);
-    call.limitMs = kSubmitMs;
+    call.limitMs = job.submitMs;
     return call;
 }
 

@@ -32,6 +32,9 @@ using Lines = std::vector<std::string>;
 constexpr std::streamoff kMostOfLog = std::streamoff{64} << 20;
 constexpr std::size_t kMostOfSource = std::size_t{16} << 20;
 constexpr std::size_t kMostOfNetlist = std::size_t{64} << 20;
+/// What lies behind so many characters of a line says nothing to a reader, and everybody who
+/// looks at lines is quick.
+constexpr std::size_t kLongestLine = 4096;
 /// A tool's own words, at most.
 constexpr std::size_t kMostWords = 6;
 
@@ -310,7 +313,14 @@ std::vector<std::string> logLines(const std::string& path, bool& skipped) {
         return {};
     skipped = size > kMostOfLog;
     file.seekg(skipped ? size - kMostOfLog : 0);
-    return splitLines(file);
+    Lines lines = splitLines(file);
+    for (std::string& line : lines) {
+        // What a step called may name many files, and is repeated by some.
+        if (line.size() <= kLongestLine || line.compare(0, 9, "Command: ") == 0)
+            continue;
+        line = line.substr(0, kLongestLine) + " ...";
+    }
+    return lines;
 }
 
 std::string sourceLine(const std::string& path, int number) {

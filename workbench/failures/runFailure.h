@@ -40,7 +40,8 @@ WORKBENCH_API RunFailure failureOfLog(const std::vector<std::string>& log);
 WORKBENCH_API const char* failureKindText(FailureKind kind);
 
 /// All lines of the file at `path`, or of its last 64 MB, of which the first may be cut; `skipped`
-/// tells whether some are missing. Empty when it can't be read.
+/// tells whether some are missing. Of a line of more than 4096 bytes that isn't a command the rest
+/// is left off. Empty when it can't be read.
 WORKBENCH_API std::vector<std::string> logLines(const std::string& path, bool& skipped);
 
 /// Line `number` of the file at `path`, from 1, without blanks at its end; empty when it isn't
