@@ -90,7 +90,7 @@ Check bad(Check check, const std::string& text, const std::string& advice) {
 class Trial {
 public:
     Trial(const cluster::Scheduler& scheduler, const cluster::Job& job)
-        : m_scheduler(scheduler), m_key{job.name, {}, {}} {}
+        : m_scheduler(scheduler), m_key{job.name, {}, {}, 0} {}
 
     void setId(const std::string& id) { m_key.id = id; }
 

@@ -134,7 +134,7 @@ ClientCall LsfScheduler::arrayCall_(const ArrayJob& array) const {
                                          array.name + "[1-" + std::to_string(array.taskCount) +
                                              "]%" + std::to_string(array.mostAtOnce),
                                          array.script});
-    call.limitMs = kSubmitMs;
+    call.limitMs = Job().submitMs;
     return call;
 }
 

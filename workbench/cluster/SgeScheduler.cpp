@@ -160,7 +160,7 @@ ClientCall SgeScheduler::arrayCall_(const ArrayJob& array) const {
                                            "-tc",       std::to_string(array.mostAtOnce),
                                            array.script};
     call.words.insert(call.words.end(), more.begin(), more.end());
-    call.limitMs = kSubmitMs;
+    call.limitMs = Job().submitMs;
     return call;
 }
 
