@@ -18,6 +18,7 @@
 #include "environment/files/diskOps.h"
 #include "environment/messages/ComMsgMgr.h"
 #include "environment/messages/ComMsgMgrInstance.h"
+#include "workbench/ice40/parseJson.h"
 
 namespace workbench {
 
@@ -260,7 +261,7 @@ bool parseLine(const std::string& line, LaunchRecord& record, std::string& reaso
         reason = "a line is too long";
         return false;
     }
-    const json object = json::parse(line, nullptr, false);
+    const json object = ice40::parseJson(line);
     if (!object.is_object()) {
         reason = "a line is no JSON object";
         return false;

@@ -12,6 +12,7 @@
 
 #include "workbench/ice40/blackBox.h"
 #include "workbench/ice40/contentHash.h"
+#include "workbench/ice40/parseJson.h"
 
 namespace ice40 {
 
@@ -221,7 +222,7 @@ std::string elaborationMeaning(const std::string& rtlil) {
 }
 
 std::string netlistMeaning(const std::string& text) {
-    const json document = json::parse(text, nullptr, false);
+    const json document = parseJson(text);
     if (document.is_discarded() || !document.is_object() || !document.contains("modules") ||
         !document["modules"].is_object())
         return {};

@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "workbench/ice40/jsonNumbers.h"
+#include "workbench/ice40/parseJson.h"
 #include "workbench/ice40/stepFiles.h"
 
 namespace ice40 {
@@ -179,7 +180,7 @@ std::string formatMetrics(const StepMetrics& metrics) {
 }
 
 bool parseMetrics(const std::string& text, StepMetrics& metrics, std::string& reason) {
-    const json document = json::parse(text, nullptr, false);
+    const json document = parseJson(text);
     if (!checkKind(document, reason))
         return false;
     StepMetrics result;

@@ -8,6 +8,7 @@
 
 #include "workbench/ice40/blackBox.h"
 #include "workbench/ice40/jsonNumbers.h"
+#include "workbench/ice40/parseJson.h"
 
 namespace ice40 {
 
@@ -95,7 +96,7 @@ bool takeModule(const std::string& top, const json& module, Netlist& netlist, st
 
 bool parseNetlist(const std::string& text, const std::string& top, Netlist& netlist,
                   std::string& reason) {
-    const json document = json::parse(text, nullptr, false);
+    const json document = parseJson(text);
     if (document.is_discarded() || !document.is_object()) {
         reason = "it is not valid JSON; it may have been cut short";
         return false;

@@ -7,6 +7,7 @@
 
 #include "workbench/ice40/meaning.h"
 #include "workbench/ice40/metrics.h"
+#include "workbench/ice40/parseJson.h"
 #include "workbench/ice40/stepFailure.h"
 #include "workbench/ice40/stepFiles.h"
 
@@ -66,7 +67,7 @@ std::string formatPlacement(const Placement& placement) {
 }
 
 bool parsePlacement(const std::string& text, Placement& placement, std::string& reason) {
-    const json document = json::parse(text, nullptr, false);
+    const json document = parseJson(text);
     if (document.is_discarded() || !document.is_object()) {
         reason = "it is not valid JSON; it may have been cut short";
         return false;

@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "workbench/ice40/jsonNumbers.h"
+#include "workbench/ice40/parseJson.h"
 
 namespace ice40 {
 
@@ -91,7 +92,7 @@ long CellCounts::startingWith(const std::string& prefix) const {
 }
 
 bool parseStatReport(const std::string& text, CellCounts& counts, std::string& reason) {
-    const json document = json::parse(text, nullptr, false);
+    const json document = parseJson(text);
     if (document.is_discarded() || !document.is_object())
         return refuse(reason, kNoJson);
     CellCounts result;
@@ -122,7 +123,7 @@ void addCounts(const CellCounts& cells, StepMetrics& metrics) {
 }
 
 bool parsePnrReport(const std::string& text, StepMetrics& metrics, std::string& reason) {
-    const json document = json::parse(text, nullptr, false);
+    const json document = parseJson(text);
     if (document.is_discarded() || !document.is_object())
         return refuse(reason, kNoJson);
     const auto utilization = document.find("utilization");

@@ -10,6 +10,8 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "workbench/ice40/parseJson.h"
+
 namespace reports {
 
 namespace {
@@ -199,7 +201,7 @@ bool parseDesign(const std::string& text, const std::string& top, Design& design
     ice40::Netlist netlist;
     if (!ice40::parseNetlist(text, top, netlist, reason))
         return false;
-    const json document = json::parse(text, nullptr, false);
+    const json document = ice40::parseJson(text);
     Design result;
     result.top = netlist.top;
     result.ports = netlist.ports;

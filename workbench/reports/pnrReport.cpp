@@ -4,8 +4,11 @@
 
 #include <cmath>
 #include <limits>
+#include <utility>
 
 #include <nlohmann/json.hpp>
+
+#include "workbench/ice40/parseJson.h"
 
 namespace reports {
 
@@ -102,7 +105,7 @@ bool readPath(const json& item, TimingPath& path) {
         PathHop hop;
         if (!readHop(one, hop))
             return false;
-        path.hops.push_back(hop);
+        path.hops.push_back(std::move(hop));
     }
     return true;
 }
@@ -112,7 +115,7 @@ bool readPaths(const json& list, PnrReport& report) {
         TimingPath path;
         if (!readPath(item, path))
             return false;
-        report.paths.push_back(path);
+        report.paths.push_back(std::move(path));
     }
     return true;
 }
@@ -177,7 +180,7 @@ long TimingPath::levels() const {
 }
 
 bool parsePnrDetails(const std::string& text, PnrReport& report, std::string& reason) {
-    const json document = json::parse(text, nullptr, false);
+    const json document = ice40::parseJson(text);
     if (document.is_discarded() || !document.is_object())
         return refuse(reason, "it is not valid JSON; it may have been cut short");
     const auto utilisation = document.find("utilization");

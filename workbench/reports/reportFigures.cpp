@@ -3,11 +3,13 @@
 #include "workbench/reports/reportFigures.h"
 
 #include <cmath>
+#include <utility>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "workbench/ice40/metrics.h"
+#include "workbench/ice40/parseJson.h"
 #include "workbench/ice40/stepFiles.h"
 #include "workbench/reports/reportFormat.h"
 
@@ -111,7 +113,9 @@ std::string betterText(Figure::Better better) {
 }
 
 bool parseFigures(const std::string& text, ReportFigures& figures, std::string& reason) {
-    const json document = json::parse(text, nullptr, false);
+    const json document =
+        ice40::parseJson(text, {format::kFormat, format::kVersion, format::kReport, format::kStep,
+                                format::kFigures});
     if (!checkKind(document, reason))
         return false;
     ReportFigures result;
@@ -124,7 +128,7 @@ bool parseFigures(const std::string& text, ReportFigures& figures, std::string& 
         Figure figure;
         if (!readFigure(item, figure))
             return refuse(reason, "a figure of it is missing a value or of the wrong kind");
-        result.figures.push_back(figure);
+        result.figures.push_back(std::move(figure));
     }
     figures = std::move(result);
     return true;
