@@ -17,6 +17,44 @@ std::size_t sumOf(const DoubledRanks& ranks) {
     return static_cast<std::size_t>(std::accumulate(ranks.begin(), ranks.end(), 0L));
 }
 
+/// What divides all ranks: without equal values they are even.
+std::size_t unitOf(const DoubledRanks& ranks) {
+    const bool areEven =
+        std::all_of(ranks.begin(), ranks.end(), [](long rank) { return rank % 2 == 0; });
+    return areEven ? 2 : 1;
+}
+
+/// In how many ways `chosen` of `ranks` have a sum, for each sum.
+std::vector<double> waysOfChoice(DoubledRanks ranks, std::size_t chosen) {
+    const std::size_t unit = unitOf(ranks);
+    std::sort(ranks.begin(), ranks.end());
+    // The sums, in units, of the least ranks.
+    std::vector<std::size_t> least(ranks.size() + 1, 0);
+    for (std::size_t i = 0; i < ranks.size(); ++i)
+        least[i + 1] = least[i] + static_cast<std::size_t>(ranks[i]) / unit;
+    // Of `n` of the ranks so far.
+    std::vector<std::vector<double>> ways(chosen + 1, std::vector<double>(least.back() + 1, 0));
+    ways[0][0] = 1;
+    for (std::size_t seen = 1; seen <= ranks.size(); ++seen) {
+        const std::size_t step = least[seen] - least[seen - 1];
+        const std::size_t toCome = ranks.size() - seen;
+        // Fewer than that can't be made up for by the ranks to come.
+        const std::size_t fewest = chosen > toCome ? chosen - toCome : 0;
+        for (std::size_t n = std::min(chosen, seen); n >= std::max<std::size_t>(fewest, 1); --n) {
+            // From `n` - 1 of the ranks before, the least of them and the greatest.
+            const std::vector<double>& from = ways[n - 1];
+            std::vector<double>& to = ways[n];
+            const std::size_t last = least[seen - 1] - least[seen - n];
+            for (std::size_t sum = least[n - 1]; sum <= last; ++sum)
+                to[sum + step] += from[sum];
+        }
+    }
+    std::vector<double> counts(least.back() * unit + 1, 0);
+    for (std::size_t sum = 0; sum <= least.back(); ++sum)
+        counts[sum * unit] = ways[chosen][sum];
+    return counts;
+}
+
 }  // namespace
 
 DoubledRanks doubledRanks(const std::vector<double>& values) {
@@ -56,24 +94,7 @@ RankSums RankSums::ofChoice(const DoubledRanks& ranks, std::size_t chosen) {
         return {most, part * mean,
                 std::sqrt(part * (count - part) / (count * (count - 1)) * squares)};
     }
-    // In how many ways `n` of the ranks so far have a sum.
-    std::vector<std::vector<double>> ways(chosen + 1, std::vector<double>(most + 1, 0));
-    ways[0][0] = 1;
-    std::size_t reached = 0;
-    std::size_t toCome = ranks.size();
-    for (const long rank : ranks) {
-        const auto step = static_cast<std::size_t>(rank);
-        reached += step;
-        --toCome;
-        const std::size_t seen = ranks.size() - toCome;
-        // Fewer than that can't be made up for by the ranks to come.
-        const std::size_t fewest = chosen > toCome ? chosen - toCome : 0;
-        for (std::size_t n = std::min(chosen, seen); n >= std::max<std::size_t>(fewest, 1); --n) {
-            for (std::size_t sum = step; sum <= reached; ++sum)
-                ways[n][sum] += ways[n - 1][sum - step];
-        }
-    }
-    return RankSums(ways[chosen]);
+    return RankSums(waysOfChoice(ranks, chosen));
 }
 
 RankSums RankSums::ofSigns(const DoubledRanks& ranks) {
