@@ -9,6 +9,7 @@
 #include <istream>
 #include <iterator>
 #include <optional>
+#include <string_view>
 #include <unordered_map>
 
 #include "environment/files/HUTFile.h"
@@ -165,7 +166,7 @@ bool hasWord(const std::string& line, const std::string& word) {
 }
 
 std::optional<ToolCall> callIn(const std::string& line) {
-    const std::string mark = "Command: ";
+    constexpr std::string_view mark = "Command: ";
     if (line.compare(0, mark.size(), mark) != 0)
         return std::nullopt;
     std::string tool = wordAt(line, mark.size());
@@ -196,6 +197,9 @@ std::string trimmed(const std::string& text) {
 }
 
 std::optional<Mark> markIn(const std::string& line) {
+    // Nearly all lines have none.
+    if (line.find("arning: ") == std::string::npos && line.find("ARNING: ") == std::string::npos)
+        return std::nullopt;
     for (const char* word : {"Warning: ", "WARNING: ", "warning: "}) {
         const std::string mark = word;
         const std::size_t at = line.find(mark);
