@@ -13,7 +13,6 @@
 #include "workbench/ice40/stepFailure.h"
 #include "workbench/ice40/stepFiles.h"
 #include "workbench/reports/design.h"
-#include "workbench/reports/pnrReport.h"
 
 namespace shell {
 
@@ -63,7 +62,7 @@ bool isClocked(const TimingPath& path) {
     return !reports::parseEvent(path.from).isAsync() && !reports::parseEvent(path.to).isAsync();
 }
 
-/// The slowest between two clock edges; without any the slowest at all. Null for none.
+/// Null for none.
 const TimingPath* slowestOf(const std::vector<TimingPath>& paths) {
     const TimingPath* slowest = nullptr;
     for (const TimingPath& path : paths) {
@@ -116,6 +115,7 @@ CriticalPath describe(const TimingPath& slowest, const reports::Design* design) 
     path.clock = clockOf(slowest);
     path.ns = slowest.delayNs();
     path.levels = slowest.levels();
+    path.stops.reserve(slowest.hops.size());
     for (const PathHop& hop : slowest.hops) {
         addPart(hop, path);
         path.stops.push_back(stopOf(hop, design));
@@ -163,26 +163,36 @@ const reports::Design* PathSources::designOf(const std::string& netlist,
     return found.design.get();
 }
 
-RoutedFacts routedFacts(const HAXPExpRun& run, PathSources& sources) {
-    RoutedFacts facts;
+RoutedReport readRouted(const HAXPExpRun& run) {
+    RoutedReport routed;
     const ice40::StepMetrics& metrics = run.getInfo().getMetrics();
     std::string text;
     std::string reason;
     reports::PnrReport report;
     if (run.getDir().empty() || !readRunFile(run, metrics.file(ice40::files::kReport), text) ||
         !reports::parsePnrDetails(text, report, reason))
-        return facts;
-    facts.use = usesOf(report);
-    const TimingPath* slowest = slowestOf(report.paths);
-    if (slowest == nullptr)
-        return facts;
+        return routed;
+    routed.use = usesOf(report);
+    if (const TimingPath* slowest = slowestOf(report.paths))
+        routed.slowest = *slowest;
     ice40::Placement placed;
+    if (routed.slowest && readRunFile(run, metrics.file(ice40::files::kPlacement), text) &&
+        ice40::parsePlacement(text, placed, reason))
+        routed.placedInputs = placed.inputs;
+    return routed;
+}
+
+RoutedFacts routedFacts(const HAXPExpRun& run, const RoutedReport& routed, PathSources& sources) {
+    RoutedFacts facts;
+    facts.use = routed.use;
+    if (!routed.slowest)
+        return facts;
     const DesignInputs& inputs = run.getInfo().getInputs();
-    const bool isKnown = readRunFile(run, metrics.file(ice40::files::kPlacement), text) &&
-                         ice40::parsePlacement(text, placed, reason);
-    facts.path = describe(
-        *slowest,
-        isKnown ? sources.designOf(inputs.netlist, inputs.constraints, placed.inputs) : nullptr);
+    const bool isKnown = !routed.placedInputs.empty();
+    facts.path =
+        describe(*routed.slowest,
+                 isKnown ? sources.designOf(inputs.netlist, inputs.constraints, routed.placedInputs)
+                         : nullptr);
     return facts;
 }
 

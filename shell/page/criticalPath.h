@@ -9,6 +9,8 @@
 #include <utility>
 #include <vector>
 
+#include "workbench/reports/pnrReport.h"
+
 class HAXPExpRun;
 
 namespace reports {
@@ -51,6 +53,19 @@ struct RoutedFacts {
     std::vector<ResourceUse> use;
 };
 
+/// What the files of place and route tell, before the sources are asked for places.
+struct RoutedReport {
+    std::vector<ResourceUse> use;
+    /// The slowest between two clock edges; without any the slowest at all.
+    std::optional<reports::TimingPath> slowest;
+    /// The fingerprint of what was placed; empty when nothing tells.
+    std::string placedInputs;
+};
+
+/// Reads the files of the last of the steps place_design and route_design that is done; what is
+/// missing or damaged tells nothing. For several runs at once by several threads.
+RoutedReport readRouted(const HAXPExpRun& run);
+
 /// The netlists behind several runs: each is read once.
 class PathSources {
 public:
@@ -75,9 +90,8 @@ private:
     std::map<std::string, Netlist> m_netlists;
 };
 
-/// The facts of the last of the steps place_design and route_design that is done; nothing
-/// where a file is missing or damaged. Places in the sources come from the netlist that the
-/// run starts from, as long as it is the one that was placed.
-RoutedFacts routedFacts(const HAXPExpRun& run, PathSources& sources);
+/// The facts of `routed`, which was read of `run`. Places in the sources come from the netlist
+/// that the run starts from, as long as it is the one that was placed.
+RoutedFacts routedFacts(const HAXPExpRun& run, const RoutedReport& routed, PathSources& sources);
 
 }  // namespace shell

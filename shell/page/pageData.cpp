@@ -223,9 +223,9 @@ public:
 
     /// What a page holds whether there is room or not.
     void use(std::size_t bytes) { m_left -= std::min(bytes, m_left); }
-    /// Whether `value` fits; then its room is used.
-    bool take(const json& value) {
-        const std::size_t bytes = dumped(value).size() + kMemberBytes;
+    /// Whether `value`, in JSON, fits; then its room is used.
+    bool take(const std::string& value) {
+        const std::size_t bytes = value.size() + kMemberBytes;
         if (bytes > m_left)
             return false;
         m_left -= bytes;
@@ -236,22 +236,19 @@ private:
     std::size_t m_left;
 };
 
-void addExtras(const std::vector<PageRun*>& runs, Room& room) {
+void showExtras(const std::vector<PageRun*>& runs, Room& room) {
     for (PageRun* run : runs) {
         if (room.take(run->extras.log))
-            run->entry["log"] = std::move(run->extras.log);
+            run->shown.log = std::move(run->extras.log);
     }
     for (PageRun* run : runs) {
-        if (!run->extras.points.is_array() || !room.take(run->extras.points))
-            continue;
-        run->entry["path"]["points"] = std::move(run->extras.points);
-        run->entry["path"].erase("cut");
+        if (!run->extras.points.empty() && room.take(run->extras.points))
+            run->shown.points = std::move(run->extras.points);
     }
     for (PageRun* run : runs) {
         for (auto& text : run->extras.reportTexts) {
-            json value(std::move(text.second));
-            if (room.take(value))
-                run->entry["reports"][text.first]["text"] = std::move(value);
+            if (room.take(text.second))
+                run->shown.reportTexts.emplace_back(text.first, std::move(text.second));
         }
     }
 }
@@ -302,8 +299,10 @@ public:
         PathSources sources;
         // They read the same sources.
         const workbench::FileWatch::Moment moment;
-        for (HAXPExpRun* run : request.runs) {
-            m_runs.push_back(lookAtRun(project, *run, m_now, sources));
+        std::vector<RunFiles> files = readRunFiles(request.runs);
+        for (std::size_t i = 0; i < files.size(); ++i) {
+            m_runs.push_back(lookAtRun(project, *request.runs[i], m_now, files[i], sources));
+            files[i] = {};
             m_compared.push_back(m_runs.back().compared);
         }
     }
@@ -324,8 +323,8 @@ public:
         Room room(kPageDataBytes + kPageBytesOfRun * m_runs.size());
         room.use(dumped(page).size() + kMemberBytes);
         for (const PageRun& run : m_runs)
-            room.use(dumped(run.entry).size() + 1);
-        addExtras(byImportance(m_runs, best, families), room);
+            room.use(entryText(run).size() + 1);
+        showExtras(byImportance(m_runs, best, families), room);
         return withRuns_(dumped(page));
     }
 
@@ -336,7 +335,7 @@ private:
         page.back() = ',';
         page += "\"runs\":[";
         for (const PageRun& run : m_runs) {
-            page += dumped(run.entry);
+            page += entryText(run);
             page += ',';
         }
         if (!m_runs.empty())
@@ -347,7 +346,7 @@ private:
     std::set<std::string> addBest_(json& page) {
         std::vector<ComparedRun> judged;
         for (std::size_t i = 0; i < m_runs.size(); ++i) {
-            if (m_runs[i].entry["flow"] == "impl")
+            if (m_runs[i].isImplementation)
                 judged.push_back(m_compared[i]);
         }
         const Choice choice = chosen(judged, m_request.rule);
@@ -356,9 +355,8 @@ private:
         for (const ComparedRun* run : choice.best)
             names.insert(run->name);
         for (std::size_t i = 0; i < m_runs.size(); ++i) {
-            const bool isBest = names.count(m_compared[i].name) != 0;
-            m_runs[i].entry["best"] = isBest;
-            if (isBest || m_runs[i].hasFailed)
+            m_runs[i].isBest = names.count(m_compared[i].name) != 0;
+            if (m_runs[i].isBest || m_runs[i].hasFailed)
                 readReportTexts(m_runs[i]);
         }
         return names;

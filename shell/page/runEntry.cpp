@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <map>
 #include <utility>
 
 #include <fmt/format.h>
@@ -16,7 +17,7 @@
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "shell/comparedRuns.h"
 #include "shell/familyComparison.h"
-#include "shell/logTail.h"
+#include "shell/page/jsonWriter.h"
 #include "shell/page/shortText.h"
 #include "shell/runDetails.h"
 #include "shell/runView.h"
@@ -27,24 +28,17 @@
 #include "workbench/runFamily.h"
 #include "workbench/strategies.h"
 #include "workbench/strategyOptions.h"
-#include "workbench/toolWarnings.h"
 
 namespace shell {
 
 namespace {
 
-using nlohmann::json;
-
 constexpr std::size_t kMostReasons = 5;
 constexpr std::size_t kReasonBytes = 240;
 constexpr std::size_t kLineBytes = 240;
 constexpr std::size_t kWordBytes = 100;
-/// Lines of a log: of a run that failed, that works, and of others.
+/// Lines of a log.
 constexpr std::size_t kFailureLines = 16;
-constexpr std::size_t kWorkLines = 8;
-constexpr std::size_t kEndLines = 4;
-/// As many lines before the end are looked through for the first error.
-constexpr std::size_t kSearchedLines = 60;
 constexpr std::size_t kReportBytes = 6000;
 constexpr std::size_t kLargestReport = 1 << 20;
 
@@ -52,48 +46,55 @@ constexpr std::size_t kLargestReport = 1 << 20;
 constexpr const char* kKeyReports[] = {"report_timing_summary", "report_utilization",
                                        "report_route_status"};
 
-json orNull(const std::optional<double>& value) {
-    return value ? json(*value) : json();
-}
-
 /// `value` with no more digits than mean something.
 double rounded(double value) {
     return std::round(value * 1e3) / 1e3;
 }
 
-json numberJson(double value) {
+/// A whole number without a point.
+void writeNumber(JsonWriter& out, double value) {
     const double three = rounded(value);
     const auto whole = static_cast<long>(three);
-    return static_cast<double>(whole) == three ? json(whole) : json(three);
+    if (static_cast<double>(whole) == three)
+        out.number(whole);
+    else
+        out.number(three);
 }
 
-json figuresJson(const ComparedRun& run) {
-    json figures = json::object();
+void writeFigures(JsonWriter& out, const ComparedRun& run) {
+    out.name("figures");
+    out.beginObject();
     for (const reports::Figure& figure : run.figures) {
-        if (std::isfinite(figure.value))
-            figures[figure.name] = numberJson(figure.value);
+        if (!std::isfinite(figure.value))
+            continue;
+        out.name(figure.name);
+        writeNumber(out, figure.value);
     }
-    return figures;
+    out.endObject();
 }
 
-json stepsJson(const RunTimes& times) {
-    json steps = json::array();
+void writeSteps(JsonWriter& out, const RunTimes& times) {
+    out.name("steps");
+    out.beginArray();
     for (const StepTime& step : times.steps) {
-        json one{{"name", step.id}, {"status", step.status}};
+        out.beginObject();
+        out.member("name", step.id);
+        out.member("status", step.status);
         if (step.began)
-            one["began"] = *step.began;
+            out.member("began", *step.began);
         if (step.seconds)
-            one["seconds"] = *step.seconds;
+            out.member("seconds", *step.seconds);
         if (step.isKept)
-            one["kept"] = true;
-        steps.push_back(std::move(one));
+            out.member("kept", true);
+        out.endObject();
     }
-    return steps;
+    out.endArray();
 }
 
 /// What isn't at its default, in the run and in the synthesis that it starts from.
-json changedJson(const Project& project, const HAXPExpRun& run) {
-    json options = json::object();
+void writeOptions(JsonWriter& out, const Project& project, const HAXPExpRun& run) {
+    // Those of one name once: a synthesis that was given options of later steps has them too.
+    std::map<std::string, std::string> options;
     for (const HAXPExpRun* one :
          {static_cast<const HAXPExpRun*>(project.getSynthesisOf(run)), &run}) {
         if (one == nullptr)
@@ -101,11 +102,15 @@ json changedJson(const Project& project, const HAXPExpRun& run) {
         for (const OptionChoice& option : changedOptions(*one->getStrategy()))
             options[option.step + "." + option.name] = shortText(option.value, kWordBytes);
     }
-    return options;
+    out.name("options");
+    out.beginObject();
+    for (const auto& option : options)
+        out.member(option.first, option.second);
+    out.endObject();
 }
 
-json reasonsJson(const std::vector<std::string>& reasons) {
-    json list = json::array();
+std::vector<std::string> shortReasons(const std::vector<std::string>& reasons) {
+    std::vector<std::string> list;
     for (std::size_t i = 0; i < reasons.size() && i < kMostReasons; ++i)
         list.push_back(shortText(reasons[i], kReasonBytes));
     if (reasons.size() > kMostReasons)
@@ -113,15 +118,14 @@ json reasonsJson(const std::vector<std::string>& reasons) {
     return list;
 }
 
-json reportsJson(const std::vector<ReportEntry>& reports) {
-    json list = json::array();
-    for (const ReportEntry& report : reports) {
-        json one{{"name", report.shortName}, {"step", report.step}, {"state", report.state}};
-        if (!report.reason.empty())
-            one["reason"] = shortText(report.reason, kReasonBytes);
-        list.push_back(std::move(one));
-    }
-    return list;
+std::string membersOf(const ReportEntry& report) {
+    JsonWriter out;
+    out.member("name", report.shortName);
+    out.member("step", report.step);
+    out.member("state", report.state);
+    if (!report.reason.empty())
+        out.member("reason", shortText(report.reason, kReasonBytes));
+    return out.take();
 }
 
 /// The options that make a run like `run` from its strategy; from the default one, with all
@@ -141,7 +145,7 @@ std::vector<std::string> settingsOf(const HAXPExpRun& run, std::string& strategy
     return settings;
 }
 
-json repeatJson(const Project& project, const HAXPExpRun& run) {
+std::vector<std::string> repeatLines(const Project& project, const HAXPExpRun& run) {
     const std::string name = run.getName() + "_again";
     std::string strategy;
     const std::vector<std::string> settings = settingsOf(run, strategy);
@@ -152,24 +156,16 @@ json repeatJson(const Project& project, const HAXPExpRun& run) {
         words.insert(words.end(), {"--synth", synthesis->getName()});
     for (const std::string& setting : settings)
         words.insert(words.end(), {"--set", setting});
-    return json::array({process::showCommand(words), process::showCommand({"xp", "launch", name})});
+    return {process::showCommand(words), process::showCommand({"xp", "launch", name})};
 }
 
-std::vector<std::string> logEnd(const HAXPExpRun& run, bool hasFailed) {
-    const std::string path = logPath(run);
-    std::string unreadable;
-    if (path.empty())
-        return {};
-    if (hasFailed)
-        return failureLines(lastLines(path, kSearchedLines, unreadable), kSearchedLines);
-    return lastLines(path, run.isAtWork() ? kWorkLines : kEndLines, unreadable);
-}
-
-json logJson(const std::vector<std::string>& lines) {
-    json list = json::array();
+std::string logText(const std::vector<std::string>& lines) {
+    JsonWriter out;
+    out.beginArray();
     for (std::size_t i = 0; i < lines.size() && i < kFailureLines; ++i)
-        list.push_back(shortText(lines[i], kLineBytes));
-    return list;
+        out.text(shortText(lines[i], kLineBytes));
+    out.endArray();
+    return out.take();
 }
 
 /// The advice on a run that was lost or stopped knows more than its log does.
@@ -178,56 +174,73 @@ std::string adviceOn(const HAXPExpRun& run, const workbench::RunFailure& failure
 }
 
 /// An abandoned run hasn't failed at anything.
-json failureJson(const HAXPExpRun& run) {
+void writeFailure(JsonWriter& out, const HAXPExpRun& run) {
     const std::optional<workbench::RunFailure> failure =
         hasFailed(run) && abandonedText(run).empty() ? workbench::findFailure(run) : std::nullopt;
-    if (!failure)
-        return {};
-    return {{"step", failure->step},
-            {"what", shortText(failure->what, kReasonBytes)},
-            {"file", shortText(failure->file, kReasonBytes)},
-            {"line", std::max(failure->line, 0)},
-            {"advice", shortText(adviceOn(run, *failure), 2 * kReasonBytes)},
-            {"tool", shortText(failure->toolWords, 2 * kReasonBytes)}};
+    out.name("failure");
+    if (!failure) {
+        out.null();
+        return;
+    }
+    out.beginObject();
+    out.member("step", failure->step);
+    out.member("what", shortText(failure->what, kReasonBytes));
+    out.member("file", shortText(failure->file, kReasonBytes));
+    out.member("line", std::max(failure->line, 0));
+    out.member("advice", shortText(adviceOn(run, *failure), 2 * kReasonBytes));
+    out.member("tool", shortText(failure->toolWords, 2 * kReasonBytes));
+    out.endObject();
 }
 
-json pathJson(const CriticalPath& path) {
-    return {{"clock", path.clock},
-            {"ns", rounded(path.ns)},
-            {"levels", path.levels},
-            {"parts",
-             {{"clk_to_q", rounded(path.clockToQ)},
-              {"logic", rounded(path.logic)},
-              {"routing", rounded(path.routing)},
-              {"setup", rounded(path.setup)}}},
-            {"points", json::array()},
-            {"cut", true}};
+std::string membersOf(const CriticalPath& path) {
+    JsonWriter out;
+    out.member("clock", path.clock);
+    out.member("ns", rounded(path.ns));
+    out.member("levels", path.levels);
+    out.name("parts");
+    out.beginObject();
+    out.member("clk_to_q", rounded(path.clockToQ));
+    out.member("logic", rounded(path.logic));
+    out.member("routing", rounded(path.routing));
+    out.member("setup", rounded(path.setup));
+    out.endObject();
+    return out.take();
 }
 
-json pointsJson(const CriticalPath& path) {
-    json points = json::array();
+std::string pointsText(const CriticalPath& path) {
+    JsonWriter out;
+    out.beginArray();
     for (const PathStop& stop : path.stops) {
-        json one{{"t", stop.kind}, {"ns", rounded(stop.ns)}};
+        out.beginObject();
+        out.member("t", stop.kind);
+        out.member("ns", rounded(stop.ns));
         if (!stop.cell.empty())
-            one["cell"] = shortText(stop.cell, kWordBytes);
+            out.member("cell", shortText(stop.cell, kWordBytes));
         if (!stop.net.empty())
-            one["net"] = shortText(stop.net, kWordBytes);
+            out.member("net", shortText(stop.net, kWordBytes));
         if (stop.place) {
-            one["x"] = stop.place->first;
-            one["y"] = stop.place->second;
+            out.member("x", stop.place->first);
+            out.member("y", stop.place->second);
         }
         if (!stop.source.empty())
-            one["src"] = shortText(stop.source, kWordBytes);
-        points.push_back(std::move(one));
+            out.member("src", shortText(stop.source, kWordBytes));
+        out.endObject();
     }
-    return points;
+    out.endArray();
+    return out.take();
 }
 
-json usesJson(const std::vector<ResourceUse>& uses) {
-    json list = json::array();
-    for (const ResourceUse& use : uses)
-        list.push_back({{"name", use.name}, {"used", use.used}, {"of", use.of}});
-    return list;
+void writeUses(JsonWriter& out, const std::vector<ResourceUse>& uses) {
+    out.name("use");
+    out.beginArray();
+    for (const ResourceUse& use : uses) {
+        out.beginObject();
+        out.member("name", use.name);
+        out.member("used", use.used);
+        out.member("of", use.of);
+        out.endObject();
+    }
+    out.endArray();
 }
 
 /// Relative to the project's folder when it is below it.
@@ -264,57 +277,117 @@ std::string nextText(const ComparedRun& compared, const HAXPExpRun& run,
     return word == "done" ? missedText(compared) : std::string();
 }
 
-json seedJson(const ComparedRun& run) {
-    const std::optional<long> seed = seedOf(run);
-    return seed ? json(*seed) : json();
+std::optional<std::string> orNothing(const std::string& text) {
+    return text.empty() ? std::nullopt : std::optional<std::string>(text);
+}
+
+/// What `page` tells of `run`, which it was made from.
+std::string membersOf(const PageRun& page, const Project& project, HAXPExpRun& run,
+                      const RunFiles& files, const RoutedFacts& facts) {
+    const std::vector<std::string> reasons =
+        page.compared.isStale ? staleTexts(project, run) : std::vector<std::string>();
+    const workbench::RunFamily& family = project.getFamilyOf(run);
+    JsonWriter out;
+    out.member("name", run.getName());
+    out.member("flow", flowWord(run));
+    out.member("status", page.compared.status);
+    out.member("step", stepWord(run));
+    out.member("stale", page.compared.isStale);
+    out.member("reasons", shortReasons(reasons));
+    out.member("family", family.name);
+    out.member("sweep", family.sweep);
+    out.member("strategy", page.compared.strategy);
+    out.member("seed", seedOf(page.compared));
+    out.member("synthesis", page.compared.synthesis);
+    out.member("place", orNothing(page.times.place));
+    out.member("queued_at", page.times.queued);
+    out.member("began", page.times.began);
+    out.member("ended", page.times.ended);
+    writeFigures(out, page.compared);
+    writeSteps(out, page.times);
+    writeOptions(out, project, run);
+    out.member("warnings", files.warnings);
+    writeFailure(out, run);
+    out.member("next", nextText(page.compared, run, reasons));
+    out.member("abandoned", shortText(abandonedText(run), kReasonBytes));
+    out.member("repeat", repeatLines(project, run));
+    writeUses(out, facts.use);
+    out.member("directory", relativeDir(project, run));
+    return out.take();
+}
+
+void writePath(JsonWriter& out, const PageRun& page) {
+    out.name("path");
+    if (page.pathMembers.empty()) {
+        out.null();
+        return;
+    }
+    const std::string& points = page.shown.points;
+    out.beginObject();
+    out.raw(page.pathMembers);
+    out.name("points");
+    out.raw(points.empty() ? "[]" : points);
+    if (points.empty())
+        out.member("cut", true);
+    out.endObject();
+}
+
+void writeReports(JsonWriter& out, const PageRun& page) {
+    out.name("reports");
+    out.beginArray();
+    for (std::size_t i = 0; i < page.reportMembers.size(); ++i) {
+        out.beginObject();
+        out.raw(page.reportMembers[i]);
+        for (const auto& text : page.shown.reportTexts) {
+            if (text.first != i)
+                continue;
+            out.name("text");
+            out.raw(text.second);
+        }
+        out.endObject();
+    }
+    out.endArray();
+}
+
+std::string jsonText(const std::string& text) {
+    JsonWriter out;
+    out.text(text);
+    return out.take();
 }
 
 }  // namespace
 
-PageRun lookAtRun(const Project& project, HAXPExpRun& run, double now, PathSources& sources) {
+PageRun lookAtRun(const Project& project, HAXPExpRun& run, double now, const RunFiles& files,
+                  PathSources& sources) {
     PageRun page;
     page.compared = comparedRun(project, run, FigureSource::kReportsAndSteps);
     page.times = runTimes(run, now);
+    page.isImplementation = flowWord(run) == "impl";
     page.hasFailed = hasFailed(run);
     page.reports = reportsOf(project, run, false);
-    const std::vector<std::string> reasons =
-        page.compared.isStale ? staleTexts(project, run) : std::vector<std::string>();
-    const RoutedFacts facts = routedFacts(run, sources);
-    const std::vector<std::string> log = logEnd(run, page.hasFailed);
-    const workbench::RunFamily& family = project.getFamilyOf(run);
-    page.entry = {
-        {"name", run.getName()},
-        {"flow", flowWord(run)},
-        {"status", page.compared.status},
-        {"step", stepWord(run)},
-        {"stale", page.compared.isStale},
-        {"reasons", reasonsJson(reasons)},
-        {"family", family.name},
-        {"sweep", family.sweep},
-        {"strategy", page.compared.strategy},
-        {"seed", seedJson(page.compared)},
-        {"synthesis", page.compared.synthesis},
-        {"place", page.times.place.empty() ? json() : json(page.times.place)},
-        {"queued_at", orNull(page.times.queued)},
-        {"began", orNull(page.times.began)},
-        {"ended", orNull(page.times.ended)},
-        {"figures", figuresJson(page.compared)},
-        {"steps", stepsJson(page.times)},
-        {"options", changedJson(project, run)},
-        {"reports", reportsJson(page.reports)},
-        {"warnings", run.getDir().empty() ? json() : json(workbench::warningsOf(run).size())},
-        {"failure", failureJson(run)},
-        {"log", json::array()},
-        {"next", nextText(page.compared, run, reasons)},
-        {"abandoned", shortText(abandonedText(run), kReasonBytes)},
-        {"repeat", repeatJson(project, run)},
-        {"path", facts.path ? pathJson(*facts.path) : json()},
-        {"use", usesJson(facts.use)},
-        {"directory", relativeDir(project, run)}};
-    page.extras.log = logJson(log);
-    if (facts.path)
-        page.extras.points = pointsJson(*facts.path);
+    for (const ReportEntry& report : page.reports)
+        page.reportMembers.push_back(membersOf(report));
+    const RoutedFacts facts = routedFacts(run, files.routed, sources);
+    page.extras.log = logText(files.log);
+    if (facts.path) {
+        page.extras.points = pointsText(*facts.path);
+        page.pathMembers = membersOf(*facts.path);
+    }
+    page.members = membersOf(page, project, run, files, facts);
     return page;
+}
+
+std::string entryText(const PageRun& page) {
+    JsonWriter out;
+    out.beginObject();
+    out.raw(page.members);
+    out.member("best", page.isBest);
+    writeReports(out, page);
+    out.name("log");
+    out.raw(page.shown.log.empty() ? "[]" : page.shown.log);
+    writePath(out, page);
+    out.endObject();
+    return out.take();
 }
 
 void readReportTexts(PageRun& page) {
@@ -324,7 +397,7 @@ void readReportTexts(PageRun& page) {
             std::string text;
             const bool isWanted = reports[i].command == wanted && reports[i].exists;
             if (isWanted && HUTFileUtils::readFile(reports[i].path, kLargestReport, text))
-                page.extras.reportTexts.emplace_back(i, shortText(text, kReportBytes));
+                page.extras.reportTexts.emplace_back(i, jsonText(shortText(text, kReportBytes)));
         }
     }
 }
