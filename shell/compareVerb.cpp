@@ -52,6 +52,7 @@ public:
         command.add_option("-j,--jobs", m_jobs, "Of --more: how many runs at once")
             ->check(CLI::Range(1, 10000))
             ->needs(more);
+        command.add_flag("--all", m_wantsAll, "Show the figures too that are the same in all runs");
         m_families.declare(command);
         addJsonFlag(command, m_json);
     }
@@ -72,7 +73,7 @@ public:
         const bool willAsk = !m_wantsMore && !m_json && !more.empty() && canAsk();
         // With "--more" the answer for scripts is that of the second look alone.
         if (!m_json || !m_wantsMore || more.empty())
-            showFamilies_(families, pairs, question);
+            showFamilies_(all, families, pairs, question);
         const std::vector<long> seeds = nextSeeds(*project, more);
         if (more.empty() || (willAsk && !agrees(moreSeedsQuestion(more, seeds))))
             return kExitDone;
@@ -86,13 +87,20 @@ public:
     }
 
 private:
-    void showFamilies_(const std::vector<ComparedFamily>& families,
+    void showFamilies_(const std::vector<ComparedRun>& runs,
+                       const std::vector<ComparedFamily>& families,
                        const std::vector<FamilyPair>& pairs,
                        const statistics::Question& question) const {
-        if (m_json)
+        if (m_json) {
             printJson(familiesJson(families, pairs, question));
-        else
-            fmt::print("{}", familyTables(families, pairs, question));
+        } else {
+            fmt::print("{}\n", familyTables(families, pairs, question, m_wantsAll));
+            const std::vector<Goal> goals = readGoals(m_goal, runs);
+            std::vector<std::string> lines = pairVerdicts(pairs, goals.front().figure);
+            lines.push_back(shortVerdict(judge(runs, goals), goals));
+            for (const std::string& line : lines)
+                fmt::print("{}\n", workbench::printable(line));
+        }
         std::fflush(stdout);
     }
 
@@ -129,7 +137,7 @@ private:
             *project, runsToCompare(*project, m_names), FigureSource::kReportsAndSteps);
         const std::vector<ComparedFamily> families = familiesOf(all);
         note("The second look at these families has half the level.");
-        showFamilies_(families, compareFamilies(families, question), question);
+        showFamilies_(all, families, compareFamilies(families, question), question);
         return kExitDone;
     }
 
@@ -140,7 +148,7 @@ private:
             printJson(comparisonJson(runs, goals, verdict));
             return kExitDone;
         }
-        fmt::print("{}\n", comparisonTable(runs, widthOfOutput()));
+        fmt::print("{}\n", comparisonTable(runs, widthOfOutput(), m_wantsAll));
         for (const std::string& line : verdictLines(verdict, goals))
             fmt::print("{}\n", workbench::printable(line));
         return kExitDone;
@@ -151,6 +159,7 @@ private:
     FamilyOptions m_families;
     bool m_wantsRuns = false;
     bool m_wantsMore = false;
+    bool m_wantsAll = false;
     int m_jobs = 0;
     bool m_json = false;
 };

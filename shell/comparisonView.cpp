@@ -40,14 +40,25 @@ struct Row {
     std::vector<std::string> cells;
 };
 
-std::vector<Row> figureTable(const std::vector<ComparedRun>& runs) {
+/// Whether all runs, and more than one, have the figure with one value.
+bool isSameInAll(const std::vector<ComparedRun>& runs, const std::string& name) {
+    const Figure* first = figureOf(runs.front(), name);
+    return runs.size() > 1 && first != nullptr &&
+           std::all_of(runs.begin(), runs.end(), [&](const ComparedRun& run) {
+               const Figure* figure = figureOf(run, name);
+               return figure != nullptr && figure->value == first->value;
+           });
+}
+
+std::vector<Row> figureTable(const std::vector<ComparedRun>& runs,
+                             const std::vector<Figure>& figures) {
     std::vector<Row> rows{{"Status", {}}, {"Strategy", {}}, {"Synthesis", {}}};
     for (const ComparedRun& run : runs) {
         rows[0].cells.push_back(statusOf(run));
         rows[1].cells.push_back(run.strategy);
         rows[2].cells.push_back(run.synthesis);
     }
-    for (const Figure& figure : figureRows(runs)) {
+    for (const Figure& figure : figures) {
         Row row{titleOf(figure), {}};
         for (const ComparedRun& run : runs)
             row.cells.push_back(figureText(figureOf(run, figure.name)));
@@ -186,14 +197,38 @@ std::string figureText(const Figure* figure) {
     return text == "0" || text == "-0" ? fmt::format("{:.3g}", figure->value) : text;
 }
 
-std::string comparisonTable(const std::vector<ComparedRun>& runs, int width) {
-    std::string text = fittingTables(runs, figureTable(runs), "Run", width);
+std::string comparisonTable(const std::vector<ComparedRun>& runs, int width, bool isWhole) {
+    std::vector<Figure> figures = figureRows(runs);
+    const std::size_t count = figures.size();
+    if (!isWhole)
+        figures.erase(std::remove_if(
+                          figures.begin(), figures.end(),
+                          [&runs](const Figure& figure) { return isSameInAll(runs, figure.name); }),
+                      figures.end());
+    std::string text = fittingTables(runs, figureTable(runs, figures), "Run", width);
+    text += sameFiguresLine(count - figures.size());
     if (runs.size() < 2)
         return text;
     const std::vector<Row> options = optionTable(runs);
     if (options.empty())
         return text + "\nThe runs don't differ in their options.\n";
     return text + "\n" + fittingTables(runs, options, "Options that differ", width);
+}
+
+std::string sameFiguresLine(std::size_t count) {
+    if (count == 0)
+        return {};
+    return fmt::format("{} more figure{} the same in all of these runs: --all shows {}.\n", count,
+                       count == 1 ? " is" : "s are", count == 1 ? "it" : "them");
+}
+
+std::string shortVerdict(const Verdict& verdict, const std::vector<Goal>& goals) {
+    std::string text = bestLine(verdict, goals);
+    const std::size_t missing = verdict.missing.size();
+    if (missing > 0)
+        text += fmt::format(" {} of {} runs miss the goal of their clocks.", missing,
+                            verdict.best.size() + verdict.others.size());
+    return text;
 }
 
 std::vector<std::string> verdictLines(const Verdict& verdict, const std::vector<Goal>& goals) {

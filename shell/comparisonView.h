@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -17,7 +18,14 @@ std::string figureText(const reports::Figure* figure);
 
 /// The figures of `runs`, a column a run, and the options in which they differ. Where
 /// `width` columns, 0 for any number, don't hold all runs, several tables follow each other.
-std::string comparisonTable(const std::vector<ComparedRun>& runs, int width);
+/// Unless it `isWhole`, figures that are the same in all of several runs are counted alone.
+std::string comparisonTable(const std::vector<ComparedRun>& runs, int width, bool isWhole);
+
+/// The line that tells how many figures a table leaves out, since all have the same; empty for none.
+std::string sameFiguresLine(std::size_t count);
+
+/// The first line of verdictLines(), and how many runs miss the goal of their clocks.
+std::string shortVerdict(const Verdict& verdict, const std::vector<Goal>& goals);
 
 /// Which run is best and why, what was left out, and who misses the goal of its clocks; a
 /// line each.

@@ -63,19 +63,31 @@ std::vector<std::string> testsOf(const FamilyPair& pair) {
     return tests;
 }
 
-std::string pairTable(const FamilyPair& pair) {
+/// Whether every run of both families has the same value.
+bool isSameInAll(const FamilyRow& row) {
+    return row.base.count > 0 && row.other.count > 0 && row.base.least == row.base.greatest &&
+           row.other.least == row.other.greatest && row.base.least == row.other.least;
+}
+
+std::string pairTable(const FamilyPair& pair, bool isWhole) {
     const std::vector<TextTable::Column> columns{
         {"Figure"},
         {runsText(*pair.base)},
         {runsText(*pair.other)},
         {fmt::format("{} against {}", pair.other->name, pair.base->name)}};
     TextTable table(columns);
-    for (const FamilyRow& row : pair.rows)
+    std::size_t same = 0;
+    for (const FamilyRow& row : pair.rows) {
+        if (!isWhole && isSameInAll(row)) {
+            ++same;
+            continue;
+        }
         table.addRow({row.figure.unit.empty()
                           ? row.figure.label
                           : fmt::format("{} {}", row.figure.label, row.figure.unit),
                       summaryText(row.base), summaryText(row.other), verdictWords(row)});
-    std::string text = table.text();
+    }
+    std::string text = table.text() + sameFiguresLine(same);
     for (const std::string& test : testsOf(pair))
         text += fmt::format("Test: {}, for each figure by itself.\n", test);
     return text;
@@ -140,11 +152,11 @@ nlohmann::json rowJson(const FamilyRow& row) {
 }  // namespace
 
 std::string familyTables(const std::vector<ComparedFamily>& families,
-                         const std::vector<FamilyPair>& pairs,
-                         const statistics::Question& question) {
+                         const std::vector<FamilyPair>& pairs, const statistics::Question& question,
+                         bool isWhole) {
     std::string text;
     for (const FamilyPair& pair : pairs) {
-        text += pairTable(pair);
+        text += pairTable(pair, isWhole);
         text += '\n';
     }
     if (pairs.size() > 1)
@@ -166,6 +178,19 @@ std::string verdictWords(const FamilyRow& row) {
 std::string verdictLine(const FamilyPair& pair, const FamilyRow& row) {
     return fmt::format("{} of {} against {}: {} ({})", row.figure.label, pair.other->name,
                        pair.base->name, verdictWords(row), statistics::testText(row.verdict));
+}
+
+std::vector<std::string> pairVerdicts(const std::vector<FamilyPair>& pairs,
+                                      const std::string& figure) {
+    std::vector<std::string> lines;
+    for (const FamilyPair& pair : pairs) {
+        for (const FamilyRow& row : pair.rows) {
+            if (row.figure.name == figure)
+                lines.push_back(fmt::format("{} of {} against {}: {}", row.figure.label,
+                                            pair.other->name, pair.base->name, verdictWords(row)));
+        }
+    }
+    return lines;
 }
 
 nlohmann::json pairsJson(const std::vector<FamilyPair>& pairs) {

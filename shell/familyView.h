@@ -15,8 +15,12 @@ namespace shell {
 /// A table for each pair, with medians, quartiles and verdicts, and below it which test was
 /// made, at which level, and what was left out.
 std::string familyTables(const std::vector<ComparedFamily>& families,
-                         const std::vector<FamilyPair>& pairs,
-                         const statistics::Question& question);
+                         const std::vector<FamilyPair>& pairs, const statistics::Question& question,
+                         bool isWhole);
+
+/// What the pairs come to in the figure of that name, a line a pair.
+std::vector<std::string> pairVerdicts(const std::vector<FamilyPair>& pairs,
+                                      const std::string& figure);
 
 /// "better by 3.1 ± 0.8 MHz", "no real difference" and the like.
 std::string verdictWords(const FamilyRow& row);

@@ -34,43 +34,79 @@ TEST(ComparisonViewTest, RunsStandSideBySide) {
     std::vector<ComparedRun> runs{run("impl_1", "1", {fmax(54.25), slack(-3.5)}),
                                   run("impl_2", "7", {fmax(60)})};
     runs[1].isStale = true;
-    EXPECT_EQ(shell::comparisonTable(runs, 0), "Run              impl_1       impl_2\n"
-                                               "Status             done  done, stale\n"
-                                               "Strategy        Default      Default\n"
-                                               "Synthesis       synth_1      synth_1\n"
-                                               "Fmax MHz          54.25           60\n"
-                                               "Worst slack ns     -3.5            -\n"
-                                               "\n"
-                                               "Options that differ  impl_1  impl_2\n"
-                                               "place.seed                1       7\n");
+    EXPECT_EQ(shell::comparisonTable(runs, 0, true), "Run              impl_1       impl_2\n"
+                                                     "Status             done  done, stale\n"
+                                                     "Strategy        Default      Default\n"
+                                                     "Synthesis       synth_1      synth_1\n"
+                                                     "Fmax MHz          54.25           60\n"
+                                                     "Worst slack ns     -3.5            -\n"
+                                                     "\n"
+                                                     "Options that differ  impl_1  impl_2\n"
+                                                     "place.seed                1       7\n");
 }
 
 TEST(ComparisonViewTest, WhatDoesNotFitFollowsBelow) {
     const std::vector<ComparedRun> runs{run("impl_1", "1", {fmax(50)}),
                                         run("impl_2", "1", {fmax(60)})};
-    EXPECT_EQ(shell::comparisonTable(runs, 20), "Run         impl_1\n"
-                                                "Status        done\n"
-                                                "Strategy   Default\n"
-                                                "Synthesis  synth_1\n"
-                                                "Fmax MHz        50\n"
-                                                "\n"
-                                                "Run         impl_2\n"
-                                                "Status        done\n"
-                                                "Strategy   Default\n"
-                                                "Synthesis  synth_1\n"
-                                                "Fmax MHz        60\n"
-                                                "\n"
-                                                "The runs don't differ in their options.\n");
-    EXPECT_EQ(shell::comparisonTable(runs, 27), shell::comparisonTable(runs, 0));
-    EXPECT_EQ(shell::comparisonTable(runs, 26), shell::comparisonTable(runs, 20));
-    EXPECT_EQ(shell::comparisonTable(runs, 1), shell::comparisonTable(runs, 20));
+    EXPECT_EQ(shell::comparisonTable(runs, 20, true), "Run         impl_1\n"
+                                                      "Status        done\n"
+                                                      "Strategy   Default\n"
+                                                      "Synthesis  synth_1\n"
+                                                      "Fmax MHz        50\n"
+                                                      "\n"
+                                                      "Run         impl_2\n"
+                                                      "Status        done\n"
+                                                      "Strategy   Default\n"
+                                                      "Synthesis  synth_1\n"
+                                                      "Fmax MHz        60\n"
+                                                      "\n"
+                                                      "The runs don't differ in their options.\n");
+    EXPECT_EQ(shell::comparisonTable(runs, 27, true), shell::comparisonTable(runs, 0, true));
+    EXPECT_EQ(shell::comparisonTable(runs, 26, true), shell::comparisonTable(runs, 20, true));
+    EXPECT_EQ(shell::comparisonTable(runs, 1, true), shell::comparisonTable(runs, 20, true));
 }
 
 TEST(ComparisonViewTest, OneRunHasNoDifferences) {
-    EXPECT_EQ(shell::comparisonTable({run("impl_1", "1", {})}, 0), "Run         impl_1\n"
-                                                                   "Status        done\n"
-                                                                   "Strategy   Default\n"
-                                                                   "Synthesis  synth_1\n");
+    EXPECT_EQ(shell::comparisonTable({run("impl_1", "1", {})}, 0, true), "Run         impl_1\n"
+                                                                         "Status        done\n"
+                                                                         "Strategy   Default\n"
+                                                                         "Synthesis  synth_1\n");
+}
+
+TEST(ComparisonViewTest, FiguresThatAreTheSameInAllRunsAreCountedAlone) {
+    const Figure pins{"pins", "Pins", 12, "", Figure::kNeither};
+    const Figure rams{"rams", "RAMs", 2, "", Figure::kLower};
+    std::vector<ComparedRun> runs{run("impl_1", "1", {pins, fmax(50), rams}),
+                                  run("impl_2", "1", {pins, fmax(60), rams})};
+    const std::string head = "Run         impl_1   impl_2\n"
+                             "Status        done     done\n"
+                             "Strategy   Default  Default\n"
+                             "Synthesis  synth_1  synth_1\n"
+                             "Fmax MHz        50       60\n";
+    const std::string tail = "\nThe runs don't differ in their options.\n";
+    EXPECT_EQ(shell::comparisonTable(runs, 0, false),
+              head + "2 more figures are the same in all of these runs: --all shows them.\n" +
+                  tail);
+    runs[1].figures.pop_back();
+    EXPECT_EQ(shell::comparisonTable(runs, 0, false),
+              head +
+                  "RAMs             2        -\n"
+                  "1 more figure is the same in all of these runs: --all shows it.\n" +
+                  tail);
+}
+
+TEST(ComparisonViewTest, ARunByItselfShowsAllFigures) {
+    const std::vector<ComparedRun> runs{run("impl_1", "1", {fmax(50)})};
+    EXPECT_EQ(shell::comparisonTable(runs, 0, false), shell::comparisonTable(runs, 0, true));
+}
+
+TEST(ComparisonViewTest, TheShortVerdictCountsTheRunsThatMissTheirClocks) {
+    const std::vector<ComparedRun> runs{run("a", "1", {fmax(54), slack(-3.5)}),
+                                        run("b", "2", {fmax(60), slack(1)})};
+    const std::vector<shell::Goal> goals = shell::readGoals("fmax", runs);
+    EXPECT_EQ(shell::shortVerdict(shell::judge(runs, goals), goals),
+              "Goal highest Fmax: b is best (Fmax 60 MHz); next is a (Fmax 54 MHz). "
+              "1 of 2 runs miss the goal of their clocks.");
 }
 
 TEST(ComparisonViewTest, TheVerdictTellsWhy) {

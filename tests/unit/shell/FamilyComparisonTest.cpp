@@ -41,9 +41,9 @@ protected:
             m_runs.push_back(seededRun(name, ++seed, value));
     }
     std::vector<ComparedFamily> families() const { return familiesOf(m_runs); }
-    std::string text() const {
+    std::string text(bool isWhole = true) const {
         const auto all = families();
-        return familyTables(all, compareFamilies(all, {}), {});
+        return familyTables(all, compareFamilies(all, {}), {}, isWhole);
     }
 
     std::vector<ComparedRun> m_runs;
@@ -92,6 +92,30 @@ TEST_F(FamilyComparisonTest, TheOtherIsJudgedAgainstTheFirst) {
     EXPECT_TRUE(pairs[0].rows[0].verdict.isPaired);
     EXPECT_EQ(pairs[0].rows[0].base.median, 52.5);
     EXPECT_EQ(pairs[0].rows[0].other.median, 56.5);
+}
+
+TEST_F(FamilyComparisonTest, FiguresThatAreTheSameInBothFamiliesAreCountedAlone) {
+    addFamily("a", {48, 58, 51, 52, 64, 53});
+    addFamily("b", {50, 61, 55, 53, 70, 58});
+    const std::string whole = text(true);
+    const std::string row =
+        "LUTs      38                     38                    no real difference\n";
+    std::string expected = whole;
+    expected.replace(expected.find(row), row.size(),
+                     "1 more figure is the same in all of these runs: --all shows it.\n");
+    EXPECT_EQ(text(false), expected);
+    m_runs.back().figures[1].value = 39;
+    EXPECT_NE(text(false).find("LUTs "), std::string::npos);
+}
+
+TEST_F(FamilyComparisonTest, TheVerdictsOfOneFigureAreALineAPair) {
+    addFamily("a", {48, 58, 51, 52, 64, 53});
+    addFamily("b", {50, 61, 55, 53, 70, 58});
+    addFamily("c", {48, 58, 51, 52, 64, 53});
+    const auto all = families();
+    const std::vector<std::string> lines = pairVerdicts(compareFamilies(all, {}), "luts");
+    ASSERT_EQ(lines.size(), 2U);
+    EXPECT_EQ(lines[1], "LUTs of c against a: no real difference");
 }
 
 TEST_F(FamilyComparisonTest, TheTableTellsMediansQuartilesAndVerdicts) {
