@@ -10,6 +10,7 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/OpenStats.h"
+#include "workbench/history/History.h"
 #include "workbench/ice40/metrics.h"
 
 namespace shell {
@@ -52,6 +53,8 @@ void BoardFeed::readAll_() {
         m_places[run->getName()] = m_rows.size();
         m_rows.push_back(plainRow(*run));
     }
+    // Those that ended while nobody looked.
+    workbench::rememberEnds(m_live.project(), m_runs);
 }
 
 std::set<std::size_t> BoardFeed::due_(const Board& board) {
@@ -76,8 +79,10 @@ void BoardFeed::look_(HAXPExpRun& run, std::size_t place) {
     const bool wasAtWork = run.isAtWork();
     run.updateRun();
     run.lookForLifeNowAndThen();
-    if (wasAtWork && !run.isAtWork())
+    if (wasAtWork && !run.isAtWork()) {
+        workbench::rememberEnds(m_live.project(), {&run});
         m_live.forgetTimes();
+    }
     BoardRow row = plainRow(run);
     if (isRunning(run)) {
         const RunProgress progress = m_live.progress().look(run);

@@ -137,6 +137,8 @@ std::string headText(const Board& board) {
                     board.getRows().size(), board.getRows().size() == 1 ? "" : "s",
                     count({"running", "unknown"}), count({"queued"}), count({"done"}),
                     count({"failed", "lost", "stopped"}));
+    if (const auto abandoned = count({"abandoned"}); abandoned > 0)
+        text += fmt::format(", abandoned {}", abandoned);
     if (board.getTimeLeft())
         text += fmt::format(", {} left", workbench::durationText(*board.getTimeLeft()));
     if (board.getSort() != BoardSort::kProject || board.isReversed())

@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
 #include <algorithm>
+#include <cstdio>
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
@@ -8,6 +9,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "environment/errors/HEXAll.h"
 #include "shell/exitStatus.h"
 #include "shell/jsonOutput.h"
 #include "shell/knownNames.h"
@@ -19,6 +21,7 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
 #include "workbench/fileFingerprint.h"
+#include "workbench/history/History.h"
 
 namespace shell {
 
@@ -64,10 +67,32 @@ public:
             note("The project has no runs. Make one: xp create synth_1 --flow synth");
         else
             note("No run is like that. \"xp ls\" shows all.");
+        std::fflush(stdout);
+        rememberEnds_(*project);
         return kExitDone;
     }
 
 private:
+    /// A night's launches that nobody waited for reach the history through who looks first.
+    static void rememberEnds_(const Project& overview) {
+        const std::vector<HAXPExpRun*> ended = workbench::notYetRemembered(overview.getRuns());
+        if (ended.empty())
+            return;
+        try {
+            // The figures of reports are remembered too, and an overview comes without reports.
+            const auto project = Project::open(overview.getDir(), Project::kRead);
+            std::vector<HAXPExpRun*> runs;
+            for (const HAXPExpRun* run : ended) {
+                if (HAXPExpRun* same = project->findRun(run->getName()))
+                    runs.push_back(same);
+            }
+            workbench::rememberEnds(*project, runs);
+        } catch (const HEXAll&) {
+            // The list is told; the next one who looks will say what is wrong.
+            return;
+        }
+    }
+
     std::vector<ListedRun> chosen_(const Project& project) const {
         for (const std::string& family : m_families)
             requireFamily(project, family);

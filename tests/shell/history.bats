@@ -36,6 +36,19 @@ launch_count() {
   [ "$(wc -l <$run_dir/.launches.jsonl)" = 1 ]
 }
 
+@test "a launch that nobody waited for is remembered by a list of the runs" {
+  new_quick_project
+  "$xp" -C proj launch
+  cp "$run_dir/.launches.jsonl" launches
+  rm -r "$run_dir/.launches.jsonl" proj/.xperiment
+  run -0 --separate-stderr "$xp" -C proj ls
+  [ -z "$stderr" ]
+  # With the figures of the reports, as the launch itself wrote it.
+  cmp launches "$run_dir/.launches.jsonl"
+  "$xp" -C proj ls
+  cmp launches "$run_dir/.launches.jsonl"
+}
+
 @test "the history tells what changed since the launch before" {
   new_quick_project
   "$xp" -C proj launch

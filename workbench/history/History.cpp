@@ -3,10 +3,12 @@
 #include "workbench/history/History.h"
 
 #include <algorithm>
+#include <iterator>
 #include <set>
 #include <utility>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <SQLiteCpp/SQLiteCpp.h>
 
@@ -116,9 +118,7 @@ bool recordLaunch(const Project& project, HAXPExpRun& run) {
 
 void rememberEnds(const Project& project, const std::vector<HAXPExpRun*>& runs) {
     const long end = process::clock().nowMs() + kCourtesyMs;
-    for (HAXPExpRun* run : runs) {
-        if (run->getDir().empty() || !hasEnded(*run) || isRemembered(*run))
-            continue;
+    for (HAXPExpRun* run : notYetRemembered(runs)) {
         try {
             recordLaunch(project, *run);
         } catch (const HEXUserException&) {
@@ -127,6 +127,15 @@ void rememberEnds(const Project& project, const std::vector<HAXPExpRun*>& runs) 
         if (process::clock().nowMs() >= end)
             return;
     }
+}
+
+std::vector<HAXPExpRun*> notYetRemembered(const std::vector<HAXPExpRun*>& runs) {
+    std::vector<HAXPExpRun*> found;
+    std::copy_if(runs.begin(), runs.end(), std::back_inserter(found), [](const HAXPExpRun* run) {
+        return !run->getDir().empty() && hasEnded(*run) && !isRemembered(*run) &&
+               ::access(run->getDir().c_str(), W_OK) == 0;
+    });
+    return found;
 }
 
 void rememberBefore(const Project& project, HAXPExpRun& run) {

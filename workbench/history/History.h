@@ -25,6 +25,10 @@ WORKBENCH_API bool recordLaunch(const Project& project, HAXPExpRun& run);
 /// to the next one who comes, and says nothing of what can't be written.
 WORKBENCH_API void rememberEnds(const Project& project, const std::vector<HAXPExpRun*>& runs);
 
+/// Those of `runs` that rememberEnds() would remember: they have ended, aren't remembered for
+/// certain, and their directory can be written. Two calls of stat() a run.
+WORKBENCH_API std::vector<HAXPExpRun*> notYetRemembered(const std::vector<HAXPExpRun*>& runs);
+
 /// recordLaunch() before something clears the run; what can't be written is told by a message.
 WORKBENCH_API void rememberBefore(const Project& project, HAXPExpRun& run);
 

@@ -13,6 +13,8 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
+#include "workbench/history/History.h"
+#include "workbench/launchLease.h"
 #include "workbench/openFlows.h"
 
 namespace {
@@ -73,6 +75,19 @@ TEST_F(BoardFeedTest, ListsEveryRunAndLooksAtFew) {
     EXPECT_EQ(row(7).status, "not started");
     EXPECT_LE(m_feed->lookedAt(), kHeight + shell::BoardFeed::kOthers);
     EXPECT_EQ(m_board.getTimeLeft(), std::nullopt);
+}
+
+TEST_F(BoardFeedTest, RemembersALaunchWhoseEndItSees) {
+    work("synth_50");
+    workbench::writeLease(m_project->getRunsDir() + "/synth_50/" + workbench::kLeaseName,
+                          workbench::makeLease());
+    update();
+    EXPECT_TRUE(workbench::History(*m_project).launches().empty());
+    m_bench.folder().mark("proj/runs/synth_50/.ice40_synth.end.rst", "");
+    m_lock.reset();
+    update();
+    EXPECT_EQ(row(50).status, "done");
+    EXPECT_EQ(workbench::History(*m_project).launches("synth_50").size(), 1U);
 }
 
 TEST_F(BoardFeedTest, LooksAtARunAtWorkThoughItIsNotOnTheScreen) {

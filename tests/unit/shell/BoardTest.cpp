@@ -219,6 +219,17 @@ protected:
     }
 };
 
+TEST_F(BoardViewTest, CountsAbandonedRunsWhereThereAreAny) {
+    setWorking();
+    std::vector<BoardRow> rows = m_board.getRows();
+    rows.push_back(rows.front());
+    rows.back().name = "impl_2";
+    rows.back().status = "abandoned";
+    m_board.setRows(rows);
+    EXPECT_EQ(draw(120, 6).front(), "blinky: 3 runs, running 1, waiting 0, done 1, failed 0, "
+                                    "abandoned 1, 4:10 left");
+}
+
 TEST_F(BoardViewTest, ShowsCountsRowsAndKeys) {
     setWorking();
     press(BoardKey::kDown);

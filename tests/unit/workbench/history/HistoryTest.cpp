@@ -137,6 +137,14 @@ TEST_F(HistoryTest, IsToldByWhoeverSeesTheEndOfALaunch) {
     EXPECT_EQ(ids(History(project()).launches()), (Ids{"impl_1/l1", "impl_1/l2"}));
 }
 
+TEST_F(HistoryTest, KnowsWhichEndsAreNotYetRemembered) {
+    EXPECT_TRUE(workbench::notYetRemembered(project().getRuns()).empty());
+    m_world.finish(run(), "l1", kLaunch);
+    EXPECT_EQ(workbench::notYetRemembered(project().getRuns()), std::vector<HAXPExpRun*>{&run()});
+    workbench::rememberEnds(project(), project().getRuns());
+    EXPECT_EQ(ids(History(project()).launches()), Ids{"impl_1/l1"});
+}
+
 TEST_F(HistoryTest, IsLeftAloneByWhoeverMayNotWriteIt) {
     m_world.finish(run(), "l1", kLaunch);
     HUTFile(run().pathOf(workbench::kLaunchesName)).mkDir();
