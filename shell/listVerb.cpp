@@ -1,7 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
 #include <algorithm>
-#include <cstdio>
 
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
@@ -67,7 +66,7 @@ public:
             note("The project has no runs. Make one: xp create synth_1 --flow synth");
         else
             note("No run is like that. \"xp ls\" shows all.");
-        std::fflush(stdout);
+        flushOutput();
         rememberEnds_(*project);
         return kExitDone;
     }

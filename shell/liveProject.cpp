@@ -10,6 +10,7 @@
 namespace shell {
 
 LiveProject::LiveProject(const std::string& dir) : m_lookedMs(process::clock().nowMs()) {
+    m_signs = projectSigns(Project::findDir(dir));
     m_project = Project::open(dir, Project::kRead);
     m_times = std::make_unique<StepTimes>(*m_project);
     m_progress = std::make_unique<LaunchProgress>(*m_project, m_times->function());

@@ -40,8 +40,7 @@ private:
     std::string signs_() const;
     void take_(std::unique_ptr<Project> project);
 
-    /// Of the project before it was read. Of the first reading they aren't known: the first
-    /// look reads anew.
+    /// Of the project before it was read.
     std::string m_signs;
     long m_lookedMs;
     std::unique_ptr<Project> m_project;

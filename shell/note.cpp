@@ -2,7 +2,9 @@
 // Copyright the Xperiment authors
 #include "shell/note.h"
 
+#include <cerrno>
 #include <cstdio>
+#include <system_error>
 
 #include "environment/messages/ComMsgMgrInstance.h"
 #include "shell/terminal.h"
@@ -47,6 +49,12 @@ NoteSink::~NoteSink() = default;
 void NoteSink::receive(const ComMsgMgrInstance& message, const ComMsgMgrOrigin& origin) {
     if (!s_isQuiet || message.getMask() >= ComMsgMgr::kWarning)
         ComMsgMgrTerminalSink::receive(message, origin);
+}
+
+void flushOutput() {
+    errno = 0;
+    if (std::fflush(stdout) != 0 || std::ferror(stdout) != 0)
+        throw std::system_error(errno, std::generic_category(), "standard output");
 }
 
 }  // namespace shell

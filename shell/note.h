@@ -37,4 +37,8 @@ public:
     void receive(const ComMsgMgrInstance& message, const ComMsgMgrOrigin& origin) override;
 };
 
+/// Brings out what was printed so far, for who has more to do behind it. @throws
+/// std::system_error it can't be written; runCommandLine() knows what to say.
+void flushOutput();
+
 }  // namespace shell

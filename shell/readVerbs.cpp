@@ -1,7 +1,5 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
-#include <cstdio>
-
 #include <CLI/App.hpp>
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
@@ -43,7 +41,7 @@ public:
                  "synth");
         else
             printStatus_(*project, runs);
-        std::fflush(stdout);
+        flushOutput();
         workbench::rememberEnds(*project, runs);
         return kExitDone;
     }
@@ -51,7 +49,7 @@ public:
 private:
     static void printStatus_(const Project& project, const std::vector<HAXPExpRun*>& runs) {
         fmt::print("{}", statusTable(project, runs));
-        std::fflush(stdout);
+        flushOutput();
         for (const HAXPExpRun* run : runs) {
             if (!adviceFor(*run).empty())
                 note("{}", adviceFor(*run));

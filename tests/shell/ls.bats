@@ -80,7 +80,7 @@ names() {
   # Where the signal is ignored, too.
   run -0 --separate-stderr python3 - "$xp" <<'PY'
 import subprocess, sys
-for words in (['ls'], ['help']):
+for words in (['ls'], ['status'], ['help']):
     xp = subprocess.Popen([sys.argv[1]] + words, stdout=subprocess.PIPE, stderr=subprocess.PIPE,
                           restore_signals=False)
     xp.stdout.close()
