@@ -9,7 +9,8 @@ set -eu
 
 build="g++ cmake ninja-build ccache pkg-config python3 libboost-dev libboost-filesystem-dev
   libboost-regex-dev libboost-random-dev libxml2-dev tcl8.6-dev libfmt-dev libcli11-dev
-  nlohmann-json3-dev libsimdjson-dev libsqlitecpp-dev libsqlite3-dev libcpp-httplib-dev libncurses-dev
+  nlohmann-json3-dev libsimdjson-dev libsqlitecpp-dev libsqlite3-dev libcpp-httplib-dev
+  libncurses-dev
   yosys nextpnr-ice40 fpga-icestorm fpga-icestorm-chipdb"
 test="libgtest-dev libgmock-dev iverilog bats libxml2-utils strace util-linux procps busybox
   wine wine64 libvalijson-dev zsh fish man-db groff-base bsdextrautils bsdutils tmux
