@@ -40,7 +40,7 @@ launch_count() {
   new_quick_project
   "$xp" -C proj launch
   cp "$run_dir/.launches.jsonl" launches
-  rm -r "$run_dir/.launches.jsonl" proj/.xperiment
+  rm "$run_dir/.launches.jsonl"
   run -0 --separate-stderr "$xp" -C proj ls
   [ -z "$stderr" ]
   # With the figures of the reports, as the launch itself wrote it.
