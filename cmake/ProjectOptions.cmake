@@ -5,7 +5,9 @@ include(GenerateExportHeader)
 
 find_program(XPERIMENT_CCACHE ccache)
 if(XPERIMENT_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  set(CMAKE_CXX_COMPILER_LAUNCHER ${XPERIMENT_CCACHE})
+  # It takes a precompiled header for what its file holds, not for when it was made.
+  set(CMAKE_CXX_COMPILER_LAUNCHER
+    ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${XPERIMENT_CCACHE})
 endif()
 
 add_library(project_options INTERFACE)
@@ -25,6 +27,17 @@ endif()
 if(CMAKE_BUILD_TYPE STREQUAL "Debug")
   add_compile_definitions(_GLIBCXX_ASSERTIONS)
 endif()
+
+# xperiment_precompile(<target> <header>...)
+# Headers of other libraries that most sources of the target include are read once. Each source
+# still includes what it uses: a build without XPERIMENT_PRECOMPILE shows it.
+function(xperiment_precompile target)
+  if(XPERIMENT_PRECOMPILE)
+    target_precompile_headers(${target} PRIVATE ${ARGN})
+    target_compile_options(${target} PRIVATE
+      $<$<CXX_COMPILER_ID:Clang>:SHELL:-Xclang -fno-pch-timestamp>)
+  endif()
+endfunction()
 
 # xperiment_library(<target> API <macro> EXPORT_HEADER <tail>)
 # A shared library whose public headers form the file set HEADERS, rooted at
@@ -65,6 +78,15 @@ function(xperiment_program target)
   install(TARGETS ${target} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endfunction()
 
+# xperiment_test_options(<target>)
+# A test runs for a moment: to optimise it takes longer than it saves. What it tests is optimised.
+function(xperiment_test_options target)
+  target_link_libraries(${target} PRIVATE project_options GTest::gmock GTest::gtest_main)
+  if(CMAKE_BUILD_TYPE STREQUAL "Release" OR XPERIMENT_SANITIZE)
+    target_compile_options(${target} PRIVATE -O0)
+  endif()
+endfunction()
+
 # xperiment_test(<name> SOURCES ... [LIBRARIES ...] [LABEL ...] [TIMEOUT seconds])
 # A GoogleTest program; every test of it becomes a CTest test with one label, "unit" by
 # default. "threads" marks tests that use more than one thread: the target threaded_tests
@@ -79,11 +101,10 @@ function(xperiment_test name)
   endif()
   add_executable(${name} ${ARG_SOURCES})
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/shared)
-  target_link_libraries(${name} PRIVATE
-    ${ARG_LIBRARIES} project_options GTest::gmock GTest::gtest_main)
-  # A test runs for a moment: to optimise it takes longer than it saves. What it tests is optimised.
-  if(CMAKE_BUILD_TYPE STREQUAL "Release" OR XPERIMENT_SANITIZE)
-    target_compile_options(${name} PRIVATE -O0)
+  target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES})
+  xperiment_test_options(${name})
+  if(XPERIMENT_PRECOMPILE)
+    target_precompile_headers(${name} REUSE_FROM precompiled_test)
   endif()
   if(ARG_LABEL STREQUAL "threads")
     if(NOT TARGET threaded_tests)

@@ -3,6 +3,7 @@
 #include "shell/runDiff.h"
 
 #include <algorithm>
+#include <charconv>
 #include <memory>
 
 #include <fmt/format.h>
@@ -196,14 +197,21 @@ std::vector<Figure> medianFigures(const std::vector<DiffSide>& sides) {
     return medians;
 }
 
+/// Without the tail that binary numbers leave in the difference of two decimal ones.
+double withoutTail(double value) {
+    const std::string text = fmt::format("{:.9g}", value);
+    std::from_chars(text.data(), text.data() + text.size(), value);
+    return value;
+}
+
 }  // namespace
 
 std::optional<double> FigureDifference::change() const {
-    return first && second ? std::optional<double>(*second - *first) : std::nullopt;
+    return first && second ? std::optional<double>(withoutTail(*second - *first)) : std::nullopt;
 }
 
 std::optional<double> FigureDifference::percent() const {
-    return change() && *first > 0 ? std::optional<double>(*change() / *first * 100) : std::nullopt;
+    return change() && *first > 0 ? std::optional<double>(withoutTail(*change() / *first * 100)) : std::nullopt;
 }
 
 bool RunDiff::isEqual() const {

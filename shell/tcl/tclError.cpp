@@ -11,6 +11,7 @@
 #include "environment/errors/HEXUserException.h"
 #include "environment/errors/HTCErrors.h"
 #include "shell/exitStatus.h"
+#include "shell/tcl/tclAdvice.h"
 #include "shell/tcl/tclValue.h"
 
 namespace shell::tcl {
@@ -108,11 +109,11 @@ void setError(Tcl_Interp* interp) {
     } catch (const HTCErrors::error& error) {
         set(interp, error.what(), error.getErrorCode());
     } catch (const CommandError& error) {
-        set(interp, error.what(), codeText(codeOf(error.status()), {}));
+        set(interp, tclAdvice(error.what()), codeText(codeOf(error.status()), {}));
     } catch (const HEXUserException& error) {
-        set(interp, error.what(), withId(Code::kRefused, error.getMsgId()));
+        set(interp, tclAdvice(error.what()), withId(Code::kRefused, error.getMsgId()));
     } catch (const HEXAll& error) {
-        set(interp, error.what(), withId(Code::kFailed, error.getMsgId()));
+        set(interp, tclAdvice(error.what()), withId(Code::kFailed, error.getMsgId()));
     } catch (const std::exception& error) {
         set(interp, fmt::format("{}. This should not happen; please report it.", error.what()),
             codeText(Code::kInternal, {}));

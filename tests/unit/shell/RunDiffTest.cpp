@@ -123,6 +123,13 @@ TEST_F(RunDiffTest, AFigureThatOneLacksHasNoChange) {
     EXPECT_EQ(text(), "Figures   a   b  Change\nFmax MHz  50  -  -\n");
 }
 
+TEST_F(RunDiffTest, AChangeOfDecimalFiguresIsDecimal) {
+    m_first.figures[0].value = 157.406;
+    m_second.figures[0].value = 149.813;
+    EXPECT_EQ(diff().figures[0].change(), -7.593);
+    EXPECT_EQ(diff().figures[0].percent(), -4.82383137);
+}
+
 TEST_F(RunDiffTest, OfWhatIsBelowZeroNoPartIsTold) {
     m_first.figures[0].value = -2;
     EXPECT_EQ(diff().figures[0].percent(), std::nullopt);
