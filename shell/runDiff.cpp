@@ -211,7 +211,8 @@ std::optional<double> FigureDifference::change() const {
 }
 
 std::optional<double> FigureDifference::percent() const {
-    return change() && *first > 0 ? std::optional<double>(withoutTail(*change() / *first * 100)) : std::nullopt;
+    return change() && *first > 0 ? std::optional<double>(withoutTail(*change() / *first * 100))
+                                  : std::nullopt;
 }
 
 bool RunDiff::isEqual() const {
