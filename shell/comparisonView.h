@@ -21,7 +21,8 @@ std::string figureText(const reports::Figure* figure);
 /// Unless it `isWhole`, figures that are the same in all of several runs are counted alone.
 std::string comparisonTable(const std::vector<ComparedRun>& runs, int width, bool isWhole);
 
-/// The line that tells how many figures a table leaves out, since all have the same; empty for none.
+/// The line that tells how many figures a table leaves out, since all have the same; empty for
+/// none.
 std::string sameFiguresLine(std::size_t count);
 
 /// The first line of verdictLines(), and how many runs miss the goal of their clocks.
