@@ -71,9 +71,33 @@ std::vector<std::string> splitLines(const std::string& text) {
     return lines;
 }
 
+/// How much of the end of a file most likely holds `count` lines.
+off_t firstLength(std::size_t count) {
+    constexpr off_t kLeast = 4096;
+    constexpr std::size_t kLineLength = 128;
+    if (count == 0)
+        return kMost;
+    return count > kBlock / kLineLength ? kBlock
+                                        : std::max(kLeast, static_cast<off_t>(count * kLineLength));
+}
+
 /// Whether `text` holds the ends of more than `count` lines.
 bool hasLines(const std::string& text, std::size_t count) {
     return static_cast<std::size_t>(std::count(text.begin(), text.end(), '\n')) > count;
+}
+
+/// How many bytes at the end of `text` begin a character of UTF-8 that goes on behind it.
+std::size_t begunAtEnd(const std::string& text) {
+    constexpr std::size_t kLongest = 4;
+    for (std::size_t size = 1; size < kLongest && size <= text.size(); ++size) {
+        const auto byte = static_cast<unsigned char>(text[text.size() - size]);
+        const std::size_t whole = byte >= 0xF0 ? 4 : byte >= 0xE0 ? 3 : byte >= 0xC0 ? 2 : 1;
+        if (whole > 1)
+            return size < whole ? size : 0;
+        if (byte < 0x80)
+            return 0;
+    }
+    return 0;
 }
 
 std::string trimmed(const std::string& text) {
@@ -108,7 +132,7 @@ std::vector<std::string> lastLines(const std::string& path, std::size_t count,
     const off_t size = file.size();
     const off_t least = std::max<off_t>(0, size - kMost);
     // Twice as much each time: a long log is read about twice, not once a block.
-    off_t length = count == 0 ? kMost : kBlock;
+    off_t length = firstLength(count);
     std::string text = file.read(std::max(least, size - length), size);
     while (size - length > least && !hasLines(text, count)) {
         length *= 2;
@@ -118,6 +142,29 @@ std::vector<std::string> lastLines(const std::string& path, std::size_t count,
     if (count != 0 && lines.size() > count)
         lines.erase(lines.begin(), lines.end() - static_cast<std::ptrdiff_t>(count));
     return lines;
+}
+
+void readPieces(const std::string& path, const std::function<void(const std::string&)>& take,
+                std::string& reason) {
+    const ReadFile file(path);
+    if (!file.isOpen()) {
+        reason = std::strerror(errno);
+        return;
+    }
+    const off_t size = file.size();
+    for (off_t at = 0; at < size;) {
+        const off_t end = std::min(size, at + kBlock);
+        std::string piece = file.read(at, end);
+        // Less when it became shorter meanwhile.
+        const bool isLast = end == size || static_cast<off_t>(piece.size()) < end - at;
+        if (!isLast)
+            piece.resize(piece.size() - begunAtEnd(piece));
+        if (!piece.empty())
+            take(piece);
+        if (isLast)
+            return;
+        at += static_cast<off_t>(piece.size());
+    }
 }
 
 std::vector<std::string> failureLines(const std::vector<std::string>& lines, std::size_t count) {

@@ -78,18 +78,37 @@ public:
                                            "with: xp launch {}",
                                            m_name, m_name));
         std::string reason;
-        const std::vector<std::string> lines = lastLines(path, m_lines, reason);
+        if (m_lines == 0)
+            printWhole_(path, reason);
+        else
+            printEnd_(path, reason);
         if (!reason.empty())
             throw CommandError(kExitRefused,
                                fmt::format("The log {} can't be read: {}. Launch the run to make "
                                            "it.",
                                            path, reason));
-        for (const std::string& line : lines)
-            fmt::print("{}\n", workbench::printableLines(line));
         return kExitDone;
     }
 
 private:
+    static void printWhole_(const std::string& path, std::string& reason) {
+        char last = '\n';
+        readPieces(
+            path,
+            [&last](const std::string& piece) {
+                fmt::print("{}", workbench::printableLines(piece));
+                last = piece.back();
+            },
+            reason);
+        if (last != '\n')
+            fmt::print("\n");
+    }
+
+    void printEnd_(const std::string& path, std::string& reason) const {
+        for (const std::string& line : lastLines(path, m_lines, reason))
+            fmt::print("{}\n", workbench::printableLines(line));
+    }
+
     std::string m_name;
     std::size_t m_lines = 0;
 };

@@ -27,8 +27,15 @@ constexpr Range kHidden[] = {
     {0xFEFF, 0xFEFF}, {0xFFA0, 0xFFA0}, {0xFFF0, 0xFFFB}, {0xFFFD, 0xFFFF}, {0xE0000, 0x10FFFF}};
 
 bool isHidden(wchar_t c) {
-    return std::any_of(std::begin(kHidden), std::end(kHidden),
-                       [c](const Range& range) { return range.first <= c && c <= range.last; });
+    const auto* range =
+        std::lower_bound(std::begin(kHidden), std::end(kHidden), c,
+                         [](const Range& one, wchar_t value) { return one.last < value; });
+    return range != std::end(kHidden) && range->first <= c;
+}
+
+/// What stays as it is and is a character of its own.
+bool isPlain(char c, bool keepsLines) {
+    return (c >= ' ' && c <= '~') || (keepsLines && (c == '\n' || c == '\t'));
 }
 
 std::string escaped(wchar_t c) {
@@ -45,13 +52,31 @@ std::string escaped(wchar_t c) {
     }
 }
 
-std::string printable(const std::string& text, const std::wstring& kept) {
-    std::string shown;
+void appendEscaped(const std::string& text, std::string& shown) {
+    std::wstring visible;
     for (const wchar_t c : HI18N::convert(text)) {
-        if (isHidden(c) && kept.find(c) == std::wstring::npos)
-            shown += escaped(c);
-        else
-            shown += HI18N::convert(std::wstring(1, c));
+        if (!isHidden(c)) {
+            visible += c;
+            continue;
+        }
+        shown += HI18N::convert(visible);
+        visible.clear();
+        shown += escaped(c);
+    }
+    shown += HI18N::convert(visible);
+}
+
+/// Most of a text is plain, and is taken in whole stretches.
+std::string printable(const std::string& text, bool keepsLines) {
+    std::string shown;
+    shown.reserve(text.size());
+    const auto plain = [keepsLines](char c) { return isPlain(c, keepsLines); };
+    for (auto at = text.begin(); at != text.end();) {
+        const auto other = std::find_if_not(at, text.end(), plain);
+        shown.append(at, other);
+        at = std::find_if(other, text.end(), plain);
+        if (at != other)
+            appendEscaped({other, at}, shown);
     }
     return shown;
 }
@@ -59,11 +84,11 @@ std::string printable(const std::string& text, const std::wstring& kept) {
 }  // namespace
 
 std::string printable(const std::string& text) {
-    return printable(text, {});
+    return printable(text, false);
 }
 
 std::string printableLines(const std::string& text) {
-    return printable(text, L"\n\t");
+    return printable(text, true);
 }
 
 }  // namespace workbench

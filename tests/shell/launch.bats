@@ -229,6 +229,23 @@ change_design() { sed -i 's/STEP = 1500000/STEP = 750000/' blinky.v; }
   [ "$output" = "$(tail -n 3 "$project/runs/synth_1/runme.log")" ]
 }
 
+@test "a log of any length is told whole, byte for byte" {
+  new_project_with_runs
+  "$xp" -C proj launch synth_1
+  log="$project/runs/synth_1/runme.log"
+  # Lines of 1 to 4 bytes a character, none as long as a power of two; and one of 20 MB.
+  yes $'\tInfo: the größte 日本 \U1F600 cell, 100 % of it' | head -n 900000 >>"$log"
+  { head -c 20000000 /dev/zero | tr '\0' x; echo; } >>"$log"
+  [ "$(stat -c %s "$log")" -gt 67108864 ]
+  "$xp" -C proj log synth_1 | cmp - "$log"
+  "$xp" -C proj log synth_1 --lines 2 | cmp - <(tail -n 2 "$log")
+  # What a terminal would obey isn't told, and a last line gets its end.
+  printf 'a\e[31mb\rc\377d' >>"$log"
+  run -0 --separate-stderr "$xp" -C proj log synth_1 --lines 1
+  [ "$output" = 'a\x1b[31mb\rc\u{fffd}d' ]
+  "$xp" -C proj log synth_1 | tail -n 1 | cmp - <(printf '%s\n' "$output")
+}
+
 @test "a run that begins anew has a log of its own" {
   new_project_with_runs
   "$xp" -C proj launch synth_1

@@ -20,6 +20,22 @@ protected:
         return shell::lastLines(m_dir.path("log"), count, m_reason);
     }
 
+    Lines piecesOf(const std::string& content) {
+        m_dir.mark("log", content);
+        Lines pieces;
+        shell::readPieces(
+            m_dir.path("log"), [&pieces](const std::string& piece) { pieces.push_back(piece); },
+            m_reason);
+        return pieces;
+    }
+
+    static std::string joined(const Lines& pieces) {
+        std::string all;
+        for (const std::string& piece : pieces)
+            all += piece;
+        return all;
+    }
+
     test::RunDir m_dir;
     std::string m_reason;
 };
@@ -62,6 +78,35 @@ TEST_F(LogTailTest, ReadsBackOverManyBlocks) {
 TEST_F(LogTailTest, SaysWhyAFileCanNotBeRead) {
     EXPECT_EQ(shell::lastLines(m_dir.path("gone"), 3, m_reason), Lines{});
     EXPECT_EQ(m_reason, "No such file or directory");
+    m_reason.clear();
+    shell::readPieces(
+        m_dir.path("gone"), [](const std::string&) { FAIL(); }, m_reason);
+    EXPECT_EQ(m_reason, "No such file or directory");
+}
+
+/// Characters of one to four bytes, at every place of a piece's end.
+TEST_F(LogTailTest, HandsOverPiecesOfWholeCharacters) {
+    constexpr int kSpan = 200000;
+    for (const std::string text : {"a", "\xC3\xB6", "\xE6\x97\xA5", "\xF0\x9F\x98\x80"}) {
+        for (std::size_t shift = 0; shift < text.size(); ++shift) {
+            std::string content(shift, '-');
+            for (int i = 0; i < kSpan; ++i)
+                content += text;
+            const Lines pieces = piecesOf(content);
+            EXPECT_GT(pieces.size(), 1U);
+            for (const std::string& piece : pieces)
+                EXPECT_EQ((piece.size() - (&piece == &pieces.front() ? shift : 0)) % text.size(),
+                          0U);
+            EXPECT_EQ(joined(pieces), content);
+        }
+    }
+}
+
+TEST_F(LogTailTest, HandsOverWhatIsNoText) {
+    const std::string content = std::string(70000, '\xFF') + std::string(70000, '\x80') +
+                                std::string(70000, '\0') + "\xF0\x9F";
+    EXPECT_EQ(joined(piecesOf(content)), content);
+    EXPECT_EQ(piecesOf(""), Lines{});
 }
 
 TEST(FailureLinesTest, BeginAtTheFirstError) {

@@ -45,4 +45,19 @@ TEST(PrintableTest, KeepsTheLinesOfALongText) {
     EXPECT_EQ(workbench::printableLines("a\n\tb\x1b"), "a\n\tb\\x1b");
 }
 
+TEST(PrintableTest, KeepsWhatStandsBetweenTheEscaped) {
+    EXPECT_EQ(workbench::printable("\xC3\xB6\x1b\xC3\xB6\x1b\x1b\xFFz\xE6\x97"),
+              "\xC3\xB6\\x1b\xC3\xB6\\x1b\\x1b\\u{fffd}z\\u{fffd}\\u{fffd}");
+    EXPECT_EQ(workbench::printableLines("\n\xC3\xB6\n\r\n"), "\n\xC3\xB6\n\\r\n");
+}
+
+/// The first and the last of a range, and their neighbours.
+TEST(PrintableTest, EscapesTheEndsOfARangeAndNotItsNeighbours) {
+    EXPECT_EQ(workbench::printable("\x1f \x7e\x7f\xC2\x9F\xC2\xA0"),
+              "\\x1f \x7e\\x7f\\x9f\xC2\xA0");
+    EXPECT_EQ(workbench::printable("\xE2\x80\x8A\xE2\x80\x8B\xE2\x80\x8F\xE2\x80\x90"),
+              "\xE2\x80\x8A\\u{200b}\\u{200f}\xE2\x80\x90");
+    EXPECT_EQ(workbench::printable("\xF4\x8F\xBF\xBF"), "\\u{10ffff}");
+}
+
 }  // namespace
