@@ -1,8 +1,6 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
-#include <array>
 #include <cstdio>
-#include <ctime>
 #include <optional>
 
 #include <CLI/App.hpp>
@@ -19,6 +17,7 @@
 #include "shell/textTable.h"
 #include "shell/verb.h"
 #include "workbench/Project.h"
+#include "workbench/calendarTime.h"
 #include "workbench/printable.h"
 
 namespace shell {
@@ -27,15 +26,6 @@ namespace {
 
 using workbench::LaunchRecord;
 using workbench::Night;
-
-std::string timeText(long time) {
-    const std::time_t moment = time;
-    std::tm local{};
-    std::array<char, 32> text{};
-    localtime_r(&moment, &local);
-    std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M", &local);
-    return text.data();
-}
 
 std::optional<double> figureOf(const LaunchRecord& record, const char* name) {
     const auto found = record.figures.find(name);
@@ -110,7 +100,8 @@ private:
         constexpr std::size_t kOutcome = 3;
         for (const ListedLaunch& one : listed) {
             const LaunchRecord& record = *one.record;
-            table.addRow({timeText(record.launched), record.run, record.strategy, record.outcome,
+            table.addRow({workbench::localTime(record.launched, "%Y-%m-%d %H:%M"), record.run,
+                          record.strategy, record.outcome,
                           figureText(figureOf(record, "seconds"), 0),
                           figureText(figureOf(record, "fmax"), 1),
                           figureText(figureOf(record, "luts"), 0), changeText(one.changes)});

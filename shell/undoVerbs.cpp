@@ -1,9 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
 // The verbs that remove runs, and take back what cleared them.
-#include <array>
 #include <cstdio>
-#include <ctime>
 #include <iostream>
 
 #include <unistd.h>
@@ -24,6 +22,7 @@
 #include "shell/verb.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
+#include "workbench/calendarTime.h"
 #include "workbench/runStop.h"
 #include "workbench/undo/UndoStore.h"
 
@@ -39,15 +38,6 @@ std::string namesOf(const UndoEntry& entry) {
     for (const workbench::UndoRun& run : entry.runs)
         names.push_back(run.name);
     return fmt::format("{}", fmt::join(names, ", "));
-}
-
-std::string timeText(long time) {
-    const std::time_t moment = time;
-    std::tm local{};
-    std::array<char, 32> text{};
-    localtime_r(&moment, &local);
-    std::strftime(text.data(), text.size(), "%Y-%m-%d %H:%M", &local);
-    return text.data();
 }
 
 class UndoVerb final : public Verb {
@@ -106,7 +96,7 @@ private:
         }
         TextTable table({{"Id"}, {"When"}, {"Verb"}, {"MB", true}, {"Runs"}});
         for (const UndoEntry& entry : entries)
-            table.addRow({entry.id, timeText(entry.time), entry.verb,
+            table.addRow({entry.id, workbench::localTime(entry.time, "%Y-%m-%d %H:%M"), entry.verb,
                           fmt::format("{:.1f}", static_cast<double>(entry.bytes) / (1U << 20U)),
                           namesOf(entry)});
         fmt::print("{}", table.text());

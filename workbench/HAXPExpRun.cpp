@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #include "workbench/HAXPExpRun.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
@@ -13,6 +14,7 @@
 #include "environment/containers/HSTFwdIter.h"
 #include "environment/errors/HEXUserException.h"
 #include "environment/files/HUTFile.h"
+#include "environment/files/diskOps.h"
 #include "environment/messages/ComMsgMgr.h"
 #include "environment/messages/ComMsgMgrInstance.h"
 #include "environment/process/clock.h"
@@ -29,6 +31,7 @@
 #include "runs/base/xpreport/reportConfigUtil.h"
 #include "workbench/DesignInputs.h"
 #include "workbench/OpenRunInfo.h"
+#include "workbench/fileTimes.h"
 #include "workbench/launchLease.h"
 #include "workbench/launchMarks.h"
 #include "workbench/runEvidence.h"
@@ -62,6 +65,14 @@ std::string failMarkerName(const std::string& reportName) {
 }
 
 }  // namespace
+
+/// What the queue marker tells.
+struct HAXPExpRun::Queue {
+    /// A launcher that lives, as far as that can be told, lets the run wait.
+    bool waiting = false;
+    /// Its script may be about to begin.
+    bool queued = false;
+};
 
 /// What one reading of the directory tells.
 struct HAXPExpRun::Poll {
@@ -176,7 +187,8 @@ void HAXPExpRun::publishReports() {
 void HAXPExpRun::updateStatus() {
     const std::string dir = getDir();
     const bool isLaunched = getRunMode() == kLaunched;
-    m_extra->hasWaited = m_extra->hasWaited || (!isLaunched && !dir.empty() && isWaiting_());
+    m_extra->hasWaited =
+        m_extra->hasWaited || (!isLaunched && !dir.empty() && readQueue_().waiting);
     if (dir.empty() || (!isLaunched && !m_extra->hasWaited)) {
         clearStatus_();
         return;
@@ -188,27 +200,26 @@ void HAXPExpRun::updateStatus() {
     Poll poll;
     // Looked for before the lock: the script takes the lock before this marker goes, so
     // that one of the two is seen of a run that is about to begin.
-    const bool waiting = isWaiting_();
-    const bool queued = waiting || isQueued_();
+    const Queue queue = readQueue_();
     readSteps_(dir, poll);
-    poll.waiting = waiting;
-    poll.queued = queued;
+    poll.waiting = queue.waiting;
+    poll.queued = queue.waiting || queue.queued;
     RunLife life = RunLife::kUnknown;
     if (poll.failed == nullptr && poll.missing != nullptr) {
         life = probe_(dir, poll);
         // Whoever just ended wrote its marker before it let the lock go.
         if (life == RunLife::kGone) {
-            const bool changed = poll.changed;
-            const bool reportsChanged = poll.reportsChanged;
-            poll = Poll();
-            poll.waiting = waiting;
-            poll.queued = queued;
-            poll.changed = changed;
-            poll.reportsChanged = reportsChanged;
-            readSteps_(dir, poll);
+            Poll again;
+            again.waiting = poll.waiting;
+            again.queued = poll.queued;
+            again.changed = poll.changed;
+            again.reportsChanged = poll.reportsChanged;
+            readSteps_(dir, again);
+            poll = again;
         }
     }
-    poll.isElsewhere = !worksHere_(poll);
+    // Where one works that has ended tells nothing.
+    poll.isElsewhere = poll.missing != nullptr && !worksHere_(poll);
     const bool isOpen = !poll.waiting && poll.failed == nullptr && poll.missing != nullptr;
     m_extra->signs = isOpen ? signsOf_(poll) : std::string();
     if (m_extra->evidenceFor != m_extra->signs)
@@ -305,7 +316,7 @@ bool HAXPExpRun::resetFrom(const HAXPExpRunStep* first) {
         step->resetReportConfigs();
     }
     // One that waits for this launch stays queued until its script begins.
-    if (!isWaiting_())
+    if (!readQueue_().waiting)
         HUTFile(queueMarkerPath()).rm();
     getInfo().removeAllStaleReasons();
     setLatestStep(nullptr);
@@ -403,39 +414,38 @@ void HAXPExpRun::readSteps_(const std::string& dir, Poll& poll) {
     }
 }
 
-/// Whether a launcher that lives, as far as that can be told, lets the run wait.
-bool HAXPExpRun::isWaiting_() const {
+HAXPExpRun::Queue HAXPExpRun::readQueue_() const {
+    Queue queue;
     workbench::LaunchLease lease;
-    if (!workbench::readLease(queueMarkerPath(), lease) || !lease.isWaiting)
-        return false;
-    const HUTProcessHandle::Life life = workbench::lookAtLauncher(lease);
-    return life == HUTProcessHandle::Life::kAlive || life == HUTProcessHandle::Life::kUnknown;
+    files::Look look;
+    const std::string marker = queueMarkerPath();
+    if (workbench::readLease(marker, lease, look)) {
+        const auto life =
+            lease.isWaiting ? workbench::lookAtLauncher(lease) : HUTProcessHandle::Life::kGone;
+        queue.waiting =
+            life == HUTProcessHandle::Life::kAlive || life == HUTProcessHandle::Life::kUnknown;
+        queue.queued = !lease.isWaiting && isStillToBegin_(lease);
+        return queue;
+    }
+    long made = look.status.st_mtim.tv_sec;
+    const bool isThere = look.isRegular() || (look.error != 0 && look.error != ENOENT &&
+                                              HUTFile::getFileStamp(marker.c_str(), made));
+    // Older than any start takes: whoever made it went away before the script began.
+    queue.queued = isThere && std::time(nullptr) - made <= kLongestStartSec;
+    return queue;
 }
 
-bool HAXPExpRun::isQueued_() const {
-    const std::string marker = queueMarkerPath();
-    long made = 0;
-    if (!HUTFile::getFileStamp(marker.c_str(), made))
+bool HAXPExpRun::isStillToBegin_(const workbench::LaunchLease& lease) const {
+    // A cluster takes its time; whether the job is still there only the queue tells.
+    if (workbench::isOnCluster(lease.way))
+        return true;
+    if (workbench::isAbandoned(getDir(), lease))
         return false;
-    workbench::LaunchLease lease;
-    if (workbench::readLease(marker, lease)) {
-        if (lease.isWaiting)
-            return false;
-        // A cluster takes its time; whether the job is still there only the queue tells.
-        if (workbench::isOnCluster(lease.way))
-            return true;
-        std::string dir;
-        getRunDir(dir);
-        if (workbench::isAbandoned(dir, lease))
-            return false;
-        // By the clock that the lease was made by; that of another host may be an hour off.
-        std::string host;
-        lease.launcher.getHostname(host);
-        return host != process::processTable().hostName() ||
-               std::labs(static_cast<long>(std::time(nullptr)) - lease.time) <= kLongestStartSec;
-    }
-    // Older than any start takes: whoever made it went away before the script began.
-    return std::time(nullptr) - made <= kLongestStartSec;
+    // By the clock that the lease was made by; that of another host may be an hour off.
+    std::string host;
+    lease.launcher.getHostname(host);
+    return host != process::processTable().hostName() ||
+           std::labs(static_cast<long>(std::time(nullptr)) - lease.time) <= kLongestStartSec;
 }
 
 bool HAXPExpRun::worksHere_(const Poll& poll) const {
@@ -495,9 +505,7 @@ bool HAXPExpRun::isStoppedFailure_(const HAXPExpRunStep& failed) const {
     if (::lstat(pathOf(xperiment::stopMarker).c_str(), &stop) != 0 ||
         ::lstat(pathOf(marker).c_str(), &error) != 0)
         return false;
-    return error.st_mtim.tv_sec != stop.st_mtim.tv_sec
-               ? error.st_mtim.tv_sec > stop.st_mtim.tv_sec
-               : error.st_mtim.tv_nsec >= stop.st_mtim.tv_nsec;
+    return !workbench::isBefore(error.st_mtim, stop.st_mtim);
 }
 
 bool HAXPExpRun::isAskedToStop_() const {

@@ -17,8 +17,9 @@ class OpenRunInfo;
 struct DesignInputs;
 
 namespace workbench {
+struct LaunchLease;
 struct RunEvidence;
-}
+}  // namespace workbench
 
 /// A run of the workbench.
 ///
@@ -112,8 +113,9 @@ private:
     struct Verdict;
     void readSteps_(const std::string& dir, Poll& poll);
     bool readStep_(const std::string& dir, HAXPExpRunStep& step);
-    bool isWaiting_() const;
-    bool isQueued_() const;
+    struct Queue;
+    Queue readQueue_() const;
+    bool isStillToBegin_(const workbench::LaunchLease& lease) const;
     bool isAskedToStop_() const;
     bool isStoppedFailure_(const HAXPExpRunStep& failed) const;
     Verdict decide_(const Poll& poll, workbench::RunLife life) const;

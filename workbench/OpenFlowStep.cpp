@@ -9,11 +9,14 @@
 #include "environment/filemgmt/HDDASrcFilter.h"
 #include "environment/options/HATAttrSpec.h"
 #include "environment/options/HATOptGroupSpec.h"
+#include "environment/process/HUTProcessHandle.h"
 #include "environment/strings/HUTConvert.h"
 #include "runs/base/xperiment/HAXPExpRunBase.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
 #include "runs/base/xperiment/HAXPFileSpec.h"
 #include "runs/base/xperiment/HAXPUtilsBase.h"
+#include "runs/base/xperiment/HDGUIStatus.h"
+#include "runs/base/xperiment/stepMarkers.h"
 #include "workbench/DesignInputs.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/inputSteps.h"
@@ -135,6 +138,18 @@ void OpenFlowStep::configReports_() {
 void OpenFlowStep::initSrcFilter_() {
     for (const workbench::InputKind kind : workbench::filesOfStep(getFlowStepId()))
         getSrcFilter()->addSFType(workbench::srcFileTypeOf(kind));
+}
+
+void OpenFlowStep::updStatus_(HDGUIStatus* status, HUTProcessHandle* handle,
+                              const std::string& runDir) const {
+    const xperiment::StepState state = xperiment::readStepState(runDir, getStatusTrackingStr());
+    if (state.code == HDGUIStatus::statusRunning) {
+        HAXPFlowStep::updStatus_(status, handle, runDir);
+        return;
+    }
+    handle->setStartStamp(state.startStamp);
+    handle->setEndStamp(state.endStamp);
+    status->setCode(state.code);
 }
 
 void OpenFlowStep::writePrePostOpts_(std::string& pre, std::string& post, HATOptGroup*,

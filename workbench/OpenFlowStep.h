@@ -34,6 +34,10 @@ protected:
     void configReports_() override;
     /// The kinds of files that the step reads.
     void initSrcFilter_() override;
+    /// Reads the record of a process only while the step runs: that of one that has ended tells
+    /// of a process that is gone.
+    void updStatus_(HDGUIStatus* status, HUTProcessHandle* handle,
+                    const std::string& runDir) const override;
     /// The files and settings that the design fixes, from the run's inputs.
     void writePrePostOpts_(std::string& pre, std::string& post, HATOptGroup* options,
                            HAXPExpRunBase* run) const override;

@@ -11,6 +11,7 @@
 #include <unistd.h>
 
 #include "environment/process/HUTFork.h"
+#include "workbench/fileTimes.h"
 #include "workbench/ice40/contentHash.h"
 
 namespace workbench {
@@ -23,20 +24,6 @@ constexpr std::time_t kCoarsestClockSec = 2;
 constexpr long kFineClockNsec = 50'000'000;
 constexpr long kNsecInSec = 1'000'000'000;
 constexpr std::size_t kBlock = std::size_t{1} << 16U;
-
-timespec systemTime() {
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
-    return now;
-}
-
-bool sameTime(const timespec& a, const timespec& b) {
-    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
-}
-
-bool isBefore(const timespec& a, const timespec& b) {
-    return a.tv_sec != b.tv_sec ? a.tv_sec < b.tv_sec : a.tv_nsec < b.tv_nsec;
-}
 
 FileStamp stampOf(const struct stat& info) {
     return {static_cast<std::uint64_t>(info.st_size), info.st_ino, info.st_mtim, info.st_ctim};
@@ -95,8 +82,8 @@ std::string hashOf(const OpenFile& file) {
 }  // namespace
 
 bool operator==(const FileStamp& a, const FileStamp& b) {
-    return a.size == b.size && a.inode == b.inode && sameTime(a.modified, b.modified) &&
-           sameTime(a.changed, b.changed);
+    return a.size == b.size && a.inode == b.inode && isSameTime(a.modified, b.modified) &&
+           isSameTime(a.changed, b.changed);
 }
 
 FileFingerprint::State readStamp(const std::string& path, FileStamp& stamp) {

@@ -2,26 +2,26 @@
 // Copyright the Xperiment authors
 #include "workbench/launchLease.h"
 
-#include <array>
+#include <cerrno>
 #include <cstdlib>
 #include <ctime>
-
 #include <iterator>
 #include <sstream>
-#include <sys/stat.h>
+
+#include <fcntl.h>
 #include <unistd.h>
 
 #include <boost/uuid/random_generator.hpp>
 #include <boost/uuid/uuid_io.hpp>
-#include <unistd.h>
 
 #include "environment/errors/HEXAll.h"
-#include "environment/files/HUTFileUtils.h"
+#include "environment/files/diskOps.h"
 #include "environment/process/processTable.h"
 #include "environment/process/userName.h"
 #include "environment/xml/HXMLWriterBase.h"
 #include "environment/xml/xmlDocument.h"
 #include "workbench/HAXPExpRun.h"
+#include "workbench/calendarTime.h"
 #include "workbench/links.h"
 
 namespace workbench {
@@ -205,8 +205,18 @@ void writeLease(const std::string& path, const LaunchLease& lease) {
 }
 
 bool readLease(const std::string& path, LaunchLease& lease) {
+    files::Look look;
+    return readLease(path, lease, look);
+}
+
+bool readLease(const std::string& path, LaunchLease& lease, files::Look& look) {
     std::string content;
-    if (!HUTFileUtils::readFile(path, kLargestLease, content) || content.empty())
+    bool isRead = files::readRegular(path, O_NOFOLLOW, kLargestLease, content, look);
+    // Whoever made a link to a lease hasn't made the lease.
+    const bool isOwn = isRead && look.status.st_uid == geteuid();
+    if (!isRead && look.error == ELOOP)
+        isRead = files::readRegular(path, 0, kLargestLease, content, look);
+    if (!isRead || content.empty())
         return false;
     try {
         const xml::Document document = xml::Document::fromText(content, path);
@@ -224,8 +234,7 @@ bool readLease(const std::string& path, LaunchLease& lease) {
         readLauncher(*launcher, read.launcher);
         if (!readWay(root.child(name::kWay), read.way))
             return false;
-        struct stat info {};
-        read.isOwn = ::lstat(path.c_str(), &info) == 0 && info.st_uid == geteuid();
+        read.isOwn = isOwn;
         lease = read;
         return true;
     } catch (const HEXAll&) {
@@ -243,13 +252,8 @@ std::string leaseText(const LaunchLease& lease) {
     std::string host;
     lease.launcher.getUser(user);
     lease.launcher.getHostname(host);
-    const std::time_t time = lease.time;
-    std::tm local{};
-    std::array<char, 32> when{};
-    localtime_r(&time, &local);
-    std::strftime(when.data(), when.size(), "%Y-%m-%d %H:%M:%S", &local);
     return "by " + (user.empty() ? "user " + std::to_string(lease.launcher.getUid()) : user) +
-           " on " + host + " at " + when.data();
+           " on " + host + " at " + localTime(lease.time, "%Y-%m-%d %H:%M:%S");
 }
 
 HUTProcessHandle::Life lookAtLauncher(const LaunchLease& lease) {

@@ -11,6 +11,10 @@
 
 class HAXPExpRun;
 
+namespace files {
+struct Look;
+}
+
 /// Who launched a run, and which launch it was.
 namespace workbench {
 
@@ -73,6 +77,8 @@ WORKBENCH_API void writeLease(const std::string& path, const LaunchLease& lease)
 /// Reads the lease `path`. False, with `lease` as it was, when there is none or what
 /// stands there is none, such as the empty queue marker of an older program.
 WORKBENCH_API bool readLease(const std::string& path, LaunchLease& lease);
+/// The same, with what the file was like.
+WORKBENCH_API bool readLease(const std::string& path, LaunchLease& lease, files::Look& look);
 
 /// Who launched, where and when: "by jane on node7 at 2026-11-21 16:02:11".
 WORKBENCH_API std::string leaseText(const LaunchLease& lease);

@@ -5,13 +5,12 @@
 #include <algorithm>
 #include <cstring>
 
-#include <sys/stat.h>
-
-#include "environment/files/HUTFileUtils.h"
+#include "environment/files/diskOps.h"
 #include "environment/process/HUTProcHandleXMLParser.h"
 #include "runs/base/xperiment/HAXPFlowStep.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "runs/base/xperiment/stepMarkers.h"
+#include "workbench/fileTimes.h"
 
 namespace workbench {
 
@@ -40,15 +39,15 @@ std::string launchIn(const std::string& content) {
 
 void LaunchMarks::open(const std::string& runDir) {
     const std::string path = xperiment::markerPath(runDir, kLeaseName);
-    const Stamp stamp = stampOf_(path);
-    if (runDir == m_runDir && same_(stamp, m_leaseStamp))
+    if (runDir == m_runDir && m_leaseStamp.inode != 0 && same_(stampOf_(path), m_leaseStamp))
         return;
     if (runDir != m_runDir)
         m_marks.clear();
     m_runDir = runDir;
-    m_leaseStamp = stamp;
     m_lease = LaunchLease();
-    m_hasLease = stamp.inode != 0 && readLease(path, m_lease);
+    files::Look look;
+    m_hasLease = readLease(path, m_lease, look);
+    m_leaseStamp = stampOf_(look.status);
 }
 
 bool LaunchMarks::areMixed(const HAXPFlowStep& step) const {
@@ -77,36 +76,47 @@ int LaunchMarks::codeOf(const HAXPFlowStep& step, int code, HUTProcessHandle& ha
     return began ? HDGUIStatus::statusRunning : HDGUIStatus::statusNotStarted;
 }
 
+LaunchMarks::Stamp LaunchMarks::stampOf_(const struct stat& info) {
+    return {info.st_dev, info.st_ino, info.st_size, info.st_mtim};
+}
+
 LaunchMarks::Stamp LaunchMarks::stampOf_(const std::string& path) {
     struct stat info {};
-    if (::stat(path.c_str(), &info) != 0)
-        return {};
-    return {info.st_dev, info.st_ino, info.st_size, info.st_mtim};
+    return ::stat(path.c_str(), &info) == 0 ? stampOf_(info) : Stamp();
 }
 
 bool LaunchMarks::same_(const Stamp& a, const Stamp& b) {
     return a.device == b.device && a.inode == b.inode && a.size == b.size &&
-           a.modified.tv_sec == b.modified.tv_sec && a.modified.tv_nsec == b.modified.tv_nsec;
+           isSameTime(a.modified, b.modified);
 }
 
 /// Only the form ".rst" is made by the wrappers, and so carries an identity.
 const LaunchMarks::Mark& LaunchMarks::markOf_(const HAXPFlowStep& step, const char* kind) {
     const std::string name = xperiment::stepMarker(step.getStatusTrackingStr(), kind);
     const std::string path = xperiment::markerPath(m_runDir, name);
-    const Stamp stamp = stampOf_(path);
     Mark& mark = m_marks[name];
-    if (same_(stamp, mark.stamp))
+    if (mark.stamp.inode != 0 && same_(stampOf_(path), mark.stamp))
         return mark;
     mark = Mark();
-    mark.stamp = stamp;
-    std::string content;
-    if (std::strcmp(kind, xperiment::beginMarker) == 0) {
-        HUTProcHandleXMLParser().parsePH(path, &mark.record);
-        mark.record.getLaunch(mark.launch);
-    } else if (HUTFileUtils::readFile(path, kLargestMarker, content)) {
-        mark.launch = launchIn(content);
-    }
+    if (std::strcmp(kind, xperiment::beginMarker) == 0)
+        readBegin_(path, mark);
+    else
+        readFinal_(path, mark);
     return mark;
+}
+
+void LaunchMarks::readBegin_(const std::string& path, Mark& mark) {
+    mark.stamp = stampOf_(path);
+    HUTProcHandleXMLParser().parsePH(path, &mark.record);
+    mark.record.getLaunch(mark.launch);
+}
+
+void LaunchMarks::readFinal_(const std::string& path, Mark& mark) {
+    std::string content;
+    files::Look look;
+    if (files::readRegular(path, 0, kLargestMarker, content, look))
+        mark.launch = launchIn(content);
+    mark.stamp = stampOf_(look.status);
 }
 
 bool LaunchMarks::stands_(const HAXPFlowStep& step, const char* kind) {

@@ -6,6 +6,7 @@
 #include <map>
 #include <string>
 
+#include <sys/stat.h>
 #include <sys/types.h>
 
 #include "environment/process/HUTProcessHandle.h"
@@ -25,7 +26,7 @@ namespace workbench {
 /// which steps it kept, or when there is none.
 ///
 /// What was read is kept: a marker or a lease is read again when it was replaced, which costs
-/// one stat of each to find out. Belongs to one thread at a time.
+/// one stat of each to find out. The first reading costs none. Belongs to one thread at a time.
 class WORKBENCH_API LaunchMarks {
 public:
     /// Looks at the lease of the run in `runDir`. To be called before each reading of the
@@ -58,9 +59,12 @@ private:
         /// Of a begin marker.
         HUTProcessHandle record;
     };
+    static Stamp stampOf_(const struct stat& info);
     static Stamp stampOf_(const std::string& path);
     static bool same_(const Stamp& a, const Stamp& b);
     const Mark& markOf_(const HAXPFlowStep& step, const char* kind);
+    static void readBegin_(const std::string& path, Mark& mark);
+    static void readFinal_(const std::string& path, Mark& mark);
     bool stands_(const HAXPFlowStep& step, const char* kind);
     bool isOwn_(const HAXPFlowStep& step, const char* kind);
 

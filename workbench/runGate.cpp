@@ -4,22 +4,14 @@
 
 #include <utility>
 
+#include "workbench/fileTimes.h"
+
 namespace workbench {
 
 namespace {
 
 /// No file system in use has a coarser clock.
 constexpr long kCoarsestClockSec = 2;
-
-timespec systemTime() {
-    timespec now{};
-    clock_gettime(CLOCK_REALTIME, &now);
-    return now;
-}
-
-bool sameTime(const timespec& a, const timespec& b) {
-    return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
-}
 
 }  // namespace
 
@@ -53,8 +45,8 @@ RunGate::Stamp RunGate::stampOf_(const std::string& runDir) const {
 }
 
 bool RunGate::same_(const Stamp& a, const Stamp& b) {
-    return a.inode == b.inode && a.device == b.device && sameTime(a.modified, b.modified) &&
-           sameTime(a.changed, b.changed);
+    return a.inode == b.inode && a.device == b.device && isSameTime(a.modified, b.modified) &&
+           isSameTime(a.changed, b.changed);
 }
 
 }  // namespace workbench

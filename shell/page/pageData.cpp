@@ -25,6 +25,7 @@
 #include "workbench/DesignInputs.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
+#include "workbench/calendarTime.h"
 #include "workbench/fileFingerprint.h"
 #include "workbench/history/History.h"
 #include "workbench/history/nights.h"
@@ -41,15 +42,6 @@ constexpr const char* kFirstFigures[] = {"fmax", "worst_slack", "logic_cells", "
 
 std::string dumped(const json& value) {
     return value.dump(-1, ' ', false, json::error_handler_t::replace);
-}
-
-std::string utcText(double now) {
-    const auto time = static_cast<std::time_t>(now);
-    std::tm parts{};
-    char text[64] = "";
-    if (gmtime_r(&time, &parts) != nullptr)
-        std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &parts);
-    return text;
 }
 
 json designJson(const Project& project) {
@@ -310,7 +302,8 @@ public:
     std::string text() {
         const std::vector<ComparedFamily> families = familiesOf(m_compared);
         json page{{"format", 1},
-                  {"generated", utcText(m_now)},
+                  {"generated",
+                   workbench::utcTime(static_cast<std::time_t>(m_now), "%Y-%m-%dT%H:%M:%SZ")},
                   {"live", m_request.isLive},
                   {"project", designJson(m_project)},
                   {"summary", summaryJson(m_runs, m_now)},

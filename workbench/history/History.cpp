@@ -19,6 +19,7 @@
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
+#include "workbench/fileTimes.h"
 #include "workbench/history/historyCache.h"
 #include "workbench/history/launchLines.h"
 #include "workbench/launchDecision.h"
@@ -46,9 +47,7 @@ bool isRemembered(const HAXPExpRun& run) {
     if (::lstat(run.pathOf(kLeaseName).c_str(), &lease) != 0)
         return true;
     return ::lstat(run.pathOf(kLaunchesName).c_str(), &lines) == 0 &&
-           (lines.st_mtim.tv_sec != lease.st_mtim.tv_sec
-                ? lines.st_mtim.tv_sec > lease.st_mtim.tv_sec
-                : lines.st_mtim.tv_nsec > lease.st_mtim.tv_nsec);
+           isBefore(lease.st_mtim, lines.st_mtim);
 }
 
 bool recordOrTell(const Project& project, HAXPExpRun& run) {

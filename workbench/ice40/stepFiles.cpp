@@ -41,15 +41,17 @@ bool refuse(std::string& reason, int error) {
     return false;
 }
 
-bool readAll(int fd, std::string& text) {
+/// One that holds the bytes that it seems to have isn't asked for more.
+bool readAll(int fd, std::size_t expected, std::string& text) {
     char block[1 << 16];
+    text.reserve(expected);
     for (;;) {
         const ssize_t got = ::read(fd, block, sizeof block);
-        if (got == 0)
-            return true;
         if (got > 0)
             text.append(block, static_cast<std::size_t>(got));
-        else if (errno != EINTR)
+        if (got == 0 || (got > 0 && text.size() == expected))
+            return true;
+        if (got < 0 && errno != EINTR)
             return false;
     }
 }
@@ -114,7 +116,7 @@ bool readText(const std::string& path, std::string& text, std::string& reason, s
         return false;
     }
     std::string content;
-    if (!readAll(file.get(), content))
+    if (!readAll(file.get(), static_cast<std::size_t>(info.st_size), content))
         return refuse(reason, errno);
     text = std::move(content);
     return true;

@@ -3,7 +3,6 @@
 #include "workbench/undo/UndoStore.h"
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -32,6 +31,7 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
+#include "workbench/calendarTime.h"
 #include "workbench/history/History.h"
 #include "workbench/history/launchLines.h"
 #include "workbench/launchDecision.h"
@@ -147,12 +147,7 @@ std::vector<std::string> idsOf(const Project& project) {
 }
 
 std::string today() {
-    const std::time_t now = std::time(nullptr);
-    std::tm local{};
-    localtime_r(&now, &local);
-    std::array<char, 16> date{};
-    std::strftime(date.data(), date.size(), "%Y-%m-%d", &local);
-    return date.data();
+    return localTime(std::time(nullptr), "%Y-%m-%d");
 }
 
 /// Makes the folder of all entries; false, with errno, when it can't be, or is a link.

@@ -141,34 +141,6 @@ bool openPlain(const std::string& path, bool executable, Generated& opened) {
            opened.open(path, newMode, O_EXCL) && (!keepMode || opened.setMode(oldMode));
 }
 
-/// Reads all that is behind `fd`, but no more than `maxBytes` + 1 bytes;
-/// 0, or the error. `expected` is the size that the file seems to have; one that
-/// holds just that isn't asked for more.
-int readAll(int fd, std::size_t expected, std::size_t maxBytes, std::string& content) {
-    // A file of the system's own says nothing of its size.
-    constexpr std::size_t kLeast = 4096;
-    content.resize(std::min(std::max(expected, kLeast), maxBytes) + 1);
-    std::size_t size = 0;
-    const ssize_t first = files::disk().read(fd, &content[0], content.size());
-    if (first > 0)
-        size = static_cast<std::size_t>(first);
-    if (size == expected && size > 0) {
-        content.resize(size);
-        return 0;
-    }
-    for (;;) {
-        const ssize_t got = files::readUpTo(fd, &content[size], content.size() - size);
-        if (got < 0)
-            return errno;
-        size += static_cast<std::size_t>(got);
-        if (size < content.size() || size > maxBytes)
-            break;
-        content.resize(std::min(content.size() * 2, maxBytes + 1));
-    }
-    content.resize(size);
-    return 0;
-}
-
 /// Whether `path` is absolute and no part of it is empty, "." or "..", as most are.
 bool isPlainAbsolute(const std::string& path) {
     if (path.size() < 2 || path.front() != '/' || path.back() == '/')
@@ -255,27 +227,16 @@ bool HUTFileUtils::removeBelow(const std::string& folder, const std::string& nam
 
 bool HUTFileUtils::readFile(const std::string& path, std::size_t maxBytes, std::string& content,
                             std::string& reason) {
-    struct stat status = {};
-    int error = 0;
-    const files::Descriptor file = files::openRegular(path, status, error);
-    if (!file) {
-        reason = path + ": " + (error != 0 ? causeOf(error) : "Not a regular file");
-        return false;
-    }
-    std::string read;
-    const auto size = static_cast<std::size_t>(status.st_size);
-    if (size <= maxBytes)
-        error = readAll(file.get(), size, maxBytes, read);
-    if (error != 0) {
-        reason = path + ": " + causeOf(error);
-        return false;
-    }
-    if (size > maxBytes || read.size() > maxBytes) {
+    files::Look look;
+    if (files::readRegular(path, 0, maxBytes, content, look))
+        return true;
+    if (look.error != 0)
+        reason = path + ": " + causeOf(look.error);
+    else if (!look.isRegular())
+        reason = path + ": Not a regular file";
+    else
         reason = path + ": Larger than " + std::to_string(maxBytes) + " bytes";
-        return false;
-    }
-    content.swap(read);
-    return true;
+    return false;
 }
 
 bool HUTFileUtils::readFile(const std::string& path, std::size_t maxBytes, std::string& content) {

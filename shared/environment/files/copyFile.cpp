@@ -48,7 +48,7 @@ bool isCopy(int source, const struct stat& status, const std::string& target,
         return false;
     struct stat opened = {};
     int error = 0;
-    const Descriptor file = openRegular(target, opened, error);
+    const Descriptor file = openRegular(target, 0, opened, error);
     const bool same = file && sameFile(opened, there) && sameContent(source, file.get());
     ::lseek(source, 0, SEEK_SET);
     return same;
@@ -68,7 +68,7 @@ bool pour(int source, TempFile& temp) {
 bool copyFile(const std::string& source, const std::string& target, bool replace) {
     struct stat status = {};
     int error = 0;
-    const Descriptor from = openRegular(source, status, error);
+    const Descriptor from = openRegular(source, 0, status, error);
     if (!from || namesNothing(target))
         return false;
     struct stat there = {};

@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #include "environment/files/diskOps.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 
@@ -42,6 +43,34 @@ public:
 
 RealDisk theRealDisk;
 Disk* sp_disk = nullptr;
+
+/// Reads all that is behind `fd`, but no more than `maxBytes` + 1 bytes;
+/// 0, or the error. `expected` is the size that the file seems to have; one that
+/// holds just that isn't asked for more.
+int readAll(int fd, std::size_t expected, std::size_t maxBytes, std::string& content) {
+    // A file of the system's own says nothing of its size.
+    constexpr std::size_t kLeast = 4096;
+    content.resize(std::min(std::max(expected, kLeast), maxBytes) + 1);
+    std::size_t size = 0;
+    const ssize_t first = disk().read(fd, &content[0], content.size());
+    if (first > 0)
+        size = static_cast<std::size_t>(first);
+    if (size == expected && size > 0) {
+        content.resize(size);
+        return 0;
+    }
+    for (;;) {
+        const ssize_t got = readUpTo(fd, &content[size], content.size() - size);
+        if (got < 0)
+            return errno;
+        size += static_cast<std::size_t>(got);
+        if (size < content.size() || size > maxBytes)
+            break;
+        content.resize(std::min(content.size() * 2, maxBytes + 1));
+    }
+    content.resize(size);
+    return 0;
+}
 
 }  // namespace
 
@@ -85,8 +114,9 @@ int writeAll(int fd, const char* data, std::size_t size, std::size_t& written) {
     return 0;
 }
 
-Descriptor openRegular(const std::string& path, struct stat& status, int& errorNumber) {
-    Descriptor file(disk().openAt(AT_FDCWD, path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY, 0));
+Descriptor openRegular(const std::string& path, int flags, struct stat& status, int& errorNumber) {
+    Descriptor file(
+        disk().openAt(AT_FDCWD, path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | flags, 0));
     const bool looked = file && ::fstat(file.get(), &status) == 0;
     errorNumber = looked ? 0 : errno;
     if (looked && S_ISREG(status.st_mode))
@@ -106,6 +136,22 @@ ssize_t readUpTo(int fd, char* buffer, std::size_t size) {
             return -1;
     }
     return static_cast<ssize_t>(got);
+}
+
+bool readRegular(const std::string& path, int flags, std::size_t maxBytes, std::string& content,
+                 Look& look) {
+    look = Look();
+    const Descriptor file = openRegular(path, flags, look.status, look.error);
+    if (!file)
+        return false;
+    std::string read;
+    const auto size = static_cast<std::size_t>(look.status.st_size);
+    if (size <= maxBytes)
+        look.error = readAll(file.get(), size, maxBytes, read);
+    if (look.error != 0 || size > maxBytes || read.size() > maxBytes)
+        return false;
+    content.swap(read);
+    return true;
 }
 
 bool removeAt(int folder, const char* path) {

@@ -66,12 +66,27 @@ private:
 ENVIRONMENT_API int writeAll(int fd, const char* data, std::size_t size, std::size_t& written);
 
 /// Opens a regular file for reading, without waiting for anything, and looks
-/// at it. An empty descriptor, with `errorNumber` set, when that fails; for
+/// at it. `flags` are added. An empty descriptor, with `errorNumber` set, when that fails; for
 /// anything but a regular file it is 0.
-Descriptor openRegular(const std::string& path, struct stat& status, int& errorNumber);
+Descriptor openRegular(const std::string& path, int flags, struct stat& status, int& errorNumber);
 
 /// Reads until `size` bytes or the end; the number of bytes, or -1.
 ssize_t readUpTo(int fd, char* buffer, std::size_t size);
+
+/// What a look at a file tells: what the disk says of it, all 0 when it couldn't be opened, and
+/// why it wasn't read: 0 when it was, or when it is no regular file or too large.
+struct Look {
+    struct stat status {};
+    int error = 0;
+
+    bool isRegular() const { return S_ISREG(status.st_mode); }
+};
+
+/// Reads a regular file of up to `maxBytes` bytes and tells what it was like, as of the one file
+/// that was opened. False, with `content` as it was, when that can't be read. `flags` such as
+/// O_NOFOLLOW are those of open().
+ENVIRONMENT_API bool readRegular(const std::string& path, int flags, std::size_t maxBytes,
+                                 std::string& content, Look& look);
 
 /// HUTFile::rm() and HUTFile::getFileStamp() of a path that is relative to the open folder
 /// `folder`, or of any with AT_FDCWD.

@@ -101,6 +101,16 @@ TEST_F(LaunchLeaseTest, TakesThePlaceOfALinkAndLeavesWhatThatLeadsTo) {
     EXPECT_FALSE(workbench::isLink(m_dir.path("lease")));
 }
 
+TEST_F(LaunchLeaseTest, IsItsUsersUnlessALinkStandsForIt) {
+    workbench::writeLease(path(), workbench::makeLease());
+    ASSERT_EQ(symlink(path().c_str(), m_dir.path("link").c_str()), 0);
+    LaunchLease read;
+    ASSERT_TRUE(workbench::readLease(path(), read));
+    EXPECT_TRUE(read.isOwn);
+    ASSERT_TRUE(workbench::readLease(m_dir.path("link"), read));
+    EXPECT_FALSE(read.isOwn);
+}
+
 TEST_F(LaunchLeaseTest, KnowsThisProcessAsAlive) {
     workbench::writeLease(path(), workbench::makeLease());
     LaunchLease read;

@@ -4,13 +4,17 @@
 
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include <gtest/gtest.h>
 
 #include "environment/process/HUTFork.h"
+#include "environment/process/HUTProcessHandle.h"
 #include "runs/base/xperiment/HAXPFlow.h"
+#include "runs/base/xperiment/HAXPFlowStep.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
+#include "runs/base/xperiment/HDGUIStatus.h"
 #include "tests/unit/workbench/TestBench.h"
 #include "workbench/DesignInputs.h"
 #include "workbench/HAXPExpRun.h"
@@ -111,6 +115,44 @@ TEST_F(StepCommandTest, EveryPathThatMayEnterIsOneWordOfAShell) {
         some.sources = {path};
         const std::string text = synthesis(some);
         EXPECT_EQ(wordsOf(text.substr(text.find('|') + 1)), Words{path});
+    }
+}
+
+class StepRecordTest : public ::testing::Test {
+protected:
+    /// Polls the first step of an implementation; its handle then tells what was read.
+    void poll() {
+        test::TestBench::implementation()
+            .getFlowStepForFSId("init_design")
+            ->updateStatus(&m_status, &m_handle, m_bench.folder().path());
+    }
+
+    test::TestBench m_bench;
+    HDGUIStatus m_status;
+    HUTProcessHandle m_handle;
+};
+
+TEST_F(StepRecordTest, IsReadWhileTheStepRuns) {
+    m_bench.folder().mark(".ice40_init.begin.rst", test::TestBench::handleText());
+    poll();
+    EXPECT_EQ(m_status.getCode(), HDGUIStatus::statusRunning);
+    EXPECT_EQ(m_handle.parseAttemptsCount(), 1);
+    m_bench.folder().mark(".ice40_init.end.rst", "");
+    poll();
+    EXPECT_EQ(m_status.getCode(), HDGUIStatus::statusDone);
+    EXPECT_EQ(m_handle.parseAttemptsCount(), 1);
+}
+
+TEST_F(StepRecordTest, IsNotReadOfAStepThatHasEnded) {
+    m_bench.folder().mark(".ice40_init.begin.rst", test::TestBench::handleText());
+    for (const auto& [kind, code] : {std::pair("error", HDGUIStatus::statusError),
+                                     std::pair("end", HDGUIStatus::statusDone)}) {
+        m_bench.folder().mark(std::string(".ice40_init.") + kind + ".rst", "");
+        poll();
+        EXPECT_EQ(m_status.getCode(), code);
+        EXPECT_EQ(m_handle.parseAttemptsCount(), 0);
+        EXPECT_NE(m_handle.getStartStamp(), 0);
+        EXPECT_NE(m_handle.getEndStamp(), 0);
     }
 }
 

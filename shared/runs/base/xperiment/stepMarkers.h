@@ -94,6 +94,6 @@ struct StepState {
 
 /// The one place that goes from markers to a status code. End or error without begin
 /// isn't started, and end beats error; what can't change the code isn't looked at.
-StepState readStepState(const std::string& runDir, const std::string& trackingStr);
+RUNS_API StepState readStepState(const std::string& runDir, const std::string& trackingStr);
 
 }  // namespace xperiment

@@ -3,11 +3,14 @@
 #include <cerrno>
 #include <string>
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <gtest/gtest.h>
 
 #include "environment/files/HUTFileUtils.h"
+#include "environment/files/diskOps.h"
 #include "tests/support/FaultyDisk.h"
 #include "tests/support/RunDir.h"
 
@@ -99,6 +102,36 @@ TEST_F(ReadFileTest, GoesOnAfterShortAndInterruptedReads) {
     EXPECT_TRUE(read("a"));
     EXPECT_TRUE(disk.hasFailed());
     EXPECT_EQ(m_content, "content");
+}
+
+TEST_F(ReadFileTest, TellsWhatTheFileThatWasReadIsLike) {
+    m_dir.mark("a", "abc");
+    ASSERT_EQ(symlink("a", m_dir.path("link").c_str()), 0);
+    struct stat info {};
+    ASSERT_EQ(stat(m_dir.path("a").c_str(), &info), 0);
+    files::Look look;
+    EXPECT_TRUE(files::readRegular(m_dir.path("link"), 0, 100, m_content, look));
+    EXPECT_EQ(m_content, "abc");
+    EXPECT_EQ(look.status.st_ino, info.st_ino);
+    EXPECT_EQ(look.status.st_size, 3);
+    EXPECT_TRUE(look.isRegular());
+}
+
+TEST_F(ReadFileTest, TellsOfAFileThatItDoesNotRead) {
+    m_dir.mark("a", "abc");
+    ASSERT_EQ(symlink("a", m_dir.path("link").c_str()), 0);
+    files::Look look;
+    EXPECT_FALSE(files::readRegular(m_dir.path("a"), 0, 2, m_content, look));
+    EXPECT_EQ(look.status.st_size, 3);
+    EXPECT_EQ(look.error, 0);
+    EXPECT_FALSE(files::readRegular(m_dir.path(), 0, 2, m_content, look));
+    EXPECT_TRUE(S_ISDIR(look.status.st_mode));
+    EXPECT_FALSE(files::readRegular(m_dir.path("link"), O_NOFOLLOW, 100, m_content, look));
+    EXPECT_EQ(look.error, ELOOP);
+    EXPECT_EQ(look.status.st_ino, 0U);
+    EXPECT_FALSE(files::readRegular(m_dir.path("gone"), 0, 100, m_content, look));
+    EXPECT_EQ(look.error, ENOENT);
+    EXPECT_EQ(m_content, "left");
 }
 
 }  // namespace
