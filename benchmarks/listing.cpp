@@ -154,8 +154,9 @@ void listAll(const std::string& dir) {
     const auto project = Project::open(dir, Project::kOverview);
     std::vector<shell::ListedRun> runs;
     const workbench::FileWatch::Moment moment;
+    shell::KnownStale known;
     for (HAXPExpRun* run : project->getRuns())
-        runs.push_back(shell::listedRun(*project, *run));
+        runs.push_back(shell::listedRun(*project, *run, known));
     for (const shell::ListedRun& run : runs) {
         if (run.status != "done" || !run.luts)
             throw std::runtime_error(run.name + " isn't listed as done");

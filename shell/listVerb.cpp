@@ -98,8 +98,9 @@ private:
         std::vector<ListedRun> runs;
         // The runs of a project read the same files.
         const workbench::FileWatch::Moment moment;
+        KnownStale known;
         for (HAXPExpRun* run : chosenRuns(project, m_names)) {
-            ListedRun listed = listedRun(project, *run);
+            ListedRun listed = listedRun(project, *run, known);
             if (isWanted_(listed))
                 runs.push_back(std::move(listed));
         }

@@ -137,13 +137,13 @@ const std::vector<std::string>& statusWords() {
     return all;
 }
 
-ListedRun listedRun(const Project& project, HAXPExpRun& run) {
+ListedRun listedRun(const Project& project, HAXPExpRun& run, KnownStale& known) {
     ListedRun listed;
     listed.name = run.getName();
     listed.flow = flowWord(run);
     listed.status = statusWord(run);
     listed.step = stepWord(run);
-    listed.isStale = !staleTexts(project, run).empty();
+    listed.isStale = !staleTexts(project, run, &known).empty();
     listed.strategy = run.getStrategy()->getName();
     listed.seed = seedOf(run);
     listed.sweep = project.getFamilyOf(run).sweep;

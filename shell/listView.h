@@ -8,6 +8,8 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "shell/staleView.h"
+
 class HAXPExpRun;
 class Project;
 
@@ -35,8 +37,9 @@ struct ListedRun {
     std::string next;
 };
 
-/// What is to be told of `run`, whose status is up to date; looks for stale reasons.
-ListedRun listedRun(const Project& project, HAXPExpRun& run);
+/// What is to be told of `run`, whose status is up to date; looks for stale reasons, and of what
+/// it starts from unless that is `known`.
+ListedRun listedRun(const Project& project, HAXPExpRun& run, KnownStale& known);
 
 /// The command that brings a run with the status `word` further; empty for none.
 std::string nextCommand(const std::string& name, const std::string& word, bool isStale);

@@ -22,6 +22,7 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
+#include "workbench/calendarTime.h"
 #include "workbench/printable.h"
 
 namespace shell {
@@ -30,18 +31,9 @@ namespace {
 
 using workbench::FileChange;
 
-/// Empty for a time that no calendar has, as a damaged project file may hold.
-std::string formatTime(std::time_t time, const char* format) {
-    std::tm parts{};
-    char text[64] = "";
-    if (gmtime_r(&time, &parts) != nullptr)
-        std::strftime(text, sizeof text, format, &parts);
-    return text;
-}
-
 /// A time for scripts, "2026-11-21T11:07:12Z"; null for none.
 nlohmann::json timeJson(std::time_t time) {
-    const std::string text = time == 0 ? "" : formatTime(time, "%Y-%m-%dT%H:%M:%SZ");
+    const std::string text = time == 0 ? "" : workbench::utcTime(time, "%Y-%m-%dT%H:%M:%SZ");
     return text.empty() ? nlohmann::json() : nlohmann::json(text);
 }
 
@@ -191,9 +183,17 @@ void addStep(const HAXPExpRun& run, const HAXPExpRunStep& step, std::string& fir
         view.steps.push_back(stale);
 }
 
-void addSynthesis(const Project& project, const HAXPExpRun& run, StaleView& view) {
+bool isStale(const Project& project, HAXPExpRun& run, KnownStale& known) {
+    const auto found = known.find(&run);
+    return found != known.end()
+               ? found->second
+               : known.emplace(&run, !lookForStale(project, run, &known).empty()).first->second;
+}
+
+void addSynthesis(const Project& project, const HAXPExpRun& run, KnownStale& known,
+                  StaleView& view) {
     HAXPExpRun* synthesis = project.getSynthesisOf(run);
-    if (synthesis != nullptr && !lookForStale(project, *synthesis).empty())
+    if (synthesis != nullptr && isStale(project, *synthesis, known))
         view.notes.push_back({"synthesis", synthesis->getName(), "", "", "", 0,
                               "Its synthesis " + synthesis->getName() + " is out of date."});
 }
@@ -270,8 +270,9 @@ nlohmann::json textOrNull(const std::string& text) {
 
 }  // namespace
 
-StaleView lookForStale(const Project& project, HAXPExpRun& run) {
+StaleView lookForStale(const Project& project, HAXPExpRun& run, KnownStale* known) {
     StaleView view;
+    KnownStale ofThisRun;
     if (run.getInfo().getLaunchTime() == 0)
         return view;
     run.getInfo().updStaleReasons();
@@ -282,13 +283,13 @@ StaleView lookForStale(const Project& project, HAXPExpRun& run) {
         addStep(run, *step, firstStale, view);
         addReports(run, *step, view);
     }
-    addSynthesis(project, run, view);
+    addSynthesis(project, run, known == nullptr ? ofThisRun : *known, view);
     addHarmless(project, run, view);
     return view;
 }
 
-std::vector<std::string> staleTexts(const Project& project, HAXPExpRun& run) {
-    const StaleView view = lookForStale(project, run);
+std::vector<std::string> staleTexts(const Project& project, HAXPExpRun& run, KnownStale* known) {
+    const StaleView view = lookForStale(project, run, known);
     std::vector<std::string> texts = stepTexts(view);
     for (const StaleNote& note : view.notes)
         texts.push_back(note.text);
@@ -308,7 +309,7 @@ std::vector<std::string> stepTexts(const StaleView& view) {
 }
 
 std::string timeText(std::time_t time) {
-    const std::string text = formatTime(time, "%Y-%m-%d %H:%M:%S UTC");
+    const std::string text = workbench::utcTime(time, "%Y-%m-%d %H:%M:%S UTC");
     return text.empty() ? std::to_string(time) : text;
 }
 

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <ctime>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -57,12 +58,17 @@ struct StaleView {
     bool empty() const { return notes.empty() && steps.empty(); }
 };
 
+/// Which runs were found stale: most runs start from the same few syntheses, and who asks for
+/// many of them looks at those once. For as long as a FileWatch::Moment.
+using KnownStale = std::map<const HAXPExpRun*, bool>;
+
 /// What of `run` is out of date; nothing for a run that isn't launched. Brings the
-/// reasons up to date, those of its synthesis too.
-StaleView lookForStale(const Project& project, HAXPExpRun& run);
+/// reasons up to date, those of its synthesis too unless that is `known`.
+StaleView lookForStale(const Project& project, HAXPExpRun& run, KnownStale* known = nullptr);
 
 /// Why the results of `run` are out of date, one text a reason.
-std::vector<std::string> staleTexts(const Project& project, HAXPExpRun& run);
+std::vector<std::string> staleTexts(const Project& project, HAXPExpRun& run,
+                                    KnownStale* known = nullptr);
 
 /// The reasons of the steps in `view`, "place_design: option seed: ...", each once: where
 /// several steps have the same one, at the first.

@@ -63,6 +63,8 @@ bool isNamed(const HAXRReportConfig& report, const std::string& name) {
 bool isMeant(const HAXRReportConfig& report, const std::string& name) {
     if (isNamed(report, name))
         return true;
+    if (name.find('.') == std::string::npos)
+        return false;
     const std::string& stepId = report.getAssociatedStepName();
     for (const std::string& step : {stepId, reportConfigUtil::getStepAlias(stepId)}) {
         const std::string head = step + ".";
