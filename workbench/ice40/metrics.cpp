@@ -3,12 +3,14 @@
 #include "workbench/ice40/metrics.h"
 
 #include <cmath>
+#include <cstdint>
+#include <string_view>
 
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
 #include "workbench/ice40/jsonNumbers.h"
-#include "workbench/ice40/parseJson.h"
+#include "workbench/ice40/jsonView.h"
 #include "workbench/ice40/stepFiles.h"
 
 namespace ice40 {
@@ -41,90 +43,78 @@ double rounded(double value) {
     return std::round(value * 1000) / 1000;
 }
 
-bool getText(const json& object, const char* key, std::string& value) {
-    const auto found = object.find(key);
-    if (found == object.end() || !found->is_string())
-        return false;
-    value = found->get<std::string>();
-    return true;
-}
-
-bool getNumber(const json& object, const char* key, double& value) {
-    const auto found = object.find(key);
-    if (found == object.end() || !found->is_number())
-        return false;
-    value = found->get<double>();
-    return true;
-}
-
 /// How long a step took: no more than some thousand years.
-bool getSeconds(const json& document, StepMetrics& metrics) {
+bool getSeconds(const JsonObject& document, StepMetrics& metrics) {
     constexpr double kMost = 1e11;
-    return getNumber(document, kSeconds, metrics.seconds) && metrics.seconds >= 0 &&
+    return getMember(document, kSeconds, metrics.seconds) && metrics.seconds >= 0 &&
            metrics.seconds <= kMost;
 }
 
-bool getCounts(const json& document, StepMetrics& metrics) {
-    const auto found = document.find(kCounts);
-    if (found == document.end() || !found->is_object())
+bool getCounts(const JsonObject& document, StepMetrics& metrics) {
+    JsonObject counts;
+    if (!getMember(document, kCounts, counts))
         return false;
-    for (const auto& item : found->items()) {
-        if (!getCount(item.value(), metrics.counts[item.key()]))
+    for (const auto item : counts) {
+        std::int64_t count = 0;
+        if (item.value.get(count) != simdjson::SUCCESS || !isCount(count))
             return false;
+        metrics.counts[std::string(item.key)] = count;
     }
     return true;
 }
 
-bool getClocks(const json& document, StepMetrics& metrics) {
-    const auto found = document.find(kClocks);
-    if (found == document.end() || !found->is_array())
+bool getClocks(const JsonObject& document, StepMetrics& metrics) {
+    JsonArray clocks;
+    if (!getMember(document, kClocks, clocks))
         return false;
-    for (const json& item : *found) {
+    for (const JsonValue item : clocks) {
+        JsonObject object;
         ClockTiming clock;
-        if (!item.is_object() || !getText(item, kName, clock.name) ||
-            !getNumber(item, kFmax, clock.fmaxMhz) || !getNumber(item, kTarget, clock.targetMhz) ||
-            !isFrequency(clock.fmaxMhz) || !isFrequency(clock.targetMhz))
+        if (item.get(object) != simdjson::SUCCESS || !getMember(object, kName, clock.name) ||
+            !getMember(object, kFmax, clock.fmaxMhz) ||
+            !getMember(object, kTarget, clock.targetMhz) || !isFrequency(clock.fmaxMhz) ||
+            !isFrequency(clock.targetMhz))
             return false;
         metrics.clocks.push_back(clock);
     }
     return true;
 }
 
-bool getIcetime(const json& document, StepMetrics& metrics) {
-    if (!document.contains(kIcetime))
-        return true;
+bool getIcetime(const JsonObject& document, StepMetrics& metrics) {
+    JsonValue found;
     double mhz = 0;
-    if (!getNumber(document, kIcetime, mhz) || !isFrequency(mhz))
+    if (!findMember(document, kIcetime, found))
+        return true;
+    if (found.get(mhz) != simdjson::SUCCESS || !isFrequency(mhz))
         return false;
     metrics.icetimeMhz = mhz;
     return true;
 }
 
 /// Older programs didn't write all of these.
-bool getTexts(const json& document, const char* key, std::map<std::string, std::string>& texts) {
-    const auto found = document.find(key);
-    if (found == document.end())
+bool getTexts(const JsonObject& document, const char* key,
+              std::map<std::string, std::string>& texts) {
+    JsonValue found;
+    JsonObject object;
+    if (!findMember(document, key, found))
         return true;
-    if (!found->is_object())
+    if (found.get(object) != simdjson::SUCCESS)
         return false;
-    for (const auto& item : found->items()) {
-        if (!item.value().is_string())
+    for (const auto item : object) {
+        std::string_view text;
+        if (item.value.get(text) != simdjson::SUCCESS)
             return false;
-        texts[item.key()] = item.value().get<std::string>();
+        texts[std::string(item.key)] = text;
     }
     return true;
 }
 
 /// Whether this program can read the file at all.
-bool checkKind(const json& document, std::string& reason) {
-    std::string format;
+bool checkKind(const JsonObject& document, std::string& reason) {
+    std::string_view format;
     double version = 0;
-    if (document.is_discarded() || !document.is_object()) {
-        reason = "it is not valid JSON; it may have been cut short";
-        return false;
-    }
-    if (!getText(document, kFormatKey, format) || format != kFormat ||
-        !getNumber(document, kVersionKey, version)) {
+    if (!getMember(document, kFormatKey, format) || format != kFormat ||
+        !getMember(document, kVersionKey, version)) {
         reason = "it does not hold the metrics of a step";
         return false;
     }
@@ -180,11 +170,15 @@ std::string formatMetrics(const StepMetrics& metrics) {
 }
 
 bool parseMetrics(const std::string& text, StepMetrics& metrics, std::string& reason) {
-    const json document = parseJson(text);
+    JsonObject document;
+    if (!viewJson(text, document)) {
+        reason = "it is not valid JSON; it may have been cut short";
+        return false;
+    }
     if (!checkKind(document, reason))
         return false;
     StepMetrics result;
-    if (!getText(document, kStep, result.step) || !getText(document, kTool, result.tool) ||
+    if (!getMember(document, kStep, result.step) || !getMember(document, kTool, result.tool) ||
         !getSeconds(document, result) || !getCounts(document, result) ||
         !getClocks(document, result) || !getIcetime(document, result) ||
         !getTexts(document, kFiles, result.files) ||

@@ -2,151 +2,166 @@
 // Copyright the Xperiment authors
 #include "workbench/reports/pnrReport.h"
 
+#include <algorithm>
 #include <cmath>
+#include <cstdint>
 #include <limits>
+#include <map>
+#include <optional>
+#include <string_view>
 #include <utility>
 
-#include <nlohmann/json.hpp>
-
-#include "workbench/ice40/parseJson.h"
+#include "workbench/ice40/jsonView.h"
 
 namespace reports {
 
 namespace {
 
-using nlohmann::json;
+using ice40::findMember;
+using ice40::getMember;
+using ice40::JsonArray;
+using ice40::JsonObject;
+using ice40::JsonValue;
 
 bool refuse(std::string& reason, const char* why) {
     reason = why;
     return false;
 }
 
-bool getText(const json& object, const char* key, std::string& value) {
-    const auto found = object.find(key);
-    if (found == object.end() || !found->is_string())
-        return false;
-    value = found->get<std::string>();
-    return true;
-}
-
-bool getNumber(const json& object, const char* key, double& value) {
-    const auto found = object.find(key);
-    if (found == object.end() || !found->is_number())
-        return false;
-    value = found->get<double>();
-    return std::isfinite(value);
-}
-
-bool getCount(const json& object, const char* key, long& value) {
+bool getCount(const JsonObject& object, const char* key, long& value) {
     constexpr double kMost = std::numeric_limits<int>::max();
     double number = 0;
-    if (!getNumber(object, key, number) || number < 0 || number > kMost ||
+    if (!getMember(object, key, number) || number < 0 || number > kMost ||
         std::trunc(number) != number)
         return false;
     value = static_cast<long>(number);
     return true;
 }
 
-bool readUtilisation(const json& table, PnrReport& report) {
-    for (const auto& item : table.items()) {
-        Utilisation entry;
-        entry.type = item.key();
-        if (!item.value().is_object() || !getCount(item.value(), "used", entry.used) ||
-            !getCount(item.value(), "available", entry.available))
-            return false;
-        report.utilisation.push_back(entry);
-    }
-    return true;
+/// Hands the members of `object`, in the order of their names and each once, to `take` as
+/// objects, until that is false or one isn't an object.
+template <class Take> bool forEachObject(const JsonObject& object, Take take) {
+    std::map<std::string_view, JsonValue> members;
+    for (const auto member : object)
+        members[member.key] = member.value;
+    return std::all_of(members.begin(), members.end(), [&take](const auto& member) {
+        JsonObject value;
+        return member.second.get(value) == simdjson::SUCCESS &&
+               take(std::string(member.first), value);
+    });
 }
 
-bool readClocks(const json& table, PnrReport& report) {
-    for (const auto& item : table.items()) {
+/// The same of the items of `list`.
+template <class Take> bool forEachObject(const JsonArray& list, Take take) {
+    return std::all_of(list.begin(), list.end(), [&take](const JsonValue& item) {
+        JsonObject value;
+        return item.get(value) == simdjson::SUCCESS && take(value);
+    });
+}
+
+bool readUtilisation(const JsonObject& table, PnrReport& report) {
+    return forEachObject(table, [&report](const std::string& type, const JsonObject& item) {
+        Utilisation entry;
+        entry.type = type;
+        if (!getCount(item, "used", entry.used) || !getCount(item, "available", entry.available))
+            return false;
+        report.utilisation.push_back(entry);
+        return true;
+    });
+}
+
+bool readClocks(const JsonObject& table, PnrReport& report) {
+    return forEachObject(table, [&report](const std::string& name, const JsonObject& item) {
         ice40::ClockTiming clock;
-        clock.name = item.key();
-        if (!item.value().is_object() || !getNumber(item.value(), "achieved", clock.fmaxMhz) ||
-            !getNumber(item.value(), "constraint", clock.targetMhz) || !(clock.fmaxMhz > 0) ||
+        clock.name = name;
+        if (!getMember(item, "achieved", clock.fmaxMhz) ||
+            !getMember(item, "constraint", clock.targetMhz) || !(clock.fmaxMhz > 0) ||
             !(clock.targetMhz > 0))
             return false;
         report.clocks.push_back(clock);
-    }
-    return true;
-}
-
-bool readPoint(const json& hop, const char* key, PathPoint& point) {
-    const auto found = hop.find(key);
-    if (found == hop.end() || !found->is_object() || !getText(*found, "cell", point.cell) ||
-        !getText(*found, "port", point.port))
-        return false;
-    const auto place = found->find("loc");
-    if (place == found->end())
         return true;
-    if (!place->is_array() || place->size() != 2 || !(*place)[0].is_number_integer() ||
-        !(*place)[1].is_number_integer())
+    });
+}
+
+bool readPoint(const JsonObject& hop, const char* key, PathPoint& point) {
+    JsonObject found;
+    JsonValue place;
+    if (!getMember(hop, key, found) || !getMember(found, "cell", point.cell) ||
+        !getMember(found, "port", point.port))
         return false;
-    point.location = {(*place)[0].get<int>(), (*place)[1].get<int>()};
+    if (!findMember(found, "loc", place))
+        return true;
+    JsonArray pair;
+    std::int64_t x = 0;
+    std::int64_t y = 0;
+    if (place.get(pair) != simdjson::SUCCESS || pair.size() != 2 ||
+        pair.at(0).get(x) != simdjson::SUCCESS || pair.at(1).get(y) != simdjson::SUCCESS)
+        return false;
+    point.location = {static_cast<int>(x), static_cast<int>(y)};
     return true;
 }
 
-bool readHop(const json& item, PathHop& hop) {
-    if (!item.is_object() || !getText(item, "type", hop.kind) ||
-        !getNumber(item, "delay", hop.delayNs) || !readPoint(item, "from", hop.from) ||
-        !readPoint(item, "to", hop.to))
+bool readHop(const JsonObject& item, PathHop& hop) {
+    if (!getMember(item, "type", hop.kind) || !getMember(item, "delay", hop.delayNs) ||
+        !readPoint(item, "from", hop.from) || !readPoint(item, "to", hop.to))
         return false;
-    return !hop.isRouting() || getText(item, "net", hop.net);
+    return !hop.isRouting() || getMember(item, "net", hop.net);
 }
 
-bool readPath(const json& item, TimingPath& path) {
-    if (!item.is_object() || !getText(item, "from", path.from) || !getText(item, "to", path.to))
-        return false;
-    const auto hops = item.find("path");
-    if (hops == item.end() || !hops->is_array())
-        return false;
-    for (const json& one : *hops) {
-        PathHop hop;
-        if (!readHop(one, hop))
-            return false;
-        path.hops.push_back(std::move(hop));
-    }
-    return true;
+bool readPath(const JsonObject& item, TimingPath& path) {
+    JsonArray hops;
+    return getMember(item, "from", path.from) && getMember(item, "to", path.to) &&
+           getMember(item, "path", hops) && forEachObject(hops, [&path](const JsonObject& one) {
+               PathHop hop;
+               if (!readHop(one, hop))
+                   return false;
+               path.hops.push_back(std::move(hop));
+               return true;
+           });
 }
 
-bool readPaths(const json& list, PnrReport& report) {
-    for (const json& item : list) {
-        TimingPath path;
-        if (!readPath(item, path))
-            return false;
-        report.paths.push_back(std::move(path));
-    }
-    return true;
+bool readPaths(const JsonArray& list, PnrReport& report) {
+    return forEachObject(list, [&report](const JsonObject& item) {
+        report.paths.emplace_back();
+        return readPath(item, report.paths.back());
+    });
 }
 
-bool readNet(const json& item, PnrReport& report) {
+bool readNet(const JsonObject& item, PnrReport& report) {
     NetDelay delay;
-    if (!item.is_object() || !getText(item, "net", delay.net) ||
-        !getText(item, "driver", delay.driver))
-        return false;
-    const auto ends = item.find("endpoints");
-    if (ends == item.end() || !ends->is_array())
-        return false;
-    for (const json& end : *ends) {
-        if (!end.is_object() || !getText(end, "cell", delay.cell) ||
-            !getText(end, "port", delay.port) || !getNumber(end, "delay", delay.delayNs))
-            return false;
-        report.nets.push_back(delay);
-    }
-    return true;
+    JsonArray ends;
+    return getMember(item, "net", delay.net) && getMember(item, "driver", delay.driver) &&
+           getMember(item, "endpoints", ends) && forEachObject(ends, [&](const JsonObject& end) {
+               if (!getMember(end, "cell", delay.cell) || !getMember(end, "port", delay.port) ||
+                   !getMember(end, "delay", delay.delayNs))
+                   return false;
+               report.nets.push_back(delay);
+               return true;
+           });
 }
 
-bool readNets(const json& document, PnrReport& report) {
-    const auto list = document.find("detailed_net_timings");
-    if (list == document.end())
+bool readNets(const JsonObject& document, PnrReport& report) {
+    JsonValue found;
+    JsonArray list;
+    if (!findMember(document, "detailed_net_timings", found))
         return true;
-    if (!list->is_array())
+    report.hasNets = found.get(list) == simdjson::SUCCESS;
+    return report.hasNets &&
+           forEachObject(list, [&report](const JsonObject& item) { return readNet(item, report); });
+}
+
+/// Takes a member that is a `Value`, or null for nothing.
+template <class Value>
+bool getOrNull(const JsonObject& object, const char* key, std::optional<Value>& value) {
+    JsonValue found;
+    Value taken;
+    if (!findMember(object, key, found))
         return false;
-    report.hasNets = true;
-    for (const json& item : *list)
-        if (!readNet(item, report))
-            return false;
+    if (found.is_null())
+        return true;
+    if (found.get(taken) != simdjson::SUCCESS)
+        return false;
+    value = taken;
     return true;
 }
 
@@ -180,22 +195,21 @@ long TimingPath::levels() const {
 }
 
 bool parsePnrDetails(const std::string& text, PnrReport& report, std::string& reason) {
-    const json document = ice40::parseJson(text);
-    if (document.is_discarded() || !document.is_object())
+    JsonObject document;
+    JsonObject utilisation;
+    std::optional<JsonObject> clocks;
+    std::optional<JsonArray> paths;
+    if (!ice40::viewJson(text, document))
         return refuse(reason, "it is not valid JSON; it may have been cut short");
-    const auto utilisation = document.find("utilization");
-    const auto clocks = document.find("fmax");
-    const auto paths = document.find("critical_paths");
-    if (utilisation == document.end() || !utilisation->is_object() || clocks == document.end() ||
-        !(clocks->is_object() || clocks->is_null()) || paths == document.end() ||
-        !(paths->is_array() || paths->is_null()))
+    if (!getMember(document, "utilization", utilisation) || !getOrNull(document, "fmax", clocks) ||
+        !getOrNull(document, "critical_paths", paths))
         return refuse(reason, "it holds no utilisation, no clock table or no paths");
     PnrReport result;
-    if (!readUtilisation(*utilisation, result))
+    if (!readUtilisation(utilisation, result))
         return refuse(reason, "a utilisation of it is not a count");
-    if (!readClocks(*clocks, result))
+    if (clocks && !readClocks(*clocks, result))
         return refuse(reason, "a clock of it has no frequency");
-    if (!readPaths(*paths, result))
+    if (paths && !readPaths(*paths, result))
         return refuse(reason, "a path of it lacks a delay, a cell or a net");
     if (!readNets(document, result))
         return refuse(reason, "a net timing of it lacks a delay or a cell");

@@ -2,14 +2,14 @@
 // Copyright the Xperiment authors
 #include "workbench/reports/reportFigures.h"
 
-#include <cmath>
+#include <cstdint>
+#include <string_view>
 #include <utility>
 
 #include <fmt/format.h>
-#include <nlohmann/json.hpp>
 
+#include "workbench/ice40/jsonView.h"
 #include "workbench/ice40/metrics.h"
-#include "workbench/ice40/parseJson.h"
 #include "workbench/ice40/stepFiles.h"
 #include "workbench/reports/reportFormat.h"
 
@@ -17,17 +17,12 @@ namespace reports {
 
 namespace {
 
-using nlohmann::json;
+using ice40::getMember;
+using ice40::JsonArray;
+using ice40::JsonObject;
+using ice40::JsonValue;
 
 constexpr std::size_t kLargest = std::size_t{64} << 20;
-
-bool getText(const json& object, const char* key, std::string& value) {
-    const auto found = object.find(key);
-    if (found == object.end() || !found->is_string())
-        return false;
-    value = found->get<std::string>();
-    return true;
-}
 
 bool refuse(std::string& reason, const std::string& why) {
     reason = why;
@@ -35,37 +30,35 @@ bool refuse(std::string& reason, const std::string& why) {
 }
 
 /// Whether this program can read the document at all.
-bool checkKind(const json& document, std::string& reason) {
-    std::string format;
-    if (document.is_discarded() || !document.is_object())
-        return refuse(reason, "it is not valid JSON; it may have been cut short");
-    const auto version = document.find(format::kVersion);
-    if (!getText(document, format::kFormat, format) || format != format::kName ||
-        version == document.end() || !version->is_number_integer())
+bool checkKind(const JsonObject& document, std::string& reason) {
+    std::string_view format;
+    std::int64_t version = 0;
+    if (!getMember(document, format::kFormat, format) || format != format::kName ||
+        !getMember(document, format::kVersion, version))
         return refuse(reason, "it is no report in its JSON form");
-    if (version->get<long>() > format::kNewest)
+    if (version > format::kNewest)
         return refuse(reason, fmt::format("it has version {}, and this program reads up to {}",
-                                          version->get<long>(), format::kNewest));
+                                          version, format::kNewest));
     return true;
 }
 
-Figure::Better readBetter(const json& item) {
-    std::string text;
-    getText(item, format::kBetter, text);
+Figure::Better readBetter(const JsonObject& item) {
+    std::string_view text;
+    getMember(item, format::kBetter, text);
     if (text == betterText(Figure::kHigher))
         return Figure::kHigher;
     return text == betterText(Figure::kLower) ? Figure::kLower : Figure::kNeither;
 }
 
-bool readFigure(const json& item, Figure& figure) {
-    const auto isSet = [&](const char* key) { return item.contains(key); };
-    if (!item.is_object() || !isSet(format::kValue) || !item[format::kValue].is_number() ||
-        !getText(item, format::kFigureName, figure.name) ||
-        !getText(item, format::kLabel, figure.label) || !getText(item, format::kUnit, figure.unit))
+bool readFigure(const JsonValue& value, Figure& figure) {
+    JsonObject item;
+    if (value.get(item) != simdjson::SUCCESS || !getMember(item, format::kValue, figure.value) ||
+        !getMember(item, format::kFigureName, figure.name) ||
+        !getMember(item, format::kLabel, figure.label) ||
+        !getMember(item, format::kUnit, figure.unit))
         return false;
-    figure.value = item[format::kValue].get<double>();
     figure.better = readBetter(item);
-    return std::isfinite(figure.value);
+    return true;
 }
 
 }  // namespace
@@ -113,18 +106,18 @@ std::string betterText(Figure::Better better) {
 }
 
 bool parseFigures(const std::string& text, ReportFigures& figures, std::string& reason) {
-    const json document =
-        ice40::parseJson(text, {format::kFormat, format::kVersion, format::kReport, format::kStep,
-                                format::kFigures});
+    JsonObject document;
+    JsonArray list;
+    if (!ice40::viewJson(text, document))
+        return refuse(reason, "it is not valid JSON; it may have been cut short");
     if (!checkKind(document, reason))
         return false;
     ReportFigures result;
-    const auto list = document.find(format::kFigures);
-    if (!getText(document, format::kReport, result.report) ||
-        !getText(document, format::kStep, result.step) || list == document.end() ||
-        !list->is_array())
+    if (!getMember(document, format::kReport, result.report) ||
+        !getMember(document, format::kStep, result.step) ||
+        !getMember(document, format::kFigures, list))
         return refuse(reason, "a value of it is missing or of the wrong kind");
-    for (const json& item : *list) {
+    for (const JsonValue item : list) {
         Figure figure;
         if (!readFigure(item, figure))
             return refuse(reason, "a figure of it is missing a value or of the wrong kind");
