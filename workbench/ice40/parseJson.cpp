@@ -2,9 +2,7 @@
 // Copyright the Xperiment authors
 #include "workbench/ice40/parseJson.h"
 
-#include <algorithm>
 #include <cstdint>
-#include <utility>
 
 #include <simdjson.h>
 
@@ -25,14 +23,11 @@ json arrayOf(const dom::array& array) {
     return values;
 }
 
-/// All members without `wanted`; the last of those of one name.
-json objectOf(const dom::object& object, const std::vector<std::string>* wanted) {
+/// The last of the members of one name.
+json objectOf(const dom::object& object) {
     json::object_t members;
-    for (const dom::key_value_pair member : object) {
-        if (wanted == nullptr ||
-            std::find(wanted->begin(), wanted->end(), member.key) != wanted->end())
-            members[std::string(member.key)] = valueOf(member.value);
-    }
+    for (const dom::key_value_pair member : object)
+        members[std::string(member.key)] = valueOf(member.value);
     return members;
 }
 
@@ -42,7 +37,7 @@ json valueOf(const dom::element& element) {
     case dom::element_type::ARRAY:
         return arrayOf(dom::array(element));
     case dom::element_type::OBJECT:
-        return objectOf(dom::object(element), nullptr);
+        return objectOf(dom::object(element));
     case dom::element_type::INT64: {
         const std::int64_t number(element);
         return number < 0 ? json(number) : json(static_cast<std::uint64_t>(number));
@@ -60,43 +55,18 @@ json valueOf(const dom::element& element) {
     }
 }
 
-/// Leaves the members that are `wanted` of an object.
-void keepWanted(const std::vector<std::string>& wanted, json& value) {
-    json kept = json::object();
-    for (const std::string& name : wanted) {
-        const auto found = value.find(name);
-        if (found != value.end())
-            kept[name] = std::move(*found);
-    }
-    value = std::move(kept);
-}
+}  // namespace
 
-json parsed(std::string_view text, const std::vector<std::string>* wanted) {
+json parseJson(std::string_view text) {
     thread_local dom::parser s_parser;
     dom::element root;
-    if (s_parser.parse(text.data(), text.size()).get(root) == simdjson::SUCCESS) {
-        if (root.is_object())
-            return objectOf(dom::object(root), wanted);
+    if (s_parser.parse(text.data(), text.size()).get(root) == simdjson::SUCCESS)
         return valueOf(root);
-    }
     // That one would take a zero byte for the end.
     if (text.find('\0') != std::string_view::npos)
         return json::value_t::discarded;
     // Also numbers too large for an integer, and what is nested deeper than it goes.
-    json value = json::parse(text, nullptr, false);
-    if (wanted != nullptr && value.is_object())
-        keepWanted(*wanted, value);
-    return value;
-}
-
-}  // namespace
-
-json parseJson(std::string_view text) {
-    return parsed(text, nullptr);
-}
-
-json parseJson(std::string_view text, const std::vector<std::string>& wanted) {
-    return parsed(text, &wanted);
+    return json::parse(text, nullptr, false);
 }
 
 }  // namespace ice40

@@ -2,9 +2,7 @@
 // Copyright the Xperiment authors
 #pragma once
 
-#include <string>
 #include <string_view>
-#include <vector>
 
 #include <nlohmann/json.hpp>
 
@@ -15,9 +13,5 @@ namespace ice40 {
 /// there, and the last of members of one name, in a fraction of the time: pages and reports read
 /// thousands of such files. A zero byte ends nothing.
 nlohmann::json parseJson(std::string_view text);
-
-/// The same, but of an object at the top only the members that are `wanted`. What is left out is
-/// JSON all the same, or all is discarded.
-nlohmann::json parseJson(std::string_view text, const std::vector<std::string>& wanted);
 
 }  // namespace ice40
