@@ -53,10 +53,12 @@ template <class Take> bool forEachObject(const JsonObject& object, Take take) {
 
 /// The same of the items of `list`.
 template <class Take> bool forEachObject(const JsonArray& list, Take take) {
-    return std::all_of(list.begin(), list.end(), [&take](const JsonValue& item) {
+    for (const JsonValue item : list) {
         JsonObject value;
-        return item.get(value) == simdjson::SUCCESS && take(value);
-    });
+        if (item.get(value) != simdjson::SUCCESS || !take(value))
+            return false;
+    }
+    return true;
 }
 
 bool readUtilisation(const JsonObject& table, PnrReport& report) {
