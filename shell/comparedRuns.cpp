@@ -58,12 +58,13 @@ std::vector<HAXPExpRun*> runsToCompare(const Project& project,
     return runs;
 }
 
-ComparedRun comparedRun(const Project& project, HAXPExpRun& run, FigureSource source) {
+ComparedRun comparedRun(const Project& project, HAXPExpRun& run, FigureSource source,
+                        KnownStale* known) {
     ComparedRun compared;
     compared.name = run.getName();
     compared.status = statusWord(run);
     compared.isDone = isDone(run);
-    compared.isStale = !staleTexts(project, run).empty();
+    compared.isStale = !staleTexts(project, run, known).empty();
     compared.strategy = run.getStrategy()->getName();
     compared.family = project.getFamilyOf(run).name;
     if (HAXPExpRun* synthesis = project.getSynthesisOf(run)) {
@@ -85,8 +86,9 @@ std::vector<ComparedRun> comparedRuns(const Project& project, const std::vector<
     compared.reserve(runs.size());
     // They read the same sources.
     const workbench::FileWatch::Moment moment;
+    KnownStale known;
     for (HAXPExpRun* run : runs)
-        compared.push_back(comparedRun(project, *run, source));
+        compared.push_back(comparedRun(project, *run, source, &known));
     return compared;
 }
 

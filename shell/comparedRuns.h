@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "shell/runComparison.h"
+#include "shell/staleView.h"
 
 class HAXPExpRun;
 class Project;
@@ -20,8 +21,10 @@ std::vector<HAXPExpRun*> runsToCompare(const Project& project,
 /// that its steps left.
 enum class FigureSource { kReports, kReportsAndSteps };
 
-/// `run` as it is compared. Reports that can't be read are told on standard error.
-ComparedRun comparedRun(const Project& project, HAXPExpRun& run, FigureSource source);
+/// `run` as it is compared; what it starts from isn't looked at when that is `known`. Reports that
+/// can't be read are told on standard error.
+ComparedRun comparedRun(const Project& project, HAXPExpRun& run, FigureSource source,
+                        KnownStale* known = nullptr);
 
 /// The same of each of `runs`.
 std::vector<ComparedRun> comparedRuns(const Project& project, const std::vector<HAXPExpRun*>& runs,

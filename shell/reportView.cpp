@@ -97,9 +97,10 @@ std::string stateWord(const HAXRReportConfig& report) {
     }
 }
 
-std::vector<ReportEntry> reportsOf(const Project& project, HAXPExpRun& run, bool all) {
+std::vector<ReportEntry> reportsOf(const Project& project, HAXPExpRun& run, bool all,
+                                   KnownStale* known) {
     // The state of a report follows from the stale reasons of its run.
-    staleTexts(project, run);
+    staleTexts(project, run, known);
     const RunReports reports(run);
     std::vector<ReportEntry> entries;
     for (const HAXRReportConfig* report : reports.all()) {

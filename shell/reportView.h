@@ -7,6 +7,8 @@
 
 #include <nlohmann/json_fwd.hpp>
 
+#include "shell/staleView.h"
+
 class HAXPExpRun;
 class HAXRReportConfig;
 class Project;
@@ -52,7 +54,8 @@ std::string stateWord(const HAXRReportConfig& report);
 
 /// The reports of `run` by step. Without `all` those are left out that the run would leave
 /// by itself, but didn't. Brings the run's stale reasons up to date.
-std::vector<ReportEntry> reportsOf(const Project& project, HAXPExpRun& run, bool all);
+std::vector<ReportEntry> reportsOf(const Project& project, HAXPExpRun& run, bool all,
+                                   KnownStale* known = nullptr);
 
 /// The table of `reports`.
 std::string reportTable(const std::vector<ReportEntry>& reports);

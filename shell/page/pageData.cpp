@@ -289,11 +289,12 @@ public:
     Page(const Project& project, const PageRequest& request)
         : m_project(project), m_request(request), m_now(timeNow()) {
         PathSources sources;
+        KnownStale known;
         // They read the same sources.
         const workbench::FileWatch::Moment moment;
         std::vector<RunFiles> files = readRunFiles(request.runs);
         for (std::size_t i = 0; i < files.size(); ++i) {
-            m_runs.push_back(lookAtRun(project, *request.runs[i], m_now, files[i], sources));
+            m_runs.push_back(lookAtRun(project, *request.runs[i], m_now, files[i], sources, known));
             files[i] = {};
             m_compared.push_back(m_runs.back().compared);
         }

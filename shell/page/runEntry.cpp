@@ -283,9 +283,9 @@ std::optional<std::string> orNothing(const std::string& text) {
 
 /// What `page` tells of `run`, which it was made from.
 std::string membersOf(const PageRun& page, const Project& project, HAXPExpRun& run,
-                      const RunFiles& files, const RoutedFacts& facts) {
+                      const RunFiles& files, const RoutedFacts& facts, KnownStale& known) {
     const std::vector<std::string> reasons =
-        page.compared.isStale ? staleTexts(project, run) : std::vector<std::string>();
+        page.compared.isStale ? staleTexts(project, run, &known) : std::vector<std::string>();
     const workbench::RunFamily& family = project.getFamilyOf(run);
     JsonWriter out;
     out.member("name", run.getName());
@@ -358,13 +358,13 @@ std::string jsonText(const std::string& text) {
 }  // namespace
 
 PageRun lookAtRun(const Project& project, HAXPExpRun& run, double now, const RunFiles& files,
-                  PathSources& sources) {
+                  PathSources& sources, KnownStale& known) {
     PageRun page;
-    page.compared = comparedRun(project, run, FigureSource::kReportsAndSteps);
+    page.compared = comparedRun(project, run, FigureSource::kReportsAndSteps, &known);
     page.times = runTimes(run, now);
     page.isImplementation = flowWord(run) == "impl";
     page.hasFailed = hasFailed(run);
-    page.reports = reportsOf(project, run, false);
+    page.reports = reportsOf(project, run, false, &known);
     for (const ReportEntry& report : page.reports)
         page.reportMembers.push_back(membersOf(report));
     const RoutedFacts facts = routedFacts(run, files.routed, sources);
@@ -373,7 +373,7 @@ PageRun lookAtRun(const Project& project, HAXPExpRun& run, double now, const Run
         page.extras.points = pointsText(*facts.path);
         page.pathMembers = membersOf(*facts.path);
     }
-    page.members = membersOf(page, project, run, files, facts);
+    page.members = membersOf(page, project, run, files, facts, known);
     return page;
 }
 

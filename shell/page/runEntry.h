@@ -11,6 +11,7 @@
 #include "shell/page/runTimes.h"
 #include "shell/reportView.h"
 #include "shell/runComparison.h"
+#include "shell/staleView.h"
 
 class HAXPExpRun;
 class Project;
@@ -45,9 +46,9 @@ struct PageRun {
 };
 
 /// Looks at `run`, whose status is up to date, and of which `files` were read. `now` is in
-/// seconds since 1970.
+/// seconds since 1970; `known` and `sources` are those of all runs of a page.
 PageRun lookAtRun(const Project& project, HAXPExpRun& run, double now, const RunFiles& files,
-                  PathSources& sources);
+                  PathSources& sources, KnownStale& known);
 
 /// The run as a member of the page's list, as JSON.
 std::string entryText(const PageRun& page);
