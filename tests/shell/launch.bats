@@ -234,7 +234,7 @@ change_design() { sed -i 's/STEP = 1500000/STEP = 750000/' blinky.v; }
   "$xp" -C proj launch synth_1
   log="$project/runs/synth_1/runme.log"
   # Lines of 1 to 4 bytes a character, none as long as a power of two; and one of 20 MB.
-  yes $'\tInfo: the größte 日本 \U1F600 cell, 100 % of it' | head -n 900000 >>"$log"
+  yes $'\tInfo: the größte 日本 \U1F600 cell, 100 % of it' | head -n 1000000 >>"$log"
   { head -c 20000000 /dev/zero | tr '\0' x; echo; } >>"$log"
   [ "$(stat -c %s "$log")" -gt 67108864 ]
   "$xp" -C proj log synth_1 | cmp - "$log"
