@@ -35,6 +35,7 @@
 #include "workbench/Project.h"
 #include "workbench/RunLauncher.h"
 #include "workbench/history/History.h"
+#include "workbench/undo/UndoStore.h"
 
 namespace shell {
 
@@ -233,7 +234,8 @@ private:
         int status = kExitDone;
         RunLauncher launcher(project);
         if (plan.launches.size() > 1)
-            launcher.saveRunsAlone();
+            launcher.saveRunsAlone(plan.launches);
+        const workbench::UndoGroup together(project);
         for (HAXPExpRun* run : plan.launches) {
             try {
                 launcher.launch(*run, {}, options.getUserRunScript(run->getName()));

@@ -31,6 +31,7 @@
 #include "runs/base/xpreport/reportConfigUtil.h"
 #include "workbench/DesignInputs.h"
 #include "workbench/OpenRunInfo.h"
+#include "workbench/fileFingerprint.h"
 #include "workbench/fileTimes.h"
 #include "workbench/launchLease.h"
 #include "workbench/launchMarks.h"
@@ -101,6 +102,34 @@ const char HAXPExpRun::kStoppedInText[] = "Stopped in";
 const char HAXPExpRun::kStoppedText[] = "Stopped before";
 const char HAXPExpRun::kUnknownText[] = "Unknown in";
 
+namespace {
+
+/// The queue marker of a run.
+struct QueueMarker {
+    workbench::FileFingerprint::State state = workbench::FileFingerprint::kMissing;
+    workbench::FileStamp stamp;
+    /// Whether another content would show in the stamp.
+    bool isSettled = false;
+    /// Whether it holds a lease, and not nothing as that of an older program.
+    bool hasLease = false;
+    workbench::LaunchLease lease;
+
+    /// Reads it again only when it isn't the file that it was.
+    void look(const std::string& path) {
+        constexpr auto kPresent = workbench::FileFingerprint::kPresent;
+        workbench::FileStamp now;
+        const workbench::FileFingerprint::State stateNow = workbench::readStamp(path, now);
+        if (stateNow == kPresent && state == kPresent && now == stamp && isSettled)
+            return;
+        timespec time{};
+        ::clock_gettime(CLOCK_REALTIME, &time);
+        *this = {stateNow, now, workbench::isOldEnough(now, time), false, {}};
+        hasLease = state == kPresent && workbench::readLease(path, lease);
+    }
+};
+
+}  // namespace
+
 struct HAXPExpRun::Extra {
     HAXPStratDB* owner = nullptr;
     bool dirty = false;
@@ -108,6 +137,7 @@ struct HAXPExpRun::Extra {
     bool hasWaited = false;
     workbench::RunGate gate;
     workbench::LaunchMarks marks;
+    QueueMarker queueMarker;
     /// The steps and their codes as the last reading left them.
     std::vector<std::pair<const HAXPExpRunStep*, int>> seen;
     /// The step at work in the last reading, and whether that left the run's end open.
@@ -121,6 +151,13 @@ struct HAXPExpRun::Extra {
     workbench::RunEvidence evidence;
     /// By the clock of those who wait; 0 before the first look.
     long lastLookMs = 0;
+
+    /// Whether the run is queued whatever lives of it. Steps of an earlier launch may be done
+    /// while this one has yet to begin.
+    bool isYetToBegin(const Poll& poll) const {
+        return poll.waiting || (poll.queued && poll.running == nullptr &&
+                                evidence.verdict != workbench::RunEvidence::Verdict::kLost);
+    }
 
     void forgetEvidence() {
         evidence = {};
@@ -205,7 +242,7 @@ void HAXPExpRun::updateStatus() {
     poll.waiting = queue.waiting;
     poll.queued = queue.waiting || queue.queued;
     RunLife life = RunLife::kUnknown;
-    if (poll.failed == nullptr && poll.missing != nullptr) {
+    if (poll.failed == nullptr && poll.missing != nullptr && !m_extra->isYetToBegin(poll)) {
         life = probe_(dir, poll);
         // Whoever just ended wrote its marker before it let the lock go.
         if (life == RunLife::kGone) {
@@ -416,22 +453,23 @@ void HAXPExpRun::readSteps_(const std::string& dir, Poll& poll) {
 
 HAXPExpRun::Queue HAXPExpRun::readQueue_() const {
     Queue queue;
-    workbench::LaunchLease lease;
-    files::Look look;
-    const std::string marker = queueMarkerPath();
-    if (workbench::readLease(marker, lease, look)) {
-        const auto life =
-            lease.isWaiting ? workbench::lookAtLauncher(lease) : HUTProcessHandle::Life::kGone;
+    const std::string path = queueMarkerPath();
+    QueueMarker& marker = m_extra->queueMarker;
+    marker.look(path);
+    if (marker.hasLease) {
+        const auto life = marker.lease.isWaiting ? workbench::lookAtLauncher(marker.lease)
+                                                 : HUTProcessHandle::Life::kGone;
         queue.waiting =
             life == HUTProcessHandle::Life::kAlive || life == HUTProcessHandle::Life::kUnknown;
-        queue.queued = !lease.isWaiting && isStillToBegin_(lease);
+        queue.queued = !marker.lease.isWaiting && isStillToBegin_(marker.lease);
         return queue;
     }
-    long made = look.status.st_mtim.tv_sec;
-    const bool isThere = look.isRegular() || (look.error != 0 && look.error != ENOENT &&
-                                              HUTFile::getFileStamp(marker.c_str(), made));
+    if (marker.state == workbench::FileFingerprint::kMissing)
+        return queue;
     // Older than any start takes: whoever made it went away before the script began.
-    queue.queued = isThere && std::time(nullptr) - made <= kLongestStartSec;
+    long made = 0;
+    queue.queued =
+        HUTFile::getFileStamp(path.c_str(), made) && std::time(nullptr) - made <= kLongestStartSec;
     return queue;
 }
 
@@ -523,8 +561,7 @@ HAXPExpRun::Verdict HAXPExpRun::decide_(const Poll& poll, RunLife life) const {
     const bool begun = poll.running != nullptr || poll.anyDone || poll.isElsewhere;
     using Found = workbench::RunEvidence::Verdict;
     const Found found = m_extra->evidence.verdict;
-    // Steps of an earlier launch may be done while this one has yet to begin.
-    if (poll.queued && poll.running == nullptr && found != Found::kLost)
+    if (m_extra->isYetToBegin(poll))
         return {HDGUIStatus::statusQueued, "Queued", nullptr};
     if (life == RunLife::kUnknown && !begun)
         return {HDGUIStatus::statusNotStarted, "Not started", nullptr};

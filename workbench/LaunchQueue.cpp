@@ -22,6 +22,10 @@
 
 namespace {
 
+/// Each look is a call of stat(). Who takes a run back is heard within a second, of a thousand
+/// that wait, and before the run would start.
+constexpr std::size_t kLooksAnAdvance = 20;
+
 bool contains(const LaunchQueue::Runs& runs, const HAXPExpRun* run) {
     return std::find(runs.begin(), runs.end(), run) != runs.end();
 }
@@ -58,6 +62,8 @@ LaunchQueue::~LaunchQueue() {
     try {
         if (m_hasRecords)
             m_project.save();
+        if (!m_undo.path.empty())
+            workbench::UndoStore(m_project).prune();
     } catch (const HEXError&) {
         // The records stand, and whoever opens the project next takes them in.
         m_hasRecords = false;
@@ -144,6 +150,7 @@ std::vector<LaunchQueue::Event> LaunchQueue::advance() {
     std::vector<Event> events;
     lookAtRunning_(events);
     dropEarlier_();
+    dropTakenBack_(events);
     startWaiting_(events);
     showWaiting_(events);
     return events;
@@ -182,26 +189,40 @@ void LaunchQueue::startWaiting_(std::vector<Event>& events) {
     const Runs waiting = m_waiting;
     Runs together;
     for (HAXPExpRun* run : waiting) {
-        if (contains(m_shown, run) && !isStillShown_(*run)) {
-            giveUp_(*run, Event::kTakenBack, "", events);
-            continue;
-        }
         const Turn turn = turnOf_(*run);
+        Slot* slot = turn == Turn::kStart ? freeSlot_() : nullptr;
         if (turn == Turn::kNever)
             giveUp_(*run, Event::kLeftOut, "", events);
         else if (turn == Turn::kStart && isOut_())
             giveUp_(*run, Event::kRefused, m_fault, events);
-        else if (turn == Turn::kStart && m_mostAtOnce > 0)
+        else if (slot != nullptr && isTakenBack_(*run))
+            giveUp_(*run, Event::kTakenBack, "", events);
+        else if (slot != nullptr && m_mostAtOnce > 0)
             together.push_back(run);
-        else if (Slot* slot = turn == Turn::kStart ? freeSlot_() : nullptr)
+        else if (slot != nullptr)
             start_(*run, *slot, events);
     }
     if (!together.empty())
         startTogether_(together, m_slots.front(), events);
 }
 
+/// Looks at some of those that wait, at the next ones in the next call.
+void LaunchQueue::dropTakenBack_(std::vector<Event>& events) {
+    Runs looked;
+    const std::size_t count = std::min(m_waiting.size(), kLooksAnAdvance);
+    for (std::size_t i = 0; i < count; ++i)
+        looked.push_back(m_waiting[(m_nextLook + i) % m_waiting.size()]);
+    m_nextLook = count == 0 ? 0 : (m_nextLook + count) % m_waiting.size();
+    for (HAXPExpRun* run : looked) {
+        if (isTakenBack_(*run))
+            giveUp_(*run, Event::kTakenBack, "", events);
+    }
+}
+
 /// Who has to wait shows as queued from the first time on.
 void LaunchQueue::showWaiting_(std::vector<Event>& events) {
+    if (m_shown.size() == m_waiting.size())
+        return;
     Runs hidden;
     std::copy_if(m_waiting.begin(), m_waiting.end(), std::back_inserter(hidden),
                  [this](const HAXPExpRun* run) { return !contains(m_shown, run); });
@@ -221,18 +242,20 @@ void LaunchQueue::showWaiting_(std::vector<Event>& events) {
     }
 }
 
-/// Whether nobody took `run` back since it shows as queued. A marker is read again only when
+/// Whether somebody took `run` back since it shows as queued. A marker is read again only when
 /// it isn't the file that it was.
-bool LaunchQueue::isStillShown_(HAXPExpRun& run) {
+bool LaunchQueue::isTakenBack_(HAXPExpRun& run) {
+    if (!contains(m_shown, &run))
+        return false;
     workbench::FileStamp stamp;
     workbench::readStamp(run.queueMarkerPath(), stamp);
     const auto known = m_markers.find(&run);
     if (known != m_markers.end() && known->second == stamp)
-        return true;
-    if (!RunLauncher::isEnqueued(run))
         return false;
+    if (!RunLauncher::isEnqueued(run))
+        return true;
     m_markers[&run] = stamp;
-    return true;
+    return false;
 }
 
 LaunchQueue::Turn LaunchQueue::turnOf_(const HAXPExpRun& run) const {
@@ -314,12 +337,14 @@ void LaunchQueue::startTogether_(const Runs& runs, Slot& slot, std::vector<Event
 
 void LaunchQueue::launch_(HAXPExpRun& run, const workbench::LaunchWay& way) {
     saveRunsAlone_();
+    const workbench::UndoGroup together(m_project, m_undo);
     m_launcher.launch(run, way, m_options.getUserRunScript(run.getName()));
 }
 
 std::vector<RunLauncher::Refusal> LaunchQueue::launchTogether_(const Runs& runs,
                                                                const workbench::LaunchWay& way) {
     saveRunsAlone_();
+    const workbench::UndoGroup together(m_project, m_undo);
     std::vector<RunLauncher::Start> starts;
     for (HAXPExpRun* run : runs)
         starts.push_back({run, m_options.getUserRunScript(run->getName())});
@@ -330,7 +355,7 @@ std::vector<RunLauncher::Refusal> LaunchQueue::launchTogether_(const Runs& runs,
 void LaunchQueue::saveRunsAlone_() {
     if (m_hasRecords || runCount() == 1)
         return;
-    m_launcher.saveRunsAlone();
+    m_launcher.saveRunsAlone(m_waiting);
     m_hasRecords = true;
 }
 

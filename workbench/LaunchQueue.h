@@ -13,6 +13,7 @@
 #include "workbench/WorkbenchExport.h"
 #include "workbench/fileFingerprint.h"
 #include "workbench/launchLease.h"
+#include "workbench/undo/UndoStore.h"
 
 class HAXPExpRun;
 class Project;
@@ -114,7 +115,8 @@ private:
 
     enum class Turn { kWait, kStart, kNever };
 
-    bool isStillShown_(HAXPExpRun& run);
+    bool isTakenBack_(HAXPExpRun& run);
+    void dropTakenBack_(std::vector<Event>& events);
     void lookAtRunning_(std::vector<Event>& events);
     void startWaiting_(std::vector<Event>& events);
     void showWaiting_(std::vector<Event>& events);
@@ -146,6 +148,9 @@ private:
     Runs m_shown;
     /// Their queue markers as they were when they were read.
     std::map<const HAXPExpRun*, workbench::FileStamp> m_markers;
+    /// Whose marker is looked at next, as a place among those that wait.
+    std::size_t m_nextLook = 0;
     /// Whether what the launches changed stands beside the project file.
     bool m_hasRecords = false;
+    workbench::UndoSeries m_undo;
 };

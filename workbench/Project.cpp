@@ -45,8 +45,9 @@
 namespace {
 
 const char kLockName[] = ".project.lock";
-/// So many launches may stand beside the project file.
-constexpr int kMostRecords = 50;
+/// So many launches may stand beside the project file, or half as many as it has runs: each
+/// save and each reader has to do with all of them.
+constexpr std::size_t kMostRecords = 50;
 
 template <class... Args> [[noreturn]] void fail(const char* format, const Args&... args) {
     throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, format, args...));
@@ -334,8 +335,8 @@ void Project::saveLaunch(const HAXPExpRun& run) {
     try {
         ProjectFile(*this).writeRecord(entryOf_(run), m_saved);
         entryOf_(run).run->clearDirty();
-        // Who reads the project has to read them all.
-        if (++m_recordCount >= kMostRecords)
+        if (static_cast<std::size_t>(++m_recordCount) >=
+            std::max(kMostRecords, m_entries.size() / 2))
             save();
     } catch (const HEXError&) {
         // Where no record can be made the whole may still be saved, or says why not.

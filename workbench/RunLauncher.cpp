@@ -275,8 +275,10 @@ void RunLauncher::enqueue(HAXPExpRun& run) {
 std::vector<RunLauncher::Refusal> RunLauncher::enqueue(const std::vector<HAXPExpRun*>& runs) {
     std::vector<Refusal> refused;
     std::vector<HAXPExpRun*> ready;
+    bool isAnyNew = false;
     for (HAXPExpRun* run : runs) {
         try {
+            isAnyNew = isAnyNew || run->getDir().empty();
             prepareToWait_(*run);
             ready.push_back(run);
         } catch (const HEXUserException& error) {
@@ -285,7 +287,7 @@ std::vector<RunLauncher::Refusal> RunLauncher::enqueue(const std::vector<HAXPExp
     }
     for (HAXPExpRun* run : ready)
         workbench::rememberBefore(m_project, *run);
-    if (!ready.empty())
+    if (isAnyNew && !ready.empty())
         m_project.save();
     for (HAXPExpRun* run : ready) {
         try {
@@ -304,7 +306,16 @@ void RunLauncher::prepareToWait_(HAXPExpRun& run) {
     prepareDirectory_(run);
 }
 
-void RunLauncher::saveRunsAlone() {
+void RunLauncher::saveRunsAlone(const std::vector<HAXPExpRun*>& runs) {
+    for (HAXPExpRun* run : runs) {
+        try {
+            workbench::requireSources(*run);
+            if (run->getDir().empty())
+                HAXPDataMgr::assignRunDir(run, m_project.getRunsDir());
+        } catch (const HEXError&) {
+            // Its launch says so.
+        }
+    }
     m_project.save();
     m_savesRunsAlone = true;
 }

@@ -35,10 +35,11 @@ public:
     /// The project isn't owned and is open for changes.
     explicit RunLauncher(Project& project);
 
-    /// For many launches in a row: saves the project now, and from then on what a launch
-    /// changes of its run alone. Whoever asks for it saves the project at the end.
+    /// For many launches in a row, of `runs`: saves the project now, with a directory for each
+    /// of them that can have one, and from then on what a launch changes of its run alone.
+    /// Whoever asks for it saves the project at the end.
     /// @throws HEXUserException it can't be saved.
-    void saveRunsAlone();
+    void saveRunsAlone(const std::vector<HAXPExpRun*>& runs);
 
     /// Starts `run` from its first step that isn't done or is stale, in a run directory
     /// that is made if it has none, and saves the project. Returns as soon as the run's
@@ -58,7 +59,8 @@ public:
     /// @throws HEXUserException it is at work, an input is missing, or its directory can't
     /// be written.
     void enqueue(HAXPExpRun& run);
-    /// enqueue() of many, with the project saved once. Those that can't wait are left as they
+    /// enqueue() of many, with the project saved once, if at all: what it says of a run that has
+    /// a directory stays as it is. Those that can't wait are left as they
     /// are, each with its message.
     std::vector<Refusal> enqueue(const std::vector<HAXPExpRun*>& runs);
     /// Whether `run` waits by enqueue() of this process, and nobody took it back since.

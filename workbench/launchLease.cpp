@@ -15,6 +15,9 @@
 #include <boost/uuid/uuid_io.hpp>
 
 #include "environment/errors/HEXAll.h"
+#include "environment/errors/HXMLException.h"
+#include "environment/files/HUTFile.h"
+#include "environment/files/HUTFileUtils.h"
 #include "environment/files/diskOps.h"
 #include "environment/process/processTable.h"
 #include "environment/process/userName.h"
@@ -134,6 +137,15 @@ void readLauncher(const xml::Element& element, HUTProcessHandle& launcher) {
     launcher.setPidNamespace(element.attribute(name::kNamespace));
 }
 
+class LeaseDocument final : public HXMLWriterBase {
+public:
+    using HXMLWriterBase::HXMLWriterBase;
+    ~LeaseDocument() override = default;
+
+    /// Of a document that isn't saved by closeDoc().
+    std::string text() { return finish_(); }
+};
+
 struct KindName {
     LaunchWay::Kind kind;
     const char* name;
@@ -188,7 +200,7 @@ LaunchLease makeLease() {
 
 void writeLease(const std::string& path, const LaunchLease& lease) {
     makeWayForFile(path);
-    HXMLWriterBase out(path);
+    LeaseDocument out(path);
     out.addAttr(name::kVersion, std::to_string(kVersion));
     out.addAttr(name::kMinor, std::to_string(kMinor));
     out.addAttr(name::kId, lease.id);
@@ -201,7 +213,15 @@ void writeLease(const std::string& path, const LaunchLease& lease) {
     writeLauncher(out, lease.launcher);
     writeWay(out, lease.way);
     out.wrEndTag(name::kLaunch);
-    out.closeDoc();
+    if (!lease.isWaiting) {
+        out.closeDoc();
+        return;
+    }
+    // A run waits as long as this process lives, which outlasts no power cut.
+    if (HUTFileUtils::rewriteFile(path, out.text(), false))
+        return;
+    HUTFile(path).rm();
+    throw HXMLException(path + ": it can't be written");
 }
 
 bool readLease(const std::string& path, LaunchLease& lease) {

@@ -225,6 +225,8 @@ struct Group {
     int depth = 0;
     std::string verb;
     std::string path;
+    /// Whether the entry is that of a group before, and may not be the last one any more.
+    bool goesOn = false;
 };
 
 Group& group() {
@@ -232,17 +234,24 @@ Group& group() {
     return s_group;
 }
 
+bool isLast(const Project& project, const std::string& entry) {
+    const std::vector<std::string> ids = idsOf(project);
+    return !ids.empty() && entry == pathIn(undoFolder(project), ids.front());
+}
+
 /// The folder of the run in the entry that clears for `verb` now.
 std::string makeRunFolder(const Project& project, const std::string& verb, const std::string& run) {
     Group& open = group();
     std::string entry = open.depth > 0 && open.verb == verb ? open.path : std::string();
-    if (entry.empty() || isThere(entry + "/" + run))
+    // One that kept nothing yet is gone.
+    if (!isFolder(entry) || isThere(entry + "/" + run) || (open.goesOn && !isLast(project, entry)))
         entry = makeEntry(project, verb);
     if (entry.empty() || ::mkdir((entry + "/" + run).c_str(), 0777) != 0)
         return {};
     if (open.depth > 0) {
         open.verb = verb;
         open.path = entry;
+        open.goesOn = false;
     }
     return entry + "/" + run;
 }
@@ -525,10 +534,22 @@ UndoGroup::UndoGroup(Project& project) : m_project(project) {
     ++group().depth;
 }
 
+UndoGroup::UndoGroup(Project& project, UndoSeries& series) : m_project(project), m_series(&series) {
+    if (++group().depth == 1)
+        group() = {1, series.verb, series.path, true};
+}
+
 UndoGroup::~UndoGroup() {
     if (--group().depth > 0)
         return;
+    const Group ended = group();
     group() = Group();
+    // What was there was pruned before.
+    const bool isNew = m_series == nullptr || ended.path != m_series->path;
+    if (m_series != nullptr)
+        *m_series = {ended.verb, ended.path};
+    if (!isNew)
+        return;
     try {
         UndoStore(m_project).prune();
     } catch (...) {

@@ -129,10 +129,19 @@ private:
     std::unique_ptr<Data> m_data;
 };
 
+/// Groups that follow each other, such as the launches of a queue: as long as nothing else made
+/// an entry in between, the next one goes on with the entry of the one before.
+struct UndoSeries {
+    std::string verb;
+    std::string path;
+};
+
 /// While it lives, what is cleared for one verb goes into one entry.
 class WORKBENCH_API UndoGroup {
 public:
     explicit UndoGroup(Project& project);
+    /// `series` isn't owned and outlives the group.
+    UndoGroup(Project& project, UndoSeries& series);
     ~UndoGroup();
 
     UndoGroup(const UndoGroup&) = delete;
@@ -140,6 +149,7 @@ public:
 
 private:
     Project& m_project;
+    UndoSeries* m_series = nullptr;
 };
 
 /// Takes `runs`, of which none is at work, out of the project with their directories, and saves

@@ -8,6 +8,7 @@
 #include <csignal>
 #include <cstdlib>
 #include <memory>
+#include <mutex>
 #include <sstream>
 
 #include <dirent.h>
@@ -81,6 +82,36 @@ private:
     int m_error;
 };
 
+std::string readBootId() {
+    std::string id;
+    HUTFileUtils::readFile("/proc/sys/kernel/random/boot_id", kMostOfProcFile, id);
+    return id.substr(0, id.find('\n'));
+}
+
+std::string readPidNamespace() {
+    const std::string target = linkTarget("/proc/self/ns/pid");  // pid:[4026531836]
+    const std::string::size_type from = target.find('[') + 1;
+    return from == 0 ? std::string() : target.substr(from, target.find(']') - from);
+}
+
+/// What stays as it is while this process lives.
+struct OwnFacts {
+    long pid = 0;
+    unsigned long long startTicks = 0;
+    std::string pidNamespace;
+};
+
+/// Read once: a launch of many runs writes them for each. A child of fork() is another process.
+OwnFacts ownFacts() {
+    static std::mutex s_mutex;
+    static OwnFacts s_facts;
+    const std::lock_guard<std::mutex> lock(s_mutex);
+    Entry entry;
+    if (s_facts.pid != ::getpid() && readStat(::getpid(), entry))
+        s_facts = {entry.pid, entry.startTicks, readPidNamespace()};
+    return s_facts;
+}
+
 class HostProcessTable final : public ProcessTable {
 public:
     std::string hostName() override {
@@ -90,15 +121,14 @@ public:
     }
 
     std::string bootId() override {
-        std::string id;
-        HUTFileUtils::readFile("/proc/sys/kernel/random/boot_id", kMostOfProcFile, id);
-        return id.substr(0, id.find('\n'));
+        // A process doesn't outlive the start of its host.
+        static const std::string s_id = readBootId();
+        return s_id;
     }
 
     std::string pidNamespace() override {
-        const std::string target = linkTarget("/proc/self/ns/pid");  // pid:[4026531836]
-        const std::string::size_type from = target.find('[') + 1;
-        return from == 0 ? std::string() : target.substr(from, target.find(']') - from);
+        const OwnFacts own = ownFacts();
+        return own.pid == ::getpid() ? own.pidNamespace : readPidNamespace();
     }
 
     long ownPid() override { return ::getpid(); }
@@ -106,6 +136,11 @@ public:
 
     bool look(long pid, Entry& entry) override {
         Entry found;
+        const OwnFacts own = pid == ::getpid() ? ownFacts() : OwnFacts();
+        if (own.pid == pid) {
+            entry = {pid, ::getpgrp(), static_cast<long>(::getuid()), 'R', own.startTicks};
+            return true;
+        }
         if (!readStat(pid, found))
             return false;
         found.user = realUser(pid);

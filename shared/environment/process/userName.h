@@ -8,7 +8,8 @@
 
 namespace process {
 
-/// The name of the user with that number, as the host knows it; empty when it doesn't.
+/// The name of the user with that number, as the host knows it; empty when it doesn't. Who has
+/// one is asked for once: the host's answer may come from far away.
 ENVIRONMENT_API std::string userName(long uid);
 
 }  // namespace process

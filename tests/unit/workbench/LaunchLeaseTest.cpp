@@ -2,13 +2,18 @@
 // Copyright the Xperiment authors
 #include "workbench/launchLease.h"
 
+#include <algorithm>
+#include <cerrno>
 #include <string>
 #include <vector>
 
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include "environment/errors/HXMLException.h"
+#include "environment/files/HUTFile.h"
 #include "environment/process/userName.h"
+#include "tests/support/FaultyDisk.h"
 #include "tests/support/RunDir.h"
 #include "tests/unit/runs/xpreport/schemaFile.h"
 #include "workbench/links.h"
@@ -122,6 +127,27 @@ TEST_F(LaunchLeaseTest, KnowsAProcessOfOtherStartAsGone) {
     LaunchLease lease = workbench::makeLease();
     lease.launcher.setStartTicks(lease.launcher.getStartTicks() + 1);
     EXPECT_EQ(workbench::lookAtLauncher(lease), HUTProcessHandle::Life::kGone);
+}
+
+TEST_F(LaunchLeaseTest, IsSyncedUnlessItWaits) {
+    LaunchLease lease = workbench::makeLease();
+    const auto syncs = [&lease, this] {
+        test::FaultyDisk disk;
+        workbench::writeLease(path(), lease);
+        return std::count(disk.names().begin(), disk.names().end(), "sync");
+    };
+    EXPECT_EQ(syncs(), 2);
+    lease.isWaiting = true;
+    EXPECT_EQ(syncs(), 0);
+}
+
+TEST_F(LaunchLeaseTest, OneThatWaitsAndCanNotBeWrittenLeavesNothing) {
+    LaunchLease lease = workbench::makeLease();
+    lease.isWaiting = true;
+    test::FaultyDisk disk;
+    disk.failAll("write", ENOSPC);
+    EXPECT_THROW(workbench::writeLease(path(), lease), HXMLException);
+    EXPECT_FALSE(HUTFile::exists(path()));
 }
 
 TEST_F(LaunchLeaseTest, HasAnIdentityOfItsOwn) {

@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "environment/errors/HEXError.h"
@@ -222,6 +223,37 @@ TEST_F(LaunchQueueTest, OneThatSomebodyStopsWhileItWaitsIsTakenBack) {
     HUTFile(m_other.queueMarkerPath()).rm();
     EXPECT_EQ(advance(), "synth_2 taken back");
     EXPECT_EQ(codeOf(m_other), HDGUIStatus::statusNotStarted);
+}
+
+TEST_F(LaunchQueueTest, OneThatSomebodyStopsIsNotStartedWhenItsTurnComes) {
+    StillQueue& runs = queue(1);
+    runs.add(m_synth);
+    runs.add(m_other);
+    EXPECT_EQ(advance(), "synth_1 started");
+    HUTFile(m_other.queueMarkerPath()).rm();
+    runs.end(m_synth, true);
+    EXPECT_EQ(advance(), "synth_1 done, synth_2 taken back");
+    EXPECT_TRUE(runs.isOver());
+}
+
+TEST_F(LaunchQueueTest, OfManyThatWaitSomeAreLookedAtInTurn) {
+    constexpr int kMany = 50;
+    StillQueue& runs = queue(1);
+    std::vector<HAXPExpRun*> all;
+    for (int i = 0; i < kMany; ++i) {
+        const std::string name = "many_" + std::to_string(i);
+        all.push_back(&m_project->createRun(name, *OpenFlows::getSynthesis(), "Default", ""));
+        runs.add(*all.back());
+    }
+    EXPECT_EQ(advance(), "many_0 started");
+    HUTFile(all[25]->queueMarkerPath()).rm();
+    HUTFile(all[49]->queueMarkerPath()).rm();
+    std::string told;
+    for (int i = 0; i < 3; ++i)
+        told += advance() + ";";
+    EXPECT_THAT(told, ::testing::HasSubstr("many_25 taken back"));
+    EXPECT_THAT(told, ::testing::HasSubstr("many_49 taken back"));
+    EXPECT_EQ(runs.getWaiting().size(), 47U);
 }
 
 TEST_F(LaunchQueueTest, WhatWaitsIsNotQueuedAnyMoreWhenTheQueueGoes) {

@@ -12,6 +12,7 @@
 #include <sys/stat.h>
 
 #include "environment/errors/HEXAlgException.h"
+#include "environment/files/HUTFile.h"
 #include "environment/files/HUTFileUtils.h"
 #include "tests/unit/workbench/TestBench.h"
 #include "workbench/HAXPExpRun.h"
@@ -69,6 +70,28 @@ TEST_F(SavedLaunchesTest, ALaunchStandsBesideTheProjectFileAndIsFoundThere) {
         EXPECT_EQ(launchTime(), 1234);
         EXPECT_EQ(m_project->getRuns().front()->getName(), "synth_1");
     }
+}
+
+TEST_F(SavedLaunchesTest, AllOfThemAreTakenInWhenTheyAreMany) {
+    constexpr int kMany = 120;
+    for (int i = 0; i < kMany; ++i)
+        m_project->createRun("many_" + std::to_string(i), *OpenFlows::getSynthesis(), "Default",
+                             "");
+    m_project->save();
+    const auto count = [this] {
+        return HUTFile(m_bench.path("proj/.xperiment/launching")).fileCount();
+    };
+    int most = 0;
+    for (int i = 0; i < kMany; ++i) {
+        saveLaunch(1000 + i, "many_" + std::to_string(i));
+        most = std::max(most, count());
+    }
+    // More than half of the runs never stand beside the file.
+    EXPECT_GE(most, 50);
+    EXPECT_LE(most, kMany / 2 + 1);
+    reopen();
+    EXPECT_EQ(launchTime("many_0"), 1000);
+    EXPECT_EQ(launchTime("many_119"), 1119);
 }
 
 TEST_F(SavedLaunchesTest, TheNextSaveTakesThemIn) {

@@ -116,6 +116,46 @@ TEST_F(UndoStoreTest, BringsBackARunThatWasReset) {
     EXPECT_EQ(state(), before);
 }
 
+TEST_F(UndoStoreTest, GroupsOfASeriesGoIntoOneEntry) {
+    workbench::UndoSeries series;
+    for (const char* name : {"synth_1", "impl_1"}) {
+        const workbench::UndoGroup group(project(), series);
+        HSTVector<std::string> errors;
+        ASSERT_TRUE(workbench::resetRun(project(), project().getRun(name), "", true, errors));
+    }
+    ASSERT_EQ(verbs(), (Verbs{"reset"}));
+    EXPECT_EQ(store().entries().front().runs.size(), 2U);
+}
+
+TEST_F(UndoStoreTest, ASeriesWithAnotherEntryInBetweenGoesOnWithANewOne) {
+    workbench::UndoSeries series;
+    HSTVector<std::string> errors;
+    {
+        const workbench::UndoGroup group(project(), series);
+        ASSERT_TRUE(workbench::resetRun(project(), project().getRun("synth_1"), "", true, errors));
+    }
+    ASSERT_TRUE(reset("route"));
+    {
+        const workbench::UndoGroup group(project(), series);
+        ASSERT_TRUE(reset());
+    }
+    EXPECT_EQ(verbs(), (Verbs{"reset", "reset", "reset"}));
+}
+
+TEST_F(UndoStoreTest, AGroupGoesOnBehindARunThatHadNothingToKeep) {
+    HAXPExpRun& fresh = project().createRun("synth_2", *OpenFlows::getSynthesis(), "Default", "");
+    m_world.giveDir(fresh);
+    {
+        const workbench::UndoGroup group(project());
+        HSTVector<std::string> errors;
+        ASSERT_TRUE(workbench::resetRun(project(), fresh, "", true, errors));
+        ASSERT_TRUE(reset());
+    }
+    ASSERT_EQ(verbs(), (Verbs{"reset"}));
+    EXPECT_EQ(store().entries().front().runs.size(), 1U);
+    EXPECT_TRUE(m_messages.ids().empty());
+}
+
 TEST_F(UndoStoreTest, BringsBackWhatTheProjectFileSays) {
     ASSERT_TRUE(reset());
     store().undo();
