@@ -183,7 +183,7 @@ std::vector<RunEvent> RunEvents::look(const HAXPExpRun& run, LaunchProgress& pro
     std::vector<RunEvent> events;
     State& state = m_states[run.getName()];
     const long launch = run.getInfo().getLaunchTime();
-    const bool isNew = state.isSeen && launch != state.launch;
+    const bool isNew = state.isSeen ? launch != state.launch : m_expectsNew;
     state.isSeen = true;
     state.launch = launch;
     if (isNew)

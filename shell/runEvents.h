@@ -41,8 +41,12 @@ public:
     static constexpr long kProgressMs = 1000;
 
     /// What happened to `run`, which is up to date, since the last look. The first look
-    /// tells what a run at work has done so far, and nothing of every other.
+    /// tells what a run at work has done so far, and nothing of every other; see expectNew().
     std::vector<RunEvent> look(const HAXPExpRun& run, LaunchProgress& progress);
+
+    /// To be called behind the first look at all runs: whichever is seen for the first time from
+    /// then on came meanwhile, so that its launch is told also when that is over.
+    void expectNew() { m_expectsNew = true; }
 
     /// The event of a run that came to its end before anybody looked.
     static RunEvent endOf(const HAXPExpRun& run);
@@ -67,6 +71,7 @@ private:
 
     /// By the name of the run.
     std::map<std::string, State> m_states;
+    bool m_expectsNew = false;
 };
 
 /// An event as one object of `xp watch --jsonl`; `time` is in seconds since the epoch.

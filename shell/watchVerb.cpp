@@ -94,6 +94,7 @@ public:
             if (live.refresh())
                 runs = runsNow_(live.project());
             isAnyAtWork = look_(live, runs, line);
+            m_events.expectNew();
             if (m_jsonl && isOutputClosed())
                 endByPipe();
             if ((isAnyAtWork || m_forever) && interrupt.pause(kPollMs)) {

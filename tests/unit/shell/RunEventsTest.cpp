@@ -134,6 +134,31 @@ TEST_F(RunEventsTest, TellsALaunchThatCameAndWentBetweenTwoLooks) {
     EXPECT_EQ(texts.back(), "run_ended done");
 }
 
+TEST_F(RunEventsTest, TellsALaunchThatIsOverOfARunThatCameBehindTheFirstLook) {
+    m_events.expectNew();
+    launch(kTime);
+    finish();
+    const Texts told = look();
+    ASSERT_EQ(told.size(), 10U);
+    EXPECT_EQ(told.front(), "run_began");
+    EXPECT_EQ(told[1], "step_began init_design");
+    EXPECT_EQ(told.back(), "run_ended done");
+    EXPECT_EQ(look(), Texts{});
+}
+
+TEST_F(RunEventsTest, TellsNothingOfARunThatCameAndIsNotLaunched) {
+    m_events.expectNew();
+    EXPECT_EQ(look(), Texts{});
+}
+
+TEST_F(RunEventsTest, TellsNothingMoreOfWhatWasOverBeforeOthersWereExpected) {
+    launch(kTime);
+    finish();
+    EXPECT_EQ(look(), Texts{});
+    m_events.expectNew();
+    EXPECT_EQ(look(), Texts{});
+}
+
 TEST_F(RunEventsTest, TellsTheNextLaunchToo) {
     launch(kTime);
     begin("ice40_init");
