@@ -8,6 +8,7 @@
 #include "shell/bugPack.h"
 #include "shell/exitStatus.h"
 #include "shell/note.h"
+#include "shell/runPlan.h"
 #include "shell/verb.h"
 #include "workbench/Project.h"
 
@@ -25,7 +26,7 @@ public:
 
     int run(const Session& session) override {
         const auto project = Project::open(session.projectDir, Project::kRead);
-        HAXPExpRun& run = project->getRun(m_name);
+        HAXPExpRun& run = chosenRun(*project, m_name);
         const PackedRun packed = packRunAnew(*project, run, m_output);
         fmt::print("{}\n", packed.archive);
         for (const std::string& each : packed.leftOut)

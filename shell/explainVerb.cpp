@@ -28,7 +28,7 @@ public:
 
     int run(const Session& session) override {
         const auto project = Project::open(session.projectDir, Project::kRead);
-        HAXPExpRun& run = project->getRun(m_name);
+        HAXPExpRun& run = chosenRun(*project, m_name);
         const Explanation explanation = explain(*project, run);
         if (m_json)
             printJson(explanationJson(run, explanation));

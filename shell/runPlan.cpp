@@ -5,6 +5,7 @@
 #include <algorithm>
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "shell/exitStatus.h"
 #include "shell/suggestion.h"
@@ -35,6 +36,25 @@ void addOnce(const std::string& name, std::vector<std::string>& names) {
         names.push_back(name);
 }
 
+/// `name` means `runs` where one run is asked for.
+[[noreturn]] void failMany(const Project& project, const std::string& name,
+                           const std::vector<HAXPExpRun*>& runs) {
+    constexpr std::size_t kMostNamed = 6;
+    std::vector<std::string> names;
+    for (const HAXPExpRun* run : runs) {
+        if (names.size() < kMostNamed)
+            names.push_back(run->getName());
+    }
+    const bool isSweep = project.getFamilyOf(*runs.front()).sweep == name;
+    const std::string more =
+        runs.size() > kMostNamed ? fmt::format(", ... (all: xp ls {})", name) : std::string();
+    throw CommandError(
+        kExitRefused,
+        fmt::format("'{}' is a {} of {} run{}, and one run is asked for. Name it: {}{}", name,
+                    isSweep ? "sweep" : "family", runs.size(), runs.size() == 1 ? "" : "s",
+                    fmt::join(names, ", "), more));
+}
+
 }  // namespace
 
 bool RunPlan::launchesRun(const HAXPExpRun& run) const {
@@ -44,6 +64,9 @@ bool RunPlan::launchesRun(const HAXPExpRun& run) const {
 HAXPExpRun& chosenRun(const Project& project, const std::string& name) {
     if (HAXPExpRun* run = project.findRun(name))
         return *run;
+    const std::vector<HAXPExpRun*> family = runsOfFamily(project, name);
+    if (!family.empty())
+        failMany(project, name, family);
     std::vector<std::string> known;
     for (const HAXPExpRun* run : project.getRuns()) {
         known.push_back(run->getName());

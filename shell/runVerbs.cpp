@@ -75,7 +75,7 @@ private:
 class SetVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
-        command.add_option("run", m_name, "Name of the run")->required();
+        command.add_option("runs", m_name, "Name of a run, family or sweep")->required();
         command.add_option("settings", m_settings, "option=value, or step.option=value");
         command.add_option("--strategy", m_strategy,
                            "Strategy to take over first; options set before are lost");
@@ -88,17 +88,22 @@ public:
             throw CommandError(kExitUsage, "There is nothing to set. Say option=value, --strategy "
                                            "or --to.");
         const auto project = Project::open(session.projectDir, Project::kChange);
-        HAXPExpRun& run = chosenRun(*project, m_name);
-        if (!m_strategy.empty())
-            project->applyStrategy(run, strategyNameFor(*run.getStrategy()->getFlow(), m_strategy));
-        if (m_to->count() > 0)
-            project->setToStep(run, m_toStep);
-        setOptions(*project, run, m_settings);
+        // Of several runs each is changed or none.
+        for (HAXPExpRun* run : chosenRuns(*project, {m_name}))
+            change_(*project, *run);
         project->save();
         return kExitDone;
     }
 
 private:
+    void change_(Project& project, HAXPExpRun& run) const {
+        if (!m_strategy.empty())
+            project.applyStrategy(run, strategyNameFor(*run.getStrategy()->getFlow(), m_strategy));
+        if (m_to->count() > 0)
+            project.setToStep(run, m_toStep);
+        setOptions(project, run, m_settings);
+    }
+
     std::string m_name;
     std::vector<std::string> m_settings;
     std::string m_strategy;
@@ -109,28 +114,36 @@ private:
 class ApplyVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
-        command.add_option("run", m_name, "Name of the run")->required();
+        command.add_option("runs", m_name, "Name of a run, family or sweep")->required();
         command.add_option("strategy", m_strategy,
                            "Strategy to take over; the run's own one as it is now if unsaid");
     }
 
     int run(const Session& session) override {
         const auto project = Project::open(session.projectDir, Project::kChange);
-        HAXPExpRun& run = chosenRun(*project, m_name);
+        std::vector<std::string> told;
+        for (HAXPExpRun* run : chosenRuns(*project, {m_name}))
+            told.push_back(apply_(*project, *run));
+        project->save();
+        for (const std::string& text : told)
+            note("{}", text);
+        return kExitDone;
+    }
+
+private:
+    /// What became of the run.
+    std::string apply_(Project& project, HAXPExpRun& run) const {
         const HAXPFlow* flow = run.getStrategy()->getFlow();
         const std::string name =
             m_strategy.empty() ? run.getStrategy()->getName() : strategyNameFor(*flow, m_strategy);
         HAXPStrategy before;
         before.copyStrat(run.getStrategy(), true, boost::logic::indeterminate);
-        project->applyStrategy(run, name);
-        project->save();
+        project.applyStrategy(run, name);
         const std::size_t changes = workbench::differences(before, *run.getStrategy()).size();
-        note("Run {} has the values of {} now: {} option{} changed", m_name,
-             workbench::printable(name), changes, changes == 1 ? "" : "s");
-        return kExitDone;
+        return fmt::format("Run {} has the values of {} now: {} option{} changed", run.getName(),
+                           workbench::printable(name), changes, changes == 1 ? "" : "s");
     }
 
-private:
     std::string m_name;
     std::string m_strategy;
 };

@@ -7,6 +7,7 @@
 #include <CLI/Config.hpp>
 #include <CLI/Formatter.hpp>
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "environment/containers/HSTVector.h"
 #include "environment/errors/HEXUserException.h"
@@ -21,6 +22,7 @@
 #include "workbench/history/History.h"
 #include "workbench/runReset.h"
 #include "workbench/runStop.h"
+#include "workbench/undo/UndoStore.h"
 
 namespace shell {
 
@@ -105,36 +107,63 @@ private:
 class ResetVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
-        command.add_option("run", m_name, "Name of the run")->required();
+        command.add_option("runs", m_names, "Names of runs, families or sweeps")->required();
         command.add_option("--from", m_fromStep,
                            "Short name of the first step to take back; all if unsaid");
         command.add_flag("--keep-files", m_keepFiles, "Leave what the steps made");
-        auto* kill = command.add_flag("--kill", m_kill, "Stop the run first if it is at work");
+        auto* kill = command.add_flag("--kill", m_kill, "Stop the runs first that are at work");
         command
             .add_flag("--force", m_force,
-                      "Also when it can't be told whether the run is still at work")
+                      "Also when it can't be told whether a run is still at work")
             ->excludes(kill);
     }
 
     int run(const Session& session) override {
         const auto project = Project::open(session.projectDir, Project::kChange);
-        HAXPExpRun& run = chosenRun(*project, m_name);
-        if (m_kill && run.isAtWork())
-            note("{}: {}", m_name, stopText(run, workbench::stopRun(run)));
-        HSTVector<std::string> errors;
-        const bool ok =
-            workbench::resetRun(*project, run, m_fromStep, !m_keepFiles, errors, m_force);
-        for (const std::string& error : errors)
-            tellError(error);
-        if (!ok)
-            return kExitRefused;
-        note("{}: reset{}. Next: xp launch {}", m_name,
-             m_fromStep.empty() ? "" : " from " + m_fromStep, m_name);
-        return kExitDone;
+        const Runs runs = chosenRuns(*project, m_names);
+        const workbench::UndoGroup together(*project);
+        int status = kExitDone;
+        Runs done;
+        for (HAXPExpRun* run : runs) {
+            if (reset_(*project, *run, runs.size() > 1))
+                done.push_back(run);
+            else
+                status = kExitRefused;
+        }
+        if (!done.empty())
+            note("{}: reset{}. Next: xp launch {}", namesOf_(done),
+                 m_fromStep.empty() ? "" : " from " + m_fromStep, fmt::join(m_names, " "));
+        return status;
     }
 
 private:
-    std::string m_name;
+    static std::string namesOf_(const Runs& runs) {
+        std::vector<std::string> names;
+        for (const HAXPExpRun* run : runs)
+            names.push_back(run->getName());
+        return fmt::format("{}", fmt::join(names, ", "));
+    }
+
+    /// Of several runs one that can't be reset is told, and keeps no other back.
+    bool reset_(Project& project, HAXPExpRun& run, bool isOneOfMany) const {
+        try {
+            if (m_kill && run.isAtWork())
+                note("{}: {}", run.getName(), stopText(run, workbench::stopRun(run)));
+            HSTVector<std::string> errors;
+            const bool ok =
+                workbench::resetRun(project, run, m_fromStep, !m_keepFiles, errors, m_force);
+            for (const std::string& error : errors)
+                tellError(error);
+            return ok;
+        } catch (const HEXUserException& error) {
+            if (!isOneOfMany)
+                throw;
+            tellError(error.what());
+            return false;
+        }
+    }
+
+    std::vector<std::string> m_names;
     std::string m_fromStep;
     bool m_keepFiles = false;
     bool m_kill = false;

@@ -59,6 +59,11 @@ holders_of() {
   grep -F 'Interrupted, but synth_1 goes on. Wait with "xp wait", look with "xp status".' xp.err
   grep -F 'Not launched: impl_1' xp.err
   run_is synth_1 running
+  # What waited is as it was: no marker of it, nothing half written, and the project is free.
+  run_is impl_1 'not started'
+  [ -z "$(find proj/runs/impl_1 -name '.*queue*')" ]
+  [ -z "$(find proj -name '.*.??????')" ]
+  run -0 "$xp" -C proj set impl_1 seed=3
   release_tool
   run -0 "$xp" -C proj wait synth_1
   run_is synth_1 "done"
@@ -77,7 +82,10 @@ holders_of() {
   status=0
   wait "$xp_pid" || status=$?
   [ "$status" = 130 ]
+  grep -F 'Interrupted, but synth_1 goes on.' xp.err
   run_is synth_1 running
+  release_tool
+  run -0 "$xp" -C proj wait synth_1
 }
 
 @test "while one xp waits for its run, another may look but not change" {
