@@ -121,9 +121,7 @@ struct QueueMarker {
         const workbench::FileFingerprint::State stateNow = workbench::readStamp(path, now);
         if (stateNow == kPresent && state == kPresent && now == stamp && isSettled)
             return;
-        timespec time{};
-        ::clock_gettime(CLOCK_REALTIME, &time);
-        *this = {stateNow, now, workbench::isOldEnough(now, time), false, {}};
+        *this = {stateNow, now, workbench::isOldEnough(now, workbench::systemTime()), false, {}};
         hasLease = state == kPresent && workbench::readLease(path, lease);
     }
 };
