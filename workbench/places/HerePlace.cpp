@@ -84,11 +84,14 @@ private:
     /// Signals the processes until none is left and the lock is free, or `ms` are over.
     bool endWithin_(long ms, int number) {
         const long end = process::clock().nowMs() + ms;
-        for (bool atOnce = true;; atOnce = false) {
+        // Seen twice: a process that is becoming another program shows no environment for a moment.
+        bool isGone = false;
+        for (bool atOnce = true, wasGone = false;; atOnce = false, wasGone = isGone) {
             const Pids left = processes_();
-            if (left.empty() && probeRunLock(m_dir) != RunLife::kAlive)
+            isGone = left.empty() && probeRunLock(m_dir) != RunLife::kAlive;
+            if (isGone && wasGone)
                 return true;
-            if (process::clock().nowMs() >= end)
+            if (!isGone && process::clock().nowMs() >= end)
                 return false;
             for (const long pid : left)
                 number == SIGKILL ? kill_(pid) : ask_(pid, atOnce);
