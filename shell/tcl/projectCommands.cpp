@@ -91,7 +91,7 @@ Tcl_Obj* add(Call& call) {
 
 /// The runs of the words, of the project that is current without any.
 std::vector<HAXPExpRun*> runsToShow(const Call& call, OpenProject*& open) {
-    const std::vector<HAXPExpRun*> runs = call.session().runs(call.words(), open);
+    std::vector<HAXPExpRun*> runs = call.session().runs(call.words(), open);
     TclSession::refresh(runs);
     return runs;
 }

@@ -171,6 +171,7 @@ Tcl_Obj* removeReport(Call& call) {
 
 }  // namespace
 
+// NOLINTNEXTLINE(readability-function-size): a table.
 const Ensemble& strategyEnsemble() {
     static const Ensemble ensemble{
         "strategy",
