@@ -127,6 +127,10 @@ std::vector<std::string> namesIn(const std::string& folder) {
     return names;
 }
 
+std::string inFolder(const std::string& folder, const std::string& name) {
+    return folder + "/" + name;
+}
+
 /// The ids of what looks like an entry of `project`, the last one first.
 std::vector<std::string> idsOf(const Project& project) {
     const std::string folder = undoFolder(project);
@@ -135,7 +139,7 @@ std::vector<std::string> idsOf(const Project& project) {
         return {};
     for (const std::string& name : namesIn(folder)) {
         const std::optional<IdParts> parts = partsOf(name);
-        if (parts && isFolder(folder + "/" + name))
+        if (parts && isFolder(inFolder(folder, name)))
             found.emplace_back(*parts, name);
     }
     std::sort(found.rbegin(), found.rend());
@@ -332,12 +336,14 @@ bool overlaps(const std::string& kept, const std::string& dir,
     for (const std::string& name : namesIn(kept)) {
         struct stat info {};
         struct stat there {};
-        if (::lstat((kept + "/" + name).c_str(), &info) != 0 ||
-            ::lstat((dir + "/" + name).c_str(), &there) != 0 || isSameFile(info, there) ||
+        const std::string ours = inFolder(kept, name);
+        const std::string theirs = inFolder(dir, name);
+        if (::lstat(ours.c_str(), &info) != 0 || ::lstat(theirs.c_str(), &there) != 0 ||
+            isSameFile(info, there) ||
             std::find(replaced.begin(), replaced.end(), name) != replaced.end())
             continue;
         const bool areFolders = S_ISDIR(info.st_mode) && S_ISDIR(there.st_mode);
-        if (!areFolders || overlaps(kept + "/" + name, dir + "/" + name, {}))
+        if (!areFolders || overlaps(ours, theirs, {}))
             return true;
     }
     return false;
@@ -459,7 +465,7 @@ struct UndoScope::Data {
 };
 
 UndoScope::UndoScope(Project& project, const HAXPExpRun& run, const std::string& verb,
-                     UndoRun what) {
+                     const UndoRun& what) {
     const std::string dir = run.getDir();
     if (Data::open() != nullptr || dir.empty() || !HUTFile(dir).isDir())
         return;
@@ -628,7 +634,7 @@ UndoEntry UndoStore::undo(const std::string& id) {
     const std::vector<UndoEntry> all = entries();
     UndoEntry entry = choose_(id);
     // One that was killed at it goes on: what it cleared so far is in its own entry.
-    const UndoEntry half = all.front();
+    const UndoEntry& half = all.front();
     const std::string& interrupted = half.runs.front().restores;
     const auto target = std::find_if(all.begin(), all.end(), [&interrupted](const auto& each) {
         return each.id == interrupted;

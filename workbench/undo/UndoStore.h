@@ -87,8 +87,8 @@ private:
     void requireUndoable_(const UndoEntry& entry, const std::vector<UndoEntry>& all) const;
     void requireUsable_(const UndoEntry& entry, const UndoRun& what) const;
     void requireRestorable_(const UndoEntry& entry, const UndoRun& what) const;
-    void undoRun_(const UndoEntry& entry, const UndoRun& run, const UndoRun* begun);
-    void noteRestored_(const UndoEntry& entry, const UndoRun& run);
+    void undoRun_(const UndoEntry& entry, const UndoRun& what, const UndoRun* begun);
+    void noteRestored_(const UndoEntry& entry, const UndoRun& what);
     void clear_(const UndoRun& what, HAXPExpRun& run, UndoScope& scope);
     void bringBack_(const UndoEntry& entry, const UndoRun& what);
     std::string folder_() const;
@@ -106,7 +106,8 @@ public:
     /// is kept; a message tells the former.
     /// `what` needs no name, kind and synthesis; when it is whole an entry that is whole goes on.
     /// With `restores` nothing is removed that can't be kept: the removal fails.
-    UndoScope(Project& project, const HAXPExpRun& run, const std::string& verb, UndoRun what);
+    UndoScope(Project& project, const HAXPExpRun& run, const std::string& verb,
+              const UndoRun& what);
     /// Ends the entry; one that kept nothing goes.
     ~UndoScope();
 
