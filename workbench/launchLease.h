@@ -69,8 +69,9 @@ struct LaunchLease {
 /// A lease of this process with an identity of its own.
 WORKBENCH_API LaunchLease makeLease();
 
-/// Writes `lease` to the file `path`, whole or not at all, in the place of what is there: a
-/// link goes, and what it leads to stays.
+/// Writes `lease` to the file `path` in the place of what is there: a link goes, and what it leads
+/// to stays. It is there whole and synced, or as it was. One of a run that waits isn't synced, and
+/// is no lease to who reads it meanwhile; when it can't be written nothing is left of the file.
 /// @throws HXMLException it can't be written.
 WORKBENCH_API void writeLease(const std::string& path, const LaunchLease& lease);
 
