@@ -2,13 +2,13 @@
 // Copyright the Xperiment authors
 #include <algorithm>
 #include <cmath>
-#include <cstdlib>
 #include <cstring>
 #include <optional>
 
 #include <fmt/format.h>
 
 #include "workbench/printable.h"
+#include "workbench/routerLines.h"
 #include "workbench/toolProgress.h"
 
 namespace workbench {
@@ -55,33 +55,6 @@ bool startsWith(const std::string& text, const char* head) {
 
 bool holds(const std::string& text, const char* part) {
     return text.find(part) != std::string::npos;
-}
-
-/// The whole number behind `head` in `text`, which may have blanks before it.
-std::optional<long> numberAfter(const std::string& text, const char* head) {
-    const std::size_t at = text.find(head);
-    if (at == std::string::npos)
-        return std::nullopt;
-    const char* from = text.c_str() + at + std::strlen(head);
-    char* end = nullptr;
-    const long number = std::strtol(from, &end, 10);
-    return end == from || number < 0 ? std::nullopt : std::optional<long>(number);
-}
-
-/// The arcs that are left in a row of the first router's table: its fourth column.
-std::optional<long> arcsLeft(const std::string& line) {
-    if (line.find_first_not_of("0123456789.|() ") != std::string::npos)
-        return std::nullopt;
-    std::size_t at = 0;
-    for (int column = 0; column < 3; ++column) {
-        at = line.find('|', at);
-        if (at == std::string::npos)
-            return std::nullopt;
-        ++at;
-    }
-    if (line.find('|', at) == std::string::npos)
-        return std::nullopt;
-    return numberAfter(line.substr(at, line.find('|', at) - at), "");
 }
 
 /// A heading of yosys: "4.19. Executing TECHMAP pass (map to technology primitives)."

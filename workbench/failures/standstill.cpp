@@ -2,11 +2,9 @@
 // Copyright the Xperiment authors
 #include "workbench/failures/standstill.h"
 
-#include <algorithm>
-#include <cstdlib>
-#include <cstring>
-
 #include <fmt/format.h>
+
+#include "workbench/routerLines.h"
 
 namespace workbench {
 
@@ -18,16 +16,6 @@ constexpr long kFewestRounds = 100;
 constexpr long kArcsOfRow = 1000;
 constexpr long kFewestRows = 200;
 
-std::optional<long> numberAfter(const std::string& line, const char* head) {
-    const std::size_t at = line.find(head);
-    if (at == std::string::npos)
-        return std::nullopt;
-    const char* from = line.c_str() + at + std::strlen(head);
-    char* end = nullptr;
-    const long number = std::strtol(from, &end, 10);
-    return end == from || number < 0 ? std::nullopt : std::optional<long>(number);
-}
-
 /// What is left behind an iteration of the second router: wires that several nets want, and
 /// arcs that are too slow.
 std::optional<long> leftByIteration(const std::string& line) {
@@ -35,22 +23,6 @@ std::optional<long> leftByIteration(const std::string& line) {
     if (!overused || line.find("iter=") == std::string::npos)
         return std::nullopt;
     return *overused + numberAfter(line, " tmgfail=").value_or(0);
-}
-
-/// The arcs that are left in a row of the first router's table: its fourth column.
-std::optional<long> leftByRow(const std::string& line) {
-    const std::size_t begin = line.compare(0, 6, "Info: ") == 0 ? 6 : 0;
-    if (line.find_first_not_of("0123456789.|() ", begin) != std::string::npos)
-        return std::nullopt;
-    std::size_t at = begin;
-    for (int column = 0; column < 3; ++column) {
-        at = line.find('|', at);
-        if (at == std::string::npos)
-            return std::nullopt;
-        ++at;
-    }
-    return line.find('|', at) == std::string::npos ? std::nullopt
-                                                   : numberAfter(line.substr(at), "");
 }
 
 /// Counts the rounds since what is left was last less than ever before.
@@ -93,7 +65,7 @@ std::optional<Standstill> findStandstill(const std::vector<std::string>& log) {
     for (const std::string& line : log) {
         if (const std::optional<long> left = leftByIteration(line)) {
             iterations.take(*left);
-        } else if (const std::optional<long> arcs = leftByRow(line)) {
+        } else if (const std::optional<long> arcs = arcsLeft(line)) {
             rows.take(*arcs);
         } else if (isTurn(line)) {
             iterations.forget();
