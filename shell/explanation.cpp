@@ -130,7 +130,7 @@ std::string hopText(const PathStop& stop) {
 
 std::optional<SlowPath> slowPath(const HAXPExpRun& run, const ice40::ClockTiming& clock) {
     PathSources sources;
-    const RoutedFacts facts = routedFacts(run, readRouted(run), sources);
+    const RoutedFacts facts = routedFacts(run, readRouted(routedPlaces(run)), sources);
     if (!facts.path)
         return std::nullopt;
     const CriticalPath& path = *facts.path;

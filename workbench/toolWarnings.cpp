@@ -320,13 +320,16 @@ std::vector<ToolWarning> warningsIn(std::istream& log) {
     return gathering.take();
 }
 
-std::vector<ToolWarning> warningsOf(const HAXPExpRun& run) {
-    const std::string path = run.getDir().empty() ? std::string() : run.pathOf("runme.log");
+std::vector<ToolWarning> warningsOfLog(const std::string& path) {
     // A pipe of that name would hold its reader.
     if (path.empty() || !HUTFile::isFile(path))
         return {};
     std::ifstream log(path, std::ios::binary);
     return warningsIn(log);
+}
+
+std::vector<ToolWarning> warningsOf(const HAXPExpRun& run) {
+    return warningsOfLog(run.getDir().empty() ? std::string() : run.pathOf("runme.log"));
 }
 
 std::vector<ToolWarning> warningsBeyond(const std::vector<ToolWarning>& warnings,

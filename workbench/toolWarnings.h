@@ -40,7 +40,10 @@ WORKBENCH_API std::string warningKey(const std::string& text);
 /// 10,000 at most.
 WORKBENCH_API std::vector<ToolWarning> warningsIn(std::istream& log);
 
-/// The same of the log of `run`; none when it has no log that can be read.
+/// The same of the log at `path`; none when that is empty or can't be read.
+WORKBENCH_API std::vector<ToolWarning> warningsOfLog(const std::string& path);
+
+/// The same of the log of `run`.
 WORKBENCH_API std::vector<ToolWarning> warningsOf(const HAXPExpRun& run);
 
 /// Those of `warnings` that `others` lacks, of the same step: what is new, or with the two the

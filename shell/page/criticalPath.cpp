@@ -123,12 +123,17 @@ CriticalPath describe(const TimingPath& slowest, const reports::Design* design) 
     return path;
 }
 
-/// The text of the file that `name`, of a step's metrics, names in the run directory. One
-/// that leads elsewhere is none of the run's.
-bool readRunFile(const HAXPExpRun& run, const std::string& name, std::string& text) {
+/// The file that `name`, of a step's metrics, names in the run directory; empty for one that
+/// leads elsewhere, which is none of the run's.
+std::string runFile(const HAXPExpRun& run, const std::string& name) {
+    const bool isOfRun =
+        !run.getDir().empty() && !name.empty() && name.find('/') == std::string::npos;
+    return isOfRun ? run.pathOf(name) : std::string();
+}
+
+bool readFile(const std::string& path, std::string& text) {
     std::string reason;
-    return !name.empty() && name.find('/') == std::string::npos &&
-           ice40::readText(run.pathOf(name), text, reason, kLargest);
+    return !path.empty() && ice40::readText(path, text, reason, kLargest);
 }
 
 }  // namespace
@@ -163,20 +168,24 @@ const reports::Design* PathSources::designOf(const std::string& netlist,
     return found.design.get();
 }
 
-RoutedReport readRouted(const HAXPExpRun& run) {
-    RoutedReport routed;
+RoutedPlaces routedPlaces(const HAXPExpRun& run) {
     const ice40::StepMetrics& metrics = run.getInfo().getMetrics();
+    return {runFile(run, metrics.file(ice40::files::kReport)),
+            runFile(run, metrics.file(ice40::files::kPlacement))};
+}
+
+RoutedReport readRouted(const RoutedPlaces& places) {
+    RoutedReport routed;
     std::string text;
     std::string reason;
     reports::PnrReport report;
-    if (run.getDir().empty() || !readRunFile(run, metrics.file(ice40::files::kReport), text) ||
-        !reports::parsePnrDetails(text, report, reason))
+    if (!readFile(places.report, text) || !reports::parsePnrDetails(text, report, reason))
         return routed;
     routed.use = usesOf(report);
     if (const TimingPath* slowest = slowestOf(report.paths))
         routed.slowest = *slowest;
     ice40::Placement placed;
-    if (routed.slowest && readRunFile(run, metrics.file(ice40::files::kPlacement), text) &&
+    if (routed.slowest && readFile(places.placement, text) &&
         ice40::parsePlacement(text, placed, reason))
         routed.placedInputs = placed.inputs;
     return routed;

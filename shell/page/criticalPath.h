@@ -62,9 +62,18 @@ struct RoutedReport {
     std::string placedInputs;
 };
 
-/// Reads the files of the last of the steps place_design and route_design that is done; what is
-/// missing or damaged tells nothing. For several runs at once by several threads.
-RoutedReport readRouted(const HAXPExpRun& run);
+/// Where the last of the steps place_design and route_design that is done left its files; empty
+/// for what there isn't.
+struct RoutedPlaces {
+    std::string report;
+    std::string placement;
+};
+
+/// Those of `run`, whose status is up to date.
+RoutedPlaces routedPlaces(const HAXPExpRun& run);
+
+/// Reads the files; what is missing or damaged tells nothing.
+RoutedReport readRouted(const RoutedPlaces& places);
 
 /// The netlists behind several runs: each is read once.
 class PathSources {

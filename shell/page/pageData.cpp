@@ -292,10 +292,10 @@ public:
         KnownStale known;
         // They read the same sources.
         const workbench::FileWatch::Moment moment;
-        std::vector<RunFiles> files = readRunFiles(request.runs);
-        for (std::size_t i = 0; i < files.size(); ++i) {
-            m_runs.push_back(lookAtRun(project, *request.runs[i], m_now, files[i], sources, known));
-            files[i] = {};
+        RunFilesAhead files(request.runs);
+        for (std::size_t i = 0; i < request.runs.size(); ++i) {
+            m_runs.push_back(
+                lookAtRun(project, *request.runs[i], m_now, files.take(i), sources, known));
             m_compared.push_back(m_runs.back().compared);
         }
     }

@@ -4,8 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
-#include <functional>
-#include <future>
+#include <exception>
 #include <system_error>
 #include <thread>
 
@@ -29,50 +28,65 @@ constexpr std::size_t kSearchedLines = 60;
 constexpr std::size_t kMostThreads = 8;
 constexpr std::size_t kRunsOfThread = 16;
 
-std::vector<std::string> logEnd(const HAXPExpRun& run) {
-    const std::string path = logPath(run);
+std::vector<std::string> logEnd(const std::string& path, bool hasFailed, bool isAtWork) {
     std::string unreadable;
     if (path.empty())
         return {};
-    if (hasFailed(run))
+    if (hasFailed)
         return failureLines(lastLines(path, kSearchedLines, unreadable), kSearchedLines);
-    return lastLines(path, run.isAtWork() ? kWorkLines : kEndLines, unreadable);
-}
-
-RunFiles readFiles(const HAXPExpRun& run) {
-    RunFiles files;
-    files.routed = readRouted(run);
-    if (!run.getDir().empty())
-        files.warnings = static_cast<long>(workbench::warningsOf(run).size());
-    files.log = logEnd(run);
-    return files;
-}
-
-/// Takes run after run, until none is left.
-void readSome(const Runs& runs, std::atomic<std::size_t>& next, std::vector<RunFiles>& files) {
-    for (std::size_t i = next++; i < runs.size(); i = next++)
-        files[i] = readFiles(*runs[i]);
+    return lastLines(path, isAtWork ? kWorkLines : kEndLines, unreadable);
 }
 
 }  // namespace
 
-std::vector<RunFiles> readRunFiles(const Runs& runs) {
-    std::vector<RunFiles> files(runs.size());
-    std::atomic<std::size_t> next{0};
-    std::vector<std::future<void>> others;
-    const std::size_t count = std::min({std::size_t{std::thread::hardware_concurrency()},
-                                        kMostThreads, runs.size() / kRunsOfThread});
+RunFilesAhead::RunFilesAhead(const Runs& runs) {
+    for (const HAXPExpRun* run : runs)
+        m_entries.emplace_back().wanted = {!run->getDir().empty(), routedPlaces(*run),
+                                           logPath(*run), hasFailed(*run), run->isAtWork()};
+    const std::size_t processors{std::thread::hardware_concurrency()};
+    const std::size_t count = std::min({processors, kMostThreads, runs.size() / kRunsOfThread});
     try {
-        while (others.size() + 1 < count)
-            others.push_back(std::async(std::launch::async, readSome, std::cref(runs),
-                                        std::ref(next), std::ref(files)));
+        // The caller works too.
+        while (m_readers.size() + 1 < count)
+            m_readers.push_back(std::async(std::launch::async, &RunFilesAhead::readAhead_, this));
     } catch (const std::system_error&) {
-        // Those that there are do it alone.
+        // Those that there are do it, or the caller alone.
     }
-    readSome(runs, next, files);
-    for (std::future<void>& other : others)
-        other.get();
+}
+
+RunFilesAhead::~RunFilesAhead() {
+    m_isOver = true;
+    for (const std::future<void>& reader : m_readers)
+        reader.wait();
+}
+
+RunFiles RunFilesAhead::read_(const Wanted& wanted) {
+    RunFiles files;
+    files.routed = readRouted(wanted.routed);
+    if (wanted.hasDir)
+        files.warnings = static_cast<long>(workbench::warningsOfLog(wanted.log).size());
+    files.log = logEnd(wanted.log, wanted.hasFailed, wanted.isAtWork);
     return files;
+}
+
+void RunFilesAhead::readAhead_() {
+    for (std::size_t i = m_next++; i < m_entries.size() && !m_isOver; i = m_next++) {
+        Entry& entry = m_entries[i];
+        if (entry.isBegun.exchange(true))
+            continue;
+        try {
+            entry.files.set_value(read_(entry.wanted));
+        } catch (...) {
+            entry.files.set_exception(std::current_exception());
+        }
+    }
+}
+
+RunFiles RunFilesAhead::take(std::size_t index) {
+    Entry& entry = m_entries.at(index);
+    if (!entry.isBegun.exchange(true))
+        return read_(entry.wanted);
+    return entry.files.get_future().get();
 }
 
 }  // namespace shell

@@ -2,6 +2,10 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <atomic>
+#include <cstddef>
+#include <deque>
+#include <future>
 #include <optional>
 #include <string>
 #include <vector>
@@ -21,9 +25,44 @@ struct RunFiles {
     std::vector<std::string> log;
 };
 
-/// Reads the files of `runs`, whose status is up to date, by as many threads as there are
-/// processors, and returns when all are read, in the order of `runs`. What can't be read is
-/// missing. Nobody else may change the runs meanwhile.
-std::vector<RunFiles> readRunFiles(const std::vector<HAXPExpRun*>& runs);
+/// Reads the files of many runs ahead, with the processors that its user leaves idle.
+class RunFilesAhead {
+public:
+    /// Begins with the files of `runs`, whose status is up to date. What they tell of their
+    /// files is copied: the runs may change, or go, meanwhile.
+    explicit RunFilesAhead(const std::vector<HAXPExpRun*>& runs);
+    /// Ends once the files that are being read have been.
+    ~RunFilesAhead();
+
+    RunFilesAhead(const RunFilesAhead&) = delete;
+    RunFilesAhead& operator=(const RunFilesAhead&) = delete;
+
+    /// The files of the run at `index`, each once; reads them when nobody has begun to. What
+    /// can't be read is missing.
+    RunFiles take(std::size_t index);
+
+private:
+    /// Where the files of a run lie, and what is wanted of them.
+    struct Wanted {
+        bool hasDir = false;
+        RoutedPlaces routed;
+        std::string log;
+        bool hasFailed = false;
+        bool isAtWork = false;
+    };
+    struct Entry {
+        Wanted wanted;
+        std::atomic<bool> isBegun{false};
+        std::promise<RunFiles> files;
+    };
+
+    static RunFiles read_(const Wanted& wanted);
+    void readAhead_();
+
+    std::deque<Entry> m_entries;
+    std::atomic<std::size_t> m_next{0};
+    std::atomic<bool> m_isOver{false};
+    std::vector<std::future<void>> m_readers;
+};
 
 }  // namespace shell

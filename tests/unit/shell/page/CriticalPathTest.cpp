@@ -77,7 +77,7 @@ protected:
     }
     shell::RoutedFacts facts() {
         shell::PathSources sources;
-        return shell::routedFacts(*m_run, shell::readRouted(*m_run), sources);
+        return shell::routedFacts(*m_run, shell::readRouted(shell::routedPlaces(*m_run)), sources);
     }
 
     test::TestBench m_bench;
