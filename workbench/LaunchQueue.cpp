@@ -188,9 +188,11 @@ void LaunchQueue::lookAtRunning_(std::vector<Event>& events) {
 void LaunchQueue::startWaiting_(std::vector<Event>& events) {
     const Runs waiting = m_waiting;
     Runs together;
+    const std::size_t places = placesOfArray_();
     for (HAXPExpRun* run : waiting) {
         const Turn turn = turnOf_(*run);
-        Slot* slot = turn == Turn::kStart ? freeSlot_() : nullptr;
+        const bool isFull = m_mostAtOnce > 0 && together.size() >= places;
+        Slot* slot = turn == Turn::kStart && !isFull ? freeSlot_() : nullptr;
         if (turn == Turn::kNever)
             giveUp_(*run, Event::kLeftOut, "", events);
         else if (turn == Turn::kStart && isOut_())
@@ -204,6 +206,15 @@ void LaunchQueue::startWaiting_(std::vector<Event>& events) {
     }
     if (!together.empty())
         startTogether_(together, m_slots.front(), events);
+}
+
+/// How many runs may be submitted together. The first array takes all, since the scheduler sees
+/// to its maximum; behind it an array whose maximum is what it leaves couldn't have more later.
+std::size_t LaunchQueue::placesOfArray_() const {
+    const std::size_t submitted = m_slots.front().running.size();
+    const auto most = static_cast<std::size_t>(m_mostAtOnce);
+    return submitted == 0 ? std::numeric_limits<std::size_t>::max()
+                          : most - std::min(most, submitted);
 }
 
 /// Looks at some of those that wait, at the next ones in the next call.

@@ -62,7 +62,9 @@ public:
     LaunchQueue& operator=(const LaunchQueue&) = delete;
 
     /// On a cluster, launches runs whose turn comes together as one array of jobs, at most
-    /// `mostAtOnce` of it at work at once. To be called before the first advance().
+    /// `mostAtOnce` of it at work at once. While some of them haven't ended, others whose turn
+    /// comes are submitted as far as that leaves room. 0 is for jobs of their own, without a
+    /// limit. To be called before the first advance().
     void setArrays(long mostAtOnce) { m_mostAtOnce = mostAtOnce; }
 
     /// Adds a run behind the others; a synthesis comes before what starts from it. One that has
@@ -125,6 +127,7 @@ private:
     bool leave_(HAXPExpRun& run, std::vector<Event>& events);
     void start_(HAXPExpRun& run, Slot& slot, std::vector<Event>& events);
     void startTogether_(const Runs& runs, Slot& slot, std::vector<Event>& events);
+    std::size_t placesOfArray_() const;
     void noteStart_(HAXPExpRun& run, Slot& slot, std::vector<Event>& events);
     void saveRunsAlone_();
     std::string labelOf_(const Runs& runs) const;

@@ -46,6 +46,7 @@ public:
         m_cluster.declare(m_app);
         std::vector<std::string> words = wordsOf_(call);
         m_isPlain = words.empty();
+        m_hasJobs = call.has("-jobs");
         std::reverse(words.begin(), words.end());
         try {
             m_app.parse(words);
@@ -58,12 +59,14 @@ public:
     bool isPlain() const { return m_isPlain; }
     bool isElsewhere() const { return m_hosts.hasHosts() || m_cluster.hasCluster(); }
     const ClusterOptions& cluster() const { return m_cluster; }
+    /// How many runs of an array of jobs are at work at once; 0 for jobs of their own.
+    long mostOfArray() const { return m_cluster.hasCluster() && m_hasJobs ? m_jobs : 0; }
 
     HAXPLaunchOptions options() const {
         HAXPLaunchOptions options;
         options.setNumJobsSH(m_jobs);
         m_hosts.addTo(options);
-        m_cluster.addTo(options);
+        m_cluster.addTo(options, mostOfArray() > 0);
         return options;
     }
 
@@ -95,6 +98,7 @@ private:
     ClusterOptions m_cluster;
     int m_jobs = static_cast<int>(std::max(1U, std::thread::hardware_concurrency()));
     bool m_isPlain = false;
+    bool m_hasJobs = false;
 };
 
 /// Those of `runs` that are at work or wait.
@@ -122,7 +126,10 @@ namespace launch {
 
 const std::vector<OptionRule>& options() {
     static const std::vector<OptionRule> all{
-        {"-jobs", "N", "how many runs at once; one for each processor if unsaid"},
+        {"-jobs", "N",
+         "how many runs at once; one for each processor if unsaid. With -sge or -lsf: launch them "
+         "as "
+         "one array of jobs with so many at once"},
         {"-host", "LIST", "launch on these hosts, each NAME or NAME:JOBS"},
         {"-hostcommand", "COMMAND", "what runs a command on a host; ssh if unsaid"},
         {"-runscripts", "FILE", "a file with lines RUN: SCRIPT, the user's own scripts"},
@@ -161,7 +168,7 @@ Tcl_Obj* start(Call& call) {
     if (rule)
         abandoner = std::make_unique<workbench::Abandoner>(
             *rule, learnedError(*open->project, *rule), plan.runs);
-    call.session().launch(*open, plan.launches, options, std::move(abandoner));
+    call.session().launch(*open, plan.launches, options, words.mostOfArray(), std::move(abandoner));
     return handlesOf(plan.launches);
 }
 

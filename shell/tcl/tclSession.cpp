@@ -276,10 +276,11 @@ void TclSession::refresh(const std::vector<HAXPExpRun*>& runs) {
 }
 
 void TclSession::launch(OpenProject& project, const std::vector<HAXPExpRun*>& runs,
-                        const HAXPLaunchOptions& options,
+                        const HAXPLaunchOptions& options, long mostOfArray,
                         std::unique_ptr<workbench::Abandoner> abandoner) {
     if (!project.queue) {
         project.queue = std::make_unique<LaunchQueue>(*project.project, options);
+        project.queue->setArrays(mostOfArray);
         project.abandoner = std::move(abandoner);
     } else if (project.abandoner) {
         project.abandoner->add(runs);

@@ -110,10 +110,11 @@ public:
     static void refresh(const std::vector<HAXPExpRun*>& runs);
 
     /// Launches `runs` of `project`, as many at once as `options` say; those that wait go on
-    /// in the event loop. `abandoner` gives up those that can't win; null for none, or when they
-    /// join a launch that isn't over.
+    /// in the event loop. `mostOfArray` is for LaunchQueue::setArrays(); `abandoner` gives up those
+    /// that can't win, null for none. When they join a launch that isn't over, both are its.
     void launch(OpenProject& project, const std::vector<HAXPExpRun*>& runs,
-                const HAXPLaunchOptions& options, std::unique_ptr<workbench::Abandoner> abandoner);
+                const HAXPLaunchOptions& options, long mostOfArray,
+                std::unique_ptr<workbench::Abandoner> abandoner);
     /// Looks at the launch of `project`, if it has one, now and not with the next tick: for what
     /// a command has just stopped.
     void catchUp(OpenProject& project);

@@ -44,9 +44,9 @@ sweep_through() {
   job=$(cat proj/runs/seeds*1/job.id)
   job=${job%%[.[]*}
   most=$(watch_array "$job")
-  [ "$most" -ge 1 ]
-  [ "$most" -le 2 ]
   wait "$xp_pid" || { cat launch.out; return 1; }
+  [ "$most" -ge 1 ] || { cat launch.out; return 1; }
+  [ "$most" -le 2 ]
   [ "$(statuses)" = 'done done done done done' ]
   [ "$(ls proj/runs/seeds*/*.bin | wc -l)" = 4 ]
   [ "$(cat proj/runs/seeds*/job.id.log | sort -u | wc -l)" = 1 ]
@@ -116,6 +116,29 @@ END
   run -0 "$build_dir/bin/xp_qdel" "$(cat proj/runs/synth_2/job.id)"
   [ "$(qstat -u '*' | awk '/xp_/ && $NF == 2' | wc -l)" = 0 ]
   run_is synth_1 running
+}
+
+@test "a task that can't win is ended on its host, and its place is given to the next" {
+  new_project
+  "$xp" -C proj create synth_1 --flow synth
+  "$xp" -C proj launch synth_1
+  "$xp" -C proj sweep n --seeds 1-2
+  hold_tool nextpnr-ice40
+  "$xp" -C proj launch n -j 1 "${sge[@]}" --abandon 'fmax < 4000' 3>&- 7>&- 8>&- \
+    >launch.out 2>&1 &
+  xp_pid=$!
+  tool_started
+  job=$(cat proj/runs/n_Default_s1/job.id)
+  [ "$(cat proj/runs/n_Default_s2/job.id)" = "${job%.1}.2" ]
+  read_launch n_Default_s1
+  release_tool
+  # Its routing would hang.
+  wait_until run_is n_Default_s1 abandoned
+  [ -z "$(launch_processes)" ]
+  release_tool
+  wait "$xp_pid" || { cat launch.out; return 1; }
+  [ "$(statuses)" = 'done abandoned abandoned' ]
+  wait_until queue_is_empty
 }
 
 @test "a sweep is one array of LSF, and every run is done" {

@@ -12,9 +12,9 @@ teardown() { end_runs; }
 # What the tools wrote when they began: how many of them were at work.
 most_at_once() { sort -n "$tool_dir/at_once" | tail -n 1; }
 
-# A synthesis tool that tells how many are at work before it becomes the real one.
+# A tool $1 that tells how many of it are at work before it becomes the real one.
 counting_tool() {
-  fake_tool yosys <<'TOOL'
+  fake_tool "$1" <<'TOOL'
 here=${0%/*}
 case $1 in --version | -V) ;; *)
   (flock 9; echo $$ >>"$here/now"; wc -l <"$here/now" >>"$here/at_once") 9>"$here/lock"
@@ -22,14 +22,14 @@ case $1 in --version | -V) ;; *)
   (flock 9; sed -i 1d "$here/now") 9>"$here/lock"
 esac
 PATH=${PATH#*"$here":}
-exec yosys "$@"
+exec "${0##*/}" "$@"
 TOOL
 }
 
 @test "runs launched together are one array, with no more at work than is said" {
   new_syntheses 5
   make_grid
-  counting_tool
+  counting_tool yosys
   run -0 "$xp" -C proj launch -j 2 --sge 'qsub -q all.q'
   [[ $output == *'synth_5: done in '* ]]
   [ "$(statuses)" = 'done done done done done' ]
@@ -52,6 +52,31 @@ TOOL
   [ "$(cat proj/runs/synth_1/job.id)" = 12 ]
   [ "$(cat proj/runs/seeds*/job.id | tr -d '\n')" = 13.113.213.3 ]
   grep -q 'JobName="xp_seeds_' "$(echo proj/runs/seeds*1/.launch.xml)"
+}
+
+@test "behind syntheses that are at work others are submitted as there is room" {
+  new_project
+  make_grid
+  counting_tool nextpnr-ice40
+  "$xp" -C proj create synth_1 --flow synth
+  "$xp" -C proj create synth_2 --flow synth --strategy Area
+  "$xp" -C proj sweep seeds --synth synth_1,synth_2 --seeds 1-2
+  run -0 "$xp" -C proj launch -j 2 --sge qsub
+  [ "$(statuses)" = 'done done done done done done' ]
+  [ "$(most_at_once)" -le 2 ]
+}
+
+@test "a launch in Tcl is one array too" {
+  new_syntheses 3
+  make_grid
+  cat >launch.tcl <<'TCL'
+project open proj
+run launch -sge {qsub -q all.q} -jobs 2
+puts [run wait]
+TCL
+  run -0 --separate-stderr "$xp" tcl launch.tcl
+  [ "$output" = 'synth_1 done synth_2 done synth_3 done' ]
+  [ "$(cat proj/runs/*/job.id | tr -d '\n')" = 12.112.212.3 ]
 }
 
 @test "a kill ends one task, whether it runs or waits, and the others go on" {

@@ -49,6 +49,8 @@ public:
     }
     /// The hosts in the order of the launches.
     std::string hosts;
+    /// How many runs each array held.
+    std::vector<std::size_t> arrays;
     std::vector<LaunchWay> ways;
 
 protected:
@@ -74,6 +76,13 @@ protected:
         run.getInfo().setLaunch(kLaunchTime, "");
         m_locks[&run] = std::make_unique<test::HeldRunLock>(dir);
         run.updateStatus();
+    }
+    std::vector<RunLauncher::Refusal> launchTogether_(const Runs& runs,
+                                                      const LaunchWay& way) override {
+        for (HAXPExpRun* run : runs)
+            launch_(*run, way);
+        arrays.push_back(runs.size());
+        return {};
     }
 
 private:
@@ -357,6 +366,39 @@ TEST_F(LaunchQueueTest, AClusterTakesAllAtOnce) {
     EXPECT_EQ(advance(), "synth_1 started, synth_2 started");
     EXPECT_EQ(runs.ways[1].kind, LaunchWay::Kind::kSge);
     EXPECT_EQ(runs.ways[1].command, "qsub -q all.q");
+}
+
+TEST_F(LaunchQueueTest, ArraysTakeNoMoreThanTheMaximumTogether) {
+    m_options.setLaunchMode(HAXPLaunchOptions::kSgeCluster);
+    m_options.setClusterCmdLine("qsub -q all.q");
+    StillQueue& runs = queue();
+    runs.setArrays(2);
+    HAXPExpRun& third = implementation("impl_3");
+    for (HAXPExpRun* run : {&m_synth, &m_other, &m_impl1, &m_impl2, &third})
+        runs.add(*run);
+    EXPECT_EQ(advance(), "synth_1 started, synth_2 started");
+    runs.end(m_synth, true);
+    // The second synthesis still has its place.
+    EXPECT_EQ(advance(), "synth_1 done, impl_1 started");
+    EXPECT_EQ(advance(), "");
+    EXPECT_EQ(codeOf(m_impl2), HDGUIStatus::statusQueued);
+    runs.end(m_other, true);
+    runs.end(m_impl1, false);
+    EXPECT_EQ(advance(), "synth_2 done, impl_1 failed, impl_2 started, impl_3 started");
+    EXPECT_EQ(runs.arrays, (std::vector<std::size_t>{2, 2}));
+}
+
+TEST_F(LaunchQueueTest, AnArrayTakesAllWhenNothingIsAtWork) {
+    m_options.setLaunchMode(HAXPLaunchOptions::kSgeCluster);
+    m_options.setClusterCmdLine("qsub -q all.q");
+    StillQueue& runs = queue();
+    runs.setArrays(1);
+    for (HAXPExpRun* run : {&m_synth, &m_impl1, &m_impl2})
+        runs.add(*run);
+    EXPECT_EQ(advance(), "synth_1 started");
+    runs.end(m_synth, true);
+    EXPECT_EQ(advance(), "synth_1 done, impl_1 started, impl_2 started");
+    EXPECT_EQ(runs.arrays, std::vector<std::size_t>{2});
 }
 
 TEST_F(LaunchQueueTest, SomewhereToWorkIsNeeded) {
