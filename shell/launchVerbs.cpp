@@ -8,8 +8,6 @@
 #include <thread>
 
 #include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -49,13 +47,6 @@ constexpr int kLaunchPollMs = 20;
 /// What is shown comes from logs, which take longer to read.
 constexpr int kPollsAShow = RunWatch::kPollMs / kLaunchPollMs;
 
-std::string namesOf(const Runs& runs) {
-    std::vector<std::string> names;
-    for (const HAXPExpRun* run : runs)
-        names.push_back(run->getName());
-    return fmt::format("{}", fmt::join(names, ", "));
-}
-
 /// Of so many runs each file is named; of more it is said how they are called.
 constexpr std::size_t kMostNamed = 4;
 
@@ -88,13 +79,9 @@ void printResults(const Project& project, const Runs& runs) {
 }
 
 int tellInterrupted(const Runs& working, const Runs& left) {
-    if (working.empty())
-        note("Interrupted; nothing is at work.");
-    else
-        note("Interrupted, but {} {} on. Wait with \"xp wait\", look with \"xp status\".",
-             namesOf(working), working.size() == 1 ? "goes" : "go");
+    note("{}", interruptedText(working));
     if (!left.empty())
-        note("Not launched: {}", namesOf(left));
+        note("Not launched: {}", namesText(left));
     return kExitInterrupted;
 }
 

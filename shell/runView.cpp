@@ -140,6 +140,25 @@ std::string stepWord(const HAXPExpRun& run) {
     return latest == nullptr ? std::string() : latest->getFlowStep()->getFlowStepId();
 }
 
+std::vector<std::string> namesOf(const std::vector<HAXPExpRun*>& runs) {
+    std::vector<std::string> names;
+    names.reserve(runs.size());
+    for (const HAXPExpRun* run : runs)
+        names.push_back(run->getName());
+    return names;
+}
+
+std::string namesText(const std::vector<HAXPExpRun*>& runs) {
+    constexpr std::size_t kMostNames = 8;
+    std::vector<std::string> names = namesOf(runs);
+    std::string others;
+    if (names.size() > kMostNames) {
+        others = fmt::format(" and {} more", names.size() - kMostNames);
+        names.resize(kMostNames);
+    }
+    return fmt::format("{}{}", fmt::join(names, ", "), others);
+}
+
 std::string stopPlace(const HAXPExpRun& run) {
     const bool within = run.getStatus()->getText() == HAXPExpRun::kStoppedInText;
     return (within ? " in " : " before ") + stepWord(run);

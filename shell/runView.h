@@ -39,6 +39,10 @@ bool hasFailed(const HAXPExpRun& run);
 /// last that began; empty when none did.
 std::string stepWord(const HAXPExpRun& run);
 
+std::vector<std::string> namesOf(const std::vector<HAXPExpRun*>& runs);
+/// "a, b and 7 more".
+std::string namesText(const std::vector<HAXPExpRun*>& runs);
+
 /// Where a run stopped: " in place_design", or " before place_design".
 std::string stopPlace(const HAXPExpRun& run);
 

@@ -114,4 +114,11 @@ std::string endText(const HAXPExpRun& run) {
     return hasFailed(run) ? fmt::format("{}: {}", run.getName(), statusWord(run)) : std::string();
 }
 
+std::string interruptedText(const Runs& working) {
+    if (working.empty())
+        return "Interrupted; nothing is at work.";
+    return fmt::format("Interrupted, but {} {} on. Wait with \"xp wait\", look with \"xp status\".",
+                       namesText(working), working.size() == 1 ? "goes" : "go");
+}
+
 }  // namespace shell

@@ -56,4 +56,7 @@ private:
 /// That a run has ended and how, as one line; empty for one that hasn't.
 std::string endText(const HAXPExpRun& run);
 
+/// What is told when Ctrl-C ends the watching: that `working`, the runs at work, go on.
+std::string interruptedText(const std::vector<HAXPExpRun*>& working);
+
 }  // namespace shell

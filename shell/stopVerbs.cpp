@@ -4,8 +4,6 @@
 #include <algorithm>
 
 #include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
@@ -131,19 +129,12 @@ public:
                 status = kExitRefused;
         }
         if (!done.empty())
-            note("{}: reset{}. Next: xp launch {}", namesOf_(done),
+            note("{}: reset{}. Next: xp launch {}", namesText(done),
                  m_fromStep.empty() ? "" : " from " + m_fromStep, fmt::join(m_names, " "));
         return status;
     }
 
 private:
-    static std::string namesOf_(const Runs& runs) {
-        std::vector<std::string> names;
-        for (const HAXPExpRun* run : runs)
-            names.push_back(run->getName());
-        return fmt::format("{}", fmt::join(names, ", "));
-    }
-
     /// Of several runs one that can't be reset is told, and keeps no other back.
     bool reset_(Project& project, HAXPExpRun& run, bool isOneOfMany) const {
         try {

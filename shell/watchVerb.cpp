@@ -8,8 +8,6 @@
 #include <ctime>
 
 #include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 #include <poll.h>
@@ -99,6 +97,7 @@ public:
                 endByPipe();
             if ((isAnyAtWork || m_forever) && interrupt.pause(kPollMs)) {
                 line.clear();
+                note("{}", interruptedText(atWork_(runs)));
                 return kExitInterrupted;
             }
         }

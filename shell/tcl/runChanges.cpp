@@ -19,6 +19,7 @@
 #include "shell/sweep.h"
 #include "shell/tcl/runActions.h"
 #include "shell/tcl/tclAction.h"
+#include "shell/tcl/tclAdvice.h"
 #include "shell/tcl/tclError.h"
 #include "shell/tcl/tclValue.h"
 #include "shell/undoActions.h"
@@ -28,6 +29,7 @@
 #include "workbench/runStop.h"
 #include "workbench/strategies.h"
 #include "workbench/strategyOptions.h"
+#include "workbench/undo/UndoStore.h"
 
 namespace shell::tcl::run {
 
@@ -105,13 +107,6 @@ SweepRequest readSweep(const Call& call) {
         request.reportStrategy = chosenReportStrategy(*request.flow, call.text("-reports"));
     request.settings = assignments(call);
     return request;
-}
-
-std::vector<std::string> namesOf(const Runs& runs) {
-    std::vector<std::string> names;
-    for (const HAXPExpRun* run : runs)
-        names.push_back(run->getName());
-    return names;
 }
 
 /// In the order in which they are to be stopped: what waits would begin as soon as another run
@@ -210,19 +205,36 @@ Tcl_Obj* kill(Call& call) {
     }
     call.session().catchUp(*open);
     if (!errors.empty())
-        fail(Code::kRefused, {}, errors);
+        fail(Code::kRefused, {}, tclAdvice(errors));
     return newValue(all);
 }
 
 Tcl_Obj* reset(Call& call) {
-    const RunOfProject found = changeableRun(call, 0);
-    if (call.flag("-kill") && found.run->isAtWork())
-        workbench::stopRun(*found.run);
-    call.session().catchUp(*found.project);
+    OpenProject* open = nullptr;
+    const Runs runs = call.session().runs(call.words(), open);
+    Project& project = *changeable(*open).project;
+    TclSession::refresh(runs);
+    if (call.flag("-kill"))
+        stopAll(*open, runs);
+    call.session().catchUp(*open);
+    const workbench::UndoGroup together(project);
     HSTVector<std::string> errors;
-    if (!workbench::resetRun(*found.project->project, *found.run, call.text("-from"),
-                             !call.flag("-keepfiles"), errors, call.flag("-force")))
-        fail(Code::kRefused, {}, fmt::format("{}", fmt::join(errors, "\n")));
+    bool isReset = true;
+    for (HAXPExpRun* run : runs) {
+        // One that can't be reset keeps no other back.
+        try {
+            isReset = workbench::resetRun(project, *run, call.text("-from"),
+                                          !call.flag("-keepfiles"), errors, call.flag("-force")) &&
+                      isReset;
+        } catch (const HEXUserException& error) {
+            if (runs.size() == 1)
+                throw;
+            errors.push_back(error.what());
+            isReset = false;
+        }
+    }
+    if (!isReset)
+        fail(Code::kRefused, {}, tclAdvice(fmt::format("{}", fmt::join(errors, "\n"))));
     return Tcl_NewObj();
 }
 

@@ -115,6 +115,22 @@ print(" ".join(e["event"] + (":" + e["step"] if "step" in e else "") for e in to
   kill -INT "$watch_pid"
   end_of_watch
   [ "$status" = 130 ]
+  [ "$(tail -n 1 watch.err)" = "Interrupted; nothing is at work." ]
+}
+
+@test "on Ctrl-C it says what goes on" {
+  new_syntheses 2
+  hold_tool yosys
+  "$xp" -C proj launch synth_1 --no-wait 7>&- 8>&-
+  tool_started
+  watch_in_background --jsonl
+  wait_until has_line watch.out step_began
+  kill -INT "$watch_pid"
+  end_of_watch
+  [ "$status" = 130 ]
+  [ "$(<watch.err)" = 'Interrupted, but synth_1 goes on. Wait with "xp wait", look with "xp status".' ]
+  [ "$("$xp" -C proj status --json | json "[r['status'] for r in j['runs'] if r['name'] == 'synth_1']")" = "['running']" ]
+  release_tool
 }
 
 @test "it ends quietly when nobody reads any more, though nothing happens" {
