@@ -1,6 +1,8 @@
 # Thin: each target sets up what it needs and calls CMake.
 BUILD ?= build/release
 JOBS ?= $(shell nproc)
+# Many tests wait for tools, files and pages: one more fills the time.
+TEST_JOBS ?= $(shell expr $(JOBS) + 1)
 
 .PHONY: all demo test bench package clean
 
@@ -15,7 +17,7 @@ demo: setup-build
 test: setup-test
 	cmake --preset release -B $(BUILD)
 	cmake --build $(BUILD) -j $(JOBS)
-	ctest --test-dir $(BUILD) --output-on-failure -j $(JOBS)
+	ctest --test-dir $(BUILD) --output-on-failure -j $(TEST_JOBS)
 
 bench: setup-bench
 	cmake --preset bench

@@ -30,7 +30,8 @@ endif()
 
 # xperiment_precompile(<target> <header>...)
 # Headers of other libraries that most sources of the target include are read once. Each source
-# still includes what it uses: a build without XPERIMENT_PRECOMPILE shows it.
+# still includes what it uses: a build without XPERIMENT_PRECOMPILE shows it. Not for CLI11, of
+# which every source that has it compiles much anew, also where it isn't used.
 function(xperiment_precompile target)
   if(XPERIMENT_PRECOMPILE)
     target_precompile_headers(${target} PRIVATE ${ARGN})

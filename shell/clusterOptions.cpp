@@ -3,8 +3,6 @@
 #include "shell/clusterOptions.h"
 
 #include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 
 #include "environment/containers/HSTVector.h"
 #include "environment/errors/HEXUserException.h"

@@ -10,8 +10,6 @@
 #include <system_error>
 
 #include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <fmt/format.h>
 
 #include "environment/errors/HEXAll.h"

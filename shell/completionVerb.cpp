@@ -3,8 +3,6 @@
 #include <string>
 
 #include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <fmt/format.h>
 
 #include "shell/completion.h"

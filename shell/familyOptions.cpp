@@ -5,8 +5,6 @@
 #include <algorithm>
 
 #include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 
 #include "shell/runPlan.h"
 #include "workbench/Project.h"

@@ -10,8 +10,6 @@
 #include <sstream>
 
 #include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <fmt/format.h>
 
 #include "environment/files/HUTFile.h"

@@ -3,8 +3,6 @@
 #include "shell/optionText.h"
 
 #include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 
 namespace shell {
 

@@ -4,8 +4,6 @@
 #include <filesystem>
 
 #include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <fmt/format.h>
 
 #include "shell/exitStatus.h"

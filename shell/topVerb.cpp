@@ -6,8 +6,6 @@
 #include <memory>
 
 #include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <fmt/format.h>
 #include <unistd.h>
 

@@ -4,8 +4,6 @@
 #include <cstdlib>
 
 #include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <fmt/format.h>
 #include <tcl.h>
 #include <unistd.h>

@@ -105,6 +105,7 @@ read_launch_id() {
 
 # Skips the test where no program can be traced.
 may_trace() {
+  [ -x "$kill_at" ] || { echo "$kill_at isn't built: build all before these tests"; return 1; }
   "$kill_at" 1000 true 2>/dev/null || skip 'SKIPPED: there is no right to trace'
 }
 

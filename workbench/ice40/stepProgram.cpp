@@ -8,8 +8,6 @@
 #include <cstdlib>
 
 #include <CLI/App.hpp>
-#include <CLI/Config.hpp>
-#include <CLI/Formatter.hpp>
 #include <unistd.h>
 
 #include "workbench/ice40/stepFailure.h"
