@@ -70,6 +70,18 @@ TEST(MetricsTest, GiveTheSlackInNanoseconds) {
     EXPECT_DOUBLE_EQ((ClockTiming{"clk", 40, 50}).slackNs(), -5);
 }
 
+TEST(MetricsTest, AreWrittenAgainInTheSameWayWhenAFrequencyHasManyDigits) {
+    StepMetrics metrics = routed();
+    metrics.clocks = {{"clk", 50, 40.1844674407}};
+    StepMetrics read;
+    std::string reason;
+    const std::string text = formatMetrics(metrics);
+    ASSERT_TRUE(parseMetrics(text, read, reason)) << reason;
+    EXPECT_EQ(formatMetrics(read), text);
+    // That of 40.184 MHz, which is what the file holds.
+    EXPECT_NE(text.find("\"slack_ns\": 4.886"), std::string::npos) << text;
+}
+
 TEST(MetricsTest, NameTheClockWithTheLeastSlackTheWorst) {
     EXPECT_EQ(routed().worstClock()->name, "fast");
     EXPECT_EQ(StepMetrics().worstClock(), nullptr);
