@@ -20,6 +20,7 @@
 #include "workbench/failures/knownFailures.h"
 #include "workbench/failures/standstill.h"
 #include "workbench/ice40/metrics.h"
+#include "workbench/reports/pnrReport.h"
 
 namespace shell {
 
@@ -181,7 +182,8 @@ void explainGoal(const HAXPExpRun& run, const ice40::ClockTiming& clock, Explana
     all.verdict = "goal missed";
     all.what = fmt::format("Clock {} reaches {:.2f} MHz of the {:.2f} MHz asked for: {:.3f} ns are "
                            "missing",
-                           clock.name, clock.fmaxMhz, clock.targetMhz, -clock.slackNs());
+                           reports::designName(clock.name), clock.fmaxMhz, clock.targetMhz,
+                           -clock.slackNs());
     all.path = slowPath(run, clock);
     const bool isRouting = all.path && all.path->routing > all.path->logic;
     all.next = {isRouting ? "Most of the path is routing: other seeds and strategies place it "
@@ -208,9 +210,10 @@ void explainDone(const Project& project, HAXPExpRun& run, Explanation& all) {
         all.verdict = "fine";
         all.what = "The run is done and up to date";
         if (clock != nullptr)
-            all.what += fmt::format(", and meets its goal: clock {} reaches {:.2f} MHz, {:.2f} MHz "
-                                    "asked for",
-                                    clock->name, clock->fmaxMhz, clock->targetMhz);
+            all.what +=
+                fmt::format(", and meets its goal: clock {} reaches {:.2f} MHz, {:.2f} MHz "
+                            "asked for",
+                            reports::designName(clock->name), clock->fmaxMhz, clock->targetMhz);
         all.next = {"xp report list " + run.getName()};
         if (!bitstreamPath(run).empty())
             all.notes.push_back("Its bitstream is " + bitstreamPath(run));

@@ -162,7 +162,7 @@ std::vector<Subcommand> questions() {
         {"info", "RUN", "a dict: all that is known of a run", 1, 1, {}, run::info},
         {"get",
          "RUN KEY",
-         "an option, a result such as fmax, or a fact such as directory",
+         "an option, a figure such as fmax or luts, as rules name it, or a fact such as directory",
          2,
          2,
          {},

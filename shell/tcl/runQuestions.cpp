@@ -23,6 +23,7 @@
 #include "shell/familyOptions.h"
 #include "shell/familyView.h"
 #include "shell/logTail.h"
+#include "shell/runComparison.h"
 #include "shell/runDetails.h"
 #include "shell/runView.h"
 #include "shell/staleView.h"
@@ -127,6 +128,14 @@ Tcl_Obj* get(Call& call) {
     const nlohmann::json value = optionValue(*found.run, key, known);
     if (!value.is_null())
         return newValue(value);
+    const std::vector<ComparedRun> compared{
+        comparedRun(*found.project->project, *found.run, FigureSource::kReportsAndSteps)};
+    for (const Metric& metric : knownMetrics(compared)) {
+        const reports::Figure* figure = figureOf(compared.front(), metric.figure);
+        if (metric.word == key || metric.figure == key)
+            return figure == nullptr ? newText("") : newValue(figure->value);
+        known.push_back(metric.word);
+    }
     for (const auto* keys : {&facts, &facts["results"]}) {
         for (const auto& entry : keys->items())
             known.push_back(entry.key());

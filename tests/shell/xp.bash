@@ -9,6 +9,11 @@ source_dir=$(cd "$BATS_TEST_DIRNAME/../.." && pwd)
 build_dir=${XPERIMENT_BUILD_DIR:-$source_dir/build/dev}
 xp=$build_dir/bin/xp
 
+# The interpreter that the build has found.
+python3() {
+  command "${XPERIMENT_PYTHON:-python3}" "$@"
+}
+
 setup() {
   unset XPERIMENT_ROOT XPERIMENT_APP_DATA_DIR KPX_PREPEND_PATH KPX_BINROOT \
     KPX_PREPEND_LD_LIBRARY_PATH COLUMNS
