@@ -127,9 +127,8 @@ namespace launch {
 const std::vector<OptionRule>& options() {
     static const std::vector<OptionRule> all{
         {"-jobs", "N",
-         "how many runs at once; one for each processor if unsaid. With -sge or -lsf: launch them "
-         "as "
-         "one array of jobs with so many at once"},
+         "how many runs at once; one for each processor if unsaid. With -sge or -lsf: as one "
+         "array of jobs"},
         {"-host", "LIST", "launch on these hosts, each NAME or NAME:JOBS"},
         {"-hostcommand", "COMMAND", "what runs a command on a host; ssh if unsaid"},
         {"-runscripts", "FILE", "a file with lines RUN: SCRIPT, the user's own scripts"},
