@@ -102,7 +102,7 @@ teardown() { end_runs; }
   new_project_with_runs
   "$xp" -C proj launch 2>/dev/null
   # Of a dozen launches the results were 1.1 times their estimates, and one 1.25 times.
-  python3 - proj/runs/impl_1/.launches.jsonl >>proj/.xperiment/removed.jsonl <<'PYTHON'
+  "$python" - proj/runs/impl_1/.launches.jsonl >>proj/.xperiment/removed.jsonl <<'PYTHON'
 import json, sys
 with open(sys.argv[1], encoding="utf-8") as launches:
     record = json.loads(launches.readline())

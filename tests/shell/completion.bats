@@ -29,7 +29,7 @@ in_bash() {
 
 # What zsh, with a real prompt on a terminal, makes of the line $1 and a tab.
 in_zsh() {
-  python3 - "$xp" "$1" <<'PY'
+  "$python" - "$xp" "$1" <<'PY'
 import os, pty, re, select, sys, time
 xp, line = sys.argv[1:]
 pid, fd = pty.fork()

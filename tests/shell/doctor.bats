@@ -147,7 +147,7 @@ assert_no_trial() {
   : >"$grid/held"
   new_project
   # Started in the background it would ignore the signal.
-  python3 -c 'import os, signal, sys; signal.signal(signal.SIGINT, signal.SIG_DFL); os.execv(sys.argv[1], sys.argv[1:])' \
+  "$python" -c 'import os, signal, sys; signal.signal(signal.SIGINT, signal.SIG_DFL); os.execv(sys.argv[1], sys.argv[1:])' \
     "$xp" -C proj doctor --sge 'qsub -q all.q' >xp.out 2>xp.err &
   xp_pid=$!
   wait_until test -e "$grid/jobs/12"

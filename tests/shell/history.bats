@@ -10,7 +10,7 @@ launches_of() { "$xp" -C proj history "$@" --json; }
 
 # How many launches the history of $1 has.
 launch_count() {
-  launches_of "$@" | python3 -c 'import json, sys; print(len(json.load(sys.stdin)["launches"]))'
+  launches_of "$@" | "$python" -c 'import json, sys; print(len(json.load(sys.stdin)["launches"]))'
 }
 
 @test "a launch stands in the history once, whoever looks" {

@@ -78,7 +78,7 @@ names() {
   [[ $output == Run* ]]
   [ -z "$stderr" ]
   # Where the signal is ignored, too.
-  run -0 --separate-stderr python3 - "$xp" <<'PY'
+  run -0 --separate-stderr "$python" - "$xp" <<'PY'
 import subprocess, sys
 for words in (['ls'], ['status'], ['help']):
     xp = subprocess.Popen([sys.argv[1]] + words, stdout=subprocess.PIPE, stderr=subprocess.PIPE,

@@ -16,7 +16,7 @@ fits_schema() {
 
 # What stands between the page's data element and its end, as JSON.
 data_of_page() {
-  python3 - "$1" <<'PY'
+  "$python" - "$1" <<'PY'
 import html.parser, json, sys
 class Data(html.parser.HTMLParser):
     text, inside = None, False

@@ -24,7 +24,7 @@ setup_file() {
   for file in page.json bad.json; do
     "$build_dir/bin/schema_check" $file "$source_dir/data/schemas/json/page.schema.json"
   done
-  python3 - <<'PY'
+  "$python" - <<'PY'
 import json
 page = json.load(open("page.json"))
 runs = {run["name"]: run for run in page["runs"]}

@@ -22,7 +22,7 @@ report_of() {
 
 # The JSON form of the report $2 of run $1 says a figure $3 of value $4.
 doctor_figure() {
-  python3 - "$(report_of "$1" "$2" json)" "$3" "$4" <<'PY'
+  "$python" - "$(report_of "$1" "$2" json)" "$3" "$4" <<'PY'
 import json, sys
 path, name, value = sys.argv[1:]
 with open(path) as f:

@@ -29,7 +29,7 @@ stop_serving() {
 
 # ask METHOD PATH [HEADER...]: the status, then the headers, then the body in the file body.
 ask() {
-  python3 - "$base" "$@" <<'PY'
+  "$python" - "$base" "$@" <<'PY'
 import http.client, sys, urllib.parse
 base, method, path, *headers = sys.argv[1:]
 place = urllib.parse.urlsplit(base)
@@ -140,7 +140,7 @@ status_is() {
 @test "what is too long or no request at all is refused, and the server goes on" {
   new_project
   serve
-  python3 - "$base" "$token" <<'PY'
+  "$python" - "$base" "$token" <<'PY'
 import socket, sys, urllib.parse
 place = urllib.parse.urlsplit(sys.argv[1])
 def send(data):
@@ -177,7 +177,7 @@ PY
 @test "many may ask at once" {
   new_project_with_runs
   serve
-  python3 - "$address" <<'PY'
+  "$python" - "$address" <<'PY'
 import concurrent.futures, json, sys, urllib.request
 address = sys.argv[1].replace("/?", "/data.json?")
 def ask(_):

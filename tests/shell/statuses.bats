@@ -110,7 +110,7 @@ begun
 hang
 TOOL
   # A background job of a script ignores Ctrl-C otherwise.
-  python3 -c 'import os, signal, sys; signal.signal(signal.SIGINT, signal.SIG_DFL); os.execv(sys.argv[1], sys.argv[1:])' \
+  "$python" -c 'import os, signal, sys; signal.signal(signal.SIGINT, signal.SIG_DFL); os.execv(sys.argv[1], sys.argv[1:])' \
     "$xp" -C proj launch synth_1 >xp.out 2>xp.err 8>&- &
   xp_pid=$!
   tool_started

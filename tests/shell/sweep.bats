@@ -39,7 +39,7 @@ setup_file() { need_tools; }
   "$xp" -C proj compare night --each --json >runs.json
   "$xp" -C proj best night --by 'fmax max' --require 'slack >= 0' --json >best.json
   # Medians and the best one are those of the runs' own numbers.
-  python3 - <<'PYTHON'
+  "$python" - <<'PYTHON'
 import json
 families, runs, best = (json.load(open(name + ".json")) for name in ("families", "runs", "best"))
 fmax = {run["name"]: run["figures"]["fmax"] for run in runs["runs"]}

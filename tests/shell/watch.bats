@@ -32,7 +32,7 @@ end_of_watch() {
 
 # The events in $1 with their steps, in one line; without those of progress.
 events_of() {
-  python3 -c '
+  "$python" -c '
 import json, sys
 told = [json.loads(line) for line in open(sys.argv[1])]
 print(" ".join(e["event"] + (":" + e["step"] if "step" in e else "") for e in told

@@ -10,9 +10,7 @@ build_dir=${XPERIMENT_BUILD_DIR:-$source_dir/build/dev}
 xp=$build_dir/bin/xp
 
 # The interpreter that the build has found.
-python3() {
-  command "${XPERIMENT_PYTHON:-python3}" "$@"
-}
+python=${XPERIMENT_PYTHON:-python3}
 
 setup() {
   unset XPERIMENT_ROOT XPERIMENT_APP_DATA_DIR KPX_PREPEND_PATH KPX_BINROOT \
@@ -61,12 +59,12 @@ new_project_with_runs() {
 # What `xp status --json` says of run $1 at key $2, such as status.
 status_of() {
   "$xp" -C "$project" status "$1" --json |
-    python3 -c 'import json, sys; print(json.load(sys.stdin)["runs"][0][sys.argv[1]])' "$2"
+    "$python" -c 'import json, sys; print(json.load(sys.stdin)["runs"][0][sys.argv[1]])' "$2"
 }
 
 # The value of the Python expression $1 over the JSON `j` on standard input.
 json() {
-  python3 -c 'import json, sys; j = json.load(sys.stdin); print(eval(sys.argv[1]))' "$1"
+  "$python" -c 'import json, sys; j = json.load(sys.stdin); print(eval(sys.argv[1]))' "$1"
 }
 
 # Puts a program $1 in front of the tools that says so when it is called and waits for
