@@ -1,4 +1,4 @@
-#!/bin/sh
+#!/usr/bin/env bash
 # SPDX-License-Identifier: Apache-2.0
 # Copyright the Xperiment authors
 #
@@ -28,9 +28,16 @@ if [ ! -x "$program" ]; then
   exit 1
 fi
 
-# Runs xp in the project, and shows the call.
+# Runs xp in the project, and shows the call as it can be typed.
 xp() {
-  printf '\n> xp %s\n' "$*" >&2
+  local word call=xp
+  for word in "$@"; do
+    case $word in
+      '' | *[!A-Za-z0-9_./:,=+-]*) call+=" ${word@Q}" ;;
+      *) call+=" $word" ;;
+    esac
+  done
+  printf '\n> %s\n' "$call" >&2
   "$program" "$@"
 }
 

@@ -52,6 +52,8 @@ commands() {
   [ "$(find demo/runs -name rv32i_soc.bin | wc -l)" = 12 ]
   [[ $output == *'against demo_base_Default'* ]]
   [[ $output == *'Best: demo_'* ]]
+  # What is shown can be typed again.
+  [[ $output == *" best demo --by 'fmax max 1%' --then 'luts min'"* ]]
   [ -s demo/xperiment.html ]
   run -0 "$source_dir/tools/demo.sh" "$build_dir" "$BATS_TEST_TMPDIR/demo"
   [ "$(grep -c ': up to date$' <<<"$output")" = 14 ]
