@@ -173,3 +173,13 @@ test('names beside an axis keep what they differ in', () => {
   assert.deepEqual(fittingNames(['nightly_run', 'nightly_run_again'], 70), ['\u2026run', '\u2026run_again']);
   assert.deepEqual(fittingNames([], 100), []);
 });
+
+test('a name breaks between its words', () => {
+  const { inTwoLines } = format;
+  assert.equal(inTwoLines('demo_base_Performance', 140), 'demo_base_\nPerformance');
+  assert.equal(inTwoLines('demo_base', 140), 'demo_base');
+  assert.equal(inTwoLines('a_Performance_of_many_letters', 140), 'a_Performance_of_\nmany_letters');
+  // Where no word ends in reach it breaks anywhere, as the chart does it.
+  assert.equal(inTwoLines('a_nameofmanylettersandonemore', 140), 'a_nameofmanylettersandonemore');
+  assert.equal(inTwoLines('nameofmanylettersandonemore', 140), 'nameofmanylettersandonemore');
+});

@@ -111,6 +111,14 @@ export function fittingNames(names: string[], width: number): string[] {
   });
 }
 
+/** `name` in two lines where `width` is too little for it, the first up to a sign between words if there is one in reach. */
+export function inTwoLines(name: string, width: number): string {
+  const most = Math.floor(width / LETTER);
+  if (name.length <= most) return name;
+  const at = /^.*[_.\-/ ]/.exec(name.slice(0, most))?.[0].length ?? 0;
+  return at > 0 && name.length - at <= most ? `${name.slice(0, at)}\n${name.slice(at)}` : name;
+}
+
 /** What all names begin with, up to a sign between words. */
 function commonHead(names: string[]): string {
   if (names.length < 2) return '';

@@ -4,7 +4,7 @@
 // How seeds scatter a figure in each family, and whether families differ.
 import { baseOption, Chart, DataTable, hiddenHint, Panel, tip, valueAxis } from '../chart';
 import { choice, h, replace } from '../dom';
-import { fittingNames, listText, numberText, plural, withUnit } from '../format';
+import { fittingNames, inTwoLines, listText, numberText, plural, withUnit } from '../format';
 import { figureOf, figuresInUse, figureTitle, isJudged, mainFigure, type ComparedFigure, type Comparison, type Figure, type Page, type Run } from '../model';
 import { groupColour, groupShape, ink } from '../palette';
 import { summaryOf, type Summary } from '../statistics';
@@ -95,7 +95,7 @@ export class SpreadPanel {
   private option(page: Page, figure: Figure, spreads: Spread[]): Record<string, unknown> {
     const colours = ink();
     const chosen = selectedRun()?.name;
-    const names = fittingNames(spreads.map((spread) => spread.name), 2 * this.chart.labelWidth);
+    const names = fittingNames(spreads.map((spread) => spread.name), 2 * this.chart.labelWidth).map((name) => inTwoLines(name, this.chart.labelWidth));
     const dots = spreads.map(({ name, runs }, row) => ({
       name,
       type: 'scatter',
