@@ -176,10 +176,10 @@ test('names beside an axis keep what they differ in', () => {
 
 test('a name breaks between its words', () => {
   const { inTwoLines } = format;
-  assert.equal(inTwoLines('demo_base_Performance', 140), 'demo_base_\nPerformance');
-  assert.equal(inTwoLines('demo_base', 140), 'demo_base');
-  assert.equal(inTwoLines('a_Performance_of_many_letters', 140), 'a_Performance_of_\nmany_letters');
+  assert.equal(inTwoLines('demo_base_Performance', 160), 'demo_base_\nPerformance');
+  assert.equal(inTwoLines('demo_base', 160), 'demo_base');
+  assert.equal(inTwoLines('a_Performance_of_many_letters', 160), 'a_Performance_of_\nmany_letters');
   // Where no word ends in reach it breaks anywhere, as the chart does it.
-  assert.equal(inTwoLines('a_nameofmanylettersandonemore', 140), 'a_nameofmanylettersandonemore');
-  assert.equal(inTwoLines('nameofmanylettersandonemore', 140), 'nameofmanylettersandonemore');
+  assert.equal(inTwoLines('a_nameofmanylettersandonemore', 160), 'a_nameofmanylettersandonemore');
+  assert.equal(inTwoLines('nameofmanylettersandonemore', 160), 'nameofmanylettersandonemore');
 });

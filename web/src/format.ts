@@ -94,8 +94,9 @@ export function csvValue(value: unknown): string {
   return /[",\r\n]/.test(text) ? `"${text.replace(/"/g, '""')}"` : text;
 }
 
-/** About so much a letter takes beside an axis. */
+/** About so much a letter takes beside an axis, and no more than so much. */
 const LETTER = 7;
+const WIDE_LETTER = 8;
 
 /**
  * `names` as they fit into `width` beside an axis. Those of one sweep differ at their ends, so it
@@ -113,7 +114,7 @@ export function fittingNames(names: string[], width: number): string[] {
 
 /** `name` in two lines where `width` is too little for it, the first up to a sign between words if there is one in reach. */
 export function inTwoLines(name: string, width: number): string {
-  const most = Math.floor(width / LETTER);
+  const most = Math.floor(width / WIDE_LETTER);
   if (name.length <= most) return name;
   const at = /^.*[_.\-/ ]/.exec(name.slice(0, most))?.[0].length ?? 0;
   return at > 0 && name.length - at <= most ? `${name.slice(0, at)}\n${name.slice(at)}` : name;
