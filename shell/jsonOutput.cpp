@@ -16,4 +16,9 @@ void addJsonFlag(CLI::App& command, bool& json) {
     command.add_flag("--json", json, "For scripts: JSON");
 }
 
+nlohmann::json numberJson(double number) {
+    const auto whole = static_cast<long>(number);
+    return static_cast<double>(whole) == number ? nlohmann::json(whole) : nlohmann::json(number);
+}
+
 }  // namespace shell

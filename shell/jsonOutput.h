@@ -17,4 +17,7 @@ void printJson(const nlohmann::json& json);
 /// Adds "--json" to a verb, which sets `json`.
 void addJsonFlag(CLI::App& command, bool& json);
 
+/// A number for programs and scripts: without decimals where it is whole.
+nlohmann::json numberJson(double number);
+
 }  // namespace shell

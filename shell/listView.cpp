@@ -12,6 +12,7 @@
 
 #include "environment/strings/HUTConvert.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
+#include "shell/jsonOutput.h"
 #include "shell/listOptions.h"
 #include "shell/runView.h"
 #include "shell/staleView.h"
@@ -111,11 +112,8 @@ std::string number(const std::optional<double>& value, int digits) {
     return value ? fmt::format("{:.{}f}", *value, digits) : std::string();
 }
 
-nlohmann::json numberJson(const std::optional<double>& value) {
-    if (!value)
-        return {};
-    const auto whole = static_cast<long>(*value);
-    return static_cast<double>(whole) == *value ? nlohmann::json(whole) : nlohmann::json(*value);
+nlohmann::json numberOrNull(const std::optional<double>& value) {
+    return value ? numberJson(*value) : nlohmann::json();
 }
 
 nlohmann::json textOrNull(const std::string& text) {
@@ -213,10 +211,10 @@ nlohmann::json listJson(const Project& project, const std::vector<ListedRun>& ru
                        {"sweep", textOrNull(run.sweep)},
                        {"family", textOrNull(run.family)},
                        {"results",
-                        {{"fmax_mhz", numberJson(run.fmaxMhz)},
-                         {"worst_slack_ns", numberJson(run.slackNs)},
-                         {"luts", numberJson(run.luts)},
-                         {"seconds", numberJson(run.seconds)}}},
+                        {{"fmax_mhz", numberOrNull(run.fmaxMhz)},
+                         {"worst_slack_ns", numberOrNull(run.slackNs)},
+                         {"luts", numberOrNull(run.luts)},
+                         {"seconds", numberOrNull(run.seconds)}}},
                        {"next", textOrNull(run.next)}});
     }
     return {{"project", project.getName()}, {"directory", project.getDir()}, {"runs", all}};

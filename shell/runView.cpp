@@ -16,6 +16,7 @@
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "shell/exitStatus.h"
+#include "shell/jsonOutput.h"
 #include "shell/staleView.h"
 #include "shell/suggestion.h"
 #include "shell/textTable.h"
@@ -64,8 +65,7 @@ nlohmann::json statJson(const HAXPExpRun& run, const char* name) {
     double value = 0;
     if (!OpenStats::valueOf(run, name, value))
         return {};
-    const auto whole = static_cast<long>(value);
-    return static_cast<double>(whole) == value ? nlohmann::json(whole) : nlohmann::json(value);
+    return numberJson(value);
 }
 
 nlohmann::json textOrNull(const std::string& text) {

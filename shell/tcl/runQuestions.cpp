@@ -22,6 +22,7 @@
 #include "shell/familyComparison.h"
 #include "shell/familyOptions.h"
 #include "shell/familyView.h"
+#include "shell/jsonOutput.h"
 #include "shell/logTail.h"
 #include "shell/runComparison.h"
 #include "shell/runDetails.h"
@@ -133,7 +134,7 @@ Tcl_Obj* get(Call& call) {
     for (const Metric& metric : knownMetrics(compared)) {
         const reports::Figure* figure = figureOf(compared.front(), metric.figure);
         if (metric.word == key || metric.figure == key)
-            return figure == nullptr ? newText("") : newValue(figure->value);
+            return figure == nullptr ? newText("") : newValue(numberJson(figure->value));
         known.push_back(metric.word);
     }
     for (const auto* keys : {&facts, &facts["results"]}) {
