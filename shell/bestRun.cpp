@@ -14,7 +14,6 @@ using statistics::Candidate;
 using statistics::Requirement;
 using statistics::Rule;
 using statistics::SelectionStep;
-using Runs = std::vector<const ComparedRun*>;
 
 [[noreturn]] void refuse(const char* option, const std::string& text, const std::string& reason) {
     throw CommandError(kExitUsage, fmt::format("{} '{}': {}.", option, text, reason));
@@ -111,7 +110,7 @@ Choice::Step stepOf(const Choice& choice, const SelectionStep& from) {
         step.dropped.push_back(choice.judged[place]);
     if (isRequirement)
         return step;
-    for (Runs* runs : {&step.left, &step.dropped})
+    for (ComparedRunList* runs : {&step.left, &step.dropped})
         std::stable_sort(runs->begin(), runs->end(), [&step](const auto* a, const auto* b) {
             const double first = figureOf(*a, step.metric.figure)->value;
             const double second = figureOf(*b, step.metric.figure)->value;

@@ -16,25 +16,24 @@ namespace shell {
 namespace {
 
 using statistics::SelectionStep;
-using Runs = std::vector<const ComparedRun*>;
 
 /// As many runs are told by name; of more the rest is counted.
-constexpr std::size_t kMostNamed = 5;
+constexpr std::size_t kMostRunsNamed = 5;
 
 std::string moreText(std::size_t count) {
     return count == 0 ? "" : fmt::format(" and {} more", count);
 }
 
 /// "a (55.2 MHz), b (55 MHz)".
-std::string namedText(const Runs& runs, const Metric& metric) {
+std::string namedText(const ComparedRunList& runs, const Metric& metric) {
     std::vector<std::string> words;
-    for (std::size_t i = 0; i < std::min(runs.size(), kMostNamed); ++i)
+    for (std::size_t i = 0; i < std::min(runs.size(), kMostRunsNamed); ++i)
         words.push_back(fmt::format("{} ({})", runs[i]->name, metricText(*runs[i], metric)));
     return fmt::format("{}{}", fmt::join(words, ", "), moreText(runs.size() - words.size()));
 }
 
 /// The values of all rules, each metric once: "Fmax 55.2 MHz, LUTs 120".
-std::string valuesText(const Choice& choice, const ComparedRun& run) {
+std::string metricValuesText(const Choice& choice, const ComparedRun& run) {
     std::vector<std::string> words;
     for (const auto* metrics : {&choice.rules.ruleMetrics, &choice.rules.requiredMetrics}) {
         for (const Metric& metric : *metrics) {
@@ -46,15 +45,15 @@ std::string valuesText(const Choice& choice, const ComparedRun& run) {
     return fmt::format("{}", fmt::join(words, ", "));
 }
 
-std::string bestLine(const Choice& choice) {
+std::string choiceLine(const Choice& choice) {
     if (choice.judged.empty())
         return "No run can be judged.";
     if (choice.best.empty())
         return "No run meets what is required.";
     std::vector<std::string> names;
-    for (std::size_t i = 0; i < std::min(choice.best.size(), kMostNamed); ++i)
+    for (std::size_t i = 0; i < std::min(choice.best.size(), kMostRunsNamed); ++i)
         names.push_back(choice.best[i]->name);
-    const std::string values = valuesText(choice, *choice.best.front());
+    const std::string values = metricValuesText(choice, *choice.best.front());
     if (names.size() > 1)
         return fmt::format("Equally good: {}{} ({})", fmt::join(names, ", "),
                            moreText(choice.best.size() - names.size()), values);
@@ -85,7 +84,7 @@ const char* kindWord(SelectionStep::Kind kind) {
     }
 }
 
-nlohmann::json valuesJson(const Runs& runs, const Metric& metric) {
+nlohmann::json valuesJson(const ComparedRunList& runs, const Metric& metric) {
     nlohmann::json list = nlohmann::json::array();
     for (const ComparedRun* run : runs)
         list.push_back({{"run", run->name}, {"value", figureOf(*run, metric.figure)->value}});
@@ -102,7 +101,7 @@ std::string metricText(const ComparedRun& run, const Metric& metric) {
 }
 
 std::vector<std::string> choiceLines(const Choice& choice) {
-    std::vector<std::string> lines{bestLine(choice)};
+    std::vector<std::string> lines{choiceLine(choice)};
     for (const Choice::Step& step : choice.steps)
         lines.push_back(stepLine(step));
     for (const Verdict::LeftOut& left : choice.leftOut)

@@ -4,7 +4,6 @@
 
 #include <algorithm>
 
-#include "runs/base/xperiment/HDGUIStatus.h"
 #include "shell/liveProject.h"
 #include "shell/runView.h"
 #include "workbench/HAXPExpRun.h"
@@ -16,10 +15,6 @@
 namespace shell {
 
 namespace {
-
-bool isRunning(const HAXPExpRun& run) {
-    return run.getStatus()->getCode() == HDGUIStatus::statusRunning;
-}
 
 /// What doesn't need a look at the log of `run`.
 BoardRow plainRow(const HAXPExpRun& run) {

@@ -38,7 +38,7 @@ std::string barText(const BoardRow& row) {
                        std::string(kBarColumns - full, '.'), std::lround(part * 100));
 }
 
-std::string timeText(const std::optional<double>& seconds) {
+std::string secondsText(const std::optional<double>& seconds) {
     return seconds ? workbench::durationText(*seconds) : std::string();
 }
 
@@ -48,7 +48,7 @@ std::string fmaxText(const BoardRow& row) {
                        : std::string();
 }
 
-Style styleOf(const std::string& status) {
+Style boardStatusStyle(const std::string& status) {
     if (status == "done")
         return Style::kGood;
     if (status == "failed" || status == "lost")
@@ -74,7 +74,7 @@ int widthOfNames(const Board& board) {
     return static_cast<int>(std::min<std::size_t>(widest, kWidestName));
 }
 
-int widthOf(const std::vector<Column>& columns) {
+int widthOfColumns(const std::vector<Column>& columns) {
     int width = 1;
     for (const Column& column : columns)
         width += column.width + 2;
@@ -87,18 +87,18 @@ std::vector<Column> columnsFor(const Board& board, int width) {
         {"Status", 11, false, 8, [](const BoardRow& row) { return row.status; }},
         {"Step", 15, false, 5, [](const BoardRow& row) { return row.step; }},
         {"Progress", kBarColumns + 8, false, 6, barText},
-        {"Elapsed", 8, true, 3, [](const BoardRow& row) { return timeText(row.elapsed); }},
-        {"Left", 8, true, 4, [](const BoardRow& row) { return timeText(row.left); }},
+        {"Elapsed", 8, true, 3, [](const BoardRow& row) { return secondsText(row.elapsed); }},
+        {"Left", 8, true, 4, [](const BoardRow& row) { return secondsText(row.left); }},
         {"Fmax MHz", 8, true, 2, fmaxText},
     };
-    while (columns.size() > 1 && widthOf(columns) > width) {
+    while (columns.size() > 1 && widthOfColumns(columns) > width) {
         const auto least =
             std::min_element(columns.begin(), columns.end(),
                              [](const Column& a, const Column& b) { return a.weight < b.weight; });
         columns.erase(least);
     }
     // What the tool does takes what is left, if that is worth it.
-    const int rest = width - widthOf(columns);
+    const int rest = width - widthOfColumns(columns);
     if (rest >= 12)
         columns.push_back({"", rest, false, 1, [](const BoardRow& row) { return row.text; }});
     return columns;
@@ -120,12 +120,12 @@ BoardLine rowLine(const BoardRow& row, const std::vector<Column>& columns, int w
             fitLine(padded(column.text(row), column.width, column.isRight) + "  ", left);
         left -= static_cast<int>(columnsOf(text));
         const bool isStatus = std::string(column.title) == "Status";
-        line.push_back({text, isStatus ? styleOf(row.status) : Style::kPlain, isSelected});
+        line.push_back({text, isStatus ? boardStatusStyle(row.status) : Style::kPlain, isSelected});
     }
     return line;
 }
 
-std::string headText(const Board& board) {
+std::string boardHead(const Board& board) {
     const auto count = [&board](std::initializer_list<const char*> words) {
         return std::count_if(
             board.getRows().begin(), board.getRows().end(), [&words](const BoardRow& row) {
@@ -214,7 +214,7 @@ std::vector<BoardLine> drawBoard(const Board& board, int width, int height) {
     std::vector<BoardLine> lines;
     if (width < 1 || height < 1)
         return lines;
-    lines.push_back({{fitLine(headText(board), width), Style::kStrong}});
+    lines.push_back({{fitLine(boardHead(board), width), Style::kStrong}});
     if (board.getMode() == Board::Mode::kHelp)
         addTexts("Keys", helpLines(), width, boardRows(height), lines);
     else if (board.getMode() == Board::Mode::kLog)

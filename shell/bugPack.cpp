@@ -20,6 +20,7 @@
 #include "shell/failureView.h"
 #include "shell/runDetails.h"
 #include "shell/runView.h"
+#include "shell/startsWith.h"
 #include "workbench/DesignInputs.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
@@ -53,10 +54,6 @@ constexpr long kPackMs = 600000;
 /// What may be a part of a path's name, so that the path goes on.
 bool isNameCharacter(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) != 0 || c == '_' || c == '-' || c == '.';
-}
-
-bool startsWith(const std::string& text, const std::string& head) {
-    return text.compare(0, head.size(), head) == 0;
 }
 
 bool isWithin(const std::string& path, const std::string& folder) {
@@ -287,7 +284,7 @@ std::string readmeText(const HAXPExpRun& run, const std::string& step, const Pat
 }
 
 /// Files of the run that tell how it went, or that a later step starts from.
-bool isWanted(const fs::path& path) {
+bool isWantedInPack(const fs::path& path) {
     static const std::set<std::string> kEndings{".log", ".sh",  ".tcl", ".json",
                                                 ".txt", ".rpt", ".pcf", ".asc"};
     return kEndings.count(path.extension().string()) != 0;
@@ -298,8 +295,8 @@ void copyRun(const HAXPExpRun& run, Staging& staging, const PathMap& paths) {
     for (const fs::directory_entry& entry : fs::directory_iterator(run.getDir(), failed)) {
         const std::string name = entry.path().filename().string();
         // The markers hold who launched, and where.
-        if (entry.is_symlink() || !isWanted(entry.path()) || entry.path().extension() == ".rst" ||
-            startsWith(name, ".launch"))
+        if (entry.is_symlink() || !isWantedInPack(entry.path()) ||
+            entry.path().extension() == ".rst" || startsWith(name, ".launch"))
             continue;
         staging.copy(entry.path().string(), "run/" + name, paths);
     }

@@ -30,7 +30,7 @@ namespace {
 const char kUsage[] = "usage: xp [-C DIR] [-q] [--plain] VERB [ARGUMENTS]";
 
 /// The command line taken apart: what stands before the verb, and the rest.
-struct Words {
+struct CommandWords {
     Session session;
     bool wantsHelp = false;
     bool wantsVersion = false;
@@ -39,9 +39,9 @@ struct Words {
 };
 
 /// @throws CommandError an option before the verb isn't known or lacks its value.
-Words readWords(const std::vector<std::string>& words) {
+CommandWords readWords(const std::vector<std::string>& words) {
     static const std::vector<std::string> known{"--help", "--version", "--quiet", "--plain"};
-    Words read;
+    CommandWords read;
     std::size_t i = 0;
     while (i < words.size() && !words[i].empty() && words[i].front() == '-') {
         const std::string& word = words[i];
@@ -206,7 +206,7 @@ void parse(CLI::App& command, const Call& call, std::vector<std::string> words) 
     }
 }
 
-int runVerb(const Words& words) {
+int runVerb(const CommandWords& words) {
     std::vector<std::string> rest = words.rest;
     rest.insert(rest.begin(), words.verb);
     Session session = words.session;
@@ -242,7 +242,7 @@ int dispatch(const std::vector<std::string>& all) {
         return printCompletions({all.begin() + 1, all.end()});
     if (all.size() == 2 && all.front() == kManPagesWord)
         return writeManPages(all.back());
-    const Words words = readWords(all);
+    const CommandWords words = readWords(all);
     if (words.wantsVersion) {
         fmt::print("xp {}\n", HUTEnv::getProductMajorMinorVersion());
         return kExitDone;

@@ -17,7 +17,6 @@ namespace shell {
 namespace {
 
 using reports::Figure;
-using Runs = std::vector<const ComparedRun*>;
 
 std::string titleOf(const Figure& figure) {
     return figure.unit.empty() ? figure.label : fmt::format("{} {}", figure.label, figure.unit);
@@ -27,7 +26,7 @@ std::string statusOf(const ComparedRun& run) {
     return run.isStale ? run.status + ", stale" : run.status;
 }
 
-std::vector<std::string> namesOf(const Runs& runs) {
+std::vector<std::string> runNames(const ComparedRunList& runs) {
     std::vector<std::string> names;
     for (const ComparedRun* run : runs)
         names.push_back(run->name);
@@ -41,7 +40,7 @@ struct Row {
 };
 
 /// Whether all runs, and more than one, have the figure with one value.
-bool isSameInAll(const std::vector<ComparedRun>& runs, const std::string& name) {
+bool isSameInAllRuns(const std::vector<ComparedRun>& runs, const std::string& name) {
     const Figure* first = figureOf(runs.front(), name);
     return runs.size() > 1 && first != nullptr &&
            std::all_of(runs.begin(), runs.end(), [&](const ComparedRun& run) {
@@ -94,7 +93,7 @@ std::string tableText(const std::vector<ComparedRun>& runs, const std::vector<Ro
     return table.text();
 }
 
-std::size_t widthOf(const std::string& text) {
+std::size_t widestLine(const std::string& text) {
     std::size_t widest = 0;
     std::size_t begin = 0;
     for (std::size_t end = text.find('\n'); end != std::string::npos;
@@ -114,7 +113,7 @@ std::string fittingTables(const std::vector<ComparedRun>& runs, const std::vecto
         std::string text = tableText(runs, rows, title, first, end);
         while (end < runs.size()) {
             const std::string wider = tableText(runs, rows, title, first, end + 1);
-            if (widthOf(wider) > static_cast<std::size_t>(width))
+            if (widestLine(wider) > static_cast<std::size_t>(width))
                 break;
             text = wider;
             ++end;
@@ -144,7 +143,7 @@ std::string wishText(const std::vector<Goal>& goals) {
 }
 
 /// The values of all goals: "55.2 MHz Fmax, 1200 LUTs".
-std::string valuesText(const ComparedRun& run, const std::vector<Goal>& goals) {
+std::string goalValuesText(const ComparedRun& run, const std::vector<Goal>& goals) {
     std::vector<std::string> words;
     words.reserve(goals.size());
     for (const Goal& goal : goals)
@@ -152,19 +151,20 @@ std::string valuesText(const ComparedRun& run, const std::vector<Goal>& goals) {
     return fmt::format("{}", fmt::join(words, ", "));
 }
 
-std::string bestLine(const Verdict& verdict, const std::vector<Goal>& goals) {
+std::string goalLine(const Verdict& verdict, const std::vector<Goal>& goals) {
     const std::string wish = wishText(goals);
     if (verdict.best.empty())
         return fmt::format("Goal {}: no run can be judged.", wish);
-    const std::string values = valuesText(*verdict.best.front(), goals);
+    const std::string values = goalValuesText(*verdict.best.front(), goals);
     if (verdict.best.size() > 1)
         return fmt::format("Goal {}: {} are equally good ({}).", wish,
-                           fmt::join(namesOf(verdict.best), " and "), values);
+                           fmt::join(runNames(verdict.best), " and "), values);
     const std::string& name = verdict.best.front()->name;
     if (verdict.others.empty())
         return fmt::format("Goal {}: only {} can be judged ({}).", wish, name, values);
     return fmt::format("Goal {}: {} is best ({}); next is {} ({}).", wish, name, values,
-                       verdict.others.front()->name, valuesText(*verdict.others.front(), goals));
+                       verdict.others.front()->name,
+                       goalValuesText(*verdict.others.front(), goals));
 }
 
 std::string missLine(const ComparedRun& run) {
@@ -175,7 +175,7 @@ std::string missLine(const ComparedRun& run) {
                              figureText(slack).substr(1));
 }
 
-nlohmann::json figuresJson(const ComparedRun& run) {
+nlohmann::json figureValuesJson(const ComparedRun& run) {
     nlohmann::json figures = nlohmann::json::object();
     for (const Figure& figure : run.figures)
         figures[figure.name] = figure.value;
@@ -185,25 +185,28 @@ nlohmann::json figuresJson(const ComparedRun& run) {
 }  // namespace
 
 std::string figureText(const Figure* figure) {
-    if (figure == nullptr)
-        return {};
-    if (std::abs(figure->value) < 1e15 && std::trunc(figure->value) == figure->value)
-        return fmt::format("{:.0f}", figure->value);
-    std::string text = fmt::format("{:.2f}", figure->value);
+    return figure == nullptr ? std::string() : figureNumber(figure->value);
+}
+
+std::string figureNumber(double value) {
+    if (std::abs(value) < 1e15 && std::trunc(value) == value)
+        return fmt::format("{:.0f}", value);
+    std::string text = fmt::format("{:.2f}", value);
     text.erase(text.find_last_not_of('0') + 1);
     if (text.back() == '.')
         text.pop_back();
     // Too little for two digits, but not nothing.
-    return text == "0" || text == "-0" ? fmt::format("{:.3g}", figure->value) : text;
+    return text == "0" || text == "-0" ? fmt::format("{:.3g}", value) : text;
 }
 
 std::string comparisonTable(const std::vector<ComparedRun>& runs, int width, bool isWhole) {
     std::vector<Figure> figures = figureRows(runs);
     const std::size_t count = figures.size();
     if (!isWhole)
-        figures.erase(std::remove_if(
-                          figures.begin(), figures.end(),
-                          [&runs](const Figure& figure) { return isSameInAll(runs, figure.name); }),
+        figures.erase(std::remove_if(figures.begin(), figures.end(),
+                                     [&runs](const Figure& figure) {
+                                         return isSameInAllRuns(runs, figure.name);
+                                     }),
                       figures.end());
     std::string text = fittingTables(runs, figureTable(runs, figures), "Run", width);
     text += sameFiguresLine(count - figures.size());
@@ -223,7 +226,7 @@ std::string sameFiguresLine(std::size_t count) {
 }
 
 std::string shortVerdict(const Verdict& verdict, const std::vector<Goal>& goals) {
-    std::string text = bestLine(verdict, goals);
+    std::string text = goalLine(verdict, goals);
     const std::size_t missing = verdict.missing.size();
     if (missing > 0)
         text += fmt::format(" {} of {} runs miss the goal of their clocks.", missing,
@@ -232,7 +235,7 @@ std::string shortVerdict(const Verdict& verdict, const std::vector<Goal>& goals)
 }
 
 std::vector<std::string> verdictLines(const Verdict& verdict, const std::vector<Goal>& goals) {
-    std::vector<std::string> lines{bestLine(verdict, goals)};
+    std::vector<std::string> lines{goalLine(verdict, goals)};
     for (const ComparedRun* run : verdict.missing)
         lines.push_back(missLine(*run));
     for (const Verdict::LeftOut& left : verdict.leftOut)
@@ -252,7 +255,7 @@ nlohmann::json comparisonJson(const std::vector<ComparedRun>& runs, const std::v
              {"strategy", run.strategy},
              {"synthesis",
               run.synthesis.empty() ? nlohmann::json() : nlohmann::json(run.synthesis)},
-             {"figures", figuresJson(run)}});
+             {"figures", figureValuesJson(run)}});
     json["figures"] = nlohmann::json::array();
     for (const Figure& figure : figureRows(runs))
         json["figures"].push_back({{"name", figure.name},
@@ -272,8 +275,8 @@ nlohmann::json comparisonJson(const std::vector<ComparedRun>& runs, const std::v
         json["goals"].push_back({{"goal", goal.word},
                                  {"figure", goal.figure},
                                  {"better", goal.isHigherBetter ? "higher" : "lower"}});
-    json["best"] = namesOf(verdict.best);
-    json["missing_their_clock_goal"] = namesOf(verdict.missing);
+    json["best"] = runNames(verdict.best);
+    json["missing_their_clock_goal"] = runNames(verdict.missing);
     json["left_out"] = nlohmann::json::array();
     for (const Verdict::LeftOut& left : verdict.leftOut)
         json["left_out"].push_back({{"run", left.run->name}, {"reason", left.reason}});

@@ -15,6 +15,8 @@ namespace shell {
 
 /// A figure's value as it is shown: "54", "54.27", "-3.5"; empty for null.
 std::string figureText(const reports::Figure* figure);
+/// A value as that shows it.
+std::string figureNumber(double value);
 
 /// The figures of `runs`, a column a run, and the options in which they differ. Where
 /// `width` columns, 0 for any number, don't hold all runs, several tables follow each other.

@@ -26,7 +26,7 @@ namespace {
 
 using Adder = void (*)(Completion&, const NameContext&);
 
-void add(Completion& completion, const std::string& name, const std::string& text = "") {
+void addNew(Completion& completion, const std::string& name, const std::string& text = "") {
     const bool known = std::any_of(completion.candidates.begin(), completion.candidates.end(),
                                    [&name](const auto& one) { return one.name == name; });
     if (!name.empty() && !known)
@@ -52,41 +52,41 @@ void addRunsAndFamilies(Completion& completion, const NameContext& context) {
         sweeps.insert(run.sweep);
     }
     for (const std::string& family : families)
-        add(completion, family, "family");
+        addNew(completion, family, "family");
     for (const std::string& sweep : sweeps)
-        add(completion, sweep, "sweep");
+        addNew(completion, sweep, "sweep");
 }
 
 void addFamilies(Completion& completion, const NameContext& context) {
     for (const auto& run : projectNames(context).runs)
-        add(completion, run.family, "family");
+        addNew(completion, run.family, "family");
 }
 
 void addSyntheses(Completion& completion, const NameContext& context) {
     for (const auto& run : projectNames(context).runs) {
         if (run.isSynthesis)
-            add(completion, run.name, "synthesis");
+            addNew(completion, run.name, "synthesis");
     }
 }
 
-void addReports(Completion& completion, const NameContext& context) {
+void addReportNames(Completion& completion, const NameContext& context) {
     for (const auto& run : projectNames(context).runs) {
         const bool isMeant = context.arguments.empty() || run.name == context.arguments.front();
         for (const std::string& report : isMeant ? run.reports : std::vector<std::string>())
-            add(completion, report, "report");
+            addNew(completion, report, "report");
     }
 }
 
 void addFlows(Completion& completion, const NameContext&) {
     for (const HAXPFlow* flow : allFlows())
-        add(completion, flowWord(*flow), "flow");
+        addNew(completion, flowWord(*flow), "flow");
 }
 
 void addSteps(Completion& completion, const NameContext&) {
     for (const HAXPFlow* flow : allFlows()) {
         const std::unique_ptr<HSTFwdIter<HAXPFlowStep*>> steps(flow->createAllFlowStepIter());
         while (steps->hasNext())
-            add(completion, steps->next()->getAbbrev(), "step");
+            addNew(completion, steps->next()->getAbbrev(), "step");
     }
 }
 
@@ -94,7 +94,8 @@ void addStrategies(Completion& completion, const NameContext& context) {
     const bool isOfStrategies = context.verb.compare(0, 9, "strategy ") == 0;
     for (const HAXPFlow* flow : allFlows()) {
         for (const HAXPStrategy* strategy : workbench::strategiesOf(*flow))
-            add(completion, isOfStrategies ? fullName(*strategy) : strategy->getName(), "strategy");
+            addNew(completion, isOfStrategies ? fullName(*strategy) : strategy->getName(),
+                   "strategy");
     }
 }
 
@@ -102,8 +103,8 @@ void addReportStrategies(Completion& completion, const NameContext& context) {
     const bool isOfStrategies = context.verb.compare(0, 15, "reportstrategy ") == 0;
     for (const HAXPFlow* flow : allFlows()) {
         for (const HAXRReportStrategy* strategy : workbench::reportStrategiesOf(*flow))
-            add(completion, isOfStrategies ? fullName(*strategy) : strategy->getName(),
-                "report strategy");
+            addNew(completion, isOfStrategies ? fullName(*strategy) : strategy->getName(),
+                   "report strategy");
     }
 }
 
@@ -116,33 +117,33 @@ void addSettings(Completion& completion, const NameContext&) {
     for (const HAXPFlow* flow : allFlows()) {
         const HAXPStrategy plain(flow);
         for (const workbench::StrategyOption& option : workbench::optionsOf(plain))
-            add(completion, option.fullName() + "=", "option");
+            addNew(completion, option.fullName() + "=", "option");
     }
 }
 
 void addDevices(Completion& completion, const NameContext&) {
     for (const ice40::Device& device : ice40::devices())
-        add(completion, device.name, "device");
+        addNew(completion, device.name, "device");
 }
 
 void addMetrics(Completion& completion, const NameContext&) {
     for (const Metric& metric : knownMetrics({}))
-        add(completion, metric.word, metric.label);
+        addNew(completion, metric.word, metric.label);
 }
 
 void addSortKeys(Completion& completion, const NameContext&) {
     for (const std::string& key : sortKeys())
-        add(completion, key);
+        addNew(completion, key);
 }
 
 void addStatusWords(Completion& completion, const NameContext&) {
     for (const std::string& word : statusWords())
-        add(completion, word);
+        addNew(completion, word);
 }
 
 void addShells(Completion& completion, const NameContext&) {
     for (const char* shell : {"bash", "zsh", "fish"})
-        add(completion, shell);
+        addNew(completion, shell);
 }
 
 void askForFiles(Completion& completion, const NameContext&) {
@@ -161,8 +162,8 @@ const std::map<std::string, Adder>& adders() {
         {"runs", addRunsAndFamilies},
         {"--family", addFamilies},
         {"--synth", addSyntheses},
-        {"report", addReports},
-        {"reports", addReports},
+        {"report", addReportNames},
+        {"reports", addReportNames},
         {"--flow", addFlows},
         {"step", addSteps},
         {"--to", addSteps},

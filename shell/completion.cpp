@@ -13,6 +13,7 @@
 #include "shell/declaredVerb.h"
 #include "shell/exitStatus.h"
 #include "shell/optionText.h"
+#include "shell/startsWith.h"
 #include "shell/verb.h"
 #include "workbench/printable.h"
 
@@ -23,10 +24,6 @@ const char kCompleteWord[] = "__complete";
 namespace {
 
 using Words = std::vector<std::string>;
-
-bool begins(const std::string& text, const std::string& start) {
-    return text.compare(0, start.size(), start) == 0;
-}
 
 bool isOptionWord(const std::string& word) {
     return word.size() > 1 && word.front() == '-';
@@ -47,36 +44,36 @@ Words joinAtEquals(const Words& words) {
     return joined;
 }
 
-void add(Completion& completion, const std::string& name, const std::string& text) {
+void addCandidate(Completion& completion, const std::string& name, const std::string& text) {
     completion.candidates.push_back({name, text});
 }
 
 Completion verbNames(const std::vector<VerbEntry>& all, bool isTop) {
     Completion completion;
     for (const VerbEntry& verb : all)
-        add(completion, verb.name, verb.summary);
+        addCandidate(completion, verb.name, verb.summary);
     if (isTop)
-        add(completion, "help", "show the list of verbs, or the help of a verb");
+        addCandidate(completion, "help", "show the list of verbs, or the help of a verb");
     return completion;
 }
 
 Completion globalOptions() {
     Completion completion;
-    add(completion, "-C", "work on the project in a folder");
-    add(completion, "--quiet", "no progress and no notes");
-    add(completion, "--plain", "no colours");
-    add(completion, "--help", "show the help");
-    add(completion, "--version", "show the version");
+    addCandidate(completion, "-C", "work on the project in a folder");
+    addCandidate(completion, "--quiet", "no progress and no notes");
+    addCandidate(completion, "--plain", "no colours");
+    addCandidate(completion, "--help", "show the help");
+    addCandidate(completion, "--version", "show the version");
     return completion;
 }
 
-Completion optionNames(const CLI::App& command) {
+Completion optionCandidates(const CLI::App& command) {
     Completion completion;
     for (const CLI::Option* option : command.get_options()) {
         for (const std::string& name : namesOf(*option)) {
             // The short ones that have a long one are no help to who looks for a name.
-            if (begins(name, "--") || option->get_lnames().empty())
-                add(completion, name, option->get_description());
+            if (startsWith(name, "--") || option->get_lnames().empty())
+                addCandidate(completion, name, option->get_description());
         }
     }
     return completion;
@@ -152,15 +149,15 @@ Completion completeVerb(const VerbEntry& entry, const std::string& name, const W
     context.arguments = reading.arguments;
     context.typed = typed;
     const std::size_t equals = typed.find('=');
-    if (begins(typed, "--") && equals != std::string::npos) {
+    if (startsWith(typed, "--") && equals != std::string::npos) {
         const std::string option = typed.substr(0, equals);
         Completion completion = values(option, context, typed.substr(equals + 1));
         for (Completion::Candidate& candidate : completion.candidates)
             candidate.name = option + "=" + candidate.name;
         return completion;
     }
-    if (begins(typed, "-"))
-        return optionNames(command);
+    if (startsWith(typed, "-"))
+        return optionCandidates(command);
     if (reading.open != nullptr)
         return values(namesOf(*reading.open).back(), context, typed);
     return values(argumentAt(command, reading.arguments.size()), context, typed);
@@ -177,7 +174,7 @@ Completion completeHelp(const Words& words) {
 }
 
 /// Takes options of every verb from the front, but never the last word.
-void takeGlobals(Words& words, Session& session) {
+void takeGlobalsButLast(Words& words, Session& session) {
     std::size_t i = 0;
     while (i + 1 < words.size() && isOptionWord(words[i])) {
         if (words[i] == "-C" && i + 2 == words.size())
@@ -196,11 +193,11 @@ Completion folders() {
 
 Completion completeWords(Words words) {
     Session session;
-    takeGlobals(words, session);
+    takeGlobalsButLast(words, session);
     if (words.size() == 2 && words.front() == "-C")
         return folders();
     if (words.size() == 1)
-        return begins(words.front(), "-") ? globalOptions() : verbNames(verbs(), true);
+        return startsWith(words.front(), "-") ? globalOptions() : verbNames(verbs(), true);
     if (words.front() == "help")
         return completeHelp({words.begin() + 1, words.end()});
     const VerbEntry* verb = findVerb(verbs(), words.front());
@@ -209,7 +206,7 @@ Completion completeWords(Words words) {
     std::string name = words.front();
     words.erase(words.begin());
     if (verb->group != nullptr) {
-        takeGlobals(words, session);
+        takeGlobalsButLast(words, session);
         if (words.size() == 1)
             return verbNames(verb->group(), false);
         name += " " + words.front();
@@ -221,7 +218,7 @@ Completion completeWords(Words words) {
     return verb == nullptr ? Completion() : completeVerb(*verb, name, words, context);
 }
 
-const char* wordOf(Completion::Kind kind) {
+const char* offerWord(Completion::Kind kind) {
     return kind == Completion::kFiles     ? "files"
            : kind == Completion::kFolders ? "folders"
                                           : "names";
@@ -241,15 +238,16 @@ Completion complete(std::vector<std::string> words) {
         return {};
     }
     auto& all = completion.candidates;
-    all.erase(std::remove_if(all.begin(), all.end(),
-                             [&words](const auto& one) { return !begins(one.name, words.back()); }),
-              all.end());
+    all.erase(
+        std::remove_if(all.begin(), all.end(),
+                       [&words](const auto& one) { return !startsWith(one.name, words.back()); }),
+        all.end());
     return completion;
 }
 
 int printCompletions(const std::vector<std::string>& words) {
     const Completion completion = complete(words);
-    fmt::print("{}\n", wordOf(completion.kind));
+    fmt::print("{}\n", offerWord(completion.kind));
     for (const Completion::Candidate& candidate : completion.candidates) {
         // A name that holds what a terminal takes as a command can't be typed anyway.
         if (workbench::printable(candidate.name) == candidate.name)

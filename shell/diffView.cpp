@@ -19,10 +19,8 @@ namespace {
 
 using reports::Figure;
 
-std::string numberText(const std::optional<double>& value) {
-    Figure figure;
-    figure.value = value.value_or(0);
-    return value ? figureText(&figure) : std::string();
+std::string shownNumber(const std::optional<double>& value) {
+    return value ? figureNumber(*value) : std::string();
 }
 
 std::string signedText(double value, const std::string& number) {
@@ -38,11 +36,11 @@ std::string sideWord(const FigureDifference& difference) {
 }
 
 /// "+4 (+7.6 %), better"; of families the verdict, which says more.
-std::string changeText(const FigureDifference& difference) {
+std::string figureChangeText(const FigureDifference& difference) {
     if (!difference.verdict.empty() || !difference.change())
         return difference.verdict;
     const double change = *difference.change();
-    std::string text = signedText(change, numberText(change));
+    std::string text = signedText(change, shownNumber(change));
     if (const std::optional<double> percent = difference.percent())
         text += fmt::format(" ({} %)", signedText(*percent, fmt::format("{:.1f}", *percent)));
     return text + sideWord(difference);
@@ -52,13 +50,13 @@ std::string labelOf(const Figure& figure) {
     return figure.unit.empty() ? figure.label : fmt::format("{} {}", figure.label, figure.unit);
 }
 
-std::string figureTable(const DiffSide& first, const DiffSide& second, const RunDiff& diff) {
+std::string differenceTable(const DiffSide& first, const DiffSide& second, const RunDiff& diff) {
     if (diff.figures.empty())
         return {};
     TextTable table({{"Figures"}, {first.name}, {second.name}, {"Change"}});
     for (const FigureDifference& one : diff.figures)
-        table.addRow(
-            {labelOf(one.figure), numberText(one.first), numberText(one.second), changeText(one)});
+        table.addRow({labelOf(one.figure), shownNumber(one.first), shownNumber(one.second),
+                      figureChangeText(one)});
     return table.text() + "\n";
 }
 
@@ -73,7 +71,7 @@ std::string table(const char* title, const DiffSide& first, const DiffSide& seco
 }
 
 /// The place of a warning as compilers tell one.
-std::string placeText(const workbench::ToolWarning& warning) {
+std::string warningPlace(const workbench::ToolWarning& warning) {
     return warning.file.empty() ? std::string()
                                 : fmt::format("{}:{}: ", warning.file, warning.line);
 }
@@ -88,7 +86,7 @@ std::string warningLines(const std::string& title,
             warning.count > 1 ? fmt::format(" ({} times)", warning.count) : std::string();
         text += workbench::printable(fmt::format("  {}{}{}{}",
                                                  warning.step.empty() ? "" : warning.step + ": ",
-                                                 placeText(warning), warning.text, times)) +
+                                                 warningPlace(warning), warning.text, times)) +
                 "\n";
     }
     return text + "\n";
@@ -100,28 +98,24 @@ std::string equalText(const DiffSide& first, const DiffSide& second, const RunDi
         return fmt::format("{} and {} don't differ in {}.\n", first.name, second.name, sameParts);
     return fmt::format("{} and {} don't differ in {}, but for the time that they took: {} s and "
                        "{} s.\n",
-                       first.name, second.name, sameParts, numberText(diff.figures.front().first),
-                       numberText(diff.figures.front().second));
+                       first.name, second.name, sameParts, shownNumber(diff.figures.front().first),
+                       shownNumber(diff.figures.front().second));
 }
 
-nlohmann::json textOrNull(const std::optional<std::string>& text) {
-    return text ? nlohmann::json(*text) : nlohmann::json();
+template <class Value> nlohmann::json valueOrNull(const std::optional<Value>& value) {
+    return value ? nlohmann::json(*value) : nlohmann::json();
 }
 
-nlohmann::json numberOrNull(const std::optional<double>& number) {
-    return number ? nlohmann::json(*number) : nlohmann::json();
-}
-
-nlohmann::json listJson(const std::vector<TextDifference>& differences) {
+nlohmann::json textDifferencesJson(const std::vector<TextDifference>& differences) {
     nlohmann::json list = nlohmann::json::array();
     for (const TextDifference& one : differences)
         list.push_back({{"name", one.name},
-                        {"first", textOrNull(one.first)},
-                        {"second", textOrNull(one.second)}});
+                        {"first", valueOrNull(one.first)},
+                        {"second", valueOrNull(one.second)}});
     return list;
 }
 
-nlohmann::json figuresJson(const std::vector<FigureDifference>& differences) {
+nlohmann::json figureDifferencesJson(const std::vector<FigureDifference>& differences) {
     nlohmann::json list = nlohmann::json::array();
     for (const FigureDifference& one : differences)
         list.push_back(
@@ -129,10 +123,10 @@ nlohmann::json figuresJson(const std::vector<FigureDifference>& differences) {
              {"label", one.figure.label},
              {"unit", one.figure.unit},
              {"better", reports::betterText(one.figure.better)},
-             {"first", numberOrNull(one.first)},
-             {"second", numberOrNull(one.second)},
-             {"change", numberOrNull(one.change())},
-             {"percent", numberOrNull(one.percent())},
+             {"first", valueOrNull(one.first)},
+             {"second", valueOrNull(one.second)},
+             {"change", valueOrNull(one.change())},
+             {"percent", valueOrNull(one.percent())},
              {"verdict", one.verdict.empty() ? nlohmann::json() : nlohmann::json(one.verdict)}});
     return list;
 }
@@ -158,7 +152,7 @@ std::string diffText(const DiffSide& first, const DiffSide& second, const RunDif
         table(first.isFamily ? "Family" : "Run", first, second, diff.run) +
         table("Options", first, second, diff.options) +
         table("Inputs", first, second, diff.inputs) + table("Tools", first, second, diff.tools) +
-        figureTable(first, second, diff) + table("Reports", first, second, diff.reports) +
+        differenceTable(first, second, diff) + table("Reports", first, second, diff.reports) +
         warningLines("New warnings in " + second.name, diff.newWarnings) +
         warningLines("Gone, only in " + first.name, diff.goneWarnings);
     // One empty line between parts, none at the end.
@@ -171,12 +165,12 @@ nlohmann::json diffJson(const DiffSide& first, const DiffSide& second, const Run
             {"second", second.name},
             {"kind", first.isFamily ? "families" : "runs"},
             {"equal", diff.isEqual()},
-            {"run", listJson(diff.run)},
-            {"options", listJson(diff.options)},
-            {"inputs", listJson(diff.inputs)},
-            {"tools", listJson(diff.tools)},
-            {"figures", figuresJson(diff.figures)},
-            {"reports", listJson(diff.reports)},
+            {"run", textDifferencesJson(diff.run)},
+            {"options", textDifferencesJson(diff.options)},
+            {"inputs", textDifferencesJson(diff.inputs)},
+            {"tools", textDifferencesJson(diff.tools)},
+            {"figures", figureDifferencesJson(diff.figures)},
+            {"reports", textDifferencesJson(diff.reports)},
             {"new_warnings", warningsJson(diff.newWarnings)},
             {"gone_warnings", warningsJson(diff.goneWarnings)}};
 }

@@ -40,7 +40,7 @@ constexpr std::uint64_t kLeastFiles = 100;
 /// More than that, and a comparison of times between hosts goes wrong.
 constexpr double kMostSkewSec = 2;
 
-struct KnownTool {
+struct CheckedTool {
     const char* name;
     const char* package;
     bool tellsVersion;
@@ -48,10 +48,10 @@ struct KnownTool {
     const char* tested;
 };
 
-constexpr KnownTool kTools[] = {{"yosys", "yosys", true, "0.10", "0.23"},
-                                {"nextpnr-ice40", "nextpnr-ice40", true, "0.4", "0.4"},
-                                {"icepack", "fpga-icestorm", false, "", ""},
-                                {"icetime", "fpga-icestorm", false, "", ""}};
+constexpr CheckedTool kCheckedTools[] = {{"yosys", "yosys", true, "0.10", "0.23"},
+                                         {"nextpnr-ice40", "nextpnr-ice40", true, "0.4", "0.4"},
+                                         {"icepack", "fpga-icestorm", false, "", ""},
+                                         {"icetime", "fpga-icestorm", false, "", ""}};
 
 /// What the run scripts call beside the tools.
 struct Helper {
@@ -175,7 +175,7 @@ const char* healthWord(Health health) {
     }
 }
 
-Style styleOf(Health health) {
+Style healthStyle(Health health) {
     return health == Health::kOk     ? Style::kGood
            : health == Health::kWarn ? Style::kWarn
                                      : Style::kBad;
@@ -274,7 +274,7 @@ FolderFacts lookAtFolder(const std::string& path) {
 
 std::vector<Check> checkTools() {
     std::vector<Check> checks;
-    for (const KnownTool& tool : kTools) {
+    for (const CheckedTool& tool : kCheckedTools) {
         ToolFacts facts{tool.name,         tool.package, ice40::findInPath(tool.name),
                         tool.tellsVersion, {},           tool.oldest,
                         tool.tested};
@@ -349,10 +349,10 @@ std::string checksText(const std::vector<Check>& checks) {
     const Terminal terminal = Terminal::output();
     std::string text;
     for (const Check& check : checks) {
-        text += fmt::format(
-            "{}  {:<7} {:<15} {}\n",
-            terminal.styled(styleOf(check.health), fmt::format("{:<4}", healthWord(check.health))),
-            check.area, check.name, check.text);
+        text += fmt::format("{}  {:<7} {:<15} {}\n",
+                            terminal.styled(healthStyle(check.health),
+                                            fmt::format("{:<4}", healthWord(check.health))),
+                            check.area, check.name, check.text);
         if (!check.advice.empty())
             text += fmt::format("{:>30}-> {}\n", "", check.advice);
     }

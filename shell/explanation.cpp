@@ -8,6 +8,7 @@
 #include <nlohmann/json.hpp>
 
 #include "shell/failureView.h"
+#include "shell/jsonOutput.h"
 #include "shell/page/criticalPath.h"
 #include "shell/runDetails.h"
 #include "shell/runView.h"
@@ -229,10 +230,6 @@ std::string pathText(const SlowPath& path) {
         text += fmt::format("  worst: {}, {:.2f} ns{}\n", path.worstHop, path.worstNs,
                             path.worstSource.empty() ? "" : ", from " + path.worstSource);
     return text;
-}
-
-nlohmann::json textOrNull(const std::string& text) {
-    return text.empty() ? nlohmann::json() : nlohmann::json(text);
 }
 
 nlohmann::json lineJson(const QuotedLine& line) {

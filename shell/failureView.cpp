@@ -9,6 +9,7 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
+#include "shell/jsonOutput.h"
 #include "shell/logTail.h"
 #include "shell/progressLine.h"
 #include "shell/runView.h"
@@ -21,14 +22,14 @@ namespace {
 
 /// Enough for a step's last words.
 constexpr std::size_t kTailLines = 40;
-constexpr std::size_t kFailureLines = 12;
+constexpr std::size_t kMostLastWords = 12;
 constexpr std::size_t kLongestWords = 400;
 
 /// The tool's own words; of a run that ended without an error the last lines of its log.
 std::vector<std::string> lastWords(const HAXPExpRun& run, const workbench::RunFailure& failure) {
     if (failure.toolWords.empty()) {
         std::string ignored;
-        return failureLines(lastLines(logPath(run), kTailLines, ignored), kFailureLines);
+        return failureLines(lastLines(logPath(run), kTailLines, ignored), kMostLastWords);
     }
     std::vector<std::string> lines;
     std::istringstream stream(failure.toolWords);
@@ -38,7 +39,7 @@ std::vector<std::string> lastWords(const HAXPExpRun& run, const workbench::RunFa
 }
 
 /// What happened to the run, up to the sentence of the failure.
-std::string headText(const HAXPExpRun& run) {
+std::string failureHead(const HAXPExpRun& run) {
     const std::string word = statusWord(run);
     if (word == "stopped")
         return fmt::format("Run {} stopped{}.", run.getName(), stopPlace(run));
@@ -47,21 +48,13 @@ std::string headText(const HAXPExpRun& run) {
     return fmt::format("Run {} failed in step {}.", run.getName(), stepWord(run));
 }
 
-nlohmann::json textOrNull(const std::string& text) {
-    return text.empty() ? nlohmann::json() : nlohmann::json(text);
-}
-
-template <class Number> nlohmann::json numberOrNull(Number number) {
-    return number == 0 ? nlohmann::json() : nlohmann::json(number);
-}
-
 }  // namespace
 
 std::string failureText(const HAXPExpRun& run) {
     const std::optional<workbench::RunFailure> failure = workbench::findFailure(run);
     if (!failure)
         return fmt::format("Run {} is {}.", run.getName(), statusWord(run));
-    std::string text = fmt::format("{} {}.", headText(run), failure->what);
+    std::string text = fmt::format("{} {}.", failureHead(run), failure->what);
     const std::string place = placeText(*failure);
     if (!place.empty())
         text += "\n  where: " + place;

@@ -5,12 +5,11 @@
 #include <algorithm>
 
 #include "environment/strings/HUTConvert.h"
+#include "shell/sweep.h"
 
 namespace shell {
 
 namespace {
-
-const char kSeedOption[] = "place_design.seed";
 
 ComparedFamily& familyCalled(std::vector<ComparedFamily>& families, const std::string& name) {
     const auto found = std::find_if(families.begin(), families.end(),

@@ -19,20 +19,14 @@ namespace {
 using reports::Figure;
 using statistics::Outcome;
 
-std::string numberText(double value) {
-    Figure figure;
-    figure.value = value;
-    return figureText(&figure);
-}
-
 /// "54.2 (53 to 55.1)"; the quartiles are left out when all values are one.
 std::string summaryText(const statistics::Summary& summary) {
     if (summary.count == 0)
         return {};
     if (summary.least == summary.greatest)
-        return numberText(summary.median);
-    return fmt::format("{} ({} to {})", numberText(summary.median),
-                       numberText(summary.lowerQuartile), numberText(summary.upperQuartile));
+        return figureNumber(summary.median);
+    return fmt::format("{} ({} to {})", figureNumber(summary.median),
+                       figureNumber(summary.lowerQuartile), figureNumber(summary.upperQuartile));
 }
 
 statistics::Better betterOf(const Figure& figure) {
@@ -64,7 +58,7 @@ std::vector<std::string> testsOf(const FamilyPair& pair) {
 }
 
 /// Whether every run of both families has the same value.
-bool isSameInAll(const FamilyRow& row) {
+bool isSameInBoth(const FamilyRow& row) {
     return row.base.count > 0 && row.other.count > 0 && row.base.least == row.base.greatest &&
            row.other.least == row.other.greatest && row.base.least == row.other.least;
 }
@@ -78,7 +72,7 @@ std::string pairTable(const FamilyPair& pair, bool isWhole) {
     TextTable table(columns);
     std::size_t same = 0;
     for (const FamilyRow& row : pair.rows) {
-        if (!isWhole && isSameInAll(row)) {
+        if (!isWhole && isSameInBoth(row)) {
             ++same;
             continue;
         }
@@ -116,7 +110,7 @@ const char* outcomeWord(const FamilyRow& row) {
     }
 }
 
-nlohmann::json summaryJson(const statistics::Summary& summary) {
+nlohmann::json sampleSummaryJson(const statistics::Summary& summary) {
     if (summary.count == 0)
         return nlohmann::json();
     return {{"count", summary.count},
@@ -134,8 +128,8 @@ nlohmann::json rowJson(const FamilyRow& row) {
     nlohmann::json json{{"figure", row.figure.name},
                         {"unit", row.figure.unit},
                         {"better", reports::betterText(row.figure.better)},
-                        {"base", summaryJson(row.base)},
-                        {"other", summaryJson(row.other)},
+                        {"base", sampleSummaryJson(row.base)},
+                        {"other", sampleSummaryJson(row.other)},
                         {"outcome", outcomeWord(row)},
                         {"verdict", verdictWords(row)},
                         {"test", hasBoth ? statistics::testText(verdict) : ""},

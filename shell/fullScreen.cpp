@@ -125,7 +125,7 @@ void startColours() {
 }
 
 /// A terminal that isn't of UTF-8 shows nothing but ASCII.
-std::string shown(const std::string& text) {
+std::string displayable(const std::string& text) {
     if (Terminal::output().hasUnicode())
         return text;
     std::string plain;
@@ -241,7 +241,7 @@ void FullScreen::show(const std::vector<BoardLine>& lines) {
         wmove(stdscr, static_cast<int>(row), 0);
         for (const BoardSpan& span : lines[row]) {
             attrset(static_cast<int>(attributesOf(span)));
-            addstr(shown(span.text).c_str());
+            addstr(displayable(span.text).c_str());
         }
     }
     attrset(A_NORMAL);

@@ -23,7 +23,7 @@ using Clock = std::chrono::steady_clock;
 
 constexpr const char* kMarker = "seen";
 constexpr const char* kScript = "runme.sh";
-constexpr int kPauseMs = 100;
+constexpr int kTrialPauseMs = 100;
 /// To end a job that nobody saw.
 constexpr long kEndMs = 10000;
 
@@ -115,7 +115,7 @@ private:
 bool waitForMarker(const TrialFolder& folder, Clock::time_point start, long limitSec,
                    const Interrupt& interrupt) {
     while (folder.markedBy().empty() && secondsSince(start) < static_cast<double>(limitSec)) {
-        if (interrupt.pause(kPauseMs))
+        if (interrupt.pause(kTrialPauseMs))
             return true;
     }
     return interrupt.pause(0);

@@ -25,12 +25,12 @@ namespace {
 using workbench::LaunchRecord;
 using workbench::Night;
 
-std::optional<double> figureOf(const LaunchRecord& record, const char* name) {
+std::optional<double> recordedFigure(const LaunchRecord& record, const char* name) {
     const auto found = record.figures.find(name);
     return found == record.figures.end() ? std::nullopt : std::optional<double>(found->second);
 }
 
-std::string changeText(const std::vector<LaunchChange>& changes) {
+std::string launchChangesText(const std::vector<LaunchChange>& changes) {
     std::vector<std::string> texts;
     texts.reserve(changes.size());
     for (const LaunchChange& change : changes)
@@ -40,7 +40,7 @@ std::string changeText(const std::vector<LaunchChange>& changes) {
     return fmt::format("{}", fmt::join(texts, ", "));
 }
 
-std::string figureText(const std::optional<double>& value, int digits) {
+std::string recordedFigureText(const std::optional<double>& value, int digits) {
     return value ? fmt::format("{:.{}f}", *value, digits) : std::string();
 }
 
@@ -100,9 +100,10 @@ private:
             const LaunchRecord& record = *one.record;
             table.addRow({workbench::localTime(record.launched, "%Y-%m-%d %H:%M"), record.run,
                           record.strategy, record.outcome,
-                          figureText(figureOf(record, "seconds"), 0),
-                          figureText(figureOf(record, "fmax"), 1),
-                          figureText(figureOf(record, "luts"), 0), changeText(one.changes)});
+                          recordedFigureText(recordedFigure(record, "seconds"), 0),
+                          recordedFigureText(recordedFigure(record, "fmax"), 1),
+                          recordedFigureText(recordedFigure(record, "luts"), 0),
+                          launchChangesText(one.changes)});
             table.setStyle(kOutcome, record.outcome == "done" ? Style::kGood : Style::kBad);
         }
         return table.text();

@@ -21,4 +21,12 @@ nlohmann::json numberJson(double number) {
     return static_cast<double>(whole) == number ? nlohmann::json(whole) : nlohmann::json(number);
 }
 
+nlohmann::json textOrNull(const std::string& text) {
+    return text.empty() ? nlohmann::json() : nlohmann::json(text);
+}
+
+nlohmann::json numberOrNull(long number) {
+    return number == 0 ? nlohmann::json() : nlohmann::json(number);
+}
+
 }  // namespace shell

@@ -2,6 +2,8 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <string>
+
 #include <nlohmann/json_fwd.hpp>
 
 namespace CLI {
@@ -19,5 +21,9 @@ void addJsonFlag(CLI::App& command, bool& json);
 
 /// A number for programs and scripts: without decimals where it is whole.
 nlohmann::json numberJson(double number);
+
+/// null for what is empty, or 0, since nothing is known of it.
+nlohmann::json textOrNull(const std::string& text);
+nlohmann::json numberOrNull(long number);
 
 }  // namespace shell

@@ -7,6 +7,7 @@
 #include <fmt/format.h>
 #include <fmt/ranges.h>
 
+#include "shell/addOnce.h"
 #include "shell/exitStatus.h"
 #include "shell/suggestion.h"
 #include "workbench/HAXPExpRun.h"
@@ -23,14 +24,9 @@ bool has(const std::vector<std::string>& known, const std::string& name) {
     return std::find(known.begin(), known.end(), name) != known.end();
 }
 
-void addOnce(const std::string& name, std::vector<std::string>& names) {
-    if (!name.empty() && !has(names, name))
-        names.push_back(name);
-}
-
 /// `start` is the sentence that says what isn't there.
-[[noreturn]] void failUnknown(ExitStatus status, const std::string& start, const std::string& name,
-                              const std::vector<std::string>& known) {
+[[noreturn]] void refuseName(ExitStatus status, const std::string& start, const std::string& name,
+                             const std::vector<std::string>& known) {
     const std::string all =
         known.empty() ? "There are none."
                       : "Choose one of: " +
@@ -43,21 +39,26 @@ void addOnce(const std::string& name, std::vector<std::string>& names) {
 void requireName(const std::string& kind, const std::string& name,
                  const std::vector<std::string>& known) {
     if (!has(known, name))
-        failUnknown(kExitUsage,
-                    fmt::format("There is no {} '{}'.", kind, workbench::printable(name)), name,
-                    known);
+        refuseName(kExitUsage,
+                   fmt::format("There is no {} '{}'.", kind, workbench::printable(name)), name,
+                   known);
+}
+
+void addFamilyNames(const workbench::RunFamily& family, std::vector<std::string>& names) {
+    for (const std::string& name : {family.sweep, family.name}) {
+        if (!name.empty())
+            addOnce(name, names);
+    }
 }
 
 void requireFamily(const Project& project, const std::string& name) {
     std::vector<std::string> known;
-    for (const HAXPExpRun* run : project.getRuns()) {
-        addOnce(project.getFamilyOf(*run).sweep, known);
-        addOnce(project.getFamilyOf(*run).name, known);
-    }
+    for (const HAXPExpRun* run : project.getRuns())
+        addFamilyNames(project.getFamilyOf(*run), known);
     if (!has(known, name))
-        failUnknown(kExitRefused,
-                    fmt::format("There is no family or sweep '{}'.", workbench::printable(name)),
-                    name, known);
+        refuseName(kExitRefused,
+                   fmt::format("There is no family or sweep '{}'.", workbench::printable(name)),
+                   name, known);
 }
 
 void requireDeviceName(const std::string& name) {
@@ -65,9 +66,9 @@ void requireDeviceName(const std::string& name) {
     for (const ice40::Device& device : ice40::devices())
         known.push_back(device.name);
     if (!has(known, name))
-        failUnknown(kExitRefused,
-                    fmt::format("There is no device '{}'.", workbench::printable(name)), name,
-                    known);
+        refuseName(kExitRefused,
+                   fmt::format("There is no device '{}'.", workbench::printable(name)), name,
+                   known);
 }
 
 }  // namespace shell

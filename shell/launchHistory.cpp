@@ -12,6 +12,7 @@
 #include <nlohmann/json.hpp>
 
 #include "shell/exitStatus.h"
+#include "shell/jsonOutput.h"
 #include "shell/runPlan.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
@@ -25,7 +26,7 @@ using workbench::LaunchRecord;
 using workbench::Night;
 
 /// Its options and tools, in one table of texts.
-std::map<std::string, std::string> settingsOf(const LaunchRecord& record) {
+std::map<std::string, std::string> recordedSettings(const LaunchRecord& record) {
     std::map<std::string, std::string> all = record.options;
     all["strategy"] = record.strategy;
     for (const workbench::StepRecord& step : record.steps) {
@@ -43,8 +44,8 @@ bool isUntold(const std::string& name, const std::string& value) {
 }
 
 std::vector<LaunchChange> changesOf(const LaunchRecord& before, const LaunchRecord& after) {
-    std::map<std::string, std::string> was = settingsOf(before);
-    std::map<std::string, std::string> is = settingsOf(after);
+    std::map<std::string, std::string> was = recordedSettings(before);
+    std::map<std::string, std::string> is = recordedSettings(after);
     std::map<std::string, LaunchChange> changes;
     for (const auto* each : {&was, &is}) {
         for (const auto& setting : *each) {
@@ -58,14 +59,6 @@ std::vector<LaunchChange> changesOf(const LaunchRecord& before, const LaunchReco
     for (const auto& change : changes)
         all.push_back(change.second);
     return all;
-}
-
-nlohmann::json numberOrNull(long value) {
-    return value == 0 ? nlohmann::json() : nlohmann::json(value);
-}
-
-nlohmann::json textOrNull(const std::string& text) {
-    return text.empty() ? nlohmann::json() : nlohmann::json(text);
 }
 
 nlohmann::json launchJson(const ListedLaunch& listed) {
@@ -99,7 +92,7 @@ nlohmann::json launchJson(const ListedLaunch& listed) {
             {"changes", changes}};
 }
 
-nlohmann::json figuresJson(const std::map<std::string, workbench::NightFigure>& figures) {
+nlohmann::json nightFiguresJson(const std::map<std::string, workbench::NightFigure>& figures) {
     nlohmann::json all = nlohmann::json::object();
     for (const auto& figure : figures)
         all[figure.first] = {{"count", figure.second.count},
@@ -116,7 +109,7 @@ nlohmann::json nightJson(const Night& night) {
                             {"launches", family.launches},
                             {"done", family.done},
                             {"failed", family.failed},
-                            {"figures", figuresJson(family.figures)}});
+                            {"figures", nightFiguresJson(family.figures)}});
     nlohmann::json marks = nlohmann::json::array();
     for (const workbench::NightMark& mark : night.marks)
         marks.push_back({{"name", mark.family},
@@ -127,7 +120,7 @@ nlohmann::json nightJson(const Night& night) {
             {"launches", night.launches},
             {"done", night.done},
             {"failed", night.failed},
-            {"figures", figuresJson(night.figures)},
+            {"figures", nightFiguresJson(night.figures)},
             {"families", families},
             {"marks", marks}};
 }

@@ -11,14 +11,13 @@
 #include "runs/base/xperiment/HAXPFlowStep.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "shell/runView.h"
+#include "shell/runs.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
 
 namespace shell {
 
 namespace {
-
-using Runs = std::vector<HAXPExpRun*>;
 
 std::string countsText(const LaunchCounts& counts, std::size_t running, std::size_t waiting) {
     std::string text = fmt::format("[{}/{}] running {}", counts.ended, counts.total, running);

@@ -25,6 +25,7 @@
 #include "shell/runPlan.h"
 #include "shell/runView.h"
 #include "shell/runWatch.h"
+#include "shell/runs.h"
 #include "shell/tools.h"
 #include "shell/verb.h"
 #include "workbench/Abandoner.h"
@@ -39,8 +40,6 @@ namespace shell {
 
 namespace {
 
-using Runs = std::vector<HAXPExpRun*>;
-
 /// A place that became free is given to the next run this soon; looking costs a call of
 /// stat() for each run at work.
 constexpr int kLaunchPollMs = 20;
@@ -48,7 +47,7 @@ constexpr int kLaunchPollMs = 20;
 constexpr int kPollsAShow = RunWatch::kPollMs / kLaunchPollMs;
 
 /// Of so many runs each file is named; of more it is said how they are called.
-constexpr std::size_t kMostNamed = 4;
+constexpr std::size_t kMostRunsWithFiles = 4;
 
 void printFiles(const Runs& runs) {
     for (const HAXPExpRun* run : runs) {
@@ -66,7 +65,7 @@ void printFiles(const Runs& runs) {
 void printResults(const Project& project, const Runs& runs) {
     std::fflush(stderr);
     fmt::print("{}", statusTable(project, runs));
-    if (runs.size() <= kMostNamed) {
+    if (runs.size() <= kMostRunsWithFiles) {
         printFiles(runs);
         return;
     }

@@ -10,27 +10,23 @@
 #include <fmt/format.h>
 #include <nlohmann/json.hpp>
 
-#include "environment/strings/HUTConvert.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "shell/jsonOutput.h"
 #include "shell/listOptions.h"
 #include "shell/runView.h"
 #include "shell/staleView.h"
+#include "shell/sweep.h"
 #include "shell/terminal.h"
 #include "shell/textTable.h"
 #include "shell/verb.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenStats.h"
 #include "workbench/Project.h"
-#include "workbench/optionText.h"
 #include "workbench/runFamily.h"
-#include "workbench/strategyOptions.h"
 
 namespace shell {
 
 namespace {
-
-const char kSeedOption[] = "place_design.seed";
 
 /// For an eye that runs down the list: a mark before each status.
 struct StatusMark {
@@ -52,16 +48,6 @@ const StatusMark& markOf(const std::string& word) {
 std::optional<double> figure(const HAXPExpRun& run, const char* name) {
     double value = 0;
     return OpenStats::valueOf(run, name, value) ? std::optional<double>(value) : std::nullopt;
-}
-
-std::optional<long> seedOf(const HAXPExpRun& run) {
-    for (const workbench::StrategyOption& option : workbench::optionsOf(*run.getStrategy())) {
-        int seed = 0;
-        if (option.fullName() == kSeedOption &&
-            HUTConvert::stringToInteger(workbench::optionText(*option.group, *option.spec), seed))
-            return seed;
-    }
-    return std::nullopt;
 }
 
 using Less = std::function<bool(const ListedRun&, const ListedRun&)>;
@@ -112,12 +98,8 @@ std::string number(const std::optional<double>& value, int digits) {
     return value ? fmt::format("{:.{}f}", *value, digits) : std::string();
 }
 
-nlohmann::json numberOrNull(const std::optional<double>& value) {
+nlohmann::json figureOrNull(const std::optional<double>& value) {
     return value ? numberJson(*value) : nlohmann::json();
-}
-
-nlohmann::json textOrNull(const std::string& text) {
-    return text.empty() ? nlohmann::json() : nlohmann::json(text);
 }
 
 }  // namespace
@@ -211,10 +193,10 @@ nlohmann::json listJson(const Project& project, const std::vector<ListedRun>& ru
                        {"sweep", textOrNull(run.sweep)},
                        {"family", textOrNull(run.family)},
                        {"results",
-                        {{"fmax_mhz", numberOrNull(run.fmaxMhz)},
-                         {"worst_slack_ns", numberOrNull(run.slackNs)},
-                         {"luts", numberOrNull(run.luts)},
-                         {"seconds", numberOrNull(run.seconds)}}},
+                        {{"fmax_mhz", figureOrNull(run.fmaxMhz)},
+                         {"worst_slack_ns", figureOrNull(run.slackNs)},
+                         {"luts", figureOrNull(run.luts)},
+                         {"seconds", figureOrNull(run.seconds)}}},
                        {"next", textOrNull(run.next)}});
     }
     return {{"project", project.getName()}, {"directory", project.getDir()}, {"runs", all}};

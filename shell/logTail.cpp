@@ -11,6 +11,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "shell/startsWith.h"
+
 namespace shell {
 
 namespace {
@@ -106,10 +108,6 @@ std::string trimmed(const std::string& text) {
     if (first == std::string::npos)
         return {};
     return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
-
-bool startsWith(const std::string& text, const std::string& head) {
-    return text.compare(0, head.size(), head) == 0;
 }
 
 bool isOfWrapper(const std::string& line) {

@@ -138,7 +138,7 @@ std::string optionForm(const CLI::Option& option) {
     return value.empty() ? form : form + " " + italic(value);
 }
 
-std::string describe(const CLI::Option& option) {
+std::string describeOption(const CLI::Option& option) {
     std::string text = option.get_description();
     if (!option.get_default_str().empty())
         text += " (" + option.get_default_str() + " if unsaid)";
@@ -153,10 +153,10 @@ std::string optionSections(const CLI::App& command) {
     std::string global;
     for (const CLI::Option* option : command.get_options()) {
         if (option->get_positional())
-            arguments += item(italic(upper(option->get_name())), describe(*option));
+            arguments += item(italic(upper(option->get_name())), describeOption(*option));
         else
             (option->get_group() == kGlobalGroup ? global : own) +=
-                item(optionForm(*option), describe(*option));
+                item(optionForm(*option), describeOption(*option));
     }
     std::string text;
     if (!arguments.empty())

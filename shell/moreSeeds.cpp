@@ -10,11 +10,12 @@
 #include <fmt/ranges.h>
 #include <unistd.h>
 
-#include "environment/strings/HUTConvert.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
+#include "shell/addOnce.h"
 #include "shell/exitStatus.h"
 #include "shell/runPlan.h"
 #include "shell/runView.h"
+#include "shell/sweep.h"
 #include "shell/terminal.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
@@ -26,15 +27,6 @@ namespace shell {
 
 namespace {
 
-const char kSeedOption[] = "place_design.seed";
-/// As many as a sweep may have.
-constexpr std::size_t kMostRuns = 1000;
-
-void addOnce(const std::string& name, std::vector<std::string>& names) {
-    if (std::find(names.begin(), names.end(), name) == names.end())
-        names.push_back(name);
-}
-
 /// The options of `run` but its seed, as texts.
 std::vector<ComparedOption> optionsOf(const HAXPExpRun& run) {
     std::vector<ComparedOption> options;
@@ -44,16 +36,6 @@ std::vector<ComparedOption> optionsOf(const HAXPExpRun& run) {
                 {option.fullName(), workbench::optionText(*option.group, *option.spec)});
     }
     return options;
-}
-
-long seedOf(const HAXPExpRun& run) {
-    for (const workbench::StrategyOption& option : workbench::optionsOf(*run.getStrategy())) {
-        int seed = 0;
-        if (option.fullName() == kSeedOption &&
-            HUTConvert::stringToInteger(workbench::optionText(*option.group, *option.spec), seed))
-            return seed;
-    }
-    return 0;
 }
 
 bool isSame(const std::vector<ComparedOption>& first, const std::vector<ComparedOption>& second) {
@@ -135,7 +117,7 @@ std::vector<long> nextSeeds(const Project& project, const MoreSeeds& more) {
     long last = 0;
     for (const std::string& family : more.families) {
         for (const HAXPExpRun* run : runsOfFamily(project, family))
-            last = std::max(last, seedOf(*run));
+            last = std::max(last, seedOf(*run).value_or(0));
     }
     const auto isTaken = [&](long seed) {
         return std::any_of(more.families.begin(), more.families.end(), [&](const auto& family) {
@@ -152,11 +134,11 @@ std::vector<long> nextSeeds(const Project& project, const MoreSeeds& more) {
 
 std::vector<HAXPExpRun*> makeMoreSeeds(Project& project, const MoreSeeds& more,
                                        const std::vector<long>& seeds) {
-    if (more.families.size() * seeds.size() > kMostRuns)
+    if (more.families.size() * seeds.size() > kMostSweepRuns)
         throw CommandError(kExitRefused,
                            fmt::format("That would be {} runs, and {} is the most at once. Make "
                                        "some of them with: xp sweep",
-                                       more.families.size() * seeds.size(), kMostRuns));
+                                       more.families.size() * seeds.size(), kMostSweepRuns));
     std::vector<HAXPExpRun*> runs;
     for (const std::string& family : more.families) {
         const HAXPExpRun& pattern = patternOf(project, family);

@@ -14,6 +14,7 @@
 #include "shell/familyComparison.h"
 #include "shell/familyView.h"
 #include "shell/runPlan.h"
+#include "shell/runs.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
 #include "workbench/fileFingerprint.h"
@@ -23,9 +24,7 @@ namespace shell {
 
 namespace {
 
-using Runs = std::vector<HAXPExpRun*>;
-
-void requireFamily(const Project& project, const std::string& name) {
+void requireOneFamily(const Project& project, const std::string& name) {
     const Runs runs = runsOfFamily(project, name);
     if (runs.empty())
         chosenRun(project, name);
@@ -49,7 +48,7 @@ bool areRuns(const Project& project, const std::string& first, const std::string
         if (project.findRun(name) != nullptr)
             ++runs;
         else
-            requireFamily(project, name);
+            requireOneFamily(project, name);
     }
     if (runs == 1)
         throw CommandError(kExitUsage, fmt::format("One of {} and {} is a run and the other a "

@@ -7,7 +7,6 @@
 
 #include "environment/errors/HEXUserException.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
-#include "runs/base/xperiment/HAXPFlowStep.h"
 #include "shell/exitStatus.h"
 #include "shell/runPlan.h"
 #include "shell/runView.h"
@@ -22,8 +21,8 @@ namespace shell {
 
 namespace {
 
-std::string idOf(const HAXPExpRunStep* step) {
-    return step == nullptr ? std::string() : step->getFlowStep()->getFlowStepId();
+std::string idOrNothing(const HAXPExpRunStep* step) {
+    return step == nullptr ? std::string() : idOf(*step);
 }
 
 /// What `check` throws for the user; empty when it throws nothing.
@@ -47,14 +46,14 @@ std::string lackText(const HAXPExpRun& run, const HAXPExpRunStep* first) {
                            statusWord(run) == "failed" ? "failed in"
                                                        : "was " + statusWord(run) + " in",
                            stepWord(run));
-    return first == nullptr ? "its last step isn't done" : idOf(first) + " isn't done";
+    return first == nullptr ? "its last step isn't done" : idOrNothing(first) + " isn't done";
 }
 
 /// Why `run`, which isn't up to date by itself or for its synthesis, has to be launched.
 void tellReasons(const Project& project, HAXPExpRun& run, bool isSynthesisAnew,
                  PlannedRun& planned) {
     const HAXPExpRunStep* first = workbench::firstStepToRun(run);
-    planned.from = idOf(isSynthesisAnew ? run.getFirstStep() : first);
+    planned.from = idOrNothing(isSynthesisAnew ? run.getFirstStep() : first);
     if (isSynthesisAnew)
         planned.because.push_back(
             fmt::format("its synthesis {} runs anew", project.getSynthesisOf(run)->getName()));
@@ -74,7 +73,7 @@ std::string wholeRefusal(const RunPlan& plan) {
     return refusalOf([&plan] { requireTools(plan.launches); });
 }
 
-std::string runText(const PlannedRun& planned, std::size_t& number) {
+std::string plannedRunText(const PlannedRun& planned, std::size_t& number) {
     const std::string& name = planned.run->getName();
     if (!planned.refusal.empty())
         return fmt::format("{}: refused. {}\n", name, planned.refusal);
@@ -99,7 +98,7 @@ LaunchPreview previewLaunch(const Project& project, const std::vector<HAXPExpRun
         PlannedRun planned;
         planned.run = run;
         planned.isLaunched = plan.launchesRun(*run);
-        planned.to = idOf(run->getToStep());
+        planned.to = idOrNothing(run->getToStep());
         const HAXPExpRun* synthesis = project.getSynthesisOf(*run);
         if (planned.isLaunched)
             tellReasons(project, *run, synthesis != nullptr && plan.launchesRun(*synthesis),
@@ -116,7 +115,7 @@ std::string previewText(const LaunchPreview& preview) {
     std::string text;
     std::size_t number = 0;
     for (const PlannedRun& planned : preview.runs)
-        text += runText(planned, number);
+        text += plannedRunText(planned, number);
     if (!preview.refusal.empty())
         text += "A launch would be refused now: " + preview.refusal + "\n";
     return text;

@@ -24,7 +24,7 @@ namespace shell {
 namespace {
 
 /// The names of `report`, the handiest first; a report of the run's own has no command.
-std::vector<std::string> namesOf(const HAXRReportConfig& report) {
+std::vector<std::string> namesOfReport(const HAXRReportConfig& report) {
     const std::string head = reportConfigUtil::getStepAlias(report.getAssociatedStepName()) + ".";
     std::vector<std::string> names;
     for (const std::string& name : {report.getSpecName(), report.getDisplayName()}) {
@@ -45,7 +45,7 @@ bool isPlainWord(const std::string& name) {
 }  // namespace
 
 std::string shortName(const RunReports& reports, const HAXRReportConfig& report) {
-    for (const std::string& name : namesOf(report)) {
+    for (const std::string& name : namesOfReport(report)) {
         if (!isPlainWord(name))
             continue;
         const std::vector<HAXRReportConfig*> meant = reports.find(name);
@@ -61,7 +61,7 @@ HAXRReportConfig& chosenReport(HAXPExpRun& run, const std::string& name) {
         return reports.get(name);
     std::vector<std::string> known;
     for (const HAXRReportConfig* report : reports.all()) {
-        for (const std::string& one : namesOf(*report)) {
+        for (const std::string& one : namesOfReport(*report)) {
             if (std::find(known.begin(), known.end(), one) == known.end())
                 known.push_back(one);
         }

@@ -18,22 +18,22 @@ using workbench::StrategyReport;
 
 namespace {
 
-bool isChanged(const StrategyReport& report, const HATAttrSpec& option) {
+bool isChangedIn(const StrategyReport& report, const HATAttrSpec& option) {
     return !report.spec->getOptions()->isDefault(&option);
 }
 
-std::string valueOf(const StrategyReport& report, const HATAttrSpec& option) {
+std::string valueIn(const StrategyReport& report, const HATAttrSpec& option) {
     return workbench::optionText(*report.spec->getOptions(), option);
 }
 
-nlohmann::json optionsJson(const StrategyReport& report, bool all) {
+nlohmann::json strategyReportOptions(const StrategyReport& report, bool all) {
     nlohmann::json options = nlohmann::json::array();
     for (const HATAttrSpec* option : report.options()) {
-        if (all || isChanged(report, *option))
+        if (all || isChangedIn(report, *option))
             options.push_back({{"option", option->getName()},
-                               {"value", valueOf(report, *option)},
+                               {"value", valueIn(report, *option)},
                                {"default", workbench::defaultText(*option)},
-                               {"changed", isChanged(report, *option)}});
+                               {"changed", isChangedIn(report, *option)}});
     }
     return options;
 }
@@ -100,9 +100,9 @@ Rows ReportStrategyKind::rows(const HAXRReportStrategy& strategy) {
     for (const StrategyReport& report : workbench::reportsOf(strategy)) {
         const std::string shown = report.spec->getDisplayName();
         for (const HATAttrSpec* option : report.options())
-            rows.rows.push_back({isChanged(report, *option) ? "*" : " ", report.step, report.name,
+            rows.rows.push_back({isChangedIn(report, *option) ? "*" : " ", report.step, report.name,
                                  report.version(), shown, option->getName(),
-                                 valueOf(report, *option), workbench::defaultText(*option)});
+                                 valueIn(report, *option), workbench::defaultText(*option)});
         if (report.options().empty())
             rows.rows.push_back({" ", report.step, report.name, report.version(), shown});
     }
@@ -116,7 +116,7 @@ nlohmann::json ReportStrategyKind::json(const HAXRReportStrategy& strategy, bool
                            {"report", report.name},
                            {"version", report.version()},
                            {"shown_as", report.spec->getDisplayName()},
-                           {"options", optionsJson(report, all)}});
+                           {"options", strategyReportOptions(report, all)}});
     return reports;
 }
 

@@ -37,8 +37,8 @@ constexpr std::size_t kLogLines = 12;
 const char kReportHelp[] = "A report's command, STEP.COMMAND, or another of its names";
 
 /// The entry of `report` in `entries`, which hold all reports of its run.
-const ReportEntry& entryOf(const std::vector<ReportEntry>& entries,
-                           const HAXRReportConfig& report) {
+const ReportEntry& entryAmong(const std::vector<ReportEntry>& entries,
+                              const HAXRReportConfig& report) {
     return *std::find_if(entries.begin(), entries.end(), [&report](const ReportEntry& entry) {
         return entry.name == report.getName();
     });
@@ -49,7 +49,7 @@ std::string reportOfRun(const ReportEntry& entry) {
     return fmt::format("Report {} of run {}", printable(entry.shortName), entry.run);
 }
 
-class ListVerb final : public Verb {
+class ReportListVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("runs", m_names, "Names of runs; all of the project if unsaid");
@@ -86,7 +86,7 @@ private:
     bool m_json = false;
 };
 
-class GenerateVerb final : public Verb {
+class ReportGenerateVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("run", m_run, "Name of the run")->required();
@@ -105,7 +105,7 @@ public:
         int status = kExitDone;
         std::set<std::string> toldLogs;
         for (const RunReports::Outcome& outcome : outcomes) {
-            const ReportEntry& entry = entryOf(entries, *outcome.report);
+            const ReportEntry& entry = entryAmong(entries, *outcome.report);
             if (outcome.failed)
                 status = kExitRunFailed;
             else if (status == kExitDone && isRefused_(entry, outcome))
@@ -163,7 +163,7 @@ private:
     bool m_json = false;
 };
 
-class OpenVerb final : public Verb {
+class ReportOpenVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("run", m_run, "Name of the run")->required();
@@ -176,7 +176,7 @@ public:
         HAXPExpRun& run = chosenRun(*project, m_run);
         const HAXRReportConfig& report = chosenReport(run, m_name);
         const std::vector<ReportEntry> entries = reportsOf(*project, run, true);
-        const ReportEntry& entry = entryOf(entries, report);
+        const ReportEntry& entry = entryAmong(entries, report);
         requireMade_(entry);
         if (m_json && entry.jsonPath.empty())
             throw CommandError(kExitRefused, fmt::format("{} has no form for scripts. Open it "
@@ -216,13 +216,13 @@ private:
 };
 
 /// Sets options of `report` from words such as "max_paths=5".
-void setOptions(RunReports& reports, HAXRReportConfig& report,
-                const std::vector<std::string>& words) {
+void setReportOptions(RunReports& reports, HAXRReportConfig& report,
+                      const std::vector<std::string>& words) {
     for (const Setting& setting : readSettings(words))
         reports.setOption(report, setting.name, setting.value);
 }
 
-class AddVerb final : public Verb {
+class ReportAddVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("run", m_run, "Name of the run")->required();
@@ -238,7 +238,7 @@ public:
         HAXPExpRun& run = chosenRun(*project, m_run);
         RunReports reports(run);
         HAXRReportConfig& report = reports.add(m_step, m_command, m_name);
-        setOptions(reports, report, m_settings);
+        setReportOptions(reports, report, m_settings);
         project->save();
         const std::string name = shortName(reports, report);
         sayNote(fmt::format("Report {} of run {} is added. Make it with: xp report generate {} {}",
@@ -255,7 +255,7 @@ private:
 };
 
 /// A verb that does the same to each of several reports of a run.
-class ChangeVerb : public Verb {
+class ReportChangeVerb : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("run", m_run, "Name of the run")->required();
@@ -271,9 +271,9 @@ public:
         std::vector<std::string> lines;
         // All are looked at first: one that is refused leaves the others alone.
         for (const HAXRReportConfig* report : chosen)
-            require_(entryOf(entries, *report));
+            require_(entryAmong(entries, *report));
         for (HAXRReportConfig* report : chosen) {
-            const ReportEntry& entry = entryOf(entries, *report);
+            const ReportEntry& entry = entryAmong(entries, *report);
             change_(reports, *report);
             lines.push_back(fmt::format("{} {}", reportOfRun(entry), done_(entry)));
         }
@@ -295,9 +295,9 @@ private:
     std::vector<std::string> m_names;
 };
 
-void ChangeVerb::require_(const ReportEntry&) const {}
+void ReportChangeVerb::require_(const ReportEntry&) const {}
 
-template <bool kEnable> class SwitchVerb final : public ChangeVerb {
+template <bool kEnable> class ReportSwitchVerb final : public ReportChangeVerb {
     void change_(RunReports& reports, HAXRReportConfig& report) const override {
         reports.setEnabled(report, kEnable);
     }
@@ -308,7 +308,7 @@ template <bool kEnable> class SwitchVerb final : public ChangeVerb {
     }
 };
 
-class DeleteVerb final : public ChangeVerb {
+class ReportDeleteVerb final : public ReportChangeVerb {
     void require_(const ReportEntry& entry) const override {
         if (entry.isStatic)
             throw CommandError(kExitRefused,
@@ -324,7 +324,7 @@ class DeleteVerb final : public ChangeVerb {
     }
 };
 
-class SetVerb final : public Verb {
+class ReportSetVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("run", m_run, "Name of the run")->required();
@@ -337,7 +337,7 @@ public:
         HAXPExpRun& run = chosenRun(*project, m_run);
         RunReports reports(run);
         HAXRReportConfig& report = chosenReport(run, m_name);
-        setOptions(reports, report, m_settings);
+        setReportOptions(reports, report, m_settings);
         project->save();
         const std::string name = shortName(reports, report);
         if (stateWord(report) == "stale")
@@ -354,7 +354,7 @@ private:
     std::vector<std::string> m_settings;
 };
 
-class ApplyVerb final : public Verb {
+class ReportApplyVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("run", m_run, "Name of the run")->required();
@@ -383,27 +383,28 @@ private:
 const std::vector<VerbEntry>& reportVerbs() {
     static const std::vector<VerbEntry> all{
         {"list", "list the reports of runs, with their states and files",
-         "xp report list\nxp report list impl_1 --all --json", makeVerb<ListVerb>},
+         "xp report list\nxp report list impl_1 --all --json", makeVerb<ReportListVerb>},
         {"generate", "make reports now, apart from a launch",
          "xp report generate impl_1\nxp report generate impl_1 report_timing --again",
-         makeVerb<GenerateVerb>},
+         makeVerb<ReportGenerateVerb>},
         {"open", "show a report",
          "xp report open impl_1 report_timing_summary\n"
          "xp report open impl_1 place.report_utilization --json",
-         makeVerb<OpenVerb>},
+         makeVerb<ReportOpenVerb>},
         {"add", "add a report of the catalogue to a step",
          "xp report add impl_1 route report_timing --name Slowest --set max_paths=3",
-         makeVerb<AddVerb>},
+         makeVerb<ReportAddVerb>},
         {"enable", "have reports made that were disabled", "xp report enable impl_1 report_drc",
-         makeVerb<SwitchVerb<true>>},
+         makeVerb<ReportSwitchVerb<true>>},
         {"disable", "keep reports without having them made",
-         "xp report disable impl_1 report_drc report_io", makeVerb<SwitchVerb<false>>},
+         "xp report disable impl_1 report_drc report_io", makeVerb<ReportSwitchVerb<false>>},
         {"delete", "delete reports, with their files", "xp report delete impl_1 report_drc",
-         makeVerb<DeleteVerb>},
+         makeVerb<ReportDeleteVerb>},
         {"set", "change options of a report",
-         "xp report set impl_1 report_timing max_paths=20 no_source=true", makeVerb<SetVerb>},
+         "xp report set impl_1 report_timing max_paths=20 no_source=true", makeVerb<ReportSetVerb>},
         {"apply", "take the reports of a report strategy in place of a run's own",
-         "xp report apply impl_1 'Tarnel Implementation Default Reports'", makeVerb<ApplyVerb>},
+         "xp report apply impl_1 'Tarnel Implementation Default Reports'",
+         makeVerb<ReportApplyVerb>},
     };
     return all;
 }

@@ -13,6 +13,7 @@
 #include "environment/options/HATAttrSpec.h"
 #include "environment/options/HATOptGroup.h"
 #include "runs/base/xpreport/HAXRReportConfig.h"
+#include "shell/jsonOutput.h"
 #include "shell/progressLine.h"
 #include "shell/reportNames.h"
 #include "shell/runView.h"
@@ -28,10 +29,6 @@
 namespace shell {
 
 namespace {
-
-nlohmann::json textOrNull(const std::string& text) {
-    return text.empty() ? nlohmann::json() : nlohmann::json(text);
-}
 
 std::vector<ReportOption> changedOptionsOf(const HAXRReportConfig& report) {
     std::vector<ReportOption> changed;
@@ -50,8 +47,8 @@ bool isFile(const std::string& path) {
     return !path.empty() && HUTFile::isFile(path);
 }
 
-ReportEntry entryOf(const HAXPExpRun& run, const RunReports& reports,
-                    const HAXRReportConfig& report) {
+ReportEntry makeEntry(const HAXPExpRun& run, const RunReports& reports,
+                      const HAXRReportConfig& report) {
     ReportEntry entry;
     entry.run = run.getName();
     entry.step = report.getAssociatedStepName();
@@ -104,7 +101,7 @@ std::vector<ReportEntry> reportsOf(const Project& project, HAXPExpRun& run, bool
     const RunReports reports(run);
     std::vector<ReportEntry> entries;
     for (const HAXRReportConfig* report : reports.all()) {
-        ReportEntry entry = entryOf(run, reports, *report);
+        ReportEntry entry = makeEntry(run, reports, *report);
         if (all || !entry.isStatic || entry.exists)
             entries.push_back(std::move(entry));
     }

@@ -81,7 +81,7 @@ bool missesClock(const ComparedRun& run) {
     return (slack != nullptr && slack->value < 0) || (missed != nullptr && missed->value > 0);
 }
 
-const std::string* valueOf(const ComparedRun& run, const std::string& option) {
+const std::string* valueOfOption(const ComparedRun& run, const std::string& option) {
     const auto found =
         std::find_if(run.options.begin(), run.options.end(),
                      [&option](const ComparedOption& one) { return one.name == option; });
@@ -134,7 +134,7 @@ std::vector<OptionRow> differingOptions(const std::vector<ComparedRun>& runs) {
             names.push_back(option.name);
             OptionRow row{option.name, {}};
             for (const ComparedRun& other : runs) {
-                const std::string* value = valueOf(other, option.name);
+                const std::string* value = valueOfOption(other, option.name);
                 row.cells.push_back({value != nullptr, value == nullptr ? std::string() : *value});
             }
             if (differs(row))

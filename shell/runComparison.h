@@ -33,6 +33,9 @@ struct ComparedRun {
     std::string family = {};
 };
 
+/// Some of the runs that are compared, in an order.
+using ComparedRunList = std::vector<const ComparedRun*>;
+
 /// The figure `name` of `run`; null when it lacks it.
 const reports::Figure* figureOf(const ComparedRun& run, const std::string& name);
 
@@ -105,12 +108,12 @@ struct Verdict {
         std::string reason;
     };
     /// More than one when all goals are equal; empty when no run can be judged.
-    std::vector<const ComparedRun*> best;
+    ComparedRunList best;
     /// The others that are judged, the better ones first.
-    std::vector<const ComparedRun*> others;
+    ComparedRunList others;
     std::vector<LeftOut> leftOut;
     /// Those judged that miss the goal of their clocks.
-    std::vector<const ComparedRun*> missing;
+    ComparedRunList missing;
 };
 
 /// Judges `runs` under `goals`, one at least. What isn't done, is stale or lacks a figure

@@ -134,7 +134,7 @@ void addTools(const HAXPExpRun& run, DiffSide& side) {
     }
 }
 
-void addReports(const Project& project, HAXPExpRun& run, DiffSide& side) {
+void addReportStates(const Project& project, HAXPExpRun& run, DiffSide& side) {
     for (const ReportEntry& report : reportsOf(project, run, false)) {
         std::string text = report.state;
         for (const ReportOption& option : report.options)
@@ -237,7 +237,7 @@ DiffSide diffSide(const Project& project, HAXPExpRun& run) {
         addWarnings(*synthesis, side);
     }
     addTools(run, side);
-    addReports(project, run, side);
+    addReportStates(project, run, side);
     addWarnings(run, side);
     return side;
 }

@@ -2,7 +2,6 @@
 // Copyright the Xperiment authors
 #include "shell/runEvents.h"
 
-#include <algorithm>
 #include <cmath>
 #include <ctime>
 
@@ -30,10 +29,6 @@ namespace shell {
 
 namespace {
 
-const std::string& idOf(const HAXPExpRunStep& step) {
-    return step.getFlowStep()->getFlowStepId();
-}
-
 /// When the marker `kind` of `step` was made; nothing when it isn't there.
 std::optional<double> timeOf(const HAXPExpRun& run, const HAXPExpRunStep& step, const char* kind) {
     struct stat info {};
@@ -45,7 +40,7 @@ std::optional<double> timeOf(const HAXPExpRun& run, const HAXPExpRunStep& step, 
            static_cast<double>(info.st_mtim.tv_nsec) / 1e9;
 }
 
-std::optional<double> secondsOf(const HAXPExpRun& run, const HAXPExpRunStep& step, bool isDone) {
+std::optional<double> stepSeconds(const HAXPExpRun& run, const HAXPExpRunStep& step, bool isDone) {
     const auto began = timeOf(run, step, xperiment::beginMarker);
     const auto ended = timeOf(run, step, isDone ? xperiment::endMarker : xperiment::errorMarker);
     if (!began || !ended || *ended < *began)
@@ -53,14 +48,7 @@ std::optional<double> secondsOf(const HAXPExpRun& run, const HAXPExpRunStep& ste
     return *ended - *began;
 }
 
-/// Whether the launch of `run` found `step` done and left it so.
-bool isKept(const workbench::LaunchLease& lease, const HAXPExpRunStep& step) {
-    const std::string& tracking = step.getFlowStep()->getStatusTrackingStr();
-    return lease.keptSteps && std::find(lease.keptSteps->begin(), lease.keptSteps->end(),
-                                        tracking) != lease.keptSteps->end();
-}
-
-const char* wordOf(RunEvent::Kind kind) {
+const char* eventWord(RunEvent::Kind kind) {
     switch (kind) {
     case RunEvent::kRunBegan:
         return "run_began";
@@ -81,7 +69,7 @@ nlohmann::json secondsJson(const std::optional<double>& seconds) {
     return seconds ? nlohmann::json(std::round(*seconds * 1000) / 1000) : nlohmann::json();
 }
 
-nlohmann::json figuresJson(const HAXPExpRun& run) {
+nlohmann::json resultsJson(const HAXPExpRun& run) {
     nlohmann::json figures = nlohmann::json::object();
     const std::pair<const char*, const char*> names[] = {
         {"luts", OpenStats::kLuts},
@@ -117,7 +105,7 @@ void addEnd(nlohmann::json& json, const HAXPExpRun& run) {
     const std::string log = logPath(run);
     json["log"] = log.empty() ? nlohmann::json() : nlohmann::json(log);
     json["failure"] = hasFailed(run) ? nlohmann::json(failureText(run)) : nlohmann::json();
-    json["figures"] = figuresJson(run);
+    json["figures"] = resultsJson(run);
 }
 
 }  // namespace
@@ -161,7 +149,7 @@ void RunEvents::lookAtStep_(const HAXPExpRun& run, const HAXPExpRunStep& step, S
                       idOf(step),
                       {},
                       isDone ? "done" : "failed",
-                      secondsOf(run, step, isDone)});
+                      stepSeconds(run, step, isDone)});
 }
 
 void RunEvents::lookAtProgress_(const HAXPExpRun& run, LaunchProgress& progress, State& state,
@@ -208,7 +196,7 @@ std::vector<RunEvent> RunEvents::look(const HAXPExpRun& run, LaunchProgress& pro
 
 nlohmann::json eventJson(const RunEvent& event, long time) {
     nlohmann::json json{
-        {"event", wordOf(event.kind)},
+        {"event", eventWord(event.kind)},
         {"time", fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(static_cast<time_t>(time)))},
         {"run", event.run->getName()}};
     if (!event.step.empty())

@@ -8,6 +8,7 @@
 #include <fmt/ranges.h>
 
 #include "shell/exitStatus.h"
+#include "shell/knownNames.h"
 #include "shell/suggestion.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
@@ -29,11 +30,6 @@ void addToPlan(HAXPExpRun& run, bool mustLaunch, RunPlan& plan) {
     plan.runs.push_back(&run);
     if (mustLaunch)
         plan.launches.push_back(&run);
-}
-
-void addOnce(const std::string& name, std::vector<std::string>& names) {
-    if (!name.empty() && std::find(names.begin(), names.end(), name) == names.end())
-        names.push_back(name);
 }
 
 /// `name` means `runs` where one run is asked for.
@@ -70,8 +66,7 @@ HAXPExpRun& chosenRun(const Project& project, const std::string& name) {
     std::vector<std::string> known;
     for (const HAXPExpRun* run : project.getRuns()) {
         known.push_back(run->getName());
-        addOnce(project.getFamilyOf(*run).sweep, known);
-        addOnce(project.getFamilyOf(*run).name, known);
+        addFamilyNames(project.getFamilyOf(*run), known);
     }
     const std::string meant = suggestionFor(name, known);
     if (meant.empty())

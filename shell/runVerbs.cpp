@@ -24,12 +24,12 @@ namespace shell {
 
 namespace {
 
-void setOptions(Project& project, HAXPExpRun& run, const std::vector<std::string>& words) {
+void setRunOptions(Project& project, HAXPExpRun& run, const std::vector<std::string>& words) {
     for (const Setting& setting : readSettings(words))
         project.setOption(run, setting.name, setting.value);
 }
 
-class CreateVerb final : public Verb {
+class RunCreateVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("name", m_name, "Name of the run")->required();
@@ -54,7 +54,7 @@ public:
                                m_reports.empty() ? "" : chosenReportStrategy(flow, m_reports));
         if (!m_toStep.empty())
             project->setToStep(run, m_toStep);
-        setOptions(*project, run, m_settings);
+        setRunOptions(*project, run, m_settings);
         project->save();
         note("Run {} is made. Next: xp launch {}", m_name, m_name);
         return kExitDone;
@@ -70,7 +70,7 @@ private:
     std::vector<std::string> m_settings;
 };
 
-class SetVerb final : public Verb {
+class RunSetVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("runs", m_name, "Name of a run, family or sweep")->required();
@@ -99,7 +99,7 @@ private:
             project.applyStrategy(run, strategyNameFor(*run.getStrategy()->getFlow(), m_strategy));
         if (m_to->count() > 0)
             project.setToStep(run, m_toStep);
-        setOptions(project, run, m_settings);
+        setRunOptions(project, run, m_settings);
     }
 
     std::string m_name;
@@ -109,7 +109,7 @@ private:
     CLI::Option* m_to = nullptr;
 };
 
-class ApplyVerb final : public Verb {
+class RunApplyVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("runs", m_name, "Name of a run, family or sweep")->required();
@@ -149,15 +149,15 @@ private:
 }  // namespace
 
 std::unique_ptr<Verb> makeApplyVerb() {
-    return std::make_unique<ApplyVerb>();
+    return std::make_unique<RunApplyVerb>();
 }
 
 std::unique_ptr<Verb> makeCreateVerb() {
-    return std::make_unique<CreateVerb>();
+    return std::make_unique<RunCreateVerb>();
 }
 
 std::unique_ptr<Verb> makeSetVerb() {
-    return std::make_unique<SetVerb>();
+    return std::make_unique<RunSetVerb>();
 }
 
 }  // namespace shell

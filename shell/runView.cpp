@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #include "shell/runView.h"
 
+#include <algorithm>
 #include <memory>
 
 #include <fmt/format.h>
@@ -27,6 +28,7 @@
 #include "workbench/abandon.h"
 #include "workbench/fileFingerprint.h"
 #include "workbench/ice40/metrics.h"
+#include "workbench/launchLease.h"
 #include "workbench/openFlows.h"
 #include "workbench/runEvidence.h"
 #include "workbench/statusWord.h"
@@ -35,7 +37,7 @@ namespace shell {
 
 namespace {
 
-int codeOf(const HAXPExpRun& run) {
+int statusCodeOf(const HAXPExpRun& run) {
     return run.getStatus()->getCode();
 }
 
@@ -66,10 +68,6 @@ nlohmann::json statJson(const HAXPExpRun& run, const char* name) {
     if (!OpenStats::valueOf(run, name, value))
         return {};
     return numberJson(value);
-}
-
-nlohmann::json textOrNull(const std::string& text) {
-    return text.empty() ? nlohmann::json() : nlohmann::json(text);
 }
 
 /// The words of a reset that keeps the steps before the one that the status is about.
@@ -124,12 +122,16 @@ Style statusStyle(const std::string& word) {
     return word == "not started" ? Style::kDim : Style::kStrong;
 }
 
+bool isRunning(const HAXPExpRun& run) {
+    return statusCodeOf(run) == HDGUIStatus::statusRunning;
+}
+
 bool isDone(const HAXPExpRun& run) {
-    return codeOf(run) == HDGUIStatus::statusDone;
+    return statusCodeOf(run) == HDGUIStatus::statusDone;
 }
 
 bool hasFailed(const HAXPExpRun& run) {
-    return codeOf(run) == HDGUIStatus::statusError;
+    return statusCodeOf(run) == HDGUIStatus::statusError;
 }
 
 std::string stepWord(const HAXPExpRun& run) {
@@ -209,6 +211,16 @@ std::vector<const HAXPExpRunStep*> stepsOf(const HAXPExpRun& run) {
             break;
     }
     return all;
+}
+
+const std::string& idOf(const HAXPExpRunStep& step) {
+    return step.getFlowStep()->getFlowStepId();
+}
+
+bool isKept(const workbench::LaunchLease& lease, const HAXPExpRunStep& step) {
+    const std::string& tracking = step.getFlowStep()->getStatusTrackingStr();
+    return lease.keptSteps && std::find(lease.keptSteps->begin(), lease.keptSteps->end(),
+                                        tracking) != lease.keptSteps->end();
 }
 
 std::string logPath(const HAXPExpRun& run) {

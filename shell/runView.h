@@ -14,6 +14,10 @@ class HAXPExpRunStep;
 class HAXPFlow;
 class Project;
 
+namespace workbench {
+struct LaunchLease;
+}
+
 /// What xp shows of a run, for people and for scripts.
 namespace shell {
 
@@ -31,6 +35,7 @@ std::string statusWord(const HAXPExpRun& run);
 /// How a status, as statusWord() gives it, looks in colours.
 Style statusStyle(const std::string& word);
 
+bool isRunning(const HAXPExpRun& run);
 bool isDone(const HAXPExpRun& run);
 /// Whether it failed, was lost or stopped.
 bool hasFailed(const HAXPExpRun& run);
@@ -59,6 +64,11 @@ void lookForLife(const std::vector<HAXPExpRun*>& runs);
 
 /// The steps of `run` that a launch runs, in order.
 std::vector<const HAXPExpRunStep*> stepsOf(const HAXPExpRun& run);
+
+const std::string& idOf(const HAXPExpRunStep& step);
+
+/// Whether the launch of `lease` found `step` done and left it so.
+bool isKept(const workbench::LaunchLease& lease, const HAXPExpRunStep& step);
 
 std::string logPath(const HAXPExpRun& run);
 /// The bitstream of an implementation that has written it; else empty.

@@ -13,6 +13,7 @@
 #include "shell/logTail.h"
 #include "shell/progressLine.h"
 #include "shell/runView.h"
+#include "shell/runs.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/OpenStats.h"
@@ -20,12 +21,6 @@
 namespace shell {
 
 namespace {
-
-using Runs = std::vector<HAXPExpRun*>;
-
-bool isRunning(const HAXPExpRun* run) {
-    return run->getStatus()->getCode() == HDGUIStatus::statusRunning;
-}
 
 std::string resultsOf(const HAXPExpRun& run) {
     const std::string luts = OpenStats::textOf(run, OpenStats::kLuts);
@@ -68,7 +63,8 @@ RunWatch::End RunWatch::watch(const Runs& runs, const Interrupt& interrupt,
         if (left.empty())
             return kAllEnded;
         Runs running = left;
-        const auto queued = std::stable_partition(running.begin(), running.end(), isRunning);
+        const auto queued = std::stable_partition(running.begin(), running.end(),
+                                                  [](const auto* run) { return isRunning(*run); });
         const Runs waiting(queued, running.end());
         running.erase(queued, running.end());
         show(counts, running, waiting, 0);

@@ -17,7 +17,7 @@ namespace shell {
 namespace {
 
 /// How long a question waits at most until somebody sees it.
-constexpr int kPauseMs = 50;
+constexpr int kServePauseMs = 50;
 
 class ServeVerb final : public Verb {
 public:
@@ -38,7 +38,7 @@ public:
         note("Serving until Ctrl-C. Who knows the address can read the project's runs.");
         const std::unique_ptr<Browser> browser =
             m_wantsBrowser ? std::make_unique<Browser>(server.getAddress()) : nullptr;
-        while (!interrupt.pause(kPauseMs))
+        while (!interrupt.pause(kServePauseMs))
             server.look();
         return kExitDone;
     }

@@ -14,10 +14,10 @@
 #include "environment/filemgmt/HADAStaleReason.h"
 #include "environment/filemgmt/HADAStaleReasons.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
-#include "runs/base/xperiment/HAXPFlowStep.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "runs/base/xpreport/HAXRReportConfig.h"
 #include "runs/base/xpreport/HAXRStaleOption.h"
+#include "shell/jsonOutput.h"
 #include "shell/runView.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
@@ -35,10 +35,6 @@ using workbench::FileChange;
 nlohmann::json timeJson(std::time_t time) {
     const std::string text = time == 0 ? "" : workbench::utcTime(time, "%Y-%m-%dT%H:%M:%SZ");
     return text.empty() ? nlohmann::json() : nlohmann::json(text);
-}
-
-const std::string& idOf(const HAXPExpRunStep& step) {
-    return step.getFlowStep()->getFlowStepId();
 }
 
 const char* changeWord(FileChange::What what) {
@@ -73,7 +69,7 @@ StaleNote noteOf(const FileChange& change) {
     return note;
 }
 
-std::string shown(const std::string& value) {
+std::string shownValue(const std::string& value) {
     return value.empty() ? "nothing" : workbench::printable(value);
 }
 
@@ -86,7 +82,7 @@ StaleNote changedNote(const std::string& kind, const std::string& name, const st
             after,
             since,
             fmt::format("{} {}: {} at the launch, {} now{}", kind, workbench::printable(name),
-                        shown(before), shown(after), sinceText(since))};
+                        shownValue(before), shownValue(after), sinceText(since))};
 }
 
 /// The launch of a synthesis as input records have it, in words.
@@ -159,7 +155,7 @@ std::vector<StaleNote> reportNotes(const HAXRReportConfig& report) {
     return notes;
 }
 
-void addReports(const HAXPExpRun& run, const HAXPExpRunStep& step, StaleView& view) {
+void addStaleReports(const HAXPExpRun& run, const HAXPExpRunStep& step, StaleView& view) {
     const HAXPExpRunStep* stale = run.getFirstStaleOrOwnStep(idOf(step));
     const bool follows = stale != nullptr && stale->isStale();
     const std::unique_ptr<HSTFwdIter<HAXRReportConfig*>> reports(step.createReportConfigIter());
@@ -227,7 +223,7 @@ std::string noteLines(const std::vector<StaleNote>& notes) {
 }
 
 /// Reports with options that changed by themselves, the others in one list.
-std::string reportLines(const StaleView& view) {
+std::string staleReportLines(const StaleView& view) {
     std::string text;
     std::string others;
     for (const StaleReport& report : view.reports) {
@@ -264,10 +260,6 @@ nlohmann::json notesJson(const std::vector<StaleNote>& notes) {
     return all;
 }
 
-nlohmann::json textOrNull(const std::string& text) {
-    return text.empty() ? nlohmann::json() : nlohmann::json(text);
-}
-
 }  // namespace
 
 StaleView lookForStale(const Project& project, HAXPExpRun& run, KnownStale* known) {
@@ -281,7 +273,7 @@ StaleView lookForStale(const Project& project, HAXPExpRun& run, KnownStale* know
     while (steps->hasNext()) {
         const HAXPExpRunStep* step = steps->next();
         addStep(run, *step, firstStale, view);
-        addReports(run, *step, view);
+        addStaleReports(run, *step, view);
     }
     addSynthesis(project, run, known == nullptr ? ofThisRun : *known, view);
     addHarmless(project, run, view);
@@ -326,7 +318,7 @@ std::string whyText(const Project& project, HAXPExpRun& run) {
         if (!step.follows.empty())
             text += "  builds on " + step.follows + "\n";
     }
-    return text + reportLines(view) + harmlessLines(view);
+    return text + staleReportLines(view) + harmlessLines(view);
 }
 
 nlohmann::json whyJson(const Project& project, HAXPExpRun& run) {

@@ -14,6 +14,7 @@
 #include "shell/note.h"
 #include "shell/runPlan.h"
 #include "shell/runView.h"
+#include "shell/runs.h"
 #include "shell/verb.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
@@ -25,8 +26,6 @@
 namespace shell {
 
 namespace {
-
-using Runs = std::vector<HAXPExpRun*>;
 
 std::string processesWord(std::size_t count) {
     return fmt::format("{} process{}", count, count == 1 ? "" : "es");

@@ -39,7 +39,7 @@ std::string ownerWord(bool isShipped) {
     return isShipped ? "shipped" : "yours";
 }
 
-template <class Kind> class ListVerb final : public Verb {
+template <class Kind> class StrategyListVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("--flow", m_flow, "synth or impl; both if unsaid");
@@ -71,7 +71,7 @@ private:
     bool m_json = false;
 };
 
-template <class Kind> class ShowVerb final : public Verb {
+template <class Kind> class StrategyShowVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("strategy", m_name, "NAME, or FLOW/NAME")->required();
@@ -139,7 +139,7 @@ template <class Kind> void tellMade(const typename Kind::Strategy& made) {
                         printable(made.getFilename())));
 }
 
-template <class Kind> class CreateVerb final : public Verb {
+template <class Kind> class StrategyCreateVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("name", m_name, "Name of the new one")->required();
@@ -158,7 +158,7 @@ private:
     Wishes m_wishes;
 };
 
-template <class Kind> class CopyVerb final : public Verb {
+template <class Kind> class StrategyCopyVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("strategy", m_source, "NAME, or FLOW/NAME")->required();
@@ -177,7 +177,7 @@ private:
     Wishes m_wishes;
 };
 
-template <class Kind> class RenameVerb final : public Verb {
+template <class Kind> class StrategyRenameVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("strategy", m_old, "NAME, or FLOW/NAME")->required();
@@ -202,7 +202,7 @@ private:
     std::string m_name;
 };
 
-template <class Kind> class DeleteVerb final : public Verb {
+template <class Kind> class StrategyDeleteVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("strategies", m_names, "NAME, or FLOW/NAME")->required();
@@ -220,7 +220,7 @@ private:
     std::vector<std::string> m_names;
 };
 
-template <class Kind> class SetVerb final : public Verb {
+template <class Kind> class StrategySetVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("strategy", m_name, "NAME, or FLOW/NAME")->required();
@@ -241,7 +241,7 @@ private:
     Wishes m_wishes;
 };
 
-template <class Kind> class CompareVerb final : public Verb {
+template <class Kind> class StrategyCompareVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("first", m_first, "NAME, or FLOW/NAME")->required();
@@ -291,7 +291,7 @@ private:
     bool m_json = false;
 };
 
-template <class Kind> class ExportVerb final : public Verb {
+template <class Kind> class StrategyExportVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("strategy", m_name, "NAME, or FLOW/NAME")->required();
@@ -313,7 +313,7 @@ private:
     bool m_force = false;
 };
 
-template <class Kind> class ImportVerb final : public Verb {
+template <class Kind> class StrategyImportVerb final : public Verb {
 public:
     void declare(CLI::App& command) override {
         command.add_option("file", m_file, "File to read")->required();
@@ -398,20 +398,20 @@ const std::vector<VerbEntry>& reportStrategyVerbs() {
     static const std::vector<VerbEntry> all{
         {"list", "list the report strategies: those that come with xp, and yours",
          "xp reportstrategy list\nxp reportstrategy list --flow impl --json",
-         makeVerb<ListVerb<Kind>>},
+         makeVerb<StrategyListVerb<Kind>>},
         {"show", "show the reports of a report strategy and their options",
          "xp reportstrategy show Daily\nxp reportstrategy show Daily --json",
-         makeVerb<ShowVerb<Kind>>},
+         makeVerb<StrategyShowVerb<Kind>>},
         {"create", "make a report strategy without reports",
          "xp reportstrategy create Daily --flow impl --description 'What I look at each day'",
-         makeVerb<CreateVerb<Kind>>},
+         makeVerb<StrategyCreateVerb<Kind>>},
         {"copy", "make a report strategy from another one",
          "xp reportstrategy copy 'Tarnel Implementation Default Reports' Daily",
-         makeVerb<CopyVerb<Kind>>},
+         makeVerb<StrategyCopyVerb<Kind>>},
         {"rename", "give a report strategy of yours another name",
-         "xp reportstrategy rename Daily Weekly", makeVerb<RenameVerb<Kind>>},
+         "xp reportstrategy rename Daily Weekly", makeVerb<StrategyRenameVerb<Kind>>},
         {"delete", "delete report strategies of yours, with their files",
-         "xp reportstrategy delete Daily", makeVerb<DeleteVerb<Kind>>},
+         "xp reportstrategy delete Daily", makeVerb<StrategyDeleteVerb<Kind>>},
         {"add", "add a report to a step",
          "xp reportstrategy add Daily route_design report_timing max_paths=20\n"
          "xp reportstrategy add Daily route_design report_timing --name 'Worst path'",
@@ -422,15 +422,15 @@ const std::vector<VerbEntry>& reportStrategyVerbs() {
          makeVerb<RemoveReportVerb>},
         {"set", "change options of the reports of a report strategy of yours",
          "xp reportstrategy set Daily route_design.report_timing.max_paths=10",
-         makeVerb<SetVerb<Kind>>},
+         makeVerb<StrategySetVerb<Kind>>},
         {"compare", "show the reports and options in which two report strategies differ",
          "xp reportstrategy compare Daily Weekly\nxp reportstrategy compare Daily Weekly --json",
-         makeVerb<CompareVerb<Kind>>},
+         makeVerb<StrategyCompareVerb<Kind>>},
         {"export", "write a report strategy into a file, for others",
-         "xp reportstrategy export Daily daily.psg", makeVerb<ExportVerb<Kind>>},
+         "xp reportstrategy export Daily daily.psg", makeVerb<StrategyExportVerb<Kind>>},
         {"import", "take report strategies from a file",
          "xp reportstrategy import daily.psg\nxp reportstrategy import daily.psg --as Theirs",
-         makeVerb<ImportVerb<Kind>>},
+         makeVerb<StrategyImportVerb<Kind>>},
     };
     return all;
 }
@@ -439,34 +439,34 @@ const std::vector<VerbEntry>& strategyVerbs() {
     using Kind = StrategyKind;
     static const std::vector<VerbEntry> all{
         {"list", "list the strategies: those that come with xp, and yours",
-         "xp strategy list\nxp strategy list --flow impl --json", makeVerb<ListVerb<Kind>>},
+         "xp strategy list\nxp strategy list --flow impl --json", makeVerb<StrategyListVerb<Kind>>},
         {"show", "show all options of a strategy, and which differ from the defaults",
          "xp strategy show impl/Performance\nxp strategy show Annealing --json",
-         makeVerb<ShowVerb<Kind>>},
+         makeVerb<StrategyShowVerb<Kind>>},
         {"create", "make a strategy from the defaults",
          "xp strategy create Fast --flow impl --set place_design.seed=7\n"
          "xp strategy create Small --flow synth --set abc2=true --description 'Few LUTs'",
-         makeVerb<CreateVerb<Kind>>},
+         makeVerb<StrategyCreateVerb<Kind>>},
         {"copy", "make a strategy from another one",
          "xp strategy copy impl/Performance Fast\n"
          "xp strategy copy Annealing Seed7 --set place_design.seed=7",
-         makeVerb<CopyVerb<Kind>>},
+         makeVerb<StrategyCopyVerb<Kind>>},
         {"rename", "give a strategy of yours another name", "xp strategy rename Fast Faster",
-         makeVerb<RenameVerb<Kind>>},
+         makeVerb<StrategyRenameVerb<Kind>>},
         {"delete", "delete strategies of yours, with their files", "xp strategy delete Fast",
-         makeVerb<DeleteVerb<Kind>>},
+         makeVerb<StrategyDeleteVerb<Kind>>},
         {"set", "change options of a strategy of yours",
          "xp strategy set Fast place_design.seed=7 router=router2\n"
          "xp strategy set Fast --description 'Another seed and router'",
-         makeVerb<SetVerb<Kind>>},
+         makeVerb<StrategySetVerb<Kind>>},
         {"compare", "show the options in which two strategies differ",
          "xp strategy compare Default Annealing\nxp strategy compare Fast impl/Performance --json",
-         makeVerb<CompareVerb<Kind>>},
+         makeVerb<StrategyCompareVerb<Kind>>},
         {"export", "write a strategy into a file, for others", "xp strategy export Fast fast.psg",
-         makeVerb<ExportVerb<Kind>>},
+         makeVerb<StrategyExportVerb<Kind>>},
         {"import", "take a strategy from a file",
          "xp strategy import fast.psg\nxp strategy import fast.psg --as Theirs",
-         makeVerb<ImportVerb<Kind>>},
+         makeVerb<StrategyImportVerb<Kind>>},
     };
     return all;
 }

@@ -19,6 +19,7 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
 #include "workbench/entryRules.h"
+#include "workbench/optionText.h"
 #include "workbench/runFamily.h"
 #include "workbench/strategies.h"
 #include "workbench/strategyOptions.h"
@@ -26,8 +27,6 @@
 namespace shell {
 
 namespace {
-
-constexpr std::size_t kMostRuns = 1000;
 
 /// A part of a sweep: runs that differ in their seed alone.
 struct FamilyPlan {
@@ -44,7 +43,7 @@ struct FamilyPlan {
 }
 
 /// Digits only, in the range of an int as the tools have it; else -1.
-long seedOf(const std::string& text) {
+long readSeed(const std::string& text) {
     int seed = 0;
     if (text.empty() || text.find_first_not_of("0123456789") != std::string::npos ||
         !HUTConvert::stringToInteger(text, seed))
@@ -140,20 +139,30 @@ HAXPExpRun& makeRun(Project& project, const SweepRequest& request, const FamilyP
         project.setToStep(run, request.toStep);
     for (const Setting& setting : readSettings(request.settings))
         project.setOption(run, setting.name, setting.value);
-    project.setOption(run, "place_design.seed", std::to_string(seed));
+    project.setOption(run, kSeedOption, std::to_string(seed));
     project.setFamilyOf(run, {request.name, family.name});
     return run;
 }
 
 }  // namespace
 
+std::optional<long> seedOf(const HAXPExpRun& run) {
+    for (const workbench::StrategyOption& option : workbench::optionsOf(*run.getStrategy())) {
+        int seed = 0;
+        if (option.fullName() == kSeedOption &&
+            HUTConvert::stringToInteger(workbench::optionText(*option.group, *option.spec), seed))
+            return seed;
+    }
+    return std::nullopt;
+}
+
 std::vector<long> readSeeds(const std::string& text) {
     std::vector<long> seeds;
     for (const std::string& word : wordsOf(text)) {
         const std::size_t dash = word.find('-');
-        const long first = seedOf(word.substr(0, dash));
-        const long last = dash == std::string::npos ? first : seedOf(word.substr(dash + 1));
-        if (first < 0 || last < first || last - first >= static_cast<long>(kMostRuns))
+        const long first = readSeed(word.substr(0, dash));
+        const long last = dash == std::string::npos ? first : readSeed(word.substr(dash + 1));
+        if (first < 0 || last < first || last - first >= static_cast<long>(kMostSweepRuns))
             refuseSeeds(text);
         for (long seed = first; seed <= last; ++seed) {
             if (std::find(seeds.begin(), seeds.end(), seed) != seeds.end())
@@ -185,11 +194,11 @@ std::vector<HAXPExpRun*> makeSweep(Project& project, const SweepRequest& wanted)
     SweepRequest request = wanted;
     request.syntheses = synthesesFor(project, wanted, runs);
     const std::vector<FamilyPlan> families = planFamilies(request);
-    if (families.size() * request.seeds.size() > kMostRuns)
+    if (families.size() * request.seeds.size() > kMostSweepRuns)
         throw CommandError(kExitRefused,
                            fmt::format("The sweep would have {} runs, and {} is the "
                                        "most. Choose fewer strategies or seeds.",
-                                       families.size() * request.seeds.size(), kMostRuns));
+                                       families.size() * request.seeds.size(), kMostSweepRuns));
     requireNoRun(project, request.name);
     for (const FamilyPlan& family : families)
         requireNoRun(project, family.name);

@@ -2,6 +2,8 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <cstddef>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,6 +13,15 @@ class Project;
 
 /// Families of runs: the same design with several strategies, each with several seeds.
 namespace shell {
+
+/// The option in which the runs of a family differ.
+inline constexpr char kSeedOption[] = "place_design.seed";
+
+/// How many runs are made at once at most.
+inline constexpr std::size_t kMostSweepRuns = 1000;
+
+/// The seed of `run`; nothing when its flow has none.
+std::optional<long> seedOf(const HAXPExpRun& run);
 
 /// What a sweep is to be made of.
 struct SweepRequest {

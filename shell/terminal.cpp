@@ -52,7 +52,7 @@ int askedWidth() {
     return width > 0 && width < kWidestLine ? static_cast<int>(width) : 0;
 }
 
-const char* codeOf(Style style) {
+const char* colourCode(Style style) {
     switch (style) {
     case Style::kGood:
         return "32";
@@ -100,7 +100,7 @@ int Terminal::width(int otherwise) const {
 }
 
 std::string Terminal::styled(Style style, const std::string& text) const {
-    const char* code = codeOf(style);
+    const char* code = colourCode(style);
     if (!m_hasColour || code == nullptr || text.empty())
         return text;
     return std::string("\x1b[") + code + "m" + text + "\x1b[0m";

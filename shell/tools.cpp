@@ -9,6 +9,7 @@
 
 #include "environment/files/HUTFile.h"
 #include "environment/process/HUTFork.h"
+#include "shell/addOnce.h"
 #include "shell/exitStatus.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
@@ -19,21 +20,16 @@ namespace shell {
 namespace {
 
 /// A program of the tools, and the package that brings it.
-struct Tool {
+struct NeededTool {
     const char* program;
     const char* package;
     bool isForSynthesis;
 };
 
-constexpr Tool kTools[] = {{"yosys", "yosys", true},
-                           {"nextpnr-ice40", "nextpnr-ice40", false},
-                           {"icepack", "fpga-icestorm", false},
-                           {"icetime", "fpga-icestorm", false}};
-
-void addOnce(std::vector<std::string>& texts, const std::string& text) {
-    if (std::find(texts.begin(), texts.end(), text) == texts.end())
-        texts.push_back(text);
-}
+constexpr NeededTool kNeededTools[] = {{"yosys", "yosys", true},
+                                       {"nextpnr-ice40", "nextpnr-ice40", false},
+                                       {"icepack", "fpga-icestorm", false},
+                                       {"icetime", "fpga-icestorm", false}};
 
 bool needs(const std::vector<HAXPExpRun*>& runs, bool synthesis) {
     return std::any_of(runs.begin(), runs.end(), [synthesis](const HAXPExpRun* run) {
@@ -46,15 +42,15 @@ bool needs(const std::vector<HAXPExpRun*>& runs, bool synthesis) {
 void requireTools(const std::vector<HAXPExpRun*>& runs) {
     std::vector<std::string> missing;
     std::vector<std::string> packages;
-    for (const Tool& tool : kTools) {
+    for (const NeededTool& tool : kNeededTools) {
         if (needs(runs, tool.isForSynthesis) && !HUTFork::isInPath(tool.program)) {
             missing.emplace_back(tool.program);
-            addOnce(packages, tool.package);
+            addOnce(tool.package, packages);
         }
     }
     if (needs(runs, false) && !HUTFile(ice40::defaultDatabaseFolder()).isDir()) {
         missing.push_back("the chip databases in " + ice40::defaultDatabaseFolder());
-        addOnce(packages, "fpga-icestorm-chipdb");
+        addOnce("fpga-icestorm-chipdb", packages);
     }
     if (!missing.empty())
         throw CommandError(

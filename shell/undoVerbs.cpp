@@ -15,6 +15,7 @@
 #include "shell/jsonOutput.h"
 #include "shell/note.h"
 #include "shell/runPlan.h"
+#include "shell/runs.h"
 #include "shell/textTable.h"
 #include "shell/undoActions.h"
 #include "shell/verb.h"
@@ -28,10 +29,9 @@ namespace shell {
 
 namespace {
 
-using Runs = std::vector<HAXPExpRun*>;
 using workbench::UndoEntry;
 
-std::string namesOf(const UndoEntry& entry) {
+std::string runNamesOf(const UndoEntry& entry) {
     std::vector<std::string> names;
     for (const workbench::UndoRun& run : entry.runs)
         names.push_back(run.name);
@@ -72,7 +72,7 @@ public:
             return kExitDone;
         const UndoEntry entry = store.undo(m_id);
         note("{}: taken back ({}). Next: xp status; to undo this: xp undo", entry.id,
-             namesOf(entry));
+             runNamesOf(entry));
         return kExitDone;
     }
 
@@ -96,7 +96,7 @@ private:
         for (const UndoEntry& entry : entries)
             table.addRow({entry.id, workbench::localTime(entry.time, "%Y-%m-%d %H:%M"), entry.verb,
                           fmt::format("{:.1f}", static_cast<double>(entry.bytes) / (1U << 20U)),
-                          namesOf(entry)});
+                          runNamesOf(entry)});
         fmt::print("{}", table.text());
     }
 

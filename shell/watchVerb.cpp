@@ -24,6 +24,7 @@
 #include "shell/runPlan.h"
 #include "shell/runView.h"
 #include "shell/runWatch.h"
+#include "shell/runs.h"
 #include "shell/verb.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
@@ -32,8 +33,6 @@
 namespace shell {
 
 namespace {
-
-using Runs = std::vector<HAXPExpRun*>;
 
 constexpr int kPollMs = 100;
 

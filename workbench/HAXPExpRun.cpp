@@ -102,33 +102,30 @@ const char HAXPExpRun::kStoppedInText[] = "Stopped in";
 const char HAXPExpRun::kStoppedText[] = "Stopped before";
 const char HAXPExpRun::kUnknownText[] = "Unknown in";
 
-namespace {
-
-/// The queue marker of a run.
-struct QueueMarker {
-    workbench::FileFingerprint::State state = workbench::FileFingerprint::kMissing;
-    workbench::FileStamp stamp;
-    /// Whether another content would show in the stamp.
-    bool isSettled = false;
-    /// Whether it holds a lease, and not nothing as that of an older program.
-    bool hasLease = false;
-    workbench::LaunchLease lease;
-
-    /// Reads it again only when it isn't the file that it was.
-    void look(const std::string& path) {
-        constexpr auto kPresent = workbench::FileFingerprint::kPresent;
-        workbench::FileStamp now;
-        const workbench::FileFingerprint::State stateNow = workbench::readStamp(path, now);
-        if (stateNow == kPresent && state == kPresent && now == stamp && isSettled)
-            return;
-        *this = {stateNow, now, workbench::isOldEnough(now, workbench::systemTime()), false, {}};
-        hasLease = state == kPresent && workbench::readLease(path, lease);
-    }
-};
-
-}  // namespace
-
 struct HAXPExpRun::Extra {
+    /// The queue marker of a run.
+    struct QueueMarker {
+        workbench::FileFingerprint::State state = workbench::FileFingerprint::kMissing;
+        workbench::FileStamp stamp;
+        /// Whether another content would show in the stamp.
+        bool isSettled = false;
+        /// Whether it holds a lease, and not nothing as that of an older program.
+        bool hasLease = false;
+        workbench::LaunchLease lease;
+
+        /// Reads it again only when it isn't the file that it was.
+        void look(const std::string& path) {
+            constexpr auto kPresent = workbench::FileFingerprint::kPresent;
+            workbench::FileStamp now;
+            const workbench::FileFingerprint::State stateNow = workbench::readStamp(path, now);
+            if (stateNow == kPresent && state == kPresent && now == stamp && isSettled)
+                return;
+            *this = {
+                stateNow, now, workbench::isOldEnough(now, workbench::systemTime()), false, {}};
+            hasLease = state == kPresent && workbench::readLease(path, lease);
+        }
+    };
+
     HAXPStratDB* owner = nullptr;
     bool dirty = false;
     /// It was seen to wait for its first launch, which may have come by another process.
@@ -452,7 +449,7 @@ void HAXPExpRun::readSteps_(const std::string& dir, Poll& poll) {
 HAXPExpRun::Queue HAXPExpRun::readQueue_() const {
     Queue queue;
     const std::string path = queueMarkerPath();
-    QueueMarker& marker = m_extra->queueMarker;
+    Extra::QueueMarker& marker = m_extra->queueMarker;
     marker.look(path);
     if (marker.hasLease) {
         const auto life = marker.lease.isWaiting ? workbench::lookAtLauncher(marker.lease)

@@ -34,7 +34,7 @@ void remove(LaunchQueue::Runs& runs, const HAXPExpRun* run) {
     runs.erase(std::remove(runs.begin(), runs.end(), run), runs.end());
 }
 
-bool isDone(const HAXPExpRun& run) {
+bool isRunDone(const HAXPExpRun& run) {
     return run.getStatus()->getCode() == HDGUIStatus::statusDone;
 }
 
@@ -177,11 +177,11 @@ void LaunchQueue::lookAtRunning_(std::vector<Event>& events) {
         remove(m_running, run);
         for (Slot& slot : m_slots)
             remove(slot.running, run);
-        if (isDone(*run))
+        if (isRunDone(*run))
             m_job->markAsExported(run);
         else
             m_job->markAsFailed(run);
-        events.push_back({run, isDone(*run) ? Event::kDone : Event::kFailed, ""});
+        events.push_back({run, isRunDone(*run) ? Event::kDone : Event::kFailed, ""});
     }
 }
 
@@ -271,7 +271,7 @@ bool LaunchQueue::isTakenBack_(HAXPExpRun& run) {
 
 LaunchQueue::Turn LaunchQueue::turnOf_(const HAXPExpRun& run) const {
     HAXPExpRun* synthesis = m_project.getSynthesisOf(run);
-    if (synthesis == nullptr || isDone(*synthesis))
+    if (synthesis == nullptr || isRunDone(*synthesis))
         return contains(m_waiting, synthesis) ? Turn::kWait : Turn::kStart;
     if (contains(m_waiting, synthesis) || contains(m_running, synthesis))
         return Turn::kWait;

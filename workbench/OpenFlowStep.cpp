@@ -25,7 +25,7 @@
 
 namespace {
 
-std::unique_ptr<HATAttrSpec> makeSpec(const workbench::OptionTable& option) {
+std::unique_ptr<HATAttrSpec> makeOptionSpec(const workbench::OptionTable& option) {
     auto spec = std::make_unique<HATAttrSpec>(option.type, HATAttrSpec::kOption);
     spec->setName(option.name);
     spec->setDescription(option.description);
@@ -49,16 +49,16 @@ bool isPlain(char c) {
 
 /// A command line under construction: each word that isn't plain stands in double
 /// quotes. What even those don't keep from a shell the entry rules have refused.
-class Words {
+class CommandWords {
 public:
-    explicit Words(const HAXPFlowStep& step) : m_step(step) {}
+    explicit CommandWords(const HAXPFlowStep& step) : m_step(step) {}
 
-    Words& add(const std::string& word) {
+    CommandWords& add(const std::string& word) {
         const bool plain = std::all_of(word.begin(), word.end(), isPlain);
         HAXPUtilsBase::addStr(m_text, plain ? word : m_step.quote(word));
         return *this;
     }
-    Words& addIfSet(const std::string& name, const std::string& value) {
+    CommandWords& addIfSet(const std::string& name, const std::string& value) {
         return value.empty() ? *this : add(name).add(value);
     }
     const std::string& text() const { return m_text; }
@@ -68,7 +68,7 @@ private:
     std::string m_text;
 };
 
-void addSynthesis(const OpenRunInfo& info, Words& pre, Words& post) {
+void addSynthesis(const OpenRunInfo& info, CommandWords& pre, CommandWords& post) {
     const DesignInputs& inputs = info.getInputs();
     pre.add("--top").add(inputs.top).add("--device").add(inputs.device);
     pre.add("--json").add(info.getFile(HAXPTypes::FILE_KDS_DCP));
@@ -80,14 +80,14 @@ void addSynthesis(const OpenRunInfo& info, Words& pre, Words& post) {
         post.add(source);
 }
 
-void addDesign(const DesignInputs& inputs, Words& pre) {
+void addDesign(const DesignInputs& inputs, CommandWords& pre) {
     pre.add("--netlist").add(inputs.netlist).addIfSet("--top", inputs.top);
     pre.addIfSet("--pcf", inputs.constraints);
     pre.add("--device").add(inputs.device).add("--package").add(inputs.package);
 }
 
 /// What the user wants to happen around the step.
-void addRunStep(const HAXPExpRunBase& run, const HAXPExpRunStep& step, Words& pre) {
+void addRunStep(const HAXPExpRunBase& run, const HAXPExpRunStep& step, CommandWords& pre) {
     if (workbench::hasScriptedReports(step))
         pre.add("--reports").add(workbench::kReportScript);
     const std::string before = step.getPreHook();
@@ -122,7 +122,7 @@ HSTVector<std::string> OpenFlowStep::getOutputNames() const {
 
 void OpenFlowStep::configOptions_(HATOptGroupSpec* optionsSpec) {
     for (const workbench::OptionTable& option : m_table.options)
-        optionsSpec->registerAttrSpec(makeSpec(option).release(),
+        optionsSpec->registerAttrSpec(makeOptionSpec(option).release(),
                                       std::string(m_table.id) + "." + option.name,
                                       option.switchText);
 }
@@ -157,8 +157,8 @@ void OpenFlowStep::writePrePostOpts_(std::string& pre, std::string& post, HATOpt
     const auto* info = dynamic_cast<const OpenRunInfo*>(run->getExpInfoBase());
     if (info == nullptr)
         return;
-    Words before(*this);
-    Words behind(*this);
+    CommandWords before(*this);
+    CommandWords behind(*this);
     const std::string& id = getFlowStepId();
     if (id == "synth_design") {
         addSynthesis(*info, before, behind);

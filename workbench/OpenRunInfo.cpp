@@ -65,7 +65,7 @@ bool hasBegun(const HAXPExpRunStep& step) {
     return step.getStatus()->getCode() != HDGUIStatus::statusNotStarted;
 }
 
-bool isDone(const HAXPExpRunStep& step) {
+bool isStepDone(const HAXPExpRunStep& step) {
     return step.getStatus()->getCode() == HDGUIStatus::statusDone;
 }
 
@@ -186,7 +186,7 @@ void OpenRunInfo::recordLaunch() {
     workbench::ToolStamps tools;
     forEachStep(*getRun(), [&](const HAXPExpRunStep& step) {
         for (const std::string& tool : workbench::toolsOfStep(idOf(step)))
-            recordTool_(tool, isDone(step), tools);
+            recordTool_(tool, isStepDone(step), tools);
     });
     setLaunchedTools(tools);
 }
@@ -399,7 +399,7 @@ void OpenRunInfo::addSettingChanges_() {
 
 void OpenRunInfo::addToolChanges_() {
     forEachStep(*getRun(), [this](HAXPExpRunStep& step) {
-        if (!isDone(step))
+        if (!isStepDone(step))
             return;
         const std::string& id = idOf(step);
         for (const workbench::ToolChange& change :

@@ -88,7 +88,7 @@ void add(const char* name, const char* description, HAXPTypes::StatType type, in
     HAXPStatMgr::getGlobal()->addStat(stat.release());
 }
 
-const HAXPStat* find(const HAXPExpRunBase& run, const std::string& name) {
+const HAXPStat* findStat(const HAXPExpRunBase& run, const std::string& name) {
     const std::unique_ptr<HSTFwdIter<HAXPStat*>> stats(run.createStatIter());
     while (stats->hasNext()) {
         const HAXPStat* stat = stats->next();
@@ -125,11 +125,11 @@ std::string OpenStats::textOf(const HAXPExpRunBase& run, const std::string& name
     double value = 0;
     if (!valueOf(run, name, value))
         return {};
-    return fmt::format("{:.{}f}", value, find(run, name)->getStatSpec()->getDigits());
+    return fmt::format("{:.{}f}", value, findStat(run, name)->getStatSpec()->getDigits());
 }
 
 bool OpenStats::valueOf(const HAXPExpRunBase& run, const std::string& name, double& value) {
-    const HAXPStat* stat = find(run, name);
+    const HAXPStat* stat = findStat(run, name);
     if (stat == nullptr)
         return false;
     switch (stat->getStatSpec()->getStatType()) {

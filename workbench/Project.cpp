@@ -14,12 +14,9 @@
 #include "environment/containers/HSTFwdIter.h"
 #include "environment/errors/HEXAlgException.h"
 #include "environment/errors/HEXError.h"
-#include "environment/errors/HEXUserException.h"
 #include "environment/files/HUTFile.h"
 #include "environment/files/HUTFileUtils.h"
 #include "environment/installation/HUTEnv.h"
-#include "environment/messages/ComMsgMgr.h"
-#include "environment/messages/ComMsgMgrInstance.h"
 #include "environment/strings/HSTStringUtils.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
 #include "runs/base/xperiment/HAXPFlow.h"
@@ -30,6 +27,7 @@
 #include "workbench/OpenRunInfo.h"
 #include "workbench/RunReports.h"
 #include "workbench/entryRules.h"
+#include "workbench/fail.h"
 #include "workbench/fileFingerprint.h"
 #include "workbench/openFlows.h"
 #include "workbench/printable.h"
@@ -44,21 +42,12 @@
 
 namespace {
 
-const char kLockName[] = ".project.lock";
+using workbench::fail;
+
+const char kProjectLock[] = ".project.lock";
 /// So many launches may stand beside the project file, or half as many as it has runs: each
 /// save and each reader has to do with all of them.
 constexpr std::size_t kMostRecords = 50;
-
-template <class... Args> [[noreturn]] void fail(const char* format, const Args&... args) {
-    throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, format, args...));
-}
-
-std::string joined(const std::vector<std::string>& texts) {
-    std::string all;
-    for (const std::string& text : texts)
-        all += (all.empty() ? "" : ", ") + text;
-    return all.empty() ? "none" : all;
-}
 
 bool isSynthesis(const HAXPFlow& flow) {
     return flow.supportsFlowType(HAXPTypes::FLOW_SYNTH);
@@ -91,7 +80,7 @@ const HAXPStrategy& strategyFor(const HAXPFlow& flow, const std::string& name) {
     std::vector<std::string> names;
     for (const HAXPStrategy* strategy : workbench::strategiesOf(flow))
         names.push_back(workbench::printable(strategy->getName()));
-    fail("@60-22@%s%s", name, workbench::withHint(name, joined(names)));
+    fail("@60-22@%s%s", name, workbench::withHint(name, workbench::listOfNames(names)));
 }
 
 /// The short names of the steps of `run`.
@@ -118,7 +107,7 @@ const HAXRReportStrategy* reportStrategyFor(const HAXPFlow& flow, const std::str
     std::vector<std::string> names;
     for (const HAXRReportStrategy* strategy : workbench::reportStrategiesOf(flow))
         names.push_back(workbench::printable(strategy->getName()));
-    fail("@60-98@%s%s", name, workbench::withHint(name, joined(names)));
+    fail("@60-98@%s%s", name, workbench::withHint(name, workbench::listOfNames(names)));
 }
 
 }  // namespace
@@ -233,7 +222,7 @@ HAXPExpRun& Project::getRun(const std::string& name) const {
     std::vector<std::string> names;
     for (const auto& entry : m_entries)
         names.push_back(entry->run->getName());
-    fail("@60-21@%s%s", name, workbench::withHint(name, joined(names)));
+    fail("@60-21@%s%s", name, workbench::withHint(name, workbench::listOfNames(names)));
 }
 
 HAXPExpRun& Project::createRun(const std::string& name, const HAXPFlow& flow,
@@ -299,7 +288,7 @@ void Project::setToStep(HAXPExpRun& run, const std::string& abbrev) {
     if (!abbrev.empty() && run.getToStep() == nullptr) {
         run.setToStepId(before);
         fail("@60-25@%s%s%s", run.getName(), abbrev,
-             workbench::withHint(abbrev, joined(stepNames(run))));
+             workbench::withHint(abbrev, workbench::listOfNames(stepNames(run))));
     }
     entryOf_(run).toStep = abbrev;
 }
@@ -349,7 +338,7 @@ void Project::strategyModifiedCallback_(HAXPStrategy*) {}
 Project::Project(const std::string& dir, Access access) : m_dir(dir), m_access(access) {}
 
 void Project::takeLock_() {
-    const std::string path = m_dir + "/" + kLockName;
+    const std::string path = m_dir + "/" + kProjectLock;
     m_lock = std::make_unique<Lock>();
     m_lock->fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0644);
     if (m_lock->fd < 0)

@@ -37,6 +37,7 @@
 #include "workbench/cluster/jobArray.h"
 #include "workbench/cluster/jobFiles.h"
 #include "workbench/entryRules.h"
+#include "workbench/fail.h"
 #include "workbench/history/History.h"
 #include "workbench/launchDecision.h"
 #include "workbench/links.h"
@@ -51,12 +52,7 @@
 
 namespace {
 
-/// A script of a run is a few kilobytes.
-constexpr std::size_t kLargestScript = 4U << 20U;
-
-template <class... Args> [[noreturn]] void fail(const char* format, const Args&... args) {
-    throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, format, args...));
-}
+using workbench::fail;
 
 bool endsWith(const std::string& text, const std::string& tail) {
     return text.size() >= tail.size() &&
@@ -66,7 +62,7 @@ bool endsWith(const std::string& text, const std::string& tail) {
 /// Whether "runme.sh" was written to its last line.
 bool isWhole(const HAXPExpRun& run) {
     std::string script;
-    return HUTFileUtils::readFile(run.pathOf("runme.sh"), kLargestScript, script) &&
+    return HUTFileUtils::readFile(run.pathOf("runme.sh"), workbench::kLargestRunScript, script) &&
            endsWith(script, OpenDataMgr::getLastLine() + "\n\n\n");
 }
 
@@ -102,7 +98,7 @@ std::string adviceFor(const std::string& dir) {
 }
 
 /// The present time on the clock of the run directory, from a file made there.
-long timeIn(const HAXPExpRun& run) {
+long launchTimeOf(const HAXPExpRun& run) {
     const std::string path = run.pathOf(".launch");
     long seconds = 0;
     // Without a sync: only its time counts.
@@ -330,7 +326,7 @@ void RunLauncher::save_(const HAXPExpRun& run) {
 /// Each form of a script is given to a shell once.
 bool RunLauncher::parses_(const HAXPExpRun& run) {
     std::string script;
-    if (!HUTFileUtils::readFile(run.pathOf("runme.sh"), kLargestScript, script))
+    if (!HUTFileUtils::readFile(run.pathOf("runme.sh"), workbench::kLargestRunScript, script))
         return false;
     const std::string form = formOf(run, script);
     if (m_understood.count(form) > 0)
@@ -425,7 +421,7 @@ void RunLauncher::recordLaunch_(HAXPExpRun& run) {
     delete run.getInfo().getRunSnapshotStrategy();
     run.getInfo().setRunSnapshotStrategy(snapshot.release());
     std::string toStep;
-    run.getInfo().setLaunch(timeIn(run), run.getToStepId(toStep));
+    run.getInfo().setLaunch(launchTimeOf(run), run.getToStepId(toStep));
     run.getInfo().recordLaunch();
     cluster::nameConfiguration(run.getInfo(), m_lease.way);
     run.setRunMode(HAXPExpRun::kLaunched);

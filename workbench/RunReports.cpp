@@ -8,11 +8,8 @@
 
 #include "environment/containers/HSTFwdIter.h"
 #include "environment/containers/HSTKeyValIter.h"
-#include "environment/errors/HEXUserException.h"
 #include "environment/files/HUTFile.h"
 #include "environment/files/HUTFileUtils.h"
-#include "environment/messages/ComMsgMgr.h"
-#include "environment/messages/ComMsgMgrInstance.h"
 #include "environment/options/HATAttrSpec.h"
 #include "environment/options/HATOptGroup.h"
 #include "environment/options/HATOptGroupSpec.h"
@@ -29,6 +26,7 @@
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/entryRules.h"
+#include "workbench/fail.h"
 #include "workbench/optionText.h"
 #include "workbench/reportRecords.h"
 #include "workbench/reportScript.h"
@@ -37,22 +35,13 @@
 
 namespace {
 
+using workbench::fail;
+
 using StepIter = std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>>;
 using ConfigIter = std::unique_ptr<HSTFwdIter<HAXRReportConfig*>>;
 
 /// More than any command says of itself.
 constexpr std::size_t kLongestReason = 65536;
-
-template <class... Args> [[noreturn]] void fail(const char* format, const Args&... args) {
-    throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, format, args...));
-}
-
-std::string joined(const std::vector<std::string>& texts) {
-    std::string all;
-    for (const std::string& text : texts)
-        all += (all.empty() ? "" : ", ") + text;
-    return all.empty() ? "none" : all;
-}
 
 bool isNamed(const HAXRReportConfig& report, const std::string& name) {
     return name == report.getName() || name == report.getDisplayName() ||
@@ -86,7 +75,7 @@ std::vector<std::string> commandsOfCatalogue() {
 HAXRReportSpec& specOf(const std::string& command) {
     const std::vector<std::string> known = commandsOfCatalogue();
     if (std::find(known.begin(), known.end(), command) == known.end())
-        fail("@60-84@%s%s", command, workbench::withHint(command, joined(known)));
+        fail("@60-84@%s%s", command, workbench::withHint(command, workbench::listOfNames(known)));
     return *HAXRReportSpecMgr::getGlobal()->find(command);
 }
 
@@ -117,7 +106,7 @@ std::vector<std::string> optionNames(const HATOptGroup* group) {
 
 /// A launch makes its reports as they were when it began.
 /// @throws HEXUserException the run is at work.
-void requireIdle(HAXPExpRun& run) {
+void refuseAtWork(HAXPExpRun& run) {
     run.updateStatus();
     if (run.isAtWork())
         fail("@60-92@%s", run.getName());
@@ -160,9 +149,9 @@ HAXRReportConfig& RunReports::get(const std::string& name) const {
     const std::vector<HAXRReportConfig*> meant = find(name);
     if (meant.empty())
         fail("@60-85@%s%s%s", m_run.getName(), name,
-             workbench::withHint(name, joined(namesOf(all()))));
+             workbench::withHint(name, workbench::listOfNames(namesOf(all()))));
     if (meant.size() > 1)
-        fail("@60-86@%s%s", name, joined(namesOf(meant)));
+        fail("@60-86@%s%s", name, workbench::listOfNames(namesOf(meant)));
     return *meant.front();
 }
 
@@ -192,7 +181,7 @@ HAXRReportConfig& RunReports::add(const std::string& stepName, const std::string
 void RunReports::remove(HAXRReportConfig& report) {
     if (report.isStaticReport())
         fail("@60-89@%s", report.getName());
-    requireIdle(m_run);
+    refuseAtWork(m_run);
     m_run.deleteReportConfig(&report);
     m_run.publishReports();
 }
@@ -211,10 +200,11 @@ void RunReports::setOption(HAXRReportConfig& report, const std::string& option,
     const HATAttrSpec* spec = group == nullptr ? nullptr : group->getAttrSpecByName(option);
     if (spec == nullptr)
         fail("@60-90@%s%s%s", report.getName(), option,
-             workbench::withHint(option, joined(report.isStaticReport() ? std::vector<std::string>()
-                                                                        : optionNames(group))));
+             workbench::withHint(option, workbench::listOfNames(report.isStaticReport()
+                                                                    ? std::vector<std::string>()
+                                                                    : optionNames(group))));
     workbench::requireReportOption(option, value);
-    requireIdle(m_run);
+    refuseAtWork(m_run);
     const std::string before = workbench::optionText(*group, *spec);
     std::string reason;
     if (!workbench::setOptionText(*group, *spec, value, reason))
@@ -223,7 +213,7 @@ void RunReports::setOption(HAXRReportConfig& report, const std::string& option,
 }
 
 void RunReports::applyStrategy(const HAXRReportStrategy& strategy) {
-    requireIdle(m_run);
+    refuseAtWork(m_run);
     const StepIter steps(m_run.createRunStepIter());
     while (steps->hasNext())
         steps->next()->resetReportConfigs();
@@ -235,7 +225,7 @@ void RunReports::applyStrategy(const HAXRReportStrategy& strategy) {
 
 std::vector<RunReports::Outcome> RunReports::generate(const std::vector<HAXRReportConfig*>& reports,
                                                       bool again) {
-    requireIdle(m_run);
+    refuseAtWork(m_run);
     m_run.getInfo().updStaleReasons();
     m_run.lookForReports();
     std::vector<Outcome> outcomes;
@@ -292,7 +282,8 @@ HAXPExpRunStep& RunReports::stepOf_(const std::string& name) const {
             return *step;
         known.push_back(flowStep->getFlowStepId());
     }
-    fail("@60-93@%s%s%s", m_run.getName(), name, workbench::withHint(name, joined(known)));
+    fail("@60-93@%s%s%s", m_run.getName(), name,
+         workbench::withHint(name, workbench::listOfNames(known)));
 }
 
 HAXPExpRunStep* RunReports::stepOf_(const HAXRReportConfig& report) const {

@@ -35,7 +35,7 @@ constexpr AbandonFigure kFigures[] = {{"fmax", "Fmax", " MHz", true, true},
                                       {"flip_flops", "flip-flops", "", false, false},
                                       {"block_rams", "block RAMs", "", false, false}};
 
-[[noreturn]] void refuse(const std::string& text, const std::string& why) {
+[[noreturn]] void refuseRule(const std::string& text, const std::string& why) {
     throw HEXUserException(
         ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-200@%s%s", text, why));
 }
@@ -74,9 +74,9 @@ const AbandonFigure& figureCalled(const std::string& text, const std::string& na
         if (name == figure.name)
             return figure;
     }
-    refuse(text, name.empty()
-                     ? "it names no figure"
-                     : "'" + name + "' isn't known after placement, but " + figureNames() + " are");
+    refuseRule(text, name.empty() ? "it names no figure"
+                                  : "'" + name + "' isn't known after placement, but " +
+                                        figureNames() + " are");
 }
 
 /// "45", "45.3": one digit is all that an estimate is worth.
@@ -104,7 +104,7 @@ std::string reasonText(const AbandonRule& rule, const Abandonment& found, const 
                        valueText(found.hope, figure));
 }
 
-bool isDone(const HAXPExpRun& run, const std::string& id) {
+bool hasDone(const HAXPExpRun& run, const std::string& id) {
     const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
     while (steps->hasNext()) {
         const HAXPExpRunStep* step = steps->next();
@@ -118,7 +118,7 @@ std::optional<double> figureOf(const HAXPExpRun& run, const std::string& step,
                                const AbandonFigure& figure) {
     ice40::StepMetrics metrics;
     std::string ignored;
-    if (run.getDir().empty() || !isDone(run, step) ||
+    if (run.getDir().empty() || !hasDone(run, step) ||
         !ice40::readMetrics(run.pathOf(ice40::metricsFileName(step)), metrics, ignored))
         return std::nullopt;
     if (figure.isEstimate)
@@ -139,25 +139,25 @@ std::string launchOf(const HAXPExpRun& run) {
 AbandonRule readAbandonRule(const std::string& text) {
     const std::size_t relation = text.find_first_of("<>=");
     if (relation == std::string::npos)
-        refuse(text, "it has no < or >");
+        refuseRule(text, "it has no < or >");
     AbandonRule rule;
     rule.text = trimmed(text);
     rule.figure = &figureCalled(text, trimmed(text.substr(0, relation)));
     const bool isHigherBetter = rule.figure->isHigherBetter;
     const char wanted = isHigherBetter ? '<' : '>';
     if (text[relation] != wanted || text.compare(relation + 1, 1, "=") == 0)
-        refuse(text, isHigherBetter ? "runs are abandoned that stay below, which is <"
-                                    : "runs are abandoned that come above, which is >");
+        refuseRule(text, isHigherBetter ? "runs are abandoned that stay below, which is <"
+                                        : "runs are abandoned that come above, which is >");
     std::string rest = trimmed(text.substr(relation + 1));
     if (!takeNumber(rest, rule.number) || rule.number <= 0)
-        refuse(text, std::string("behind ") + wanted + " there is no number above 0");
+        refuseRule(text, std::string("behind ") + wanted + " there is no number above 0");
     if (rest.empty() || rest == trimmed(rule.figure->unit))
         return rule;
     if (rest.front() != '%' || trimmed(rest.substr(1)) != "of best")
-        refuse(text, "'" + rest + "' isn't '% of best'" + (isHigherBetter ? " or MHz" : ""));
+        refuseRule(text, "'" + rest + "' isn't '% of best'" + (isHigherBetter ? " or MHz" : ""));
     if (isHigherBetter ? rule.number > 100 : rule.number < 100)
-        refuse(text, std::string(isHigherBetter ? "more" : "less") +
-                         " than 100% of the best would abandon the best itself");
+        refuseRule(text, std::string(isHigherBetter ? "more" : "less") +
+                             " than 100% of the best would abandon the best itself");
     rule.number /= 100;
     rule.isShare = true;
     return rule;
@@ -211,7 +211,7 @@ std::optional<double> finalFigure(const HAXPExpRun& run, const AbandonFigure& fi
 }
 
 bool isRouted(const HAXPExpRun& run) {
-    return isDone(run, "route_design");
+    return hasDone(run, "route_design");
 }
 
 void markAbandoned(const HAXPExpRun& run, Abandonment abandonment) {

@@ -18,12 +18,10 @@ namespace workbench {
 
 namespace {
 
-/// No file system in use has a coarser clock.
-constexpr std::time_t kCoarsestClockSec = 2;
 /// Several ticks of a kernel that keeps fractions of seconds.
 constexpr long kFineClockNsec = 50'000'000;
 constexpr long kNsecInSec = 1'000'000'000;
-constexpr std::size_t kBlock = std::size_t{1} << 16U;
+constexpr std::size_t kReadBlock = std::size_t{1} << 16U;
 
 FileStamp stampOf(const struct stat& info) {
     return {static_cast<std::uint64_t>(info.st_size), info.st_ino, info.st_mtim, info.st_ctim};
@@ -57,7 +55,7 @@ public:
         return true;
     }
     /// The number of bytes, 0 at the end, below 0 for an error.
-    ssize_t read(std::array<char, kBlock>& block) const {
+    ssize_t read(std::array<char, kReadBlock>& block) const {
         ssize_t count = 0;
         do {
             count = ::read(m_fd, block.data(), block.size());
@@ -72,7 +70,7 @@ private:
 /// The SHA-1 of what is left to read; empty when reading fails.
 std::string hashOf(const OpenFile& file) {
     ice40::ContentHash hash;
-    std::array<char, kBlock> block;
+    std::array<char, kReadBlock> block;
     ssize_t count = 0;
     while ((count = file.read(block)) > 0)
         hash.add({block.data(), static_cast<std::size_t>(count)});

@@ -7,6 +7,9 @@
 /// Times of files, as their file systems keep them.
 namespace workbench {
 
+/// File systems round times: none in use has a coarser clock.
+inline constexpr std::time_t kCoarsestClockSec = 2;
+
 /// The present time, by the clock that this host's file systems go by.
 inline timespec systemTime() {
     timespec now{};

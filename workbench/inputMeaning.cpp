@@ -70,7 +70,7 @@ private:
     std::string m_path;
 };
 
-ice40::SynthOptions optionsOf(const DesignInputs& inputs) {
+ice40::SynthOptions synthOptionsOf(const DesignInputs& inputs) {
     ice40::SynthOptions options;
     options.sources = inputs.sources;
     options.top = inputs.top;
@@ -93,7 +93,7 @@ bool areAsPrinted(const InputFiles& files) {
 }
 
 /// All that decides what comes out.
-std::string keyOf(const std::string& script, const InputFiles& files, const ToolStamp& tool) {
+std::string meaningKey(const std::string& script, const InputFiles& files, const ToolStamp& tool) {
     std::string key = script + '\n' + tool.path + ' ' + std::to_string(tool.print.stamp.inode) +
                       ' ' + std::to_string(tool.print.stamp.changed.tv_sec) + '\n';
     for (const auto& [path, file] : files)
@@ -126,8 +126,9 @@ std::string meaningOfSources(const DesignInputs& inputs, const InputFiles& files
         return {};
     std::string meaning;
     try {
-        const ice40::SynthOptions options = optionsOf(inputs);
-        const std::string key = keyOf(ice40::elaborationScript(options, "rtlil"), files, yosys);
+        const ice40::SynthOptions options = synthOptionsOf(inputs);
+        const std::string key =
+            meaningKey(ice40::elaborationScript(options, "rtlil"), files, yosys);
         const ScratchFolder scratch;
         if (KnownMeanings::ofProcess().find(key, meaning) || scratch.path().empty())
             return meaning;

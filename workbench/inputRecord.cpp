@@ -14,7 +14,7 @@ void addIfAny(InputRecord& record, const char* name, const std::vector<std::stri
         record[name] = values;
 }
 
-void addIfSet(InputRecord& record, const char* name, const std::string& value) {
+void recordIfSet(InputRecord& record, const char* name, const std::string& value) {
     if (!value.empty())
         record[name] = {value};
 }
@@ -23,18 +23,18 @@ void addIfSet(InputRecord& record, const char* name, const std::string& value) {
 
 InputRecord recordInputs(const DesignInputs& inputs, bool isSynthesis) {
     InputRecord record;
-    addIfSet(record, "top", inputs.top);
-    addIfSet(record, "device", inputs.device);
+    recordIfSet(record, "top", inputs.top);
+    recordIfSet(record, "device", inputs.device);
     if (isSynthesis) {
         addIfAny(record, "sources", inputs.sources);
         addIfAny(record, "defines", inputs.defines);
         addIfAny(record, "includes", inputs.includeDirs);
         return record;
     }
-    addIfSet(record, "package", inputs.package);
-    addIfSet(record, "frequency", inputs.frequencyMhz);
-    addIfSet(record, "constraints", inputs.constraints);
-    addIfSet(record, "netlist", inputs.netlist);
+    recordIfSet(record, "package", inputs.package);
+    recordIfSet(record, "frequency", inputs.frequencyMhz);
+    recordIfSet(record, "constraints", inputs.constraints);
+    recordIfSet(record, "netlist", inputs.netlist);
     if (inputs.netlistLaunch != 0)
         record[kSynthesisLaunch] = {std::to_string(inputs.netlistLaunch)};
     return record;

@@ -28,7 +28,7 @@ const std::vector<StepInputs>& table() {
     return rows;
 }
 
-const StepInputs* find(const std::string& stepId) {
+const StepInputs* findRow(const std::string& stepId) {
     const auto found =
         std::find_if(table().begin(), table().end(),
                      [&stepId](const StepInputs& row) { return stepId == row.stepId; });
@@ -38,12 +38,12 @@ const StepInputs* find(const std::string& stepId) {
 }  // namespace
 
 std::vector<InputKind> filesOfStep(const std::string& stepId) {
-    const StepInputs* row = find(stepId);
+    const StepInputs* row = findRow(stepId);
     return row == nullptr ? std::vector<InputKind>() : row->files;
 }
 
 bool takesSetting(const std::string& stepId, const std::string& name) {
-    const StepInputs* row = find(stepId);
+    const StepInputs* row = findRow(stepId);
     return row != nullptr &&
            std::find(row->settings.begin(), row->settings.end(), name) != row->settings.end();
 }

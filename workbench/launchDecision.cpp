@@ -5,10 +5,7 @@
 #include <boost/algorithm/string/join.hpp>
 #include <string>
 
-#include "environment/errors/HEXUserException.h"
 #include "environment/files/HUTFile.h"
-#include "environment/messages/ComMsgMgr.h"
-#include "environment/messages/ComMsgMgrInstance.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
 #include "runs/base/xperiment/HAXPFlow.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
@@ -16,19 +13,14 @@
 #include "workbench/DesignInputs.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
+#include "workbench/fail.h"
 #include "workbench/launchLease.h"
 #include "workbench/links.h"
 #include "workbench/runEvidence.h"
 
 namespace workbench {
 
-namespace {
-
-template <class... Args> [[noreturn]] void fail(const char* format, const Args&... args) {
-    throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, format, args...));
-}
-
-}  // namespace
+namespace {}  // namespace
 
 const HAXPExpRunStep* firstStepToRun(HAXPExpRun& run) {
     run.updateStatus();

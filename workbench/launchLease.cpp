@@ -31,12 +31,12 @@ namespace workbench {
 
 namespace {
 
-constexpr int kVersion = 1;
-constexpr int kMinor = 2;
+constexpr int kLeaseVersion = 1;
+constexpr int kLeaseMinor = 2;
 constexpr std::size_t kLargestLease = 64U << 10U;
 
 /// Elements and attributes of the format, for reader and writer.
-namespace name {
+namespace leaseName {
 const char kLaunch[] = "Launch";
 const char kVersion[] = "Version";
 const char kMinor[] = "Minor";
@@ -58,7 +58,7 @@ const char kKind[] = "Kind";
 const char kCommand[] = "Command";
 const char kJobName[] = "JobName";
 const char kTask[] = "Task";
-}  // namespace name
+}  // namespace leaseName
 
 /// A whole number without sign or blanks, or 0.
 unsigned long long numberOf(const xml::Element& element, const char* attribute) {
@@ -75,7 +75,7 @@ long longOf(const xml::Element& element, const char* attribute) {
 }
 
 /// The names with blanks between them: the programs of steps hold none.
-std::string joined(const std::vector<std::string>& names) {
+std::string blankSeparated(const std::vector<std::string>& names) {
     std::string text;
     for (const std::string& name : names)
         text += (text.empty() ? "" : " ") + name;
@@ -112,29 +112,29 @@ void addText(HXMLWriterBase& out, const char* attribute, const std::string& valu
 void writeLauncher(HXMLWriterBase& out, const HUTProcessHandle& launcher) {
     std::string text;
     launcher.getHostname(text);
-    addText(out, name::kHost, text);
+    addText(out, leaseName::kHost, text);
     launcher.getUser(text);
-    addText(out, name::kOwner, text);
-    out.addAttr(name::kUid, std::to_string(launcher.getUid()));
-    out.addAttr(name::kPid, std::to_string(launcher.getPid()));
-    out.addAttr(name::kGroup, std::to_string(launcher.getGroup()));
-    out.addAttr(name::kStartTicks, std::to_string(launcher.getStartTicks()));
+    addText(out, leaseName::kOwner, text);
+    out.addAttr(leaseName::kUid, std::to_string(launcher.getUid()));
+    out.addAttr(leaseName::kPid, std::to_string(launcher.getPid()));
+    out.addAttr(leaseName::kGroup, std::to_string(launcher.getGroup()));
+    out.addAttr(leaseName::kStartTicks, std::to_string(launcher.getStartTicks()));
     launcher.getBootId(text);
-    addText(out, name::kBootId, text);
+    addText(out, leaseName::kBootId, text);
     launcher.getPidNamespace(text);
-    addText(out, name::kNamespace, text);
-    out.wrEmptyTag(name::kLauncher);
+    addText(out, leaseName::kNamespace, text);
+    out.wrEmptyTag(leaseName::kLauncher);
 }
 
 void readLauncher(const xml::Element& element, HUTProcessHandle& launcher) {
-    launcher.setHostname(element.attribute(name::kHost));
-    launcher.setUser(element.attribute(name::kOwner));
-    launcher.setUid(longOf(element, name::kUid));
-    launcher.setPid(longOf(element, name::kPid));
-    launcher.setGroup(longOf(element, name::kGroup));
-    launcher.setStartTicks(numberOf(element, name::kStartTicks));
-    launcher.setBootId(element.attribute(name::kBootId));
-    launcher.setPidNamespace(element.attribute(name::kNamespace));
+    launcher.setHostname(element.attribute(leaseName::kHost));
+    launcher.setUser(element.attribute(leaseName::kOwner));
+    launcher.setUid(longOf(element, leaseName::kUid));
+    launcher.setPid(longOf(element, leaseName::kPid));
+    launcher.setGroup(longOf(element, leaseName::kGroup));
+    launcher.setStartTicks(numberOf(element, leaseName::kStartTicks));
+    launcher.setBootId(element.attribute(leaseName::kBootId));
+    launcher.setPidNamespace(element.attribute(leaseName::kNamespace));
 }
 
 class LeaseDocument final : public HXMLWriterBase {
@@ -146,27 +146,27 @@ public:
     std::string text() { return finish_(); }
 };
 
-struct KindName {
+struct WayName {
     LaunchWay::Kind kind;
     const char* name;
 };
 
 /// One that launched here has no element of its own.
-const KindName kKinds[] = {{LaunchWay::Kind::kHost, "host"},
-                           {LaunchWay::Kind::kLsf, "lsf"},
-                           {LaunchWay::Kind::kSge, "sge"}};
+const WayName kWayNames[] = {{LaunchWay::Kind::kHost, "host"},
+                             {LaunchWay::Kind::kLsf, "lsf"},
+                             {LaunchWay::Kind::kSge, "sge"}};
 
 void writeWay(HXMLWriterBase& out, const LaunchWay& way) {
-    for (const KindName& known : kKinds) {
+    for (const WayName& known : kWayNames) {
         if (known.kind != way.kind)
             continue;
-        out.addAttr(name::kKind, known.name);
-        addText(out, name::kHost, way.host);
-        addText(out, name::kCommand, way.command);
-        addText(out, name::kJobName, way.jobName);
+        out.addAttr(leaseName::kKind, known.name);
+        addText(out, leaseName::kHost, way.host);
+        addText(out, leaseName::kCommand, way.command);
+        addText(out, leaseName::kJobName, way.jobName);
         if (way.task != 0)
-            out.addAttr(name::kTask, std::to_string(way.task));
-        out.wrEmptyTag(name::kWay);
+            out.addAttr(leaseName::kTask, std::to_string(way.task));
+        out.wrEmptyTag(leaseName::kWay);
     }
 }
 
@@ -174,12 +174,12 @@ void writeWay(HXMLWriterBase& out, const LaunchWay& way) {
 bool readWay(const xml::Element* element, LaunchWay& way) {
     if (element == nullptr)
         return true;
-    way.host = element->attribute(name::kHost);
-    way.command = element->attribute(name::kCommand);
-    way.jobName = element->attribute(name::kJobName);
-    way.task = longOf(*element, name::kTask);
-    for (const KindName& known : kKinds) {
-        if (element->attribute(name::kKind) != known.name)
+    way.host = element->attribute(leaseName::kHost);
+    way.command = element->attribute(leaseName::kCommand);
+    way.jobName = element->attribute(leaseName::kJobName);
+    way.task = longOf(*element, leaseName::kTask);
+    for (const WayName& known : kWayNames) {
+        if (element->attribute(leaseName::kKind) != known.name)
             continue;
         way.kind = known.kind;
         return true;
@@ -201,18 +201,18 @@ LaunchLease makeLease() {
 void writeLease(const std::string& path, const LaunchLease& lease) {
     makeWayForFile(path);
     LeaseDocument out(path);
-    out.addAttr(name::kVersion, std::to_string(kVersion));
-    out.addAttr(name::kMinor, std::to_string(kMinor));
-    out.addAttr(name::kId, lease.id);
-    out.addAttr(name::kTime, std::to_string(lease.time));
+    out.addAttr(leaseName::kVersion, std::to_string(kLeaseVersion));
+    out.addAttr(leaseName::kMinor, std::to_string(kLeaseMinor));
+    out.addAttr(leaseName::kId, lease.id);
+    out.addAttr(leaseName::kTime, std::to_string(lease.time));
     if (lease.isWaiting)
-        out.addAttr(name::kWaiting, "true");
+        out.addAttr(leaseName::kWaiting, "true");
     if (lease.keptSteps)
-        out.addAttr(name::kKept, joined(*lease.keptSteps));
-    out.wrStartTag(name::kLaunch);
+        out.addAttr(leaseName::kKept, blankSeparated(*lease.keptSteps));
+    out.wrStartTag(leaseName::kLaunch);
     writeLauncher(out, lease.launcher);
     writeWay(out, lease.way);
-    out.wrEndTag(name::kLaunch);
+    out.wrEndTag(leaseName::kLaunch);
     if (!lease.isWaiting) {
         out.closeDoc();
         return;
@@ -241,18 +241,19 @@ bool readLease(const std::string& path, LaunchLease& lease, files::Look& look) {
     try {
         const xml::Document document = xml::Document::fromText(content, path);
         const xml::Element& root = document.root();
-        const xml::Element* launcher = root.child(name::kLauncher);
-        if (root.name() != name::kLaunch || longOf(root, name::kVersion) != kVersion ||
-            root.attribute(name::kId).empty() || launcher == nullptr)
+        const xml::Element* launcher = root.child(leaseName::kLauncher);
+        if (root.name() != leaseName::kLaunch ||
+            longOf(root, leaseName::kVersion) != kLeaseVersion ||
+            root.attribute(leaseName::kId).empty() || launcher == nullptr)
             return false;
         LaunchLease read;
-        read.id = root.attribute(name::kId);
-        read.time = longOf(root, name::kTime);
-        read.isWaiting = root.attribute(name::kWaiting) == "true";
-        if (root.hasAttribute(name::kKept))
-            read.keptSteps = separated(root.attribute(name::kKept));
+        read.id = root.attribute(leaseName::kId);
+        read.time = longOf(root, leaseName::kTime);
+        read.isWaiting = root.attribute(leaseName::kWaiting) == "true";
+        if (root.hasAttribute(leaseName::kKept))
+            read.keptSteps = separated(root.attribute(leaseName::kKept));
         readLauncher(*launcher, read.launcher);
-        if (!readWay(root.child(name::kWay), read.way))
+        if (!readWay(root.child(leaseName::kWay), read.way))
             return false;
         read.isOwn = isOwn;
         lease = read;

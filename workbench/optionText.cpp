@@ -18,7 +18,7 @@ namespace workbench {
 
 namespace {
 
-std::string valueOf(const HATEnumRange* range) {
+std::string enumValue(const HATEnumRange* range) {
     return range == nullptr ? std::string() : range->getVal();
 }
 
@@ -81,7 +81,7 @@ std::string optionText(const HATOptGroup& group, const HATAttrSpec& spec) {
     case HATAttrTypes::kFile:
         return group.getFileVal(&spec);
     case HATAttrTypes::kEnum:
-        return valueOf(group.getEnumVal(&spec));
+        return enumValue(group.getEnumVal(&spec));
     case HATAttrTypes::kStringList: {
         std::string text;
         for (const std::string& element : group.getStrListVal(&spec))
@@ -104,7 +104,7 @@ std::string defaultText(const HATAttrSpec& spec) {
     case HATAttrTypes::kFile:
         return spec.getFileDefault();
     case HATAttrTypes::kEnum:
-        return valueOf(spec.getEnumDefault());
+        return enumValue(spec.getEnumDefault());
     default:
         return {};
     }

@@ -32,7 +32,7 @@ std::string timeText(const timespec& time) {
     return fmt::format("{}.{:09}", time.tv_sec, time.tv_nsec);
 }
 
-template <class Number> bool takeNumber(const std::string& text, Number& value) {
+template <class Number> bool readNumber(const std::string& text, Number& value) {
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
     return error == std::errc() && end == text.data() + text.size();
 }
@@ -41,8 +41,8 @@ bool takeTime(const std::string& text, timespec& time) {
     const std::size_t dot = text.find('.');
     if (dot == std::string::npos || text.size() - dot - 1 != kFractionDigits)
         return false;
-    return takeNumber(text.substr(0, dot), time.tv_sec) &&
-           takeNumber(text.substr(dot + 1), time.tv_nsec) && time.tv_nsec >= 0;
+    return readNumber(text.substr(0, dot), time.tv_sec) &&
+           readNumber(text.substr(dot + 1), time.tv_nsec) && time.tv_nsec >= 0;
 }
 
 bool isSha1(const std::string& text) {
@@ -95,11 +95,11 @@ FileFingerprint readPrint(const xml::Document& document, const xml::Element& ele
         value = text;
         return isSha1(text);
     });
-    readIfThere(document, element, kSize, print.stamp.size, takeNumber<std::uint64_t>);
+    readIfThere(document, element, kSize, print.stamp.size, readNumber<std::uint64_t>);
     readIfThere(document, element, kModified, print.stamp.modified, takeTime);
     const bool hasTime = readIfThere(document, element, kChanged, print.stamp.changed, takeTime);
     const bool hasInode =
-        readIfThere(document, element, kInode, print.stamp.inode, takeNumber<std::uint64_t>);
+        readIfThere(document, element, kInode, print.stamp.inode, readNumber<std::uint64_t>);
     print.isSettled = hasTime && hasInode && !print.sha1.empty();
     return print;
 }

@@ -34,7 +34,7 @@ bool isHidden(wchar_t c) {
 }
 
 /// What stays as it is and is a character of its own.
-bool isPlain(char c, bool keepsLines) {
+bool isShownAsIs(char c, bool keepsLines) {
     return (c >= ' ' && c <= '~') || (keepsLines && (c == '\n' || c == '\t'));
 }
 
@@ -67,10 +67,10 @@ void appendEscaped(const std::string& text, std::string& shown) {
 }
 
 /// Most of a text is plain, and is taken in whole stretches.
-std::string printable(const std::string& text, bool keepsLines) {
+std::string makePrintable(const std::string& text, bool keepsLines) {
     std::string shown;
     shown.reserve(text.size());
-    const auto plain = [keepsLines](char c) { return isPlain(c, keepsLines); };
+    const auto plain = [keepsLines](char c) { return isShownAsIs(c, keepsLines); };
     for (auto at = text.begin(); at != text.end();) {
         const auto other = std::find_if_not(at, text.end(), plain);
         shown.append(at, other);
@@ -84,11 +84,11 @@ std::string printable(const std::string& text, bool keepsLines) {
 }  // namespace
 
 std::string printable(const std::string& text) {
-    return printable(text, false);
+    return makePrintable(text, false);
 }
 
 std::string printableLines(const std::string& text) {
-    return printable(text, true);
+    return makePrintable(text, true);
 }
 
 }  // namespace workbench

@@ -22,17 +22,17 @@ std::string& binDirOfProcess() {
 }
 
 /// The text of a variable that names a folder; empty unless it is an absolute path.
-std::string folderOf(const char* variable) {
+std::string folderInVariable(const char* variable) {
     const char* folder = getenv(variable);
     return folder == nullptr || *folder != '/' ? std::string() : folder;
 }
 
 /// Where the strategies of the user lie; empty for one without a home.
-std::string userFolder() {
-    const std::string config = folderOf("XDG_CONFIG_HOME");
+std::string defaultUserFolder() {
+    const std::string config = folderInVariable("XDG_CONFIG_HOME");
     if (!config.empty())
         return config + "/xperiment";
-    const std::string home = folderOf("HOME");
+    const std::string home = folderInVariable("HOME");
     return home.empty() ? home : home + "/.config/xperiment";
 }
 
@@ -43,7 +43,7 @@ void declareInstallation() {
     installation.copyright = "Copyright the Xperiment authors. Apache-2.0 licence.";
     installation.isTarnel = true;
     if (installation.appDataDir.empty())
-        installation.appDataDir = userFolder();
+        installation.appDataDir = defaultUserFolder();
     HUTEnv::setInstallation(installation);
 }
 
@@ -58,7 +58,7 @@ void setParameters() {
 }
 
 /// Whether the head of a run script can carry `path`, which stands there unquoted.
-bool isPlain(const std::string& path) {
+bool canStandUnquoted(const std::string& path) {
     return path.find_first_of(" \t\n'\"\\$`*?[];&|<>()#~") == std::string::npos;
 }
 
@@ -67,7 +67,7 @@ bool isPlain(const std::string& path) {
 /// reaches the tools by the pre-commands, which quote it, and by this process's own
 /// search path.
 void exportSearchPath(const std::string& dir) {
-    if (isPlain(dir)) {
+    if (canStandUnquoted(dir)) {
         setenv("KPX_BINROOT", dir.c_str(), 1);
         setenv("KPX_PREPEND_PATH", dir.c_str(), 0);
     }

@@ -49,7 +49,7 @@ constexpr char kRecordEnd[] = ".xml";
 constexpr int kMostTries = 3;
 
 /// Elements and attributes of the format, for reader and writer.
-namespace name {
+namespace projectName {
 const char kProject[] = "Project";
 const char kVersion[] = "Version";
 const char kMinor[] = "Minor";
@@ -93,7 +93,7 @@ const char kBeforeStep[] = "BeforeStep";
 const char kStaleOption[] = "StaleOption";
 const char kCluster[] = "Cluster";
 const char kLaunchValue[] = "LaunchValue";
-}  // namespace name
+}  // namespace projectName
 
 using EntryIter = std::unique_ptr<HSTFwdIter<HAXPFlowStepOptions*>>;
 
@@ -120,9 +120,9 @@ void writeOptions(HXMLWriterBase& out, const HAXPStrategy& strategy) {
         for (const auto& spec : group->getOptionsSpec()->getAttrSpecs()) {
             if (spec->isReadOnly() || !group->isSet(spec.get()))
                 continue;
-            out.addAttr(name::kId, fileId(*group, *spec));
-            out.addAttr(name::kValue, workbench::optionText(*group, *spec));
-            out.wrEmptyTag(name::kOption);
+            out.addAttr(projectName::kId, fileId(*group, *spec));
+            out.addAttr(projectName::kValue, workbench::optionText(*group, *spec));
+            out.wrEmptyTag(projectName::kOption);
         }
     }
 }
@@ -140,8 +140,8 @@ void requireEntry(const xml::Document& document, const xml::Element& element, Ch
 
 /// The option of `strategy` that the file calls `id`, and its group; null when there is
 /// none.
-std::pair<HATOptGroup*, const HATAttrSpec*> findOption(const HAXPStrategy& strategy,
-                                                       const std::string& id) {
+std::pair<HATOptGroup*, const HATAttrSpec*> optionWithId(const HAXPStrategy& strategy,
+                                                         const std::string& id) {
     for (HATOptGroup* group : groupsOf(strategy)) {
         for (const auto& spec : group->getOptionsSpec()->getAttrSpecs()) {
             if (fileId(*group, *spec) == id)
@@ -153,9 +153,9 @@ std::pair<HATOptGroup*, const HATAttrSpec*> findOption(const HAXPStrategy& strat
 
 void readOption(const xml::Document& document, const xml::Element& element,
                 const HAXPStrategy& strategy) {
-    const std::string& id = element.attribute(name::kId);
-    const std::string& value = element.attribute(name::kValue);
-    const auto option = findOption(strategy, id);
+    const std::string& id = element.attribute(projectName::kId);
+    const std::string& value = element.attribute(projectName::kValue);
+    const auto option = optionWithId(strategy, id);
     if (option.first == nullptr)
         document.refuse(element, "there is no option " + id);
     requireEntry(document, element, [&] { workbench::requireOptionText(id, value); });
@@ -167,13 +167,13 @@ void readOption(const xml::Document& document, const xml::Element& element,
 void readOptions(const xml::Document& document, const xml::Element& parent,
                  const HAXPStrategy& strategy) {
     for (const xml::Element& child : parent.children()) {
-        if (child.name() == name::kOption)
+        if (child.name() == projectName::kOption)
             readOption(document, child, strategy);
     }
 }
 
 long readTime(const xml::Document& document, const xml::Element& element) {
-    const std::string& text = element.attribute(name::kTime);
+    const std::string& text = element.attribute(projectName::kTime);
     long seconds = 0;
     try {
         std::size_t used = 0;
@@ -223,35 +223,36 @@ bool isReportFile(const std::string& file) {
 
 workbench::ReportRecord readReport(const xml::Document& document, const xml::Element& element) {
     workbench::ReportRecord record;
-    record.name = readFileName(document, element, name::kName);
+    record.name = readFileName(document, element, projectName::kName);
     if (record.name.empty())
         document.refuse(element, "there is a report without a name");
-    record.stepId = element.attribute(name::kStep);
-    record.command = element.attribute(name::kCommand);
-    record.version = {readVersionPart(document, element, name::kVersion),
-                      readVersionPart(document, element, name::kMinor)};
-    record.displayName = element.attribute(name::kDisplayName);
-    record.file = readFileName(document, element, name::kFile);
+    record.stepId = element.attribute(projectName::kStep);
+    record.command = element.attribute(projectName::kCommand);
+    record.version = {readVersionPart(document, element, projectName::kVersion),
+                      readVersionPart(document, element, projectName::kMinor)};
+    record.displayName = element.attribute(projectName::kDisplayName);
+    record.file = readFileName(document, element, projectName::kFile);
     // A report takes its file away with it, so it must not be that of a result.
     if (!record.file.empty() && !isReportFile(record.file))
         document.refuse(element, "the file \"" + record.file + "\" of a report has no .rpt");
-    record.enabled = readBool(document, element, name::kEnabled, true);
-    record.beforeStep = readBool(document, element, name::kBeforeStep, false);
+    record.enabled = readBool(document, element, projectName::kEnabled, true);
+    record.beforeStep = readBool(document, element, projectName::kBeforeStep, false);
     for (const xml::Element& child : element.children()) {
-        const std::string& option = child.attribute(name::kId);
-        const std::string& value = child.attribute(name::kValue);
-        if (child.name() == name::kOption) {
+        const std::string& option = child.attribute(projectName::kId);
+        const std::string& value = child.attribute(projectName::kValue);
+        if (child.name() == projectName::kOption) {
             requireEntry(document, child, [&] { workbench::requireReportOption(option, value); });
             record.options.push_back({option, value});
-        } else if (child.name() == name::kStaleOption) {
-            record.staleOptions.push_back({option, child.attribute(name::kLaunchValue), value});
+        } else if (child.name() == projectName::kStaleOption) {
+            record.staleOptions.push_back(
+                {option, child.attribute(projectName::kLaunchValue), value});
         }
     }
     return record;
 }
 
 void writePath(HXMLWriterBase& out, const char* element, const std::string& path) {
-    out.addAttr(name::kPath, path);
+    out.addAttr(projectName::kPath, path);
     out.wrEmptyTag(element);
 }
 
@@ -261,30 +262,30 @@ void addIfSet(HXMLWriterBase& out, const char* attribute, const std::string& val
 }
 
 void writeReport(HXMLWriterBase& out, const workbench::ReportRecord& record) {
-    out.addAttr(name::kName, record.name);
-    out.addAttr(name::kStep, record.stepId);
-    out.addAttr(name::kCommand, record.command);
-    out.addAttr(name::kVersion, std::to_string(record.version.major));
-    out.addAttr(name::kMinor, std::to_string(record.version.minor));
-    addIfSet(out, name::kDisplayName, record.displayName);
-    addIfSet(out, name::kFile, record.file);
+    out.addAttr(projectName::kName, record.name);
+    out.addAttr(projectName::kStep, record.stepId);
+    out.addAttr(projectName::kCommand, record.command);
+    out.addAttr(projectName::kVersion, std::to_string(record.version.major));
+    out.addAttr(projectName::kMinor, std::to_string(record.version.minor));
+    addIfSet(out, projectName::kDisplayName, record.displayName);
+    addIfSet(out, projectName::kFile, record.file);
     if (!record.enabled)
-        out.addAttr(name::kEnabled, "false");
+        out.addAttr(projectName::kEnabled, "false");
     if (record.beforeStep)
-        out.addAttr(name::kBeforeStep, "true");
-    out.wrStartTag(name::kReport);
+        out.addAttr(projectName::kBeforeStep, "true");
+    out.wrStartTag(projectName::kReport);
     for (const workbench::ReportOptionRecord& option : record.options) {
-        out.addAttr(name::kId, option.name);
-        out.addAttr(name::kValue, option.value);
-        out.wrEmptyTag(name::kOption);
+        out.addAttr(projectName::kId, option.name);
+        out.addAttr(projectName::kValue, option.value);
+        out.wrEmptyTag(projectName::kOption);
     }
     for (const workbench::StaleOptionRecord& option : record.staleOptions) {
-        out.addAttr(name::kId, option.name);
-        out.addAttr(name::kLaunchValue, option.launchValue);
-        out.addAttr(name::kValue, option.value);
-        out.wrEmptyTag(name::kStaleOption);
+        out.addAttr(projectName::kId, option.name);
+        out.addAttr(projectName::kLaunchValue, option.launchValue);
+        out.addAttr(projectName::kValue, option.value);
+        out.wrEmptyTag(projectName::kStaleOption);
     }
-    out.wrEndTag(name::kReport);
+    out.wrEndTag(projectName::kReport);
 }
 
 void writeReports(HXMLWriterBase& out, const HAXPExpRun& run,
@@ -293,24 +294,24 @@ void writeReports(HXMLWriterBase& out, const HAXPExpRun& run,
     records.insert(records.end(), lost.begin(), lost.end());
     if (records.empty() && run.getReportStrategyName().empty())
         return;
-    out.addAttr(name::kStrategy, run.getReportStrategyName());
-    out.wrStartTag(name::kReports);
+    out.addAttr(projectName::kStrategy, run.getReportStrategyName());
+    out.wrStartTag(projectName::kReports);
     for (const workbench::ReportRecord& record : records)
         writeReport(out, record);
-    out.wrEndTag(name::kReports);
+    out.wrEndTag(projectName::kReports);
 }
 
 void writeTools(HXMLWriterBase& out, const OpenRunInfo& info) {
     for (const auto& [tool, stamp] : info.getLaunchedTools()) {
-        out.addAttr(name::kName, tool);
-        out.addAttr(name::kPath, stamp.path);
+        out.addAttr(projectName::kName, tool);
+        out.addAttr(projectName::kPath, stamp.path);
         workbench::writePrint(out, stamp.print);
-        out.wrEmptyTag(name::kTool);
+        out.wrEmptyTag(projectName::kTool);
     }
 }
 
 void readCluster(const xml::Element& launch, OpenRunInfo& info) {
-    const std::string& conf = launch.attribute(name::kCluster);
+    const std::string& conf = launch.attribute(projectName::kCluster);
     info.setClusterConfigurationName(conf, false);
     if (conf == cluster::kSgeConfName)
         cluster::enableGridKills();
@@ -319,9 +320,9 @@ void readCluster(const xml::Element& launch, OpenRunInfo& info) {
 workbench::ToolStamps readTools(const xml::Document& document, const xml::Element& launch) {
     workbench::ToolStamps tools;
     for (const xml::Element& child : launch.children()) {
-        if (child.name() == name::kTool)
-            tools[child.attribute(name::kName)] = {child.attribute(name::kPath),
-                                                   workbench::readPrint(document, child)};
+        if (child.name() == projectName::kTool)
+            tools[child.attribute(projectName::kName)] = {child.attribute(projectName::kPath),
+                                                          workbench::readPrint(document, child)};
     }
     return tools;
 }
@@ -343,16 +344,16 @@ workbench::ProjectNames workbench::readProjectNames(const std::string& dir) {
         xml::Document::fromFile(Project::findDir(dir) + "/" + Project::kFileName);
     ProjectNames names;
     for (const xml::Element& element : document.root().children()) {
-        if (element.name() != name::kRun)
+        if (element.name() != projectName::kRun)
             continue;
         ProjectNames::Run run;
-        run.name = element.attribute(name::kName);
-        run.isSynthesis = element.attribute(name::kSynthesis).empty();
-        run.sweep = element.attribute(name::kSweep);
-        run.family = element.attribute(name::kFamily);
-        if (const xml::Element* reports = element.child(name::kReports)) {
+        run.name = element.attribute(projectName::kName);
+        run.isSynthesis = element.attribute(projectName::kSynthesis).empty();
+        run.sweep = element.attribute(projectName::kSweep);
+        run.family = element.attribute(projectName::kFamily);
+        if (const xml::Element* reports = element.child(projectName::kReports)) {
             for (const xml::Element& report : reports->children())
-                run.reports.push_back(report.attribute(name::kCommand));
+                run.reports.push_back(report.attribute(projectName::kCommand));
         }
         names.runs.push_back(std::move(run));
     }
@@ -403,9 +404,9 @@ void ProjectFile::readRecords_(const std::string& base) {
             continue;
         try {
             xml::Document record = xml::Document::fromFile(recordDir_() + "/" + file);
-            const std::string run = record.root().attribute(name::kName);
-            if (record.root().name() == name::kRun &&
-                record.root().attribute(name::kBase) == base && file == run + kRecordEnd)
+            const std::string run = record.root().attribute(projectName::kName);
+            if (record.root().name() == projectName::kRun &&
+                record.root().attribute(projectName::kBase) == base && file == run + kRecordEnd)
                 m_records.emplace(run, std::move(record));
         } catch (const HXMLException&) {
             continue;
@@ -421,7 +422,7 @@ void ProjectFile::writeRecord(const Project::Entry& entry, const std::string& ba
     const std::string path = dir + "/" + entry.run->getName() + kRecordEnd;
     workbench::makeWayForFile(path);
     HXMLWriterBase out(path);
-    out.addAttr(name::kBase, base);
+    out.addAttr(projectName::kBase, base);
     writeRun_(out, entry);
     out.closeDoc();
 }
@@ -434,27 +435,27 @@ void ProjectFile::dropRecords_() const {
 void ProjectFile::write() const {
     HXMLWriterBase out(path_());
     const DesignInputs& inputs = m_project.m_inputs;
-    out.addAttr(name::kVersion, std::to_string(kVersion));
-    out.addAttr(name::kMinor, std::to_string(kMinor));
-    out.addAttr(name::kName, m_project.m_name);
-    out.addAttr(name::kTop, inputs.top);
-    out.addAttr(name::kDevice, inputs.device);
-    out.addAttr(name::kPackage, inputs.package);
-    out.addAttr(name::kFrequency, inputs.frequencyMhz);
-    out.wrStartTag(name::kProject);
+    out.addAttr(projectName::kVersion, std::to_string(kVersion));
+    out.addAttr(projectName::kMinor, std::to_string(kMinor));
+    out.addAttr(projectName::kName, m_project.m_name);
+    out.addAttr(projectName::kTop, inputs.top);
+    out.addAttr(projectName::kDevice, inputs.device);
+    out.addAttr(projectName::kPackage, inputs.package);
+    out.addAttr(projectName::kFrequency, inputs.frequencyMhz);
+    out.wrStartTag(projectName::kProject);
     for (const std::string& source : inputs.sources)
-        writePath(out, name::kSource, relative_(source));
+        writePath(out, projectName::kSource, relative_(source));
     if (!inputs.constraints.empty())
-        writePath(out, name::kConstraints, relative_(inputs.constraints));
+        writePath(out, projectName::kConstraints, relative_(inputs.constraints));
     for (const std::string& dir : inputs.includeDirs)
-        writePath(out, name::kInclude, relative_(dir));
+        writePath(out, projectName::kInclude, relative_(dir));
     for (const std::string& define : inputs.defines) {
-        out.addAttr(name::kText, define);
-        out.wrEmptyTag(name::kDefine);
+        out.addAttr(projectName::kText, define);
+        out.wrEmptyTag(projectName::kDefine);
     }
     for (const auto& entry : m_project.m_entries)
         writeRun_(out, *entry);
-    out.wrEndTag(name::kProject);
+    out.wrEndTag(projectName::kProject);
     out.closeDoc();
     dropRecords_();
 }
@@ -473,7 +474,8 @@ void ProjectFile::writeRunAlone(const std::string& path, const std::string& root
 
 void ProjectFile::readRunAlone(const xml::Document& document) {
     exchangeRun_(document, true);
-    HAXPExpRun& run = m_project.getRun(document.root().child(name::kRun)->attribute(name::kName));
+    HAXPExpRun& run =
+        m_project.getRun(document.root().child(projectName::kRun)->attribute(projectName::kName));
     m_project.tellDependants(run);
     run.updateRun();
 }
@@ -486,11 +488,11 @@ void ProjectFile::requireRunAlone(const xml::Document& document) {
 /// one comes back.
 void ProjectFile::exchangeRun_(const xml::Document& document, bool stays) {
     auto& entries = m_project.m_entries;
-    const xml::Element* element = document.root().child(name::kRun);
+    const xml::Element* element = document.root().child(projectName::kRun);
     if (element == nullptr)
         document.refuse(document.root(), "there is no run");
     const auto found = std::find_if(entries.begin(), entries.end(), [element](const auto& entry) {
-        return entry->run->getName() == element->attribute(name::kName);
+        return entry->run->getName() == element->attribute(projectName::kName);
     });
     const auto place = found - entries.begin();
     const bool isThere = found != entries.end();
@@ -518,8 +520,8 @@ void ProjectFile::exchangeRun_(const xml::Document& document, bool stays) {
 }
 
 std::string ProjectFile::directoryOf(const xml::Document& document) const {
-    const xml::Element* element = document.root().child(name::kRun);
-    return element == nullptr ? std::string() : absolute_(element->attribute(name::kDir));
+    const xml::Element* element = document.root().child(projectName::kRun);
+    return element == nullptr ? std::string() : absolute_(element->attribute(projectName::kDir));
 }
 
 bool ProjectFile::isRunDirectory(const std::string& dir) const {
@@ -531,9 +533,9 @@ void ProjectFile::readDocument_(const xml::Document& document) {
     readDesign_(root);
     requireEntry(document, root, [this] { workbench::requireInputs(m_project.m_inputs); });
     for (const xml::Element& child : root.children()) {
-        if (child.name() != name::kRun)
+        if (child.name() != projectName::kRun)
             continue;
-        if (!readRecordOf_(child.attribute(name::kName)))
+        if (!readRecordOf_(child.attribute(projectName::kName)))
             readRun_(document, child);
     }
 }
@@ -555,10 +557,10 @@ bool ProjectFile::readRecordOf_(const std::string& run) {
 
 void ProjectFile::checkVersion_(const xml::Document& document) const {
     const xml::Element& root = document.root();
-    if (root.name() != name::kProject)
-        document.refuse(root, "the root element is no " + std::string(name::kProject));
+    if (root.name() != projectName::kProject)
+        document.refuse(root, "the root element is no " + std::string(projectName::kProject));
     int version = 0;
-    if (!HUTConvert::stringToInteger(root.attribute(name::kVersion), version) || version < 1)
+    if (!HUTConvert::stringToInteger(root.attribute(projectName::kVersion), version) || version < 1)
         document.refuse(root, "there is no version");
     if (version > kVersion)
         throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-13@%s%s%s",
@@ -568,50 +570,51 @@ void ProjectFile::checkVersion_(const xml::Document& document) const {
 
 void ProjectFile::readDesign_(const xml::Element& root) {
     DesignInputs inputs;
-    m_project.m_name = root.attribute(name::kName);
-    inputs.top = root.attribute(name::kTop);
-    inputs.device = root.attribute(name::kDevice);
-    inputs.package = root.attribute(name::kPackage);
-    inputs.frequencyMhz = root.attribute(name::kFrequency);
+    m_project.m_name = root.attribute(projectName::kName);
+    inputs.top = root.attribute(projectName::kTop);
+    inputs.device = root.attribute(projectName::kDevice);
+    inputs.package = root.attribute(projectName::kPackage);
+    inputs.frequencyMhz = root.attribute(projectName::kFrequency);
     for (const xml::Element& child : root.children()) {
-        const std::string path = absolute_(child.attribute(name::kPath));
-        if (child.name() == name::kSource)
+        const std::string path = absolute_(child.attribute(projectName::kPath));
+        if (child.name() == projectName::kSource)
             inputs.sources.push_back(path);
-        else if (child.name() == name::kConstraints)
+        else if (child.name() == projectName::kConstraints)
             inputs.constraints = path;
-        else if (child.name() == name::kInclude)
+        else if (child.name() == projectName::kInclude)
             inputs.includeDirs.push_back(path);
-        else if (child.name() == name::kDefine)
-            inputs.defines.push_back(child.attribute(name::kText));
+        else if (child.name() == projectName::kDefine)
+            inputs.defines.push_back(child.attribute(projectName::kText));
     }
     m_project.m_inputs = inputs;
 }
 
 void ProjectFile::readRun_(const xml::Document& document, const xml::Element& element) {
-    const HAXPFlow* flow = HAXPMgr::getGlobal()->getFlowById(element.attribute(name::kFlow));
+    const HAXPFlow* flow = HAXPMgr::getGlobal()->getFlowById(element.attribute(projectName::kFlow));
     if (flow == nullptr)
-        document.refuse(element, "there is no flow " + element.attribute(name::kFlow));
+        document.refuse(element, "there is no flow " + element.attribute(projectName::kFlow));
     Project::Entry* entry = nullptr;
     requireEntry(document, element, [&] {
-        entry = &m_project.addEntry_(element.attribute(name::kName), *flow, "",
-                                     element.attribute(name::kSynthesis));
-        workbench::requireScriptPath(absolute_(element.attribute(name::kDir)));
+        entry = &m_project.addEntry_(element.attribute(projectName::kName), *flow, "",
+                                     element.attribute(projectName::kSynthesis));
+        workbench::requireScriptPath(absolute_(element.attribute(projectName::kDir)));
     });
     HAXPExpRun& run = *entry->run;
     readOptions(document, element, *run.getStrategy());
-    run.setStrategyName(element.attribute(name::kStrategy));
-    run.setDescription(element.attribute(name::kDescription), false);
+    run.setStrategyName(element.attribute(projectName::kStrategy));
+    run.setDescription(element.attribute(projectName::kDescription), false);
     readFamily_(document, element, *entry);
-    entry->toStep = element.attribute(name::kToStep);
+    entry->toStep = element.attribute(projectName::kToStep);
     run.setToStepId(entry->toStep);
-    const std::string& dir = element.attribute(name::kDir);
+    const std::string& dir = element.attribute(projectName::kDir);
     if (!dir.empty() && !isRunDirectory(absolute_(dir)))
         document.refuse(element,
                         "the run directory " + dir + " is no folder in " + m_project.getRunsDir());
     if (!dir.empty())
         run.setRunDir(absolute_(dir), false);
-    if (const xml::Element* launch = element.child(name::kLaunch)) {
-        run.getInfo().setLaunch(readTime(document, *launch), launch->attribute(name::kToStep));
+    if (const xml::Element* launch = element.child(projectName::kLaunch)) {
+        run.getInfo().setLaunch(readTime(document, *launch),
+                                launch->attribute(projectName::kToStep));
         readCluster(*launch, run.getInfo());
         run.getInfo().setLaunchedInputs(readInputs_(*launch));
         run.getInfo().setLaunchedFiles(readFiles_(document, *launch));
@@ -628,8 +631,8 @@ void ProjectFile::readRun_(const xml::Document& document, const xml::Element& el
 
 void ProjectFile::readFamily_(const xml::Document& document, const xml::Element& element,
                               const Project::Entry& entry) {
-    const workbench::RunFamily family{element.attribute(name::kSweep),
-                                      element.attribute(name::kFamily)};
+    const workbench::RunFamily family{element.attribute(projectName::kSweep),
+                                      element.attribute(projectName::kFamily)};
     if (!family.sweep.empty() || !family.name.empty())
         requireEntry(document, element, [&] { m_project.setFamilyOf(*entry.run, family); });
 }
@@ -639,10 +642,10 @@ void ProjectFile::readReports_(const xml::Document& document, const xml::Element
     if (m_project.m_access == Project::kOverview)
         return;
     std::vector<workbench::ReportRecord> records;
-    if (const xml::Element* reports = element.child(name::kReports)) {
-        entry.run->setReportStrategyName(reports->attribute(name::kStrategy));
+    if (const xml::Element* reports = element.child(projectName::kReports)) {
+        entry.run->setReportStrategyName(reports->attribute(projectName::kStrategy));
         for (const xml::Element& child : reports->children()) {
-            if (child.name() == name::kReport)
+            if (child.name() == projectName::kReport)
                 records.push_back(readReport(document, child));
         }
     }
@@ -655,40 +658,40 @@ void ProjectFile::writeRun_(HXMLWriterBase& out, const Project::Entry& entry) co
     const HAXPExpRun& run = *entry.run;
     const OpenRunInfo& info = run.getInfo();
     const std::string dir = run.getDir();
-    out.addAttr(name::kName, run.getName());
-    out.addAttr(name::kFlow, entry.flow->getFlowId());
-    addIfSet(out, name::kSynthesis, entry.synthesis);
-    out.addAttr(name::kStrategy, run.getStrategy()->getName());
-    addIfSet(out, name::kDescription, run.getDescription());
-    addIfSet(out, name::kDir, dir.empty() ? dir : relative_(dir));
-    addIfSet(out, name::kToStep, entry.toStep);
-    addIfSet(out, name::kSweep, entry.family.sweep);
-    addIfSet(out, name::kFamily, entry.family.name);
-    out.wrStartTag(name::kRun);
+    out.addAttr(projectName::kName, run.getName());
+    out.addAttr(projectName::kFlow, entry.flow->getFlowId());
+    addIfSet(out, projectName::kSynthesis, entry.synthesis);
+    out.addAttr(projectName::kStrategy, run.getStrategy()->getName());
+    addIfSet(out, projectName::kDescription, run.getDescription());
+    addIfSet(out, projectName::kDir, dir.empty() ? dir : relative_(dir));
+    addIfSet(out, projectName::kToStep, entry.toStep);
+    addIfSet(out, projectName::kSweep, entry.family.sweep);
+    addIfSet(out, projectName::kFamily, entry.family.name);
+    out.wrStartTag(projectName::kRun);
     writeOptions(out, *run.getStrategy());
     writeReports(out, run, entry.lostReports);
     if (info.getLaunchTime() != 0) {
-        out.addAttr(name::kTime, std::to_string(info.getLaunchTime()));
-        addIfSet(out, name::kToStep, info.getLaunchedTo());
-        addIfSet(out, name::kCluster, info.getClusterConfigurationName());
-        out.wrStartTag(name::kLaunch);
+        out.addAttr(projectName::kTime, std::to_string(info.getLaunchTime()));
+        addIfSet(out, projectName::kToStep, info.getLaunchedTo());
+        addIfSet(out, projectName::kCluster, info.getClusterConfigurationName());
+        out.wrStartTag(projectName::kLaunch);
         writeInputs_(out, info.getLaunchedInputs());
         writeFiles_(out, info);
         writeTools(out, info);
         if (info.getRunSnapshotStrategy() != nullptr)
             writeOptions(out, *info.getRunSnapshotStrategy());
-        out.wrEndTag(name::kLaunch);
+        out.wrEndTag(projectName::kLaunch);
     }
-    out.wrEndTag(name::kRun);
+    out.wrEndTag(projectName::kRun);
 }
 
 void ProjectFile::writeInputs_(HXMLWriterBase& out, const workbench::InputRecord& record) const {
     for (const auto& entry : record) {
         for (const std::string& value : entry.second) {
-            out.addAttr(name::kName, entry.first);
-            out.addAttr(name::kValue,
+            out.addAttr(projectName::kName, entry.first);
+            out.addAttr(projectName::kValue,
                         workbench::isPathInput(entry.first) ? relative_(value) : value);
-            out.wrEmptyTag(name::kInput);
+            out.wrEmptyTag(projectName::kInput);
         }
     }
 }
@@ -696,10 +699,10 @@ void ProjectFile::writeInputs_(HXMLWriterBase& out, const workbench::InputRecord
 workbench::InputRecord ProjectFile::readInputs_(const xml::Element& launch) const {
     workbench::InputRecord record;
     for (const xml::Element& child : launch.children()) {
-        if (child.name() != name::kInput)
+        if (child.name() != projectName::kInput)
             continue;
-        const std::string& entry = child.attribute(name::kName);
-        const std::string& value = child.attribute(name::kValue);
+        const std::string& entry = child.attribute(projectName::kName);
+        const std::string& value = child.attribute(projectName::kValue);
         record[entry].push_back(workbench::isPathInput(entry) ? absolute_(value) : value);
     }
     return record;
@@ -707,10 +710,10 @@ workbench::InputRecord ProjectFile::readInputs_(const xml::Element& launch) cons
 
 void ProjectFile::writeFiles_(HXMLWriterBase& out, const OpenRunInfo& info) const {
     for (const auto& [path, file] : info.getLaunchedFiles()) {
-        out.addAttr(name::kPath, relative_(path));
-        out.addAttr(name::kKind, workbench::inputKindName(file.kind));
+        out.addAttr(projectName::kPath, relative_(path));
+        out.addAttr(projectName::kKind, workbench::inputKindName(file.kind));
         workbench::writePrint(out, file.print);
-        out.wrEmptyTag(name::kFile);
+        out.wrEmptyTag(projectName::kFile);
     }
 }
 
@@ -718,14 +721,14 @@ workbench::InputFiles ProjectFile::readFiles_(const xml::Document& document,
                                               const xml::Element& launch) const {
     workbench::InputFiles files;
     for (const xml::Element& child : launch.children()) {
-        if (child.name() != name::kFile)
+        if (child.name() != projectName::kFile)
             continue;
         workbench::InputFile file;
-        const std::string& kind = child.attribute(name::kKind);
+        const std::string& kind = child.attribute(projectName::kKind);
         if (!workbench::findInputKind(kind, file.kind))
             document.refuse(child, "\"" + kind + "\" is no kind of file");
         file.print = workbench::readPrint(document, child);
-        files[absolute_(child.attribute(name::kPath))] = file;
+        files[absolute_(child.attribute(projectName::kPath))] = file;
     }
     return files;
 }

@@ -26,7 +26,7 @@ namespace {
 using StepIter = std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>>;
 using ConfigIter = std::unique_ptr<HSTFwdIter<HAXRReportConfig*>>;
 
-ReportRecord recordOf(const HAXRReportConfig& report) {
+ReportRecord reportRecordOf(const HAXRReportConfig& report) {
     ReportRecord record;
     record.name = report.getName();
     record.stepId = report.getAssociatedStepName();
@@ -105,7 +105,7 @@ std::vector<ReportRecord> recordReports(const HAXPExpRunBase& run) {
         while (reports->hasNext()) {
             const HAXRReportConfig* report = reports->next();
             if (!report->isStaticReport())
-                records.push_back(recordOf(*report));
+                records.push_back(reportRecordOf(*report));
         }
     }
     return records;

@@ -9,9 +9,6 @@
 
 #include "environment/containers/HSTFwdIter.h"
 #include "environment/containers/HSTKeyValIter.h"
-#include "environment/errors/HEXUserException.h"
-#include "environment/messages/ComMsgMgr.h"
-#include "environment/messages/ComMsgMgrInstance.h"
 #include "environment/options/HATAttrSpec.h"
 #include "environment/options/HATOptGroup.h"
 #include "environment/options/HATOptGroupSpec.h"
@@ -24,6 +21,7 @@
 #include "runs/base/xpreport/HAXRReportStrategy.h"
 #include "runs/base/xpreport/VersionInfo.h"
 #include "workbench/entryRules.h"
+#include "workbench/fail.h"
 #include "workbench/optionText.h"
 #include "workbench/printable.h"
 #include "workbench/suggestion.h"
@@ -34,10 +32,6 @@ namespace {
 
 using SpecIter = std::unique_ptr<HSTFwdIter<HAXRReportSpec*>>;
 
-template <class... Args> [[noreturn]] void fail(const char* format, const Args&... args) {
-    throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, format, args...));
-}
-
 void append(std::string& list, const std::string& text) {
     list += (list.empty() ? "" : ", ") + text;
 }
@@ -46,7 +40,7 @@ std::string orNone(const std::string& list) {
     return list.empty() ? "none" : list;
 }
 
-std::string textOf(const VersionInfo& version) {
+std::string versionText(const VersionInfo& version) {
     return std::to_string(version.major) + "." + std::to_string(version.minor);
 }
 
@@ -75,7 +69,8 @@ void requireReportStep(const HAXRReportStrategy& strategy, const std::string& st
 }
 
 /// A copy of the catalogue's report. What the catalogue lacks is told with what it has.
-std::unique_ptr<HAXRReportSpec> makeSpec(const std::string& name, const std::string& version) {
+std::unique_ptr<HAXRReportSpec> makeReportSpec(const std::string& name,
+                                               const std::string& version) {
     const HAXRReportSpecMgr& catalogue = *HAXRReportSpecMgr::getGlobal();
     const HAXRReportSpec* latest = nullptr;
     std::string list;
@@ -99,7 +94,7 @@ std::unique_ptr<HAXRReportSpec> makeSpec(const std::string& name, const std::str
     std::unique_ptr<HAXRReportSpec> spec(isVersion ? catalogue.getReportSpec(name, wanted)
                                                    : nullptr);
     if (spec == nullptr)
-        fail("@60-72@%s%s%s", name, printable(version), textOf(latest->getVersion()));
+        fail("@60-72@%s%s%s", name, printable(version), versionText(latest->getVersion()));
     return spec;
 }
 
@@ -158,24 +153,25 @@ StrategyReport chosenReport(const HAXRReportStrategy& strategy, const std::strin
     return found.front();
 }
 
-std::string valueOf(const StrategyReport& report, const HATAttrSpec& option) {
+std::string optionValue(const StrategyReport& report, const HATAttrSpec& option) {
     return optionText(*report.spec->getOptions(), option);
 }
 
 /// Every report and each of its options by name.
-using Values = std::map<std::pair<std::string, std::string>, std::string>;
+using OptionValues = std::map<std::pair<std::string, std::string>, std::string>;
 
-Values valuesOf(const HAXRReportStrategy& strategy) {
-    Values values;
+OptionValues optionValues(const HAXRReportStrategy& strategy) {
+    OptionValues values;
     for (const StrategyReport& report : reportsOf(strategy)) {
         values[{report.step, report.name}] = report.version();
         for (const HATAttrSpec* option : report.options())
-            values[{report.step, report.name + "." + option->getName()}] = valueOf(report, *option);
+            values[{report.step, report.name + "." + option->getName()}] =
+                optionValue(report, *option);
     }
     return values;
 }
 
-std::string find(const Values& values, const Values::key_type& key) {
+std::string valueAt(const OptionValues& values, const OptionValues::key_type& key) {
     const auto found = values.find(key);
     return found == values.end() ? std::string() : found->second;
 }
@@ -183,7 +179,7 @@ std::string find(const Values& values, const Values::key_type& key) {
 }  // namespace
 
 std::string StrategyReport::version() const {
-    return spec->getVersion().isLatest() ? "latest" : textOf(spec->getVersion());
+    return spec->getVersion().isLatest() ? "latest" : versionText(spec->getVersion());
 }
 
 std::vector<const HATAttrSpec*> StrategyReport::options() const {
@@ -240,7 +236,7 @@ void setReportOption(const HAXRReportStrategy& strategy, const std::string& name
 void requireReportValues(const HAXRReportStrategy& strategy) {
     for (const StrategyReport& report : reportsOf(strategy)) {
         for (const HATAttrSpec* option : report.options())
-            requireReportOption(option->getName(), valueOf(report, *option));
+            requireReportOption(option->getName(), optionValue(report, *option));
     }
 }
 
@@ -248,7 +244,7 @@ std::string addReport(HAXRReportStrategy& strategy, const std::string& step,
                       const std::string& name, const std::string& version,
                       const std::string& displayName) {
     requireReportStep(strategy, step);
-    std::unique_ptr<HAXRReportSpec> spec = makeSpec(name, version);
+    std::unique_ptr<HAXRReportSpec> spec = makeReportSpec(name, version);
     nameSpec(strategy, step, displayName, *spec);
     const HAXRReportSpec* added = strategy.addSpec(step, spec.get(), false);
     static_cast<void>(spec.release());
@@ -267,14 +263,14 @@ void removeReport(HAXRReportStrategy& strategy, const std::string& step, const s
 
 std::vector<ReportDifference> differences(const HAXRReportStrategy& first,
                                           const HAXRReportStrategy& second) {
-    const Values a = valuesOf(first);
-    const Values b = valuesOf(second);
-    Values all = a;
+    const OptionValues a = optionValues(first);
+    const OptionValues b = optionValues(second);
+    OptionValues all = a;
     all.insert(b.begin(), b.end());
     std::vector<ReportDifference> found;
     for (const auto& entry : all) {
-        const std::string inFirst = find(a, entry.first);
-        const std::string inSecond = find(b, entry.first);
+        const std::string inFirst = valueAt(a, entry.first);
+        const std::string inSecond = valueAt(b, entry.first);
         if (inFirst != inSecond)
             found.push_back({entry.first.first, entry.first.second, inFirst, inSecond});
     }

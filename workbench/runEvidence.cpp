@@ -18,6 +18,7 @@
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xperiment/stepMarkers.h"
 #include "workbench/HAXPExpRun.h"
+#include "workbench/fileTimes.h"
 #include "workbench/launchLease.h"
 #include "workbench/links.h"
 #include "workbench/places/HerePlace.h"
@@ -29,9 +30,6 @@ namespace {
 
 using Life = HUTProcessHandle::Life;
 using Verdict = RunEvidence::Verdict;
-
-/// File systems round times, up to two seconds.
-constexpr long kCoarsestClockSec = 2;
 
 bool isAlive(const LifeSigns& signs) {
     return signs.place == RunLife::kAlive || signs.lock == RunLife::kAlive ||
@@ -105,12 +103,12 @@ void lookAtProcess(const HAXPExpRunStep& step, LifeSigns& signs, std::vector<std
 }
 
 std::string silenceText(const std::optional<long>& seconds) {
-    return seconds ? fmt::format("it last wrote {} ago", durationText(*seconds))
+    return seconds ? fmt::format("it last wrote {} ago", roughDuration(*seconds))
                    : "when it last wrote can't be told";
 }
 
-std::string textOf(void (HUTProcessHandle::*get)(std::string&) const,
-                   const HUTProcessHandle& process) {
+std::string handleText(void (HUTProcessHandle::*get)(std::string&) const,
+                       const HUTProcessHandle& process) {
     std::string text;
     (process.*get)(text);
     return text;
@@ -125,11 +123,12 @@ bool isSame(const std::string& recorded, const std::string& here) {
 bool worksHere(const LaunchLease* lease, const HUTProcessHandle* process) {
     process::ProcessTable& table = process::processTable();
     if (process != nullptr && process->isPartialComplete())
-        return textOf(&HUTProcessHandle::getHostname, *process) == table.hostName() &&
-               isSame(textOf(&HUTProcessHandle::getPidNamespace, *process), table.pidNamespace());
+        return handleText(&HUTProcessHandle::getHostname, *process) == table.hostName() &&
+               isSame(handleText(&HUTProcessHandle::getPidNamespace, *process),
+                      table.pidNamespace());
     return lease == nullptr ||
            (lease->way.kind == LaunchWay::Kind::kHere &&
-            isSame(textOf(&HUTProcessHandle::getHostname, lease->launcher), table.hostName()));
+            isSame(handleText(&HUTProcessHandle::getHostname, lease->launcher), table.hostName()));
 }
 
 RunEvidence gatherEvidence(HAXPExpRun& run, const LaunchLease* lease, const HAXPExpRunStep* step) {
@@ -173,7 +172,7 @@ std::optional<long> secondsOfSilence(const std::string& runDir,
     return std::max(0L, *now - *latest);
 }
 
-std::string durationText(long seconds) {
+std::string roughDuration(long seconds) {
     struct Unit {
         long seconds;
         const char* name;

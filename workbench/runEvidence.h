@@ -73,6 +73,6 @@ WORKBENCH_API std::optional<long> secondsOfSilence(const std::string& runDir,
                                                    const std::vector<std::string>& names);
 
 /// "12 s", "14 min", "3 h" or "2 days".
-WORKBENCH_API std::string durationText(long seconds);
+WORKBENCH_API std::string roughDuration(long seconds);
 
 }  // namespace workbench

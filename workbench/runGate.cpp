@@ -8,12 +8,7 @@
 
 namespace workbench {
 
-namespace {
-
-/// No file system in use has a coarser clock.
-constexpr long kCoarsestClockSec = 2;
-
-}  // namespace
+namespace {}  // namespace
 
 RunGate::RunGate() : RunGate(systemTime, ::stat) {}
 

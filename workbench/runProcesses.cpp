@@ -29,7 +29,7 @@ struct CloseDir {
 using Dir = std::unique_ptr<DIR, CloseDir>;
 
 /// The number that a name in /proc is, or -1.
-long numberOf(const char* name) {
+long procNumber(const char* name) {
     char* end = nullptr;
     const long number = std::strtol(name, &end, 10);
     return *name >= '0' && *name <= '9' && *end == '\0' ? number : -1;
@@ -90,7 +90,7 @@ private:
         if (fds == nullptr)
             return false;
         while (const dirent* entry = readdir(fds.get())) {
-            if (numberOf(entry->d_name) >= 0 && isLock_(dirfd(fds.get()), entry->d_name) &&
+            if (procNumber(entry->d_name) >= 0 && isLock_(dirfd(fds.get()), entry->d_name) &&
                 writes_(pid, entry->d_name))
                 return true;
         }
@@ -146,7 +146,7 @@ std::vector<long> findRunProcesses(const std::string& runDir, const std::string&
     if (all == nullptr)
         return found;
     while (const dirent* entry = readdir(all.get())) {
-        const long pid = numberOf(entry->d_name);
+        const long pid = procNumber(entry->d_name);
         if (pid > 1 && run.has(pid))
             found.push_back(pid);
     }

@@ -42,7 +42,7 @@ namespace {
 
 const char kExtension[] = "psg";
 const char kDefaultName[] = "Default";
-const char kLockName[] = ".strategies.lock";
+const char kStrategiesLock[] = ".strategies.lock";
 
 constexpr std::chrono::milliseconds kPause{20};
 
@@ -61,7 +61,7 @@ std::vector<Strategy*> sorted(const std::unique_ptr<HSTFwdIter<Strategy*>>& stra
     return all;
 }
 
-void requireScriptValues(const HATOptGroup& group) {
+void requireGroupValues(const HATOptGroup& group) {
     for (const auto& spec : group.getOptionsSpec()->getAttrSpecs()) {
         if (group.isSet(spec.get()))
             requireOptionText(group.getOptGrpId() + "." + spec->getName(),
@@ -131,14 +131,14 @@ void requireScriptValues(const HAXPStrategy& strategy) {
         strategy.createFlowStepOptionsIter());
     while (entries->hasNext()) {
         const HAXPFlowStepOptions* entry = entries->next();
-        requireScriptValues(*entry->getOptions());
-        requireScriptValues(*entry->getAttrs());
+        requireGroupValues(*entry->getOptions());
+        requireGroupValues(*entry->getAttrs());
     }
 }
 
 StrategyLock::StrategyLock(int longestWaitMs) {
     const std::string folder = userFolder();
-    const std::string path = folder + HUTFile::getDirSeparator() + kLockName;
+    const std::string path = folder + HUTFile::getDirSeparator() + kStrategiesLock;
     m_fd = open(path.c_str(), O_RDONLY | O_CREAT | O_CLOEXEC | O_NOFOLLOW | O_NONBLOCK, 0644);
     if (m_fd < 0)
         failToUse(folder, std::strerror(errno));

@@ -40,7 +40,7 @@ std::string quoted(const std::string& text) {
     return "\"" + printable(text) + "\"";
 }
 
-[[noreturn]] void refuse(const std::string& path, int line, const std::string& reason) {
+[[noreturn]] void refuseFile(const std::string& path, int line, const std::string& reason) {
     std::string place = printable(path);
     if (line > 0)
         place += ", line " + std::to_string(line);
@@ -283,7 +283,7 @@ std::vector<std::unique_ptr<HAXPStrategy>> readStrategyFile(const std::string& p
     try {
         checkStrategy(xml::Document::fromFile(path));
     } catch (const HXMLReadException& error) {
-        refuse(error.getFileName(), error.getLine(), error.getReason());
+        refuseFile(error.getFileName(), error.getLine(), error.getReason());
     }
     HAXSStrategyXMLParser parser;
     const bool isRead = parser.parseStrategies(path);
@@ -292,7 +292,7 @@ std::vector<std::unique_ptr<HAXPStrategy>> readStrategyFile(const std::string& p
     while (finished->hasNext())
         strategies.emplace_back(finished->next());
     if (!isRead || strategies.size() != 1 || parser.hasDropped())
-        refuse(path, 0, "not all of the file could be read");
+        refuseFile(path, 0, "not all of the file could be read");
     return strategies;
 }
 
@@ -300,7 +300,7 @@ std::vector<OwnedReportStrategy> readReportStrategyFile(const std::string& path)
     try {
         checkReportStrategies(xml::Document::fromFile(path));
     } catch (const HXMLReadException& error) {
-        refuse(error.getFileName(), error.getLine(), error.getReason());
+        refuseFile(error.getFileName(), error.getLine(), error.getReason());
     }
     HAXRReportStrategyXMLParser1 parser;
     parser.parseStrategies(path);

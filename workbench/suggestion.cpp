@@ -75,6 +75,13 @@ std::string withHint(const std::string& typed, const std::string& known) {
     return known + "." + (meant.empty() ? "" : " Did you mean '" + meant + "'?");
 }
 
+std::string listOfNames(const std::vector<std::string>& names) {
+    std::string list;
+    for (const std::string& name : names)
+        list += (list.empty() ? "" : ", ") + name;
+    return list.empty() ? "none" : list;
+}
+
 std::string sentence(const std::string& text) {
     return !text.empty() && (text.back() == '?' || text.back() == '.') ? text : text + ".";
 }

@@ -23,6 +23,9 @@ WORKBENCH_API std::string suggestionFor(const std::string& typed,
 /// or of what stands behind their dots, was probably meant: "a, b.c. Did you mean 'c'?"
 WORKBENCH_API std::string withHint(const std::string& typed, const std::string& known);
 
+/// The names as such a list; "none" without one.
+WORKBENCH_API std::string listOfNames(const std::vector<std::string>& names);
+
 /// `text` with a full stop, unless it ends a sentence already.
 WORKBENCH_API std::string sentence(const std::string& text);
 

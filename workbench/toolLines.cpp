@@ -13,10 +13,10 @@
 
 namespace workbench {
 
-namespace {
-
 /// What is at work, as a "Command:" line tells.
-enum class Part { kNone, kSynthesis, kPlacing, kRouting, kTiming, kReports, kPacking };
+enum class ToolPart { kNone, kSynthesis, kPlacing, kRouting, kTiming, kReports, kPacking };
+
+namespace {
 
 /// A pass of yosys and the part of its time that has passed when it begins, as it was with
 /// processors of a thousand lookup tables. `from` is what must have passed before: the same
@@ -87,42 +87,42 @@ std::string programOf(const std::string& command) {
     return first.substr(first.rfind('/') + 1);
 }
 
-Part partOf(const std::string& program, const std::string& command) {
+ToolPart partOf(const std::string& program, const std::string& command) {
     if (program == "yosys")
-        return Part::kSynthesis;
+        return ToolPart::kSynthesis;
     if (startsWith(program, "nextpnr"))
-        return holds(command, " --no-route") ? Part::kPlacing : Part::kRouting;
+        return holds(command, " --no-route") ? ToolPart::kPlacing : ToolPart::kRouting;
     if (program == "icetime")
-        return Part::kTiming;
-    return program == "icepack" ? Part::kPacking : Part::kReports;
+        return ToolPart::kTiming;
+    return program == "icepack" ? ToolPart::kPacking : ToolPart::kReports;
 }
 
 /// The step whose log holds such a part.
-std::string stepOf(Part part) {
+std::string stepOf(ToolPart part) {
     switch (part) {
-    case Part::kSynthesis:
+    case ToolPart::kSynthesis:
         return "synth_design";
-    case Part::kPlacing:
+    case ToolPart::kPlacing:
         return "place_design";
-    case Part::kRouting:
-    case Part::kTiming:
+    case ToolPart::kRouting:
+    case ToolPart::kTiming:
         return "route_design";
-    case Part::kPacking:
+    case ToolPart::kPacking:
         return "write_bitstream";
-    case Part::kReports:
-    case Part::kNone:
+    case ToolPart::kReports:
+    case ToolPart::kNone:
         break;
     }
     return {};
 }
 
 /// The tool whose lines a log of `step` is full of.
-Part mainPartOf(const std::string& step) {
-    for (const Part part : {Part::kSynthesis, Part::kPlacing, Part::kRouting}) {
+ToolPart mainPartOf(const std::string& step) {
+    for (const ToolPart part : {ToolPart::kSynthesis, ToolPart::kPlacing, ToolPart::kRouting}) {
         if (stepOf(part) == step)
             return part;
     }
-    return Part::kNone;
+    return ToolPart::kNone;
 }
 
 /// The part `part`, 0 to 1, of what lies between `from` and `to`.
@@ -134,7 +134,7 @@ double within(double from, double to, double part) {
 
 /// What was read.
 struct ToolLines::State {
-    Part part = Part::kNone;
+    ToolPart part = ToolPart::kNone;
     /// The step that the part belongs to.
     std::string owner;
     std::size_t sections = 0;
@@ -178,7 +178,7 @@ void ToolLines::State::begin(const std::string& command) {
     next.annealingBefore = std::max(annealing, annealingBefore);
     next.part = partOf(program, command);
     // Whose reports are written is told by what ran before them.
-    next.owner = next.part == Part::kReports ? owner : stepOf(next.part);
+    next.owner = next.part == ToolPart::kReports ? owner : stepOf(next.part);
     next.isAnnealing = holds(command, " --placer sa");
     next.isRouter2 = holds(command, " --router router2");
     next.sections = sections + (next.part == mainPartOf(next.owner) ? 1 : 0);
@@ -359,14 +359,14 @@ void ToolLines::read(const std::string& line, const std::string& step) {
         m_state->begin(line.substr(sizeof kCommand - 1));
         return;
     }
-    if (m_state->part == Part::kNone) {
+    if (m_state->part == ToolPart::kNone) {
         m_state->part = mainPartOf(step);
         m_state->owner = step;
         m_state->isHeadless = true;
     }
-    if (m_state->part == Part::kSynthesis)
+    if (m_state->part == ToolPart::kSynthesis)
         m_state->readSynthesis(line);
-    if (m_state->part != Part::kPlacing && m_state->part != Part::kRouting)
+    if (m_state->part != ToolPart::kPlacing && m_state->part != ToolPart::kRouting)
         return;
     std::size_t at = startsWith(line, "Info: ") ? 6 : std::string::npos;
     if (at == std::string::npos)
@@ -376,7 +376,7 @@ void ToolLines::read(const std::string& line, const std::string& step) {
         return;
     const std::string text = line.substr(at);
     m_state->readPlacer(text);
-    if (m_state->part == Part::kRouting)
+    if (m_state->part == ToolPart::kRouting)
         m_state->readRouter(text);
 }
 
@@ -395,19 +395,19 @@ ToolProgress ToolLines::progress(const std::string& step) const {
         return ToolProgress{true, fraction, fraction, 1, text};
     };
     switch (m_state->part) {
-    case Part::kSynthesis:
+    case ToolPart::kSynthesis:
         return scaled(m_state->synthesis());
-    case Part::kPlacing:
+    case ToolPart::kPlacing:
         return scaled(m_state->placement());
-    case Part::kRouting:
+    case ToolPart::kRouting:
         return scaled(m_state->routeStep());
-    case Part::kTiming:
+    case ToolPart::kTiming:
         return fixed(0.93, "timing");
-    case Part::kReports:
+    case ToolPart::kReports:
         return fixed(0.96, "writing reports");
-    case Part::kPacking:
+    case ToolPart::kPacking:
         return fixed(0.1, "packing the bitstream");
-    case Part::kNone:
+    case ToolPart::kNone:
         break;
     }
     return {};

@@ -15,10 +15,10 @@ namespace {
 
 /// The most that one look reads.
 constexpr off_t kMostAtOnce = 4L * 1024 * 1024;
-constexpr std::size_t kBlock = std::size_t{64} * 1024;
+constexpr std::size_t kLogBlock = std::size_t{64} * 1024;
 /// The most that is kept of a line; the rest of a longer one is passed over. A command with
 /// many sources is long.
-constexpr std::size_t kLongestLine = std::size_t{16} * 1024;
+constexpr std::size_t kLongestKeptLine = std::size_t{16} * 1024;
 
 }  // namespace
 
@@ -77,7 +77,7 @@ void ToolProgressReader::Log::take(const char* text, std::size_t size, const std
             isPassedOver = false;
         } else if (!isPassedOver) {
             line += text[i];
-            isPassedOver = line.size() >= kLongestLine;
+            isPassedOver = line.size() >= kLongestKeptLine;
         }
     }
 }
@@ -90,7 +90,7 @@ void ToolProgressReader::Log::readFrom(int fd, off_t end, const std::string& ofS
         // It begins in the middle of a line.
         isPassedOver = true;
     }
-    char block[kBlock];
+    char block[kLogBlock];
     while (at < end) {
         const auto wanted =
             static_cast<std::size_t>(std::min<off_t>(end - at, static_cast<off_t>(sizeof block)));

@@ -21,7 +21,7 @@ namespace {
 
 constexpr std::size_t kMostWarnings = 10000;
 /// What a tool tells in more isn't read by anybody.
-constexpr std::size_t kLongestLine = 4096;
+constexpr std::size_t kLongestWarningLine = 4096;
 
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
@@ -189,7 +189,8 @@ struct Mark {
     std::string text;
 };
 
-std::string trimmed(const std::string& text) {
+/// Without blanks, or a carriage return, at either end.
+std::string trimmedLine(const std::string& text) {
     const std::size_t first = text.find_first_not_of(" \t\r");
     return first == std::string::npos
                ? std::string()
@@ -207,7 +208,7 @@ std::optional<Mark> markIn(const std::string& line) {
             at != std::string::npos && at >= 2 && line.compare(at - 2, 2, ": ") == 0;
         if (at != 0 && !isBehind)
             continue;
-        const std::string text = trimmed(line.substr(at + mark.size()));
+        const std::string text = trimmedLine(line.substr(at + mark.size()));
         if (!text.empty())
             return Mark{at == 0 ? std::string() : line.substr(0, at - 2), text};
     }
@@ -241,7 +242,7 @@ ToolWarning warningOf(const Mark& mark, const ToolCall& call) {
 }
 
 /// What is gathered from a log line by line.
-class Gathering {
+class WarningGathering {
 public:
     void readLine(const std::string& line) {
         if (const std::optional<ToolCall> call = callIn(line)) {
@@ -311,10 +312,10 @@ std::string warningKey(const std::string& text) {
 }
 
 std::vector<ToolWarning> warningsIn(std::istream& log) {
-    Gathering gathering;
+    WarningGathering gathering;
     for (std::string line; std::getline(log, line);) {
-        if (line.size() > kLongestLine && line.compare(0, 9, "Command: ") != 0)
-            line.resize(kLongestLine);
+        if (line.size() > kLongestWarningLine && line.compare(0, 9, "Command: ") != 0)
+            line.resize(kLongestWarningLine);
         gathering.readLine(line);
     }
     return gathering.take();

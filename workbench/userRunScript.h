@@ -2,6 +2,7 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "workbench/WorkbenchExport.h"
@@ -10,6 +11,9 @@ class HAXPExpRun;
 
 /// Run scripts that users write themselves.
 namespace workbench {
+
+/// The bytes of the largest one that is read; a generated script is a few kilobytes.
+inline constexpr std::size_t kLargestRunScript = 4U << 20U;
 
 /// The copy of the user's script in the run directory.
 inline constexpr char kUserScriptName[] = "runme.user.sh";

@@ -110,7 +110,7 @@ void addPart(const PathHop& hop, CriticalPath& path) {
         path.logic += hop.delayNs;
 }
 
-CriticalPath describe(const TimingPath& slowest, const reports::Design* design) {
+CriticalPath describePath(const TimingPath& slowest, const reports::Design* design) {
     CriticalPath path;
     path.clock = clockOf(slowest);
     path.ns = slowest.delayNs();
@@ -199,9 +199,9 @@ RoutedFacts routedFacts(const HAXPExpRun& run, const RoutedReport& routed, PathS
     const DesignInputs& inputs = run.getInfo().getInputs();
     const bool isKnown = !routed.placedInputs.empty();
     facts.path =
-        describe(*routed.slowest,
-                 isKnown ? sources.designOf(inputs.netlist, inputs.constraints, routed.placedInputs)
-                         : nullptr);
+        describePath(*routed.slowest, isKnown ? sources.designOf(inputs.netlist, inputs.constraints,
+                                                                 routed.placedInputs)
+                                              : nullptr);
     return facts;
 }
 

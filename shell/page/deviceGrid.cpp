@@ -13,7 +13,7 @@ namespace shell {
 namespace {
 
 /// The line stands among the first ones, before the long tables.
-constexpr int kMostLines = 1000;
+constexpr int kMostHeadLines = 1000;
 
 }  // namespace
 
@@ -25,7 +25,7 @@ std::optional<std::pair<int, int>> deviceGrid(const std::string& name, const std
         return std::nullopt;
     std::ifstream database(folder + "/" + device->database);
     std::string line;
-    for (int i = 0; i < kMostLines && std::getline(database, line); ++i) {
+    for (int i = 0; i < kMostHeadLines && std::getline(database, line); ++i) {
         std::istringstream words(line);
         std::string word;
         std::string id;

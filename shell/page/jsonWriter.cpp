@@ -15,12 +15,6 @@ namespace shell {
 
 namespace {
 
-using nlohmann::json;
-
-std::string dumped(const json& value) {
-    return value.dump(-1, ' ', false, json::error_handler_t::replace);
-}
-
 /// Whether a text is written as it is.
 bool isPlain(const std::string& text) {
     return std::all_of(text.begin(), text.end(), [](char c) {
@@ -30,6 +24,10 @@ bool isPlain(const std::string& text) {
 }
 
 }  // namespace
+
+std::string dumped(const nlohmann::json& value) {
+    return value.dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+}
 
 void JsonWriter::name(const std::string& name) {
     text(name);

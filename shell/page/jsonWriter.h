@@ -7,7 +7,12 @@
 #include <type_traits>
 #include <vector>
 
+#include <nlohmann/json_fwd.hpp>
+
 namespace shell {
+
+/// `value` without blanks. Bytes that aren't UTF-8 become U+FFFD.
+std::string dumped(const nlohmann::json& value);
 
 /// Writes JSON without blanks, value by value: for data of which there is so much that no tree
 /// of it is made first. It puts the commas; that each member has one value, and that what begins

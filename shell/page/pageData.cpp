@@ -19,6 +19,7 @@
 #include "shell/familyView.h"
 #include "shell/note.h"
 #include "shell/page/deviceGrid.h"
+#include "shell/page/jsonWriter.h"
 #include "shell/page/runEntry.h"
 #include "shell/page/shortText.h"
 #include "shell/runView.h"
@@ -39,10 +40,6 @@ using nlohmann::json;
 
 /// The figures that designers look at first, and those in which families are compared.
 constexpr const char* kFirstFigures[] = {"fmax", "worst_slack", "logic_cells", "luts", "seconds"};
-
-std::string dumped(const json& value) {
-    return value.dump(-1, ' ', false, json::error_handler_t::replace);
-}
 
 json designJson(const Project& project) {
     const DesignInputs& inputs = project.getInputs();
@@ -86,7 +83,7 @@ double toolSeconds(const std::vector<PageRun>& runs) {
     return sum;
 }
 
-json summaryJson(const std::vector<PageRun>& runs, double now) {
+json runCountsJson(const std::vector<PageRun>& runs, double now) {
     long done = 0;
     long failed = 0;
     long running = 0;
@@ -110,7 +107,7 @@ json summaryJson(const std::vector<PageRun>& runs, double now) {
             {"tool_seconds", std::round(toolSeconds(runs) * 1e3) / 1e3}};
 }
 
-json figuresJson(const std::vector<ComparedRun>& runs) {
+json figureListJson(const std::vector<ComparedRun>& runs) {
     std::vector<reports::Figure> figures = figureRows(runs);
     const auto rank = [](const reports::Figure& figure) {
         return std::find(std::begin(kFirstFigures), std::end(kFirstFigures), figure.name);
@@ -250,7 +247,7 @@ constexpr std::size_t kMostNights = 60;
 constexpr std::size_t kMostMarks = 10;
 constexpr std::size_t kMarkBytes = 300;
 
-json nightJson(const workbench::Night& night) {
+json pageNightJson(const workbench::Night& night) {
     json figures = json::object();
     for (const auto& figure : night.figures)
         figures[figure.first] = {{"best", figure.second.best}, {"median", figure.second.median}};
@@ -264,14 +261,14 @@ json nightJson(const workbench::Night& night) {
 }
 
 /// The page goes without its nights when the history can't be read.
-json nightsJson(const Project& project) {
+json pageNightsJson(const Project& project) {
     json list = json::array();
     try {
         const std::vector<workbench::Night> nights =
             workbench::nightsOf(workbench::History(project).launches());
         const std::size_t first = nights.size() - std::min(nights.size(), kMostNights);
         for (std::size_t i = first; i < nights.size(); ++i)
-            list.push_back(nightJson(nights[i]));
+            list.push_back(pageNightJson(nights[i]));
     } catch (const HEXAll& error) {
         tellWarning(fmt::format("The page goes without its nights: {}", error.what()));
     }
@@ -307,11 +304,11 @@ public:
                    workbench::utcTime(static_cast<std::time_t>(m_now), "%Y-%m-%dT%H:%M:%SZ")},
                   {"live", m_request.isLive},
                   {"project", designJson(m_project)},
-                  {"summary", summaryJson(m_runs, m_now)},
-                  {"figures", figuresJson(m_compared)},
+                  {"summary", runCountsJson(m_runs, m_now)},
+                  {"figures", figureListJson(m_compared)},
                   {"families", familyList(m_compared, families)},
                   {"comparisons", comparisonsJson(families, m_request.rule)},
-                  {"nights", nightsJson(m_project)},
+                  {"nights", pageNightsJson(m_project)},
                   {"device", deviceJson(m_project.getInputs().device)}};
         const std::set<std::string> best = addBest_(page);
         Room room(kPageDataBytes + kPageBytesOfRun * m_runs.size());

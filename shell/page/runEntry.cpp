@@ -38,7 +38,7 @@ constexpr std::size_t kReasonBytes = 240;
 constexpr std::size_t kLineBytes = 240;
 constexpr std::size_t kWordBytes = 100;
 /// Lines of a log.
-constexpr std::size_t kFailureLines = 16;
+constexpr std::size_t kMostLogLines = 16;
 constexpr std::size_t kReportBytes = 6000;
 constexpr std::size_t kLargestReport = 1 << 20;
 
@@ -130,7 +130,7 @@ std::string membersOf(const ReportEntry& report) {
 
 /// The options that make a run like `run` from its strategy; from the default one, with all
 /// its values, when that is gone.
-std::vector<std::string> settingsOf(const HAXPExpRun& run, std::string& strategy) {
+std::vector<std::string> settingsToRepeat(const HAXPExpRun& run, std::string& strategy) {
     std::vector<std::string> settings;
     HAXPStrategy& own = *run.getStrategy();
     strategy = own.getName();
@@ -148,7 +148,7 @@ std::vector<std::string> settingsOf(const HAXPExpRun& run, std::string& strategy
 std::vector<std::string> repeatLines(const Project& project, const HAXPExpRun& run) {
     const std::string name = run.getName() + "_again";
     std::string strategy;
-    const std::vector<std::string> settings = settingsOf(run, strategy);
+    const std::vector<std::string> settings = settingsToRepeat(run, strategy);
     std::vector<std::string> words{"xp", "create", name, "--flow", flowWord(run)};
     if (!strategy.empty())
         words.insert(words.end(), {"--strategy", strategy});
@@ -162,7 +162,7 @@ std::vector<std::string> repeatLines(const Project& project, const HAXPExpRun& r
 std::string logText(const std::vector<std::string>& lines) {
     JsonWriter out;
     out.beginArray();
-    for (std::size_t i = 0; i < lines.size() && i < kFailureLines; ++i)
+    for (std::size_t i = 0; i < lines.size() && i < kMostLogLines; ++i)
         out.text(shortText(lines[i], kLineBytes));
     out.endArray();
     return out.take();

@@ -10,14 +10,13 @@
 
 #include "shell/logTail.h"
 #include "shell/runView.h"
+#include "shell/runs.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/toolWarnings.h"
 
 namespace shell {
 
 namespace {
-
-using Runs = std::vector<HAXPExpRun*>;
 
 /// Lines of a log: of a run that works, and of others.
 constexpr std::size_t kWorkLines = 8;

@@ -24,7 +24,7 @@ namespace {
 using workbench::LaunchLease;
 using workbench::LaunchWay;
 
-double secondsOf(const timespec& time) {
+double roundedSeconds(const timespec& time) {
     return static_cast<double>(time.tv_sec) +
            std::round(static_cast<double>(time.tv_nsec) / 1e6) / 1e3;
 }
@@ -53,7 +53,7 @@ struct Markers {
         const std::string path = xperiment::markerPath(dir, xperiment::stepMarker(tracking, kind));
         if (stat(path.c_str(), &info) != 0)
             return std::nullopt;
-        return secondsOf(info.st_mtim);
+        return roundedSeconds(info.st_mtim);
     }
 };
 
@@ -62,11 +62,6 @@ std::optional<double> between(double from, std::optional<double> to) {
     if (!to || *to < from)
         return std::nullopt;
     return std::round((*to - from) * 1e3) / 1e3;
-}
-
-bool isKept(const LaunchLease& lease, const HAXPFlowStep& step) {
-    return lease.keptSteps && std::find(lease.keptSteps->begin(), lease.keptSteps->end(),
-                                        step.getStatusTrackingStr()) != lease.keptSteps->end();
 }
 
 StepTime stepTime(const HAXPExpRunStep& step, const std::string& dir, double now) {
@@ -113,7 +108,7 @@ RunTimes runTimes(const HAXPExpRun& run, double now) {
     const std::string dir = run.getDir();
     for (const HAXPExpRunStep* step : stepsOf(run)) {
         times.steps.push_back(stepTime(*step, dir, now));
-        times.steps.back().isKept = isKept(lease, *step->getFlowStep());
+        times.steps.back().isKept = isKept(lease, *step);
     }
     addSpan(run.isAtWork(), times);
     return times;
@@ -122,7 +117,7 @@ RunTimes runTimes(const HAXPExpRun& run, double now) {
 double timeNow() {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
-    return secondsOf(now);
+    return roundedSeconds(now);
 }
 
 }  // namespace shell

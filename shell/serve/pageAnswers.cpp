@@ -12,6 +12,7 @@
 #include "environment/files/HUTFileUtils.h"
 #include "shell/exitStatus.h"
 #include "shell/logTail.h"
+#include "shell/startsWith.h"
 
 namespace shell {
 
@@ -20,7 +21,7 @@ namespace {
 constexpr std::size_t kTokenBytes = 16;
 constexpr std::size_t kLargestFile = std::size_t{16} << 20;
 /// Of a longer log the last lines are shown.
-constexpr std::size_t kMostLines = 50000;
+constexpr std::size_t kMostServedLines = 50000;
 const char kHtml[] = "text/html; charset=utf-8";
 const char kJson[] = "application/json";
 
@@ -59,17 +60,13 @@ HttpAnswer versioned(const HttpRequest& request, const std::string& tag, const c
     return answer;
 }
 
-bool startsWith(const std::string& text, const std::string& head) {
-    return text.compare(0, head.size(), head) == 0;
-}
-
 HttpAnswer logAnswer(const PageSnapshot& page, const std::string& run) {
     const auto found = page.logs.find(run);
     if (found == page.logs.end())
         return notFound();
     std::string reason;
     std::string text;
-    for (const std::string& line : lastLines(found->second, kMostLines, reason))
+    for (const std::string& line : lastLines(found->second, kMostServedLines, reason))
         text += line + "\n";
     return reason.empty() ? textAnswer(200, std::move(text))
                           : textAnswer(404, "The log can't be read: " + reason + "\n");

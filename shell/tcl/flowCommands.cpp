@@ -16,7 +16,7 @@ namespace shell::tcl {
 
 namespace {
 
-Tcl_Obj* list(Call&) {
+Tcl_Obj* listFlows(Call&) {
     std::vector<std::string> words;
     for (const HAXPFlow* flow : allFlows())
         words.push_back(flowWord(*flow));
@@ -33,12 +33,12 @@ nlohmann::json stepsJson(const HAXPStrategy& plain) {
     return steps;
 }
 
-Tcl_Obj* steps(Call& call) {
+Tcl_Obj* listSteps(Call& call) {
     const HAXPStrategy plain(&flowNamed(call.word(0)));
     return newValue(stepsJson(plain));
 }
 
-Tcl_Obj* info(Call& call) {
+Tcl_Obj* describeFlow(Call& call) {
     const HAXPFlow& flow = flowNamed(call.word(0));
     const HAXPStrategy plain(&flow);
     return newValue({{"flow", flowWord(flow)},
@@ -47,7 +47,7 @@ Tcl_Obj* info(Call& call) {
                      {"steps", stepsJson(plain)}});
 }
 
-Tcl_Obj* options(Call& call) {
+Tcl_Obj* describeOptions(Call& call) {
     const HAXPStrategy plain(&flowNamed(call.word(0)));
     Tcl_Obj* dict = Tcl_NewDictObj();
     for (const workbench::StrategyOption& option : workbench::optionsOf(plain)) {
@@ -67,16 +67,16 @@ const Ensemble& flowEnsemble() {
         "flow",
         "what flows there are, with their steps and options",
         {
-            {"list", "", "the flows", 0, 0, {}, list},
-            {"info", "FLOW", "a dict: id, name, steps", 1, 1, {}, info},
-            {"steps", "FLOW", "the ids of its steps, in order", 1, 1, {}, steps},
+            {"list", "", "the flows", 0, 0, {}, listFlows},
+            {"info", "FLOW", "a dict: id, name, steps", 1, 1, {}, describeFlow},
+            {"steps", "FLOW", "the ids of its steps, in order", 1, 1, {}, listSteps},
             {"options",
              "FLOW ?STEP?",
              "a dict of its options, each with default and description",
              1,
              2,
              {},
-             options},
+             describeOptions},
         }};
     return ensemble;
 }

@@ -21,6 +21,7 @@
 #include "shell/planView.h"
 #include "shell/runPlan.h"
 #include "shell/runView.h"
+#include "shell/runs.h"
 #include "shell/tcl/runActions.h"
 #include "shell/tcl/tclAction.h"
 #include "shell/tcl/tclError.h"
@@ -34,8 +35,6 @@
 namespace shell::tcl {
 
 namespace {
-
-using Runs = std::vector<HAXPExpRun*>;
 
 /// The options of a launch, read by what reads those of xp.
 class LaunchWords {

@@ -21,15 +21,15 @@ namespace shell::tcl {
 namespace {
 
 /// The project that a word names, or the current one without the word.
-OpenProject& chosen(const Call& call) {
+OpenProject& chosenProject(const Call& call) {
     return call.count() == 0 ? call.session().current() : call.session().get(call.word(0));
 }
 
-Tcl_Obj* nameOf(const OpenProject& open) {
+Tcl_Obj* folderValue(const OpenProject& open) {
     return newText(open.project->getDir());
 }
 
-Tcl_Obj* makeNew(Call& call) {
+Tcl_Obj* newProject(Call& call) {
     DesignInputs inputs;
     inputs.top = call.required("-top");
     call.required("-sources");
@@ -40,46 +40,46 @@ Tcl_Obj* makeNew(Call& call) {
     inputs.frequencyMhz = call.text("-freq", inputs.frequencyMhz);
     inputs.defines = call.list("-defines");
     inputs.includeDirs = call.list("-includes");
-    return nameOf(call.session().add(makeProject(call.word(0), inputs), false));
+    return folderValue(call.session().add(makeProject(call.word(0), inputs), false));
 }
 
-Tcl_Obj* open(Call& call) {
+Tcl_Obj* openProject(Call& call) {
     const std::string dir = call.count() == 0 ? call.session().directory() : call.word(0);
     const bool isReadOnly = call.flag("-readonly");
     // Where the next project is: the library looks in the folders above, too.
     const std::string found = Project::open(dir, Project::kRead)->getDir();
     TclSession::requireNotOpen(found);
-    return nameOf(call.session().add(
+    return folderValue(call.session().add(
         Project::open(found, isReadOnly ? Project::kRead : Project::kChange), isReadOnly));
 }
 
-Tcl_Obj* close(Call& call) {
-    call.session().close(chosen(call));
+Tcl_Obj* closeProject(Call& call) {
+    call.session().close(chosenProject(call));
     return Tcl_NewObj();
 }
 
-Tcl_Obj* current(Call& call) {
-    OpenProject& project = chosen(call);
+Tcl_Obj* currentProject(Call& call) {
+    OpenProject& project = chosenProject(call);
     call.session().makeCurrent(project);
-    return nameOf(project);
+    return folderValue(project);
 }
 
-Tcl_Obj* list(Call& call) {
+Tcl_Obj* listProjects(Call& call) {
     std::vector<std::string> dirs;
     for (const OpenProject* each : call.session().projects())
         dirs.push_back(each->project->getDir());
     return newList(dirs);
 }
 
-Tcl_Obj* info(Call& call) {
-    const OpenProject& open = chosen(call);
+Tcl_Obj* describeProject(Call& call) {
+    const OpenProject& open = chosenProject(call);
     nlohmann::json json = projectJson(*open.project);
     json["readonly"] = open.isReadOnly;
     json["address"] = open.server ? nlohmann::json(open.server->getAddress()) : nlohmann::json();
     return newValue(json);
 }
 
-Tcl_Obj* add(Call& call) {
+Tcl_Obj* addSources(Call& call) {
     OpenProject& open = changeable(call.session().current());
     std::vector<std::string> paths;
     for (const AddedFile& file : addFiles(*open.project, call.textsFrom(0))) {
@@ -96,7 +96,7 @@ std::vector<HAXPExpRun*> runsToShow(const Call& call, OpenProject*& open) {
     return runs;
 }
 
-Tcl_Obj* html(Call& call) {
+Tcl_Obj* writeHtml(Call& call) {
     OpenProject* open = nullptr;
     const std::vector<HAXPExpRun*> runs = runsToShow(call, open);
     if (call.flag("-data"))
@@ -104,7 +104,7 @@ Tcl_Obj* html(Call& call) {
     return newText(writePage(*open->project, runs, call.text("-file")));
 }
 
-Tcl_Obj* serve(Call& call) {
+Tcl_Obj* servePage(Call& call) {
     OpenProject* open = nullptr;
     call.session().runs(call.words(), open);
     const std::string& dir = open->project->getDir();
@@ -118,12 +118,12 @@ Tcl_Obj* serve(Call& call) {
     return newText(open->server->getAddress());
 }
 
-Tcl_Obj* unserve(Call& call) {
-    chosen(call).server.reset();
+Tcl_Obj* unservePage(Call& call) {
+    chosenProject(call).server.reset();
     return Tcl_NewObj();
 }
 
-Tcl_Obj* doctor(Call& call) {
+Tcl_Obj* checkHost(Call& call) {
     CheckRequest request;
     if (call.count() > 0)
         request.dir = call.word(0);
@@ -163,37 +163,37 @@ const Ensemble& projectEnsemble() {
               {"-freq", "MHZ", "goal of every clock; 12 if unsaid"},
               {"-defines", "LIST", "macros NAME or NAME=VALUE"},
               {"-includes", "LIST", "folders of included files"}},
-             makeNew},
+             newProject},
             {"open",
              "?DIR?",
              "opens the project in DIR or a folder above, and makes it the current one",
              0,
              1,
              {{"-readonly", "BOOL", "look only: others may change it meanwhile"}},
-             open},
+             openProject},
             {"close",
              "?DIR?",
              "closes a project; handles on its runs are invalid then",
              0,
              1,
              {},
-             close},
+             closeProject},
             {"current",
              "?DIR?",
              "gives the current project, or makes one of those open current",
              0,
              1,
              {},
-             current},
-            {"list", "", "the folders of all projects that are open", 0, 0, {}, list},
-            {"info", "?DIR?", "a dict: sources, device, goal, runs", 0, 1, {}, info},
+             currentProject},
+            {"list", "", "the folders of all projects that are open", 0, 0, {}, listProjects},
+            {"info", "?DIR?", "a dict: sources, device, goal, runs", 0, 1, {}, describeProject},
             {"add",
              "FILE ?FILE ...?",
              "adds Verilog sources, or a .pcf file as the constraints; gives what is new",
              1,
              -1,
              {},
-             add},
+             addSources},
             {"html",
              "?RUN ...?",
              "writes the page of the project, or of some of its runs, in one file; gives its path",
@@ -201,7 +201,7 @@ const Ensemble& projectEnsemble() {
              -1,
              {{"-file", "FILE", "where to write it; xperiment.html in the project if unsaid"},
               {"-data", "BOOL", "give the data of the page as a dict instead"}},
-             html},
+             writeHtml},
             {"serve",
              "?RUN ...?",
              "shows the same page live on this host alone, while the event loop runs, until "
@@ -209,8 +209,8 @@ const Ensemble& projectEnsemble() {
              0,
              -1,
              {{"-port", "N", "the port; any free one if unsaid"}},
-             serve},
-            {"unserve", "?DIR?", "ends what project serve began", 0, 1, {}, unserve},
+             servePage},
+            {"unserve", "?DIR?", "ends what project serve began", 0, 1, {}, unservePage},
             {"doctor",
              "?DIR?",
              "a dict: whether tools, folder, Tcl, page and grid are fit, and what to do",
@@ -219,7 +219,7 @@ const Ensemble& projectEnsemble() {
              {{"-sge", "COMMAND", "try the grid with this submit command, such as {qsub -q all.q}"},
               {"-lsf", "COMMAND", "the same for LSF"},
               {"-wait", "SECONDS", "how long to wait for the grid's job; 120 if unsaid"}},
-             doctor},
+             checkHost},
         }};
     return ensemble;
 }

@@ -26,7 +26,7 @@ namespace shell::tcl {
 namespace {
 
 /// A report is larger than any that a step makes.
-constexpr std::size_t kLargestReport = std::size_t{256} << 20;
+constexpr std::size_t kReportLimit = std::size_t{256} << 20;
 
 /// @throws HTCErrors::error the run has no report of that name.
 HAXRReportConfig& reportNamed(HAXPExpRun& run, const std::string& name) {
@@ -53,7 +53,7 @@ nlohmann::json entryJson(const RunOfProject& found, const HAXRReportConfig& repo
     return {};
 }
 
-Tcl_Obj* list(Call& call) {
+Tcl_Obj* listReports(Call& call) {
     OpenProject* open = nullptr;
     const std::vector<HAXPExpRun*> runs = call.session().runs(call.words(), open);
     TclSession::refresh(runs);
@@ -65,13 +65,13 @@ Tcl_Obj* list(Call& call) {
     return newValue(all);
 }
 
-Tcl_Obj* info(Call& call) {
+Tcl_Obj* describeReport(Call& call) {
     const RunOfProject found = call.session().run(call.words().at(0));
     TclSession::refresh({found.run});
     return newValue(entryJson(found, reportNamed(*found.run, call.word(1))));
 }
 
-Tcl_Obj* generate(Call& call) {
+Tcl_Obj* generateReports(Call& call) {
     const RunOfProject found = changeableRun(call, 0);
     const auto outcomes =
         RunReports(*found.run).generate(reportsNamed(call, *found.run), call.flag("-again"));
@@ -88,7 +88,7 @@ Tcl_Obj* generate(Call& call) {
     return newValue(all);
 }
 
-Tcl_Obj* open(Call& call) {
+Tcl_Obj* readReport(Call& call) {
     const RunOfProject found = call.session().run(call.words().at(0));
     TclSession::refresh({found.run});
     const std::string name = call.word(1);
@@ -102,7 +102,7 @@ Tcl_Obj* open(Call& call) {
         }
     }
     std::string text;
-    if (!exists || path.empty() || !HUTFileUtils::readFile(path, kLargestReport, text))
+    if (!exists || path.empty() || !HUTFileUtils::readFile(path, kReportLimit, text))
         fail(Code::kReportNotFound, {found.run->getName(), name},
              fmt::format("Report {1} of run {0} isn't there. Make it with: report generate {0} {1}",
                          found.run->getName(), name));
@@ -116,7 +116,7 @@ void setOptions(RunReports& reports, HAXRReportConfig& report,
         reports.setOption(report, setting.name, setting.value);
 }
 
-Tcl_Obj* add(Call& call) {
+Tcl_Obj* addReportTo(Call& call) {
     const RunOfProject found = changeableRun(call, 0);
     RunReports reports(*found.run);
     HAXRReportConfig& report = reports.add(call.word(1), call.word(2), call.text("-name"));
@@ -139,15 +139,15 @@ Tcl_Obj* switchReports(Call& call, bool enable) {
     return Tcl_NewObj();
 }
 
-Tcl_Obj* enable(Call& call) {
+Tcl_Obj* enableReports(Call& call) {
     return switchReports(call, true);
 }
 
-Tcl_Obj* disable(Call& call) {
+Tcl_Obj* disableReports(Call& call) {
     return switchReports(call, false);
 }
 
-Tcl_Obj* remove(Call& call) {
+Tcl_Obj* deleteReports(Call& call) {
     const RunOfProject found = changeableRun(call, 0);
     RunReports reports(*found.run);
     const std::vector<HAXRReportConfig*> chosen = reportsNamed(call, *found.run);
@@ -165,7 +165,7 @@ Tcl_Obj* remove(Call& call) {
     return Tcl_NewObj();
 }
 
-Tcl_Obj* set(Call& call) {
+Tcl_Obj* setReport(Call& call) {
     const RunOfProject found = changeableRun(call, 0);
     RunReports reports(*found.run);
     setOptions(reports, reportNamed(*found.run, call.word(1)), settingsOf(call, 2));
@@ -173,7 +173,7 @@ Tcl_Obj* set(Call& call) {
     return Tcl_NewObj();
 }
 
-Tcl_Obj* apply(Call& call) {
+Tcl_Obj* applyReportStrategy(Call& call) {
     const RunOfProject found = changeableRun(call, 0);
     const std::string name =
         chosenReportStrategy(*found.run->getStrategy()->getFlow(), call.word(1));
@@ -195,57 +195,57 @@ const Ensemble& reportEnsemble() {
              0,
              -1,
              {{"-all", "BOOL", "also files that a run would leave by itself, but didn't"}},
-             list},
-            {"info", "RUN REPORT", "a dict: what is known of a report", 2, 2, {}, info},
+             listReports},
+            {"info", "RUN REPORT", "a dict: what is known of a report", 2, 2, {}, describeReport},
             {"generate",
              "RUN ?REPORT ...?",
              "makes reports now, and waits; a list of dicts of what became of each",
              1,
              -1,
              {{"-again", "BOOL", "make those that are up to date again, too"}},
-             generate},
+             generateReports},
             {"open",
              "RUN REPORT",
              "the text of a report",
              2,
              2,
              {{"-json", "BOOL", "the form for scripts, as a dict"}},
-             open},
+             readReport},
             {"add",
              "RUN STEP COMMAND",
              "adds a report of the catalogue to a step; gives its name",
              3,
              3,
              {{"-name", "TEXT", "name to show"}, {"-set", "DICT", "options and their values"}},
-             add},
+             addReportTo},
             {"enable",
              "RUN REPORT ?REPORT ...?",
              "has reports made that were disabled",
              2,
              -1,
              {},
-             enable},
+             enableReports},
             {"disable",
              "RUN REPORT ?REPORT ...?",
              "keeps reports without having them made",
              2,
              -1,
              {},
-             disable},
+             disableReports},
             {"delete",
              "RUN REPORT ?REPORT ...?",
              "deletes reports, with their files",
              2,
              -1,
              {},
-             remove},
+             deleteReports},
             {"set",
              "RUN REPORT OPTION VALUE ?OPTION VALUE ...?",
              "changes options of a report",
              4,
              -1,
              {},
-             set,
+             setReport,
              2},
             {"apply",
              "RUN STRATEGY",
@@ -253,7 +253,7 @@ const Ensemble& reportEnsemble() {
              2,
              2,
              {},
-             apply},
+             applyReportStrategy},
         }};
     return ensemble;
 }

@@ -15,6 +15,7 @@
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "shell/reportNames.h"
 #include "shell/runView.h"
+#include "shell/runs.h"
 #include "shell/strategyNames.h"
 #include "shell/sweep.h"
 #include "shell/tcl/runActions.h"
@@ -35,10 +36,8 @@ namespace shell::tcl::run {
 
 namespace {
 
-using Runs = std::vector<HAXPExpRun*>;
-
 /// The strategy `text` of `flow`. @throws HTCErrors::error there is none.
-const HAXPStrategy& strategyNamed(const HAXPFlow& flow, const std::string& text) {
+const HAXPStrategy& flowStrategy(const HAXPFlow& flow, const std::string& text) {
     if (const HAXPStrategy* strategy = workbench::findStrategy(flow, strategyNameFor(flow, text)))
         return *strategy;
     fail(Code::kStrategyNotFound, {text},
@@ -47,7 +46,7 @@ const HAXPStrategy& strategyNamed(const HAXPFlow& flow, const std::string& text)
 }
 
 /// What create and set are to do with a run.
-struct Wishes {
+struct RunWishes {
     bool hasStep = false;
     std::string step;
     std::vector<Setting> settings;
@@ -55,7 +54,7 @@ struct Wishes {
 
 /// @throws HEXUserException the step or one of the settings doesn't fit a run over `strategy`.
 /// A run takes all of the wishes or none.
-void require(const HAXPStrategy& strategy, const Wishes& wishes) {
+void require(const HAXPStrategy& strategy, const RunWishes& wishes) {
     HAXPExpRun trial("trial", &strategy, nullptr);
     for (const Setting& setting : wishes.settings)
         workbench::setOption(*trial.getStrategy(), setting.name, setting.value);
@@ -68,7 +67,7 @@ void require(const HAXPStrategy& strategy, const Wishes& wishes) {
                          flowWord(*strategy.getFlow())));
 }
 
-void fulfil(Project& project, HAXPExpRun& run, const Wishes& wishes) {
+void fulfil(Project& project, HAXPExpRun& run, const RunWishes& wishes) {
     if (wishes.hasStep)
         project.setToStep(run, wishes.step);
     for (const Setting& setting : wishes.settings)
@@ -137,8 +136,8 @@ Tcl_Obj* create(Call& call) {
     const std::string name = call.word(0);
     requireNewName(project, name);
     const HAXPFlow& flow = flowNamed(call.required("-flow"));
-    const HAXPStrategy& strategy = strategyNamed(flow, call.text("-strategy", "Default"));
-    const Wishes wishes{call.has("-to"), call.text("-to"), settingsOf(call, "-set")};
+    const HAXPStrategy& strategy = flowStrategy(flow, call.text("-strategy", "Default"));
+    const RunWishes wishes{call.has("-to"), call.text("-to"), settingsOf(call, "-set")};
     require(strategy, wishes);
     const std::string reports =
         call.has("-reports") ? chosenReportStrategy(flow, call.text("-reports")) : "";
@@ -152,12 +151,12 @@ Tcl_Obj* create(Call& call) {
 Tcl_Obj* set(Call& call) {
     const RunOfProject found = changeableRun(call, 0);
     Project& project = *found.project->project;
-    const Wishes wishes{call.has("-to"), call.text("-to"), settingsOf(call, 1)};
+    const RunWishes wishes{call.has("-to"), call.text("-to"), settingsOf(call, 1)};
     if (wishes.settings.empty() && !wishes.hasStep && !call.has("-strategy"))
         call.failUsage();
     const HAXPStrategy* strategy = found.run->getStrategy();
     if (call.has("-strategy"))
-        strategy = &strategyNamed(*strategy->getFlow(), call.text("-strategy"));
+        strategy = &flowStrategy(*strategy->getFlow(), call.text("-strategy"));
     require(*strategy, wishes);
     if (call.has("-strategy"))
         project.applyStrategy(*found.run, strategy->getName());
@@ -170,7 +169,7 @@ Tcl_Obj* apply(Call& call) {
     const RunOfProject found = changeableRun(call, 0);
     const HAXPStrategy& own = *found.run->getStrategy();
     const std::string wanted = call.count() > 1 ? call.word(1) : own.getName();
-    const std::string name = strategyNamed(*own.getFlow(), wanted).getName();
+    const std::string name = flowStrategy(*own.getFlow(), wanted).getName();
     found.project->project->applyStrategy(*found.run, name);
     found.project->project->save();
     return Tcl_NewObj();

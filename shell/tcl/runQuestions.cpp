@@ -27,6 +27,7 @@
 #include "shell/runComparison.h"
 #include "shell/runDetails.h"
 #include "shell/runView.h"
+#include "shell/runs.h"
 #include "shell/staleView.h"
 #include "shell/suggestion.h"
 #include "shell/tcl/runActions.h"
@@ -43,8 +44,6 @@
 namespace shell::tcl::run {
 
 namespace {
-
-using Runs = std::vector<HAXPExpRun*>;
 
 /// Whether `run` is among those that the options of a list choose.
 bool isChosen(const Call& call, const Project& project, const HAXPExpRun& run) {

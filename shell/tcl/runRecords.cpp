@@ -30,7 +30,7 @@ namespace shell::tcl::run {
 
 namespace {
 
-constexpr long kMost = std::numeric_limits<int>::max();
+constexpr long kLargestCount = std::numeric_limits<int>::max();
 
 /// @throws HTCErrors::error the project has a launch that isn't over, which holds its runs.
 void requireNoLaunch(const OpenProject& open) {
@@ -43,7 +43,7 @@ void requireNoLaunch(const OpenProject& open) {
 }
 
 /// The handles of those runs of `entry` that there are.
-Tcl_Obj* handlesOf(const Project& project, const workbench::UndoEntry& entry) {
+Tcl_Obj* undoneHandles(const Project& project, const workbench::UndoEntry& entry) {
     std::vector<HAXPExpRun*> runs;
     for (const workbench::UndoRun& undone : entry.runs) {
         if (HAXPExpRun* run = project.findRun(undone.name))
@@ -74,7 +74,7 @@ statistics::Question questionOf(const Call& call) {
 Tcl_Obj* history(Call& call) {
     const OpenProject& open = call.session().projectOf(call.words());
     const long since = call.has("-since") ? readSince(call.text("-since")) : 0;
-    const auto limit = static_cast<std::size_t>(call.integer("-limit", 1, kMost, 0));
+    const auto limit = static_cast<std::size_t>(call.integer("-limit", 1, kLargestCount, 0));
     TclSession::refresh(open.project->getRuns());
     const std::vector<workbench::LaunchRecord> all = launchesOf(*open.project, call.textsFrom(0));
     if (call.flag("-nights"))
@@ -105,8 +105,8 @@ Tcl_Obj* bug(Call& call) {
 Tcl_Obj* undo(Call& call) {
     OpenProject& open = call.session().current();
     workbench::UndoStore store(*open.project);
-    const long entries = call.integer("-keep", 1, kMost, 0);
-    const long megabytes = call.integer("-keepmb", 1, kMost, 0);
+    const long entries = call.integer("-keep", 1, kLargestCount, 0);
+    const long megabytes = call.integer("-keepmb", 1, kLargestCount, 0);
     const bool wantsList = call.flag("-list");
     if (entries > 0 || megabytes > 0) {
         if (call.count() > 0)
@@ -127,7 +127,7 @@ Tcl_Obj* undo(Call& call) {
     requireNoLaunch(open);
     const workbench::UndoEntry entry = store.undo(call.count() > 0 ? call.word(0) : "");
     call.session().settle(open);
-    return handlesOf(*open.project, entry);
+    return undoneHandles(*open.project, entry);
 }
 
 }  // namespace shell::tcl::run

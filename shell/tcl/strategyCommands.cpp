@@ -51,7 +51,7 @@ StrategyWishes wishesOf(const Call& call, std::vector<Setting> settings) {
     return wishes;
 }
 
-template <class Strategy> Tcl_Obj* nameOf(const Strategy& strategy) {
+template <class Strategy> Tcl_Obj* strategyName(const Strategy& strategy) {
     return newText(fullName(strategy));
 }
 
@@ -77,7 +77,7 @@ template <class Kind> struct Show {
 template <class Kind> struct Create {
     static Tcl_Obj* work(Call& call) {
         const HAXPFlow& flow = flowNamed(call.required("-flow"));
-        return nameOf(
+        return strategyName(
             createStrategy<Kind>(call.word(0), flow, wishesOf(call, settingsOf(call, kSet.name))));
     }
 };
@@ -85,7 +85,7 @@ template <class Kind> struct Create {
 template <class Kind> struct Copy {
     static Tcl_Obj* work(Call& call) {
         const std::string from = fullName(strategyNamed<Kind>(call.word(0)));
-        return nameOf(
+        return strategyName(
             copyStrategy<Kind>(from, call.word(1), wishesOf(call, settingsOf(call, kSet.name))));
     }
 };
@@ -93,7 +93,7 @@ template <class Kind> struct Copy {
 template <class Kind> struct Rename {
     static Tcl_Obj* work(Call& call) {
         const std::string from = fullName(strategyNamed<Kind>(call.word(0)));
-        return nameOf(renameStrategy<Kind>(from, call.word(1)));
+        return strategyName(renameStrategy<Kind>(from, call.word(1)));
     }
 };
 

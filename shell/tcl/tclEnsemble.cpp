@@ -18,7 +18,7 @@ namespace shell::tcl {
 namespace {
 
 /// ". Did you mean 'create'?", or ". It is one of create, list."
-std::string adviceFor(const std::string& typed, const std::vector<std::string>& known) {
+std::string meantOrKnown(const std::string& typed, const std::vector<std::string>& known) {
     const std::string meant = suggestionFor(typed, known);
     if (!meant.empty())
         return fmt::format(". Did you mean '{}'?", meant);
@@ -183,7 +183,7 @@ const OptionRule& Call::rule_(const std::string& word) const {
     if (found == options.end())
         fail(Code::kOptionUnknown, {word},
              fmt::format("'{} {}' has no option {}{}", m_ensemble.name, m_subcommand.name, word,
-                         adviceFor(word, optionNames(m_subcommand))));
+                         meantOrKnown(word, optionNames(m_subcommand))));
     return *found;
 }
 
@@ -218,7 +218,7 @@ const Subcommand* findSubcommand(const Ensemble& ensemble, const std::string& na
 void failSubcommand(const Ensemble& ensemble, const std::string& name) {
     fail(Code::kCommandUnknown, {ensemble.name, name},
          fmt::format("There is no command '{} {}'{}", ensemble.name, name,
-                     adviceFor(name, subcommandNames(ensemble))));
+                     meantOrKnown(name, subcommandNames(ensemble))));
 }
 
 std::string usageOf(const Ensemble& ensemble, const Subcommand& subcommand) {
@@ -237,7 +237,7 @@ std::string helpText(const std::vector<std::string>& words) {
     if (ensemble == nullptr)
         fail(Code::kCommandUnknown, {"help", words[0]},
              fmt::format("There is no command '{}'{}", words[0],
-                         adviceFor(words[0], ensembleNames())));
+                         meantOrKnown(words[0], ensembleNames())));
     if (words.size() == 1)
         return ensembleHelp(*ensemble);
     const Subcommand* subcommand = findSubcommand(*ensemble, words[1]);

@@ -18,7 +18,7 @@ namespace shell::tcl {
 
 namespace {
 
-const ErrorCode& rowOf(Code code) {
+const ErrorCode& errorCodeOf(Code code) {
     return errorCodes()[static_cast<std::size_t>(code)];
 }
 
@@ -26,10 +26,10 @@ const ErrorCode& rowOf(Code code) {
 std::string codeText(Code code, const std::vector<std::string>& more) {
     const ValueRef list(newList(more));
     const std::string rest = more.empty() ? std::string() : " " + textOf(list.get());
-    return rowOf(code).words + rest;
+    return errorCodeOf(code).words + rest;
 }
 
-void set(Tcl_Interp* interp, const std::string& text, const std::string& code) {
+void setResult(Tcl_Interp* interp, const std::string& text, const std::string& code) {
     Tcl_SetObjResult(interp, newText(text));
     Tcl_SetObjErrorCode(interp, newText(code));
 }
@@ -107,16 +107,17 @@ void setError(Tcl_Interp* interp) {
     try {
         throw;
     } catch (const HTCErrors::error& error) {
-        set(interp, error.what(), error.getErrorCode());
+        setResult(interp, error.what(), error.getErrorCode());
     } catch (const CommandError& error) {
-        set(interp, tclAdvice(error.what()), codeText(codeOf(error.status()), {}));
+        setResult(interp, tclAdvice(error.what()), codeText(codeOf(error.status()), {}));
     } catch (const HEXUserException& error) {
-        set(interp, tclAdvice(error.what()), withId(Code::kRefused, error.getMsgId()));
+        setResult(interp, tclAdvice(error.what()), withId(Code::kRefused, error.getMsgId()));
     } catch (const HEXAll& error) {
-        set(interp, tclAdvice(error.what()), withId(Code::kFailed, error.getMsgId()));
+        setResult(interp, tclAdvice(error.what()), withId(Code::kFailed, error.getMsgId()));
     } catch (const std::exception& error) {
-        set(interp, fmt::format("{}. This should not happen; please report it.", error.what()),
-            codeText(Code::kInternal, {}));
+        setResult(interp,
+                  fmt::format("{}. This should not happen; please report it.", error.what()),
+                  codeText(Code::kInternal, {}));
     }
 }
 

@@ -57,7 +57,7 @@ void dropSession(ClientData data, Tcl_Interp*) {
     delete static_cast<std::shared_ptr<TclSession>*>(data);
 }
 
-bool contains(const std::vector<HAXPExpRun*>& runs, const HAXPExpRun* run) {
+bool holdsRun(const std::vector<HAXPExpRun*>& runs, const HAXPExpRun* run) {
     return std::find(runs.begin(), runs.end(), run) != runs.end();
 }
 
@@ -77,7 +77,7 @@ bool hasBegun(int code) {
 }
 
 /// Why `run` was given up.
-std::string abandonedText(const HAXPExpRun& run) {
+std::string abandonmentText(const HAXPExpRun& run) {
     const std::optional<workbench::Abandonment> mark = workbench::abandonmentOf(run);
     return mark ? mark->text : std::string();
 }
@@ -263,7 +263,7 @@ std::vector<HAXPExpRun*> TclSession::runs(const std::vector<Tcl_Obj*>& words,
             failForeign(textOf(word));
         project = open;
         for (HAXPExpRun* each : meant) {
-            if (!contains(all, each))
+            if (!holdsRun(all, each))
                 all.push_back(each);
         }
     }
@@ -328,8 +328,8 @@ void TclSession::serve(OpenProject& project, const std::vector<std::string>& nam
 }
 
 bool TclSession::isPending(const OpenProject& project, const HAXPExpRun& run) {
-    return run.isAtWork() || (project.queue && (contains(project.queue->getWaiting(), &run) ||
-                                                contains(project.queue->getRunning(), &run)));
+    return run.isAtWork() || (project.queue && (holdsRun(project.queue->getWaiting(), &run) ||
+                                                holdsRun(project.queue->getRunning(), &run)));
 }
 
 void TclSession::wait(OpenProject& project, const std::vector<HAXPExpRun*>& runs, long timeoutMs) {
@@ -532,7 +532,7 @@ void TclSession::abandon_(OpenProject& project) {
 
 void TclSession::look_(OpenProject& project, bool all) {
     for (HAXPExpRun* run : project.project->getRuns()) {
-        const bool isOurs = project.queue && contains(project.queue->getRunning(), run);
+        const bool isOurs = project.queue && holdsRun(project.queue->getRunning(), run);
         if (run->isAtWork() && !isOurs) {
             run->updateRun();
             run->lookForLifeNowAndThen();
@@ -563,7 +563,7 @@ void TclSession::compare_(OpenProject& project, const HAXPExpRun& run) {
     if (status == "done")
         note_(project, run, Event::kDone, {});
     else if (status == "abandoned")
-        note_(project, run, Event::kAbandoned, {abandonedText(run)});
+        note_(project, run, Event::kAbandoned, {abandonmentText(run)});
     else
         note_(project, run, Event::kFailed, {failureText(run)});
 }

@@ -51,7 +51,7 @@ void addFurtherKinds(HATOptGroupSpec& spec) {
     level.setEnumDefault("Low");
 }
 
-std::string valueOf(const HATOptGroup& group, const HATAttrSpec& spec) {
+std::string groupValue(const HATOptGroup& group, const HATAttrSpec& spec) {
     std::string items;
     switch (spec.getAttrType()) {
     case HATAttrTypes::kBool:
@@ -69,11 +69,11 @@ std::string valueOf(const HATOptGroup& group, const HATAttrSpec& spec) {
     }
 }
 
-std::string contentOf(const HATOptGroup& group) {
+std::string groupContent(const HATOptGroup& group) {
     std::string text;
     const HATOptGroupSpec& spec = *group.getOptionsSpec();
     for (const std::unique_ptr<HATAttrSpec>& attr : spec.getAttrSpecs())
-        text += "  " + spec.getDbId(attr.get()) + "=" + valueOf(group, *attr) + "\n";
+        text += "  " + spec.getDbId(attr.get()) + "=" + groupValue(group, *attr) + "\n";
     return text;
 }
 
@@ -91,15 +91,15 @@ HAXPFlow* catalogueFlow(const std::string& flowId) {
 }
 
 std::string valueOf(const HATOptGroup* group, const std::string& dbId) {
-    return valueOf(*group, *group->getAttrSpecForDbId(dbId));
+    return groupValue(*group, *group->getAttrSpecForDbId(dbId));
 }
 
 std::string contentOf(const HAXPStrategy& strategy) {
     std::string text = strategy.getFlow() == nullptr ? "" : strategy.getFlow()->getFlowId();
     text += "\n" + strategy.getName() + "\n" + strategy.getDescription() + "\n";
     for (const HAXPFlowStepOptions* step : drain(strategy.createFlowStepOptionsIter()))
-        text += step->getOptGrpId() + "\n" + contentOf(*step->getOptions()) +
-                contentOf(*step->getAttrs());
+        text += step->getOptGrpId() + "\n" + groupContent(*step->getOptions()) +
+                groupContent(*step->getAttrs());
     return text;
 }
 

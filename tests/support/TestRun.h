@@ -10,8 +10,16 @@
 #include "runs/base/xperiment/HAXPExpInfoBase.h"
 #include "runs/base/xperiment/HAXPExpRunBase.h"
 #include "runs/base/xperiment/HAXPStratDB.h"
+#include "runs/base/xperiment/HDGUIStatus.h"
 
 namespace test {
+
+/// The status codes of runs and steps.
+constexpr int kNotStarted = HDGUIStatus::statusNotStarted;
+constexpr int kQueued = HDGUIStatus::statusQueued;
+constexpr int kRunning = HDGUIStatus::statusRunning;
+constexpr int kDone = HDGUIStatus::statusDone;
+constexpr int kFailed = HDGUIStatus::statusError;
 
 /// The information object of a test run.
 class TestRunInfo : public HAXPExpInfoBase {

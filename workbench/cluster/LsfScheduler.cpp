@@ -17,14 +17,14 @@ namespace cluster {
 
 namespace {
 
-bool contains(const std::string& text, const std::string& part) {
+bool mentions(const std::string& text, const std::string& part) {
     return text.find(part) != std::string::npos;
 }
 
 /// Whether LSF says that it has no such job, or none that hasn't ended.
 bool saysGone(const std::string& text) {
-    return contains(text, "is not found") || contains(text, "No unfinished job found") ||
-           contains(text, "No matching job found") || contains(text, "Job has already finished");
+    return mentions(text, "is not found") || mentions(text, "No unfinished job found") ||
+           mentions(text, "No matching job found") || mentions(text, "Job has already finished");
 }
 
 /// The columns of the lines that begin with the number of a job.

@@ -37,7 +37,7 @@ exec /bin/sh "$xp_dir/runme.sh" >> runme.log 2>&1
 
 constexpr char kEnd[] = ".sh";
 
-std::string filled(std::string text, const std::string& mark, const std::string& value) {
+std::string withValue(std::string text, const std::string& mark, const std::string& value) {
     for (std::string::size_type at = 0; (at = text.find(mark, at)) != std::string::npos;
          at += value.size())
         text.replace(at, mark.size(), value);
@@ -51,12 +51,12 @@ std::string folderOf(const std::string& projectDir) {
 }  // namespace
 
 std::string arrayScript(const std::vector<ArrayTask>& tasks, const std::string& variable) {
-    std::string script = filled(kHead, "@VARIABLE@", variable);
+    std::string script = withValue(kHead, "@VARIABLE@", variable);
     for (const ArrayTask& task : tasks)
         script += "  " + std::to_string(task.number) +
                   ") xp_launch=" + process::quoteWord(task.launchId) +
                   " xp_dir=" + process::quoteWord(task.runDir) + " ;;\n";
-    return script + filled(kTail, "@LAUNCH@", workbench::kLaunchVariable);
+    return script + withValue(kTail, "@LAUNCH@", workbench::kLaunchVariable);
 }
 
 std::string writeArrayScript(const std::string& projectDir, const std::string& name,

@@ -34,7 +34,7 @@ constexpr std::size_t kMostOfSource = std::size_t{16} << 20;
 constexpr std::size_t kMostOfNetlist = std::size_t{64} << 20;
 /// What lies behind so many characters of a line says nothing to a reader, and everybody who
 /// looks at lines is quick.
-constexpr std::size_t kLongestLine = 4096;
+constexpr std::size_t kLongestLogLine = 4096;
 /// A tool's own words, at most.
 constexpr std::size_t kMostWords = 6;
 
@@ -134,7 +134,7 @@ void takeWords(const Lines& log, const FailureLines& lines, RunFailure& failure)
 }
 
 /// The place that the first error begins with.
-void takePlace(const Lines& log, const FailureLines& lines, RunFailure& failure) {
+void takeFirstPlace(const Lines& log, const FailureLines& lines, RunFailure& failure) {
     for (const auto* part : {&lines.toolErrors, &lines.stepErrors}) {
         for (const std::size_t i : *part) {
             SourcePlace place;
@@ -180,7 +180,7 @@ RunFailure readFailure(const Lines& log, Lines& names) {
     }
     if (failure.kind == FailureKind::kUnknown)
         describeUnknown(texts, failure);
-    takePlace(log, lines, failure);
+    takeFirstPlace(log, lines, failure);
     takeWords(log, lines, failure);
     return failure;
 }
@@ -316,9 +316,9 @@ std::vector<std::string> logLines(const std::string& path, bool& skipped) {
     Lines lines = splitLines(file);
     for (std::string& line : lines) {
         // What a step called may name many files, and is repeated by some.
-        if (line.size() <= kLongestLine || line.compare(0, 9, "Command: ") == 0)
+        if (line.size() <= kLongestLogLine || line.compare(0, 9, "Command: ") == 0)
             continue;
-        line = line.substr(0, kLongestLine) + " ...";
+        line = line.substr(0, kLongestLogLine) + " ...";
     }
     return lines;
 }

@@ -80,7 +80,7 @@ statistics::Values lastSeconds(SQLite::Database& database, const std::string& co
     return seconds;
 }
 
-const StepRecord* stepOf(const LaunchRecord& record, const std::string& step) {
+const StepRecord* stepRecordOf(const LaunchRecord& record, const std::string& step) {
     const auto found = std::find_if(record.steps.begin(), record.steps.end(),
                                     [&step](const auto& one) { return one.step == step; });
     return found == record.steps.end() ? nullptr : &*found;
@@ -90,8 +90,8 @@ const StepRecord* stepOf(const LaunchRecord& record, const std::string& step) {
 /// launch itself came that far.
 std::optional<double> ratioOf(const LaunchRecord& record, const std::string& figure,
                               const std::string& from, const std::string& to) {
-    const StepRecord* first = stepOf(record, from);
-    const StepRecord* last = stepOf(record, to);
+    const StepRecord* first = stepRecordOf(record, from);
+    const StepRecord* last = stepRecordOf(record, to);
     if (first == nullptr || last == nullptr || last->outcome != "done")
         return std::nullopt;
     const auto before = first->figures.find(figure);

@@ -27,18 +27,34 @@
 
 namespace workbench {
 
+/// What tells a file of launches from what it was: it grows with every launch.
+struct LaunchesStamp {
+    std::string path;
+    std::int64_t device = 0;
+    std::int64_t inode = 0;
+    std::int64_t size = 0;
+    std::int64_t modified = 0;  ///< in nanoseconds
+
+    bool operator==(const LaunchesStamp& other) const {
+        return path == other.path && device == other.device && inode == other.inode &&
+               size == other.size && modified == other.modified;
+    }
+};
+
+using LaunchesStamps = std::map<std::string, LaunchesStamp>;
+
 namespace {
 
 constexpr char kDatabaseName[] = "history.sqlite";
-constexpr char kLockName[] = "history.lock";
+constexpr char kHistoryLock[] = "history.lock";
 
 /// "XPHI", which tells the database from those of other programs.
 constexpr int kApplication = 0x58504849;
-constexpr int kVersion = 2;
+constexpr int kDatabaseVersion = 2;
 
 /// So long another one is waited for; an update of a thousand runs takes less. Milliseconds.
-constexpr long kPatienceMs = 2000;
-constexpr long kLookMs = 5;
+constexpr long kLockPatienceMs = 2000;
+constexpr long kLockPauseMs = 5;
 constexpr int kBusyMs = 250;
 
 constexpr char kTables[] = R"(
@@ -62,24 +78,8 @@ CREATE INDEX step_of_strategy ON step (strategy, step, began);
 CREATE INDEX step_of_flow ON step (flow, step, began);
 )";
 
-/// What tells a file of launches from what it was: it grows with every launch.
-struct Stamp {
-    std::string path;
-    std::int64_t device = 0;
-    std::int64_t inode = 0;
-    std::int64_t size = 0;
-    std::int64_t modified = 0;  ///< in nanoseconds
-
-    bool operator==(const Stamp& other) const {
-        return path == other.path && device == other.device && inode == other.inode &&
-               size == other.size && modified == other.modified;
-    }
-};
-
-using Stamps = std::map<std::string, Stamp>;
-
 /// All zero but for the path when nothing is there.
-Stamp stampOf(const std::string& path) {
+LaunchesStamp makeStamp(const std::string& path) {
     constexpr std::int64_t kNano = 1000000000;
     struct stat info {};
     if (::lstat(path.c_str(), &info) != 0)
@@ -95,12 +95,12 @@ public:
     FolderLock(const std::string& path, int kind)
         : m_file(
               ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, 0666)) {
-        const long end = process::clock().nowMs() + kPatienceMs;
+        const long end = process::clock().nowMs() + kLockPatienceMs;
         while (m_file && !m_isHeld) {
             m_isHeld = ::flock(m_file.get(), kind | LOCK_NB) == 0;
             if (m_isHeld || errno != EWOULDBLOCK || process::clock().nowMs() >= end)
                 return;
-            process::clock().sleepMs(kLookMs);
+            process::clock().sleepMs(kLockPauseMs);
         }
     }
     bool isHeld() const { return m_isHeld; }
@@ -151,19 +151,19 @@ void removeDatabase(const std::string& path) {
 
 bool hasOurTables(SQLite::Database& database) {
     return database.execAndGet("PRAGMA application_id").getInt() == kApplication &&
-           database.execAndGet("PRAGMA user_version").getInt() == kVersion;
+           database.execAndGet("PRAGMA user_version").getInt() == kDatabaseVersion;
 }
 
 void makeTables(SQLite::Database& database) {
     SQLite::Transaction transaction(database);
     database.exec(kTables);
     database.exec("PRAGMA application_id = " + std::to_string(kApplication));
-    database.exec("PRAGMA user_version = " + std::to_string(kVersion));
+    database.exec("PRAGMA user_version = " + std::to_string(kDatabaseVersion));
     transaction.commit();
 }
 
-Stamps readStamps(SQLite::Database& database) {
-    Stamps stamps;
+LaunchesStamps readStamps(SQLite::Database& database) {
+    LaunchesStamps stamps;
     SQLite::Statement query(database,
                             "SELECT run, path, device, inode, size, modified FROM source");
     while (query.executeStep())
@@ -197,7 +197,7 @@ public:
         for (SQLite::Statement* each : {&m_dropSource, &m_dropLaunches, &m_dropSteps})
             execute(*each, run);
     }
-    void add(const std::string& run, const Stamp& stamp) {
+    void add(const std::string& run, const LaunchesStamp& stamp) {
         LaunchLines lines;
         std::string reason;
         if (!readLaunches(stamp.path, lines, reason))
@@ -248,7 +248,7 @@ private:
 };
 
 /// The sources whose files aren't those that `known` tells.
-std::set<std::string> changedRuns(const Stamps& known, const Stamps& now) {
+std::set<std::string> changedRuns(const LaunchesStamps& known, const LaunchesStamps& now) {
     std::set<std::string> changed;
     for (const auto& each : now) {
         const auto before = known.find(each.first);
@@ -263,7 +263,7 @@ std::set<std::string> changedRuns(const Stamps& known, const Stamps& now) {
 }
 
 void writeChanges(SQLite::Database& database, const std::set<std::string>& changed,
-                  const Stamps& now) {
+                  const LaunchesStamps& now) {
     Update update(database);
     for (const std::string& run : changed) {
         update.drop(run);
@@ -296,22 +296,22 @@ struct HistoryCache::Data {
     std::string projectDir;
     std::unique_ptr<SQLite::Database> database;
     /// The file that `database` is open on; another may have come into its place.
-    Stamp opened;
+    LaunchesStamp opened;
     bool inMemory = false;
     std::vector<Source> sources;
 
     std::string databasePath() const { return ownFolder(projectDir) + "/" + kDatabaseName; }
-    std::string lockPath() const { return ownFolder(projectDir) + "/" + kLockName; }
+    std::string lockPath() const { return ownFolder(projectDir) + "/" + kHistoryLock; }
 
-    Stamps stamps() const {
-        Stamps now;
+    LaunchesStamps stamps() const {
+        LaunchesStamps now;
         for (const Source& source : sources)
-            now[source.run] = stampOf(source.path);
+            now[source.run] = makeStamp(source.path);
         return now;
     }
 
     bool isOpen() const {
-        const Stamp now = stampOf(databasePath());
+        const LaunchesStamp now = makeStamp(databasePath());
         return database && now.inode == opened.inode && now.device == opened.device;
     }
 
@@ -338,7 +338,7 @@ struct HistoryCache::Data {
         }
         // A power cut costs a cache, no launch.
         database->exec("PRAGMA synchronous = NORMAL");
-        opened = stampOf(path);
+        opened = makeStamp(path);
         return true;
     }
 
@@ -346,7 +346,7 @@ struct HistoryCache::Data {
     bool updateFile() {
         if (!makeOwnFolder(projectDir))
             return false;
-        const Stamps now = stamps();
+        const LaunchesStamps now = stamps();
         {
             const FolderLock lock(lockPath(), LOCK_SH);
             if (!lock.isHeld())
@@ -358,7 +358,7 @@ struct HistoryCache::Data {
         if (!lock.isHeld() || !open(true))
             return false;
         // Another one may have been here first.
-        const Stamps newest = stamps();
+        const LaunchesStamps newest = stamps();
         writeChanges(*database, changedRuns(readStamps(*database), newest), newest);
         return true;
     }
@@ -391,7 +391,7 @@ struct HistoryCache::Data {
             makeTables(*database);
             inMemory = true;
         }
-        const Stamps now = stamps();
+        const LaunchesStamps now = stamps();
         writeChanges(*database, changedRuns(readStamps(*database), now), now);
     }
 

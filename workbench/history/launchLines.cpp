@@ -26,10 +26,10 @@ namespace {
 
 using nlohmann::json;
 
-constexpr int kFormat = 1;
+constexpr int kLineFormat = 1;
 
 /// Members of the format, for reader and writer.
-namespace name {
+namespace lineName {
 constexpr const char* kFormat = "format";
 constexpr const char* kLaunch = "launch";
 constexpr const char* kRun = "run";
@@ -48,25 +48,25 @@ constexpr const char* kSeconds = "seconds";
 constexpr const char* kTool = "tool";
 constexpr const char* kFigures = "figures";
 constexpr const char* kOptions = "options";
-}  // namespace name
+}  // namespace lineName
 
 struct TextMember {
     const char* name;
     std::string LaunchRecord::*value;
 };
 constexpr TextMember kTexts[] = {
-    {name::kLaunch, &LaunchRecord::launch}, {name::kRun, &LaunchRecord::run},
-    {name::kFlow, &LaunchRecord::flow},     {name::kStrategy, &LaunchRecord::strategy},
-    {name::kSweep, &LaunchRecord::sweep},   {name::kFamily, &LaunchRecord::family},
-    {name::kPlace, &LaunchRecord::place},   {name::kOutcome, &LaunchRecord::outcome}};
+    {lineName::kLaunch, &LaunchRecord::launch}, {lineName::kRun, &LaunchRecord::run},
+    {lineName::kFlow, &LaunchRecord::flow},     {lineName::kStrategy, &LaunchRecord::strategy},
+    {lineName::kSweep, &LaunchRecord::sweep},   {lineName::kFamily, &LaunchRecord::family},
+    {lineName::kPlace, &LaunchRecord::place},   {lineName::kOutcome, &LaunchRecord::outcome}};
 
 struct TimeMember {
     const char* name;
     long LaunchRecord::*value;
 };
-constexpr TimeMember kTimes[] = {{name::kLaunched, &LaunchRecord::launched},
-                                 {name::kBegan, &LaunchRecord::began},
-                                 {name::kEnded, &LaunchRecord::ended}};
+constexpr TimeMember kTimes[] = {{lineName::kLaunched, &LaunchRecord::launched},
+                                 {lineName::kBegan, &LaunchRecord::began},
+                                 {lineName::kEnded, &LaunchRecord::ended}};
 
 /// What isn't a number in JSON isn't one of a tool's.
 json figuresJson(const std::map<std::string, double>& figures) {
@@ -79,31 +79,31 @@ json figuresJson(const std::map<std::string, double>& figures) {
 }
 
 json stepJson(const StepRecord& step) {
-    json one{{name::kStep, step.step}, {name::kOutcome, step.outcome}};
+    json one{{lineName::kStep, step.step}, {lineName::kOutcome, step.outcome}};
     if (step.began != 0)
-        one[name::kBegan] = step.began;
+        one[lineName::kBegan] = step.began;
     if (step.seconds != 0 && std::isfinite(step.seconds))
-        one[name::kSeconds] = step.seconds;
+        one[lineName::kSeconds] = step.seconds;
     if (!step.tool.empty())
-        one[name::kTool] = step.tool;
+        one[lineName::kTool] = step.tool;
     if (!step.figures.empty())
-        one[name::kFigures] = figuresJson(step.figures);
+        one[lineName::kFigures] = figuresJson(step.figures);
     return one;
 }
 
 /// The member `member` of `object`, or null when it isn't there or isn't of `type`.
-const json* find(const json& object, const char* member, json::value_t type) {
+const json* memberIn(const json& object, const char* member, json::value_t type) {
     const auto found = object.find(member);
     return found == object.end() || found->type() != type ? nullptr : &*found;
 }
 
-std::string textOf(const json& object, const char* member) {
-    const json* found = find(object, member, json::value_t::string);
+std::string textIn(const json& object, const char* member) {
+    const json* found = memberIn(object, member, json::value_t::string);
     return found == nullptr ? std::string() : found->get<std::string>();
 }
 
 /// 0 for what is no number, or one that can't be a time.
-double numberOf(const json& object, const char* member) {
+double numberIn(const json& object, const char* member) {
     constexpr double kLatest = 1e15;
     const auto found = object.find(member);
     if (found == object.end() || !found->is_number())
@@ -112,9 +112,9 @@ double numberOf(const json& object, const char* member) {
     return std::isfinite(value) && value >= 0 && value < kLatest ? value : 0;
 }
 
-std::map<std::string, double> figuresOf(const json& object) {
+std::map<std::string, double> figuresIn(const json& object) {
     std::map<std::string, double> figures;
-    if (const json* all = find(object, name::kFigures, json::value_t::object)) {
+    if (const json* all = memberIn(object, lineName::kFigures, json::value_t::object)) {
         for (const auto& figure : all->items()) {
             if (figure.value().is_number())
                 figures[figure.key()] = figure.value().get<double>();
@@ -123,36 +123,36 @@ std::map<std::string, double> figuresOf(const json& object) {
     return figures;
 }
 
-StepRecord stepOf(const json& one) {
+StepRecord stepIn(const json& one) {
     StepRecord step;
-    step.step = textOf(one, name::kStep);
-    step.outcome = textOf(one, name::kOutcome);
-    step.began = static_cast<long>(numberOf(one, name::kBegan));
-    step.seconds = numberOf(one, name::kSeconds);
-    step.tool = textOf(one, name::kTool);
-    step.figures = figuresOf(one);
+    step.step = textIn(one, lineName::kStep);
+    step.outcome = textIn(one, lineName::kOutcome);
+    step.began = static_cast<long>(numberIn(one, lineName::kBegan));
+    step.seconds = numberIn(one, lineName::kSeconds);
+    step.tool = textIn(one, lineName::kTool);
+    step.figures = figuresIn(one);
     return step;
 }
 
 /// The rest of a record, of which `object` is known to be one.
 void readRecord(const json& object, LaunchRecord& record) {
     for (const TextMember& text : kTexts)
-        record.*text.value = textOf(object, text.name);
+        record.*text.value = textIn(object, text.name);
     for (const TimeMember& time : kTimes)
-        record.*time.value = static_cast<long>(numberOf(object, time.name));
-    if (const json* steps = find(object, name::kSteps, json::value_t::array)) {
+        record.*time.value = static_cast<long>(numberIn(object, time.name));
+    if (const json* steps = memberIn(object, lineName::kSteps, json::value_t::array)) {
         for (const json& one : *steps) {
             if (one.is_object())
-                record.steps.push_back(stepOf(one));
+                record.steps.push_back(stepIn(one));
         }
     }
-    if (const json* options = find(object, name::kOptions, json::value_t::object)) {
+    if (const json* options = memberIn(object, lineName::kOptions, json::value_t::object)) {
         for (const auto& option : options->items()) {
             if (option.value().is_string())
                 record.options[option.key()] = option.value().get<std::string>();
         }
     }
-    record.figures = figuresOf(object);
+    record.figures = figuresIn(object);
 }
 
 [[noreturn]] void failWrite(const std::string& path, const std::string& why) {
@@ -237,7 +237,7 @@ void syncFolder(const std::string& path) {
 }  // namespace
 
 std::string lineOf(const LaunchRecord& record) {
-    json object{{name::kFormat, kFormat}};
+    json object{{lineName::kFormat, kLineFormat}};
     for (const TextMember& text : kTexts) {
         if (!(record.*text.value).empty())
             object[text.name] = record.*text.value;
@@ -249,9 +249,9 @@ std::string lineOf(const LaunchRecord& record) {
     json steps = json::array();
     for (const StepRecord& step : record.steps)
         steps.push_back(stepJson(step));
-    object[name::kSteps] = steps;
-    object[name::kOptions] = record.options;
-    object[name::kFigures] = figuresJson(record.figures);
+    object[lineName::kSteps] = steps;
+    object[lineName::kOptions] = record.options;
+    object[lineName::kFigures] = figuresJson(record.figures);
     // Texts are whatever users and tools wrote.
     return object.dump(-1, ' ', false, json::error_handler_t::replace);
 }
@@ -266,12 +266,12 @@ bool parseLine(const std::string& line, LaunchRecord& record, std::string& reaso
         reason = "a line is no JSON object";
         return false;
     }
-    const auto format = object.find(name::kFormat);
-    if (format == object.end() || !format->is_number_integer() || *format != kFormat) {
+    const auto format = object.find(lineName::kFormat);
+    if (format == object.end() || !format->is_number_integer() || *format != kLineFormat) {
         reason = "a line is of another version";
         return false;
     }
-    if (textOf(object, name::kLaunch).empty()) {
+    if (textIn(object, lineName::kLaunch).empty()) {
         reason = "a line names no launch";
         return false;
     }

@@ -48,15 +48,15 @@ struct Gathered {
     Results results;
 };
 
-std::optional<double> valueOf(const LaunchRecord& record, const std::string& figure) {
+std::optional<double> figureValue(const LaunchRecord& record, const std::string& figure) {
     const auto found = record.figures.find(figure);
     return found == record.figures.end() ? std::nullopt : std::optional<double>(found->second);
 }
 
-Values valuesOf(const Results& results, const std::string& figure) {
+Values figureValues(const Results& results, const std::string& figure) {
     Values values;
     for (const auto& result : results) {
-        if (const std::optional<double> value = valueOf(*result.second, figure))
+        if (const std::optional<double> value = figureValue(*result.second, figure))
             values.push_back(*value);
     }
     return values;
@@ -65,7 +65,7 @@ Values valuesOf(const Results& results, const std::string& figure) {
 std::map<std::string, NightFigure> figuresOf(const Results& results) {
     std::map<std::string, NightFigure> figures;
     for (const TrendFigure& figure : trendFigures()) {
-        const Values values = valuesOf(results, figure.name);
+        const Values values = figureValues(results, figure.name);
         if (values.empty())
             continue;
         const auto ends = std::minmax_element(values.begin(), values.end());
@@ -84,7 +84,7 @@ long seedOf(const LaunchRecord& record) {
 statistics::Family familyOf(const Results& results, const std::string& figure) {
     statistics::Family family;
     for (const auto& result : results) {
-        if (const std::optional<double> value = valueOf(*result.second, figure))
+        if (const std::optional<double> value = figureValue(*result.second, figure))
             family.push_back({seedOf(*result.second), *value});
     }
     return family;
@@ -145,16 +145,16 @@ void addMarks(const Gathered& now, const std::vector<Earlier>& before, Night& ni
     if (before.empty())
         return;
     for (const TrendFigure& figure : trendFigures()) {
-        const Values values = valuesOf(now.results, figure.name);
+        const Values values = figureValues(now.results, figure.name);
         if (!figure.isJudged || values.empty())
             continue;
         Values earlier;
         for (const Earlier& each : before) {
-            const Values its = valuesOf(each.results, figure.name);
+            const Values its = figureValues(each.results, figure.name);
             earlier.insert(earlier.end(), its.begin(), its.end());
         }
         const bool isSingle =
-            values.size() == 1 || valuesOf(before.front().results, figure.name).size() < 2;
+            values.size() == 1 || figureValues(before.front().results, figure.name).size() < 2;
         std::optional<NightMark> mark;
         if (!isSingle)
             mark = judgeFamily(figure, now.results, before.front());
@@ -167,25 +167,25 @@ void addMarks(const Gathered& now, const std::vector<Earlier>& before, Night& ni
     }
 }
 
-template <class Count> void count(const LaunchRecord& record, Count& counted) {
+template <class Count> void countLaunch(const LaunchRecord& record, Count& counted) {
     ++counted.launches;
     counted.done += record.outcome == "done" ? 1 : 0;
     counted.failed += hasFailed(record) ? 1 : 0;
 }
 
 /// The launches of one night, and their families.
-struct Gathering {
+struct NightGathering {
     Night night;
     std::map<Name, Gathered> families;
     Results implementations;
 };
 
-void gather(const LaunchRecord& record, Gathering& gathering) {
-    count(record, gathering.night);
+void gather(const LaunchRecord& record, NightGathering& gathering) {
+    countLaunch(record, gathering.night);
     Gathered& family = gathering.families[nameOf(record)];
     family.told.name = nameOf(record).first;
     family.told.isRun = nameOf(record).second;
-    count(record, family.told);
+    countLaunch(record, family.told);
     if (record.outcome != "done")
         return;
     family.results[record.run] = &record;
@@ -228,7 +228,7 @@ std::vector<Night> nightsOf(const std::vector<LaunchRecord>& records) {
         ordered.push_back(&record);
     std::stable_sort(ordered.begin(), ordered.end(),
                      [](const auto* a, const auto* b) { return a->launched < b->launched; });
-    std::map<std::string, Gathering> gatherings;
+    std::map<std::string, NightGathering> gatherings;
     for (const LaunchRecord* record : ordered)
         gather(*record, gatherings[nightOf(record->launched)]);
     std::vector<Night> nights;

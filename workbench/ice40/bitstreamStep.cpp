@@ -40,7 +40,7 @@ long requireBitstream(const OutputFile& bin) {
     return static_cast<long>(bytes.size());
 }
 
-void declare(CLI::App& app, BitstreamOptions& options) {
+void declareBitstreamOptions(CLI::App& app, BitstreamOptions& options) {
     app.add_option("--asc", options.asc, "Routed design of ice40_route")->required();
     app.add_option("--bin", options.bin, "Bitstream to write")->required();
     app.add_option("--metrics", options.metrics, "Metrics to write")->capture_default_str();
@@ -85,7 +85,7 @@ void runBitstream(const BitstreamOptions& options) {
 int bitstreamMain(int argc, char** argv) {
     BitstreamOptions options;
     CLI::App app("Packs a routed iCE40 design into a bitstream with icepack.", "ice40_bitstream");
-    declare(app, options);
+    declareBitstreamOptions(app, options);
     return runStep(app, "write_bitstream", argc, argv, [&] { runBitstream(options); });
 }
 

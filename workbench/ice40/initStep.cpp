@@ -71,7 +71,7 @@ void failFor(const InitOptions& options, const std::vector<PcfProblem>& problems
         "Correct the lines named above and run the step again");
 }
 
-void declare(CLI::App& app, InitOptions& options) {
+void declareInitOptions(CLI::App& app, InitOptions& options) {
     app.add_option("--netlist", options.netlist, "Netlist of the synthesis")->required();
     app.add_option("--top", options.top, "Top module; without it the one that is marked as top");
     app.add_option("--pcf", options.constraints, "Physical constraints");
@@ -129,7 +129,7 @@ int initMain(int argc, char** argv) {
     options.databaseFolder = defaultDatabaseFolder();
     CLI::App app("Checks netlist, constraints, device and package of an iCE40 implementation.",
                  "ice40_init");
-    declare(app, options);
+    declareInitOptions(app, options);
     return runStep(app, "init_design", argc, argv, [&] { runInit(options); });
 }
 

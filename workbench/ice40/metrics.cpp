@@ -19,8 +19,8 @@ namespace {
 
 using nlohmann::json;
 
-constexpr const char* kFormat = "xperiment-step-metrics";
-constexpr int kVersion = 1;
+constexpr const char* kMetricsFormat = "xperiment-step-metrics";
+constexpr int kMetricsVersion = 1;
 constexpr std::size_t kLargest = std::size_t{16} << 20;
 
 // The file's names, once for reader and writer.
@@ -92,8 +92,8 @@ bool getIcetime(const JsonObject& document, StepMetrics& metrics) {
 }
 
 /// Older programs didn't write all of these.
-bool getTexts(const JsonObject& document, const char* key,
-              std::map<std::string, std::string>& texts) {
+bool getTextMap(const JsonObject& document, const char* key,
+                std::map<std::string, std::string>& texts) {
     JsonValue found;
     JsonObject object;
     if (!findMember(document, key, found))
@@ -113,14 +113,14 @@ bool getTexts(const JsonObject& document, const char* key,
 bool checkKind(const JsonObject& document, std::string& reason) {
     std::string_view format;
     double version = 0;
-    if (!getMember(document, kFormatKey, format) || format != kFormat ||
+    if (!getMember(document, kFormatKey, format) || format != kMetricsFormat ||
         !getMember(document, kVersionKey, version)) {
         reason = "it does not hold the metrics of a step";
         return false;
     }
-    if (version > kVersion) {
-        reason =
-            fmt::format("it has version {}, and this program reads up to {}", version, kVersion);
+    if (version > kMetricsVersion) {
+        reason = fmt::format("it has version {}, and this program reads up to {}", version,
+                             kMetricsVersion);
         return false;
     }
     return true;
@@ -148,8 +148,8 @@ const ClockTiming* StepMetrics::worstClock() const {
 
 std::string formatMetrics(const StepMetrics& metrics) {
     json document;
-    document[kFormatKey] = kFormat;
-    document[kVersionKey] = kVersion;
+    document[kFormatKey] = kMetricsFormat;
+    document[kVersionKey] = kMetricsVersion;
     document[kStep] = metrics.step;
     document[kTool] = metrics.tool;
     document[kSeconds] = rounded(metrics.seconds);
@@ -184,8 +184,8 @@ bool parseMetrics(const std::string& text, StepMetrics& metrics, std::string& re
     if (!getMember(document, kStep, result.step) || !getMember(document, kTool, result.tool) ||
         !getSeconds(document, result) || !getCounts(document, result) ||
         !getClocks(document, result) || !getIcetime(document, result) ||
-        !getTexts(document, kFiles, result.files) ||
-        !getTexts(document, kMeanings, result.meanings)) {
+        !getTextMap(document, kFiles, result.files) ||
+        !getTextMap(document, kMeanings, result.meanings)) {
         reason = "a value of it is missing or of the wrong kind";
         return false;
     }

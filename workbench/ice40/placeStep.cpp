@@ -32,7 +32,7 @@ void declareFiles(CLI::App& app, PlaceOptions& options) {
     app.add_option("--svg", options.picture, "Picture of the placement to write");
 }
 
-void declare(CLI::App& app, PlaceOptions& options) {
+void declarePlaceOptions(CLI::App& app, PlaceOptions& options) {
     declareFiles(app, options);
     app.add_option("--freq", options.freqMhz, "Target of all clocks in MHz")
         ->check(CLI::Range(0.001, 10000.0))
@@ -143,7 +143,7 @@ void runPlace(const PlaceOptions& options) {
 int placeMain(int argc, char** argv) {
     PlaceOptions options;
     CLI::App app("Packs and places an iCE40 netlist with nextpnr-ice40.", "ice40_place");
-    declare(app, options);
+    declarePlaceOptions(app, options);
     return runStep(app, "place_design", argc, argv, [&] { runPlace(options); });
 }
 

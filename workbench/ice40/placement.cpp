@@ -17,8 +17,8 @@ namespace {
 
 using nlohmann::json;
 
-constexpr const char* kFormat = "xperiment-placement";
-constexpr int kVersion = 1;
+constexpr const char* kPlacementFormat = "xperiment-placement";
+constexpr int kPlacementVersion = 1;
 
 bool getText(const json& document, const char* key, std::string& value) {
     const auto found = document.find(key);
@@ -28,7 +28,7 @@ bool getText(const json& document, const char* key, std::string& value) {
     return true;
 }
 
-bool getTexts(const json& document, const char* key, std::vector<std::string>& values) {
+bool getTextList(const json& document, const char* key, std::vector<std::string>& values) {
     const auto found = document.find(key);
     if (found == document.end() || !found->is_array())
         return false;
@@ -52,8 +52,8 @@ std::string readInput(const std::string& path) {
 }  // namespace
 
 std::string formatPlacement(const Placement& placement) {
-    const json document = {{"format", kFormat},
-                           {"version", kVersion},
+    const json document = {{"format", kPlacementFormat},
+                           {"version", kPlacementVersion},
                            {"top", placement.top},
                            {"device", placement.device},
                            {"package", placement.package},
@@ -74,8 +74,8 @@ bool parsePlacement(const std::string& text, Placement& placement, std::string& 
     }
     Placement result;
     std::string format;
-    if (!getText(document, "format", format) || format != kFormat ||
-        document.value("version", json()) != kVersion) {
+    if (!getText(document, "format", format) || format != kPlacementFormat ||
+        document.value("version", json()) != kPlacementVersion) {
         reason = "it is not a placement record that this program can read";
         return false;
     }
@@ -85,8 +85,8 @@ bool parsePlacement(const std::string& text, Placement& placement, std::string& 
         !getText(document, "netlist", result.netlist) ||
         !getText(document, "constraints", result.constraints) || freq == document.end() ||
         !freq->is_number() || !getText(document, "inputs", result.inputs) ||
-        !getTexts(document, "words", result.words) ||
-        !getTexts(document, "checksums", result.checksums) || result.checksums.empty()) {
+        !getTextList(document, "words", result.words) ||
+        !getTextList(document, "checksums", result.checksums) || result.checksums.empty()) {
         reason = "a value of it is missing or of the wrong kind";
         return false;
     }

@@ -13,12 +13,12 @@ namespace ice40 {
 
 namespace {
 
-constexpr const char* kTool = "nextpnr-ice40";
+constexpr const char* kPnrProgram = "nextpnr-ice40";
 
 }  // namespace
 
 std::vector<std::string> pnrWords(const Placement& placement, const std::string& report) {
-    std::vector<std::string> words{kTool,       "--" + placement.device,
+    std::vector<std::string> words{kPnrProgram, "--" + placement.device,
                                    "--package", placement.package,
                                    "--json",    placement.netlist};
     if (!placement.top.empty())
@@ -41,14 +41,14 @@ PnrLog runPnr(const std::vector<std::string>& words) {
 }
 
 std::string pnrVersion() {
-    return parseToolVersion(kTool, firstLineOf(kTool, "--version"));
+    return parseToolVersion(kPnrProgram, firstLineOf(kPnrProgram, "--version"));
 }
 
 void takePnrReport(const std::string& path, StepMetrics& metrics) {
     std::string text;
     std::string reason;
     if (!readText(path, text, reason) || !parsePnrReport(text, metrics, reason))
-        throw StepFailure(fmt::format("the report of {} can't be used: {}", kTool, reason),
+        throw StepFailure(fmt::format("the report of {} can't be used: {}", kPnrProgram, reason),
                           "Look at the lines above for what the tool says, and at the free space "
                           "of the disk");
 }

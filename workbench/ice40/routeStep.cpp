@@ -93,7 +93,7 @@ void requireTarget(const StepMetrics& metrics) {
                       "Try another seed or strategy, or ask for less");
 }
 
-void declare(CLI::App& app, RouteOptions& options) {
+void declareRouteOptions(CLI::App& app, RouteOptions& options) {
     app.add_option("--placement", options.placement, "Placement record of ice40_place")
         ->capture_default_str();
     app.add_option("--asc", options.asc, "Routed design to write")->required();
@@ -182,7 +182,7 @@ int routeMain(int argc, char** argv) {
     RouteOptions options;
     CLI::App app("Routes a placed iCE40 design with nextpnr-ice40 and times it with icetime.",
                  "ice40_route");
-    declare(app, options);
+    declareRouteOptions(app, options);
     return runStep(app, "route_design", argc, argv, [&] { runRoute(options); });
 }
 

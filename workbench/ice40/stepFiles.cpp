@@ -36,7 +36,7 @@ private:
     int m_fd;
 };
 
-bool refuse(std::string& reason, int error) {
+bool refuseForError(std::string& reason, int error) {
     reason = std::strerror(error);
     return false;
 }
@@ -105,7 +105,7 @@ bool readText(const std::string& path, std::string& text, std::string& reason, s
     const Descriptor file(::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat info {};
     if (file.get() < 0 || ::fstat(file.get(), &info) != 0)
-        return refuse(reason, errno);
+        return refuseForError(reason, errno);
     if (!S_ISREG(info.st_mode)) {
         reason = "it is not a regular file";
         return false;
@@ -117,7 +117,7 @@ bool readText(const std::string& path, std::string& text, std::string& reason, s
     }
     std::string content;
     if (!readAll(file.get(), static_cast<std::size_t>(info.st_size), content))
-        return refuse(reason, errno);
+        return refuseForError(reason, errno);
     text = std::move(content);
     return true;
 }

@@ -31,7 +31,7 @@ bool isOn(const SynthOptions& options, const std::string& name) {
 }
 
 /// A word of a yosys script; yosys ends words at blanks and semicolons.
-std::string plainWord(const std::string& what, const std::string& word) {
+std::string scriptWord(const std::string& what, const std::string& word) {
     if (word.empty() || word.find_first_of(" \t\r\n;\"#") != std::string::npos)
         throw StepFailure(
             fmt::format("{} '{}' is empty or holds a blank, a quote, '#' or ';'", what, word),
@@ -55,9 +55,9 @@ std::string readCommand(const SynthOptions& options, const std::string& source) 
     if (isSystemVerilog(source))
         command += " -sv";
     for (const std::string& define : options.defines)
-        command += " -D" + plainWord("define", define);
+        command += " -D" + scriptWord("define", define);
     for (const std::string& folder : options.includes)
-        command += " -I" + plainWord("include folder", folder);
+        command += " -I" + scriptWord("include folder", folder);
     return command + " " + quotedPath(source);
 }
 
@@ -70,7 +70,7 @@ std::string readCommands(const SynthOptions& options) {
 
 /// From the sources that were read, what is parametrised and chosen by the top module.
 std::string writeElaboration(const SynthOptions& options, const std::string& path) {
-    return fmt::format("hierarchy -top {}; write_rtlil {}", plainWord("top module", options.top),
+    return fmt::format("hierarchy -top {}; write_rtlil {}", scriptWord("top module", options.top),
                        quotedPath(path));
 }
 
@@ -78,8 +78,8 @@ std::string synthCommand(const SynthOptions& options) {
     const std::string family = options.deviceFamily == "auto"
                                    ? findDevice(options.device).timingFamily
                                    : options.deviceFamily;
-    std::string command =
-        fmt::format("synth_ice40 -device {} -top {}", family, plainWord("top module", options.top));
+    std::string command = fmt::format("synth_ice40 -device {} -top {}", family,
+                                      scriptWord("top module", options.top));
     for (const std::string& name : options.switches)
         command += " -" + name;
     if (options.dffeMinCeUse > 0)
@@ -165,7 +165,7 @@ void checkResult(const SynthOptions& options, const CellCounts& before, const Ce
                          fmt::join(constant, ", ")));
 }
 
-void declare(CLI::App& app, SynthOptions& options) {
+void declareSynthOptions(CLI::App& app, SynthOptions& options) {
     app.add_option("sources", options.sources, "Verilog files; .sv is read as SystemVerilog")
         ->required();
     app.add_option("--top", options.top, "Top module")->required();
@@ -298,7 +298,7 @@ void runSynthesis(const SynthOptions& options) {
 int synthMain(int argc, char** argv) {
     SynthOptions options;
     CLI::App app("Synthesises Verilog for iCE40 devices with yosys.", "ice40_synth");
-    declare(app, options);
+    declareSynthOptions(app, options);
     return runStep(app, "synth_design", argc, argv, [&] { runSynthesis(options); });
 }
 

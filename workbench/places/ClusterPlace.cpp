@@ -10,11 +10,9 @@
 #include <pwd.h>
 #include <unistd.h>
 
-#include "environment/errors/HEXUserException.h"
 #include "environment/files/HUTFile.h"
 #include "environment/files/HUTFileUtils.h"
 #include "environment/messages/ComMsgMgr.h"
-#include "environment/messages/ComMsgMgrInstance.h"
 #include "environment/process/clock.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
 #include "runs/base/xperiment/stepMarkers.h"
@@ -22,6 +20,7 @@
 #include "workbench/cluster/Scheduler.h"
 #include "workbench/cluster/jobArray.h"
 #include "workbench/cluster/jobFiles.h"
+#include "workbench/fail.h"
 #include "workbench/launchLease.h"
 #include "workbench/places/HerePlace.h"
 #include "workbench/places/openStep.h"
@@ -37,21 +36,17 @@ using cluster::Scheduler;
 using cluster::Submission;
 
 /// Time for the scripts of a running job to see the request to stop.
-constexpr long kPatienceMs = 3000;
+constexpr long kScriptPatienceMs = 3000;
 /// A scheduler that hears of its hosts once in a while.
 constexpr long kEndMs = 60000;
 constexpr long kPauseMs = 100;
-
-template <class... Args> [[noreturn]] void fail(const char* format, const Args&... args) {
-    throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, format, args...));
-}
 
 std::unique_ptr<Scheduler> schedulerOf(const LaunchWay& way) {
     return Scheduler::make(way.kind == LaunchWay::Kind::kSge ? Scheduler::kSge : Scheduler::kLsf,
                            way.command);
 }
 
-const char* nameOf(const LaunchWay& way) {
+const char* schedulerName(const LaunchWay& way) {
     return way.kind == LaunchWay::Kind::kSge ? "the grid engine" : "LSF";
 }
 
@@ -68,7 +63,7 @@ std::string ownerOf(const LaunchLease& lease) {
     return found->pw_name;
 }
 
-JobKey keyOf(const HAXPExpRun& run, const LaunchLease& lease) {
+JobKey jobKeyOf(const HAXPExpRun& run, const LaunchLease& lease) {
     return {lease.way.jobName, cluster::readJobId(run.getDir()), ownerOf(lease), lease.way.task};
 }
 
@@ -97,7 +92,7 @@ bool isBeingSubmitted(const HAXPExpRun& run, const LaunchLease& lease) {
 
 void warnUnsure(const std::string& what, const LaunchWay& way, const std::string& told) {
     ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "workbench", ComMsgMgr::kWarning,
-                             "@60-112@%s%s%s", what, nameOf(way), told);
+                             "@60-112@%s%s%s", what, schedulerName(way), told);
 }
 
 void noteId(const std::string& runName, const std::string& dir, const std::string& id) {
@@ -108,7 +103,7 @@ void noteId(const std::string& runName, const std::string& dir, const std::strin
 }
 
 /// "a, b and 7 more".
-std::string namesOf(const std::vector<ArrayRun>& runs) {
+std::string runNames(const std::vector<ArrayRun>& runs) {
     constexpr std::size_t kMostNames = 3;
     std::string names;
     for (std::size_t i = 0; i < std::min(runs.size(), kMostNames); ++i)
@@ -132,13 +127,13 @@ cluster::ArrayJob arrayOf(const std::string& projectDir, const std::vector<Array
     array.script = cluster::writeArrayScript(
         projectDir, array.name, cluster::arrayScript(tasks, schedulerOf(way)->taskVariable()));
     if (way.kind == LaunchWay::Kind::kLsf && !isPlainWord(array.script))
-        fail("@60-115@%s%s", namesOf(runs), array.script);
+        fail("@60-115@%s%s", runNames(runs), array.script);
     return array;
 }
 
 /// Waits a while for a running job that was asked to end.
 void letEnd(HAXPExpRun& run) {
-    const long limit = process::clock().nowMs() + kPatienceMs;
+    const long limit = process::clock().nowMs() + kScriptPatienceMs;
     while (run.isAtWork() && process::clock().nowMs() < limit) {
         process::clock().sleepMs(kPauseMs);
         run.updateStatus();
@@ -169,7 +164,7 @@ void ClusterPlace::start(HAXPExpRun& run, const LaunchLease& lease) const {
     if (submission.result == Submission::kRefused) {
         // Should a job come up all the same, it finds itself superseded.
         HUTFile(run.pathOf(kLeaseName)).rm();
-        fail("@60-111@%s%s%s", run.getName(), nameOf(lease.way), submission.told);
+        fail("@60-111@%s%s%s", run.getName(), schedulerName(lease.way), submission.told);
     }
     if (submission.result == Submission::kUnsure) {
         warnUnsure("run " + run.getName(), lease.way, submission.told);
@@ -185,7 +180,7 @@ Evidence ClusterPlace::look(HAXPExpRun& run, const LaunchLease& lease) const {
         evidence.lines.emplace_back("its job is being submitted");
         return evidence;
     }
-    const JobAnswer job = schedulerOf(lease.way)->look(keyOf(run, lease));
+    const JobAnswer job = schedulerOf(lease.way)->look(jobKeyOf(run, lease));
     adopt(run, job.id);
     evidence.lines.push_back(job.told);
     if (job.state == JobAnswer::kUnknown)
@@ -210,7 +205,7 @@ Evidence ClusterPlace::look(HAXPExpRun& run, const LaunchLease& lease) const {
 
 StopResult ClusterPlace::stop(HAXPExpRun& run, const LaunchLease& lease) const {
     const std::unique_ptr<Scheduler> scheduler = schedulerOf(lease.way);
-    const JobKey key = keyOf(run, lease);
+    const JobKey key = jobKeyOf(run, lease);
     if (!run.isAtWork() && (!hasOpenStep(run) || scheduler->look(key).state == JobAnswer::kGone))
         return HerePlace::endProcesses(run, lease);
     if (isBeingSubmitted(run, lease))
@@ -252,22 +247,22 @@ void ClusterPlace::startArray(const std::string& projectDir, const std::vector<A
             HUTFile(one.run->pathOf(kLeaseName)).rm();
     }
     if (submission.result == Submission::kRefused)
-        fail("@60-202@%s%s%s", namesOf(runs), nameOf(way), submission.told);
+        fail("@60-202@%s%s%s", runNames(runs), schedulerName(way), submission.told);
     if (submission.result == Submission::kUnsure)
-        warnUnsure("runs " + namesOf(runs), way, submission.told);
+        warnUnsure("runs " + runNames(runs), way, submission.told);
 }
 
 void ClusterPlace::checkArrays(const LaunchWay& way) {
     check(way);
     std::string reason;
     if (!schedulerOf(way)->checkArrays(reason))
-        fail("@60-110@%s%s", nameOf(way), reason);
+        fail("@60-110@%s%s", schedulerName(way), reason);
 }
 
 void ClusterPlace::check(const LaunchWay& way) {
     std::string reason;
     if (!schedulerOf(way)->check(reason))
-        fail("@60-110@%s%s", nameOf(way), reason);
+        fail("@60-110@%s%s", schedulerName(way), reason);
 }
 
 }  // namespace workbench

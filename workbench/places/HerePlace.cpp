@@ -43,7 +43,7 @@ std::string hostOf(const HAXPExpRun& run, const LaunchLease& lease) {
 }
 
 /// Time for a tool to put its files in order.
-constexpr long kPatienceMs = 3000;
+constexpr long kToolPatienceMs = 3000;
 /// A killed process that stays longer hangs in the host, on a lost disk.
 constexpr long kKillMs = 5000;
 /// A tool that obeys is gone at once; who isn't takes its time.
@@ -68,7 +68,7 @@ public:
         m_start = process::clock().nowMs();
         // First of all: what ends now is followed by no other step.
         HUTFileUtils::rewriteFile(m_run.pathOf(xperiment::stopMarker), "", false);
-        if (!endWithin_(kPatienceMs, SIGTERM) && !endWithin_(kKillMs, SIGKILL))
+        if (!endWithin_(kToolPatienceMs, SIGTERM) && !endWithin_(kKillMs, SIGKILL))
             failToStop_();
         m_result.ms = process::clock().nowMs() - m_start;
         m_result.asked = m_asked.size();

@@ -28,8 +28,8 @@ HostCalls callsOf(const HAXPExpRun& run, const LaunchLease& lease) {
     return {lease.way.command, lease.way.host, run.getDir(), lease.id};
 }
 
-[[noreturn]] void refuse(const HAXPExpRun& run, const LaunchLease& lease,
-                         const std::string& words) {
+[[noreturn]] void failToStart(const HAXPExpRun& run, const LaunchLease& lease,
+                              const std::string& words) {
     throw HostError(ComMsgMgrInstance("workbench", ComMsgMgr::kError, "@60-130@%s%s%s",
                                       run.getName(), lease.way.host, words));
 }
@@ -67,7 +67,7 @@ std::string processesText(std::size_t count) {
 }
 
 /// What the answer of the host proves.
-Evidence judge(const HAXPExpRun& run, const LaunchLease& lease, const HostLook& look) {
+Evidence judgeHost(const HAXPExpRun& run, const LaunchLease& lease, const HostLook& look) {
     const std::string& host = lease.way.host;
     Evidence evidence;
     if (!look.isTold) {
@@ -118,7 +118,7 @@ void warn(const HAXPExpRun& run, const LaunchLease& lease, const std::string& wo
 }
 
 /// Whether the run's script came to its first lines, in which it takes this marker away.
-bool hasBegun(const HAXPExpRun& run) {
+bool hasScriptBegun(const HAXPExpRun& run) {
     return !HUTFile::exists(run.queueMarkerPath());
 }
 
@@ -147,7 +147,7 @@ void HostPlace::start(HAXPExpRun& run, const LaunchLease& lease) const {
     const bool isUntold = start.kind == HostStart::Kind::kUntold;
     if (isUntold && isClaimed(run, lease)) {
         const Evidence evidence = look(run, lease);
-        if (evidence.life == RunLife::kAlive || hasBegun(run))
+        if (evidence.life == RunLife::kAlive || hasScriptBegun(run))
             return;
         if (evidence.life == RunLife::kUnknown) {
             warn(run, lease, start.words);
@@ -159,15 +159,15 @@ void HostPlace::start(HAXPExpRun& run, const LaunchLease& lease) const {
     HUTFile(run.pathOf(kLeaseName)).rm();
     // One that claimed it at that very moment may have seen the lease.
     if (isUntold && isClaimed(run, lease) &&
-        judge(run, lease, host.stop()).life != RunLife::kGone && restoreLease(run, lease)) {
+        judgeHost(run, lease, host.stop()).life != RunLife::kGone && restoreLease(run, lease)) {
         warn(run, lease, start.words);
         return;
     }
-    refuse(run, lease, start.words);
+    failToStart(run, lease, start.words);
 }
 
 Evidence HostPlace::look(HAXPExpRun& run, const LaunchLease& lease) const {
-    return judge(run, lease, callsOf(run, lease).look());
+    return judgeHost(run, lease, callsOf(run, lease).look());
 }
 
 StopResult HostPlace::stop(HAXPExpRun& run, const LaunchLease& lease) const {
@@ -180,7 +180,7 @@ StopResult HostPlace::stop(HAXPExpRun& run, const LaunchLease& lease) const {
     // First of all: what ends now is followed by no other step.
     HUTFileUtils::rewriteFile(run.pathOf(xperiment::stopMarker), "", false);
     const HostStop stop = callsOf(run, lease).stop();
-    const Evidence left = judge(run, lease, stop);
+    const Evidence left = judgeHost(run, lease, stop);
     if (!stop.isTold)
         failToStop(run, left.lines.front());
     if (left.life == RunLife::kAlive)

@@ -33,7 +33,7 @@ std::string file() {
 }
 
 /// Everything that decides what is called; empty when it can't be a line.
-std::string lineOf(const LaunchWay& way) {
+std::string wayLine(const LaunchWay& way) {
     const bool isPlain = std::none_of(way.command.begin(), way.command.end(),
                                       [](char c) { return static_cast<unsigned char>(c) < ' '; });
     return isPlain ? std::to_string(static_cast<int>(way.kind)) + "\t" + way.host + "\t" +
@@ -49,8 +49,8 @@ std::string keptLines() {
     return "\n" + lines;
 }
 
-bool isKept(const LaunchWay& way) {
-    const std::string line = lineOf(way);
+bool isKnown(const LaunchWay& way) {
+    const std::string line = wayLine(way);
     return !line.empty() && keptLines().find("\n" + line) != std::string::npos;
 }
 
@@ -63,8 +63,8 @@ bool isOfThisHost(const LaunchLease& lease) {
 }  // namespace
 
 void rememberWay(const LaunchWay& way) {
-    const std::string line = lineOf(way);
-    if (way.kind == LaunchWay::Kind::kHere || line.empty() || folder().empty() || isKept(way) ||
+    const std::string line = wayLine(way);
+    if (way.kind == LaunchWay::Kind::kHere || line.empty() || folder().empty() || isKnown(way) ||
         !HUTFile(folder()).mkDirRecursive())
         return;
     try {
@@ -75,7 +75,7 @@ void rememberWay(const LaunchWay& way) {
 }
 
 bool isKnownWay(const LaunchLease& lease) {
-    return lease.way.kind == LaunchWay::Kind::kHere || isOfThisHost(lease) || isKept(lease.way);
+    return lease.way.kind == LaunchWay::Kind::kHere || isOfThisHost(lease) || isKnown(lease.way);
 }
 
 }  // namespace workbench

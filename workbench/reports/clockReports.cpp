@@ -6,14 +6,11 @@
 
 #include "workbench/reports/designNets.h"
 #include "workbench/reports/reportCommands.h"
+#include "workbench/reports/texts.h"
 
 namespace reports {
 
 namespace {
-
-bool endsWith(const std::string& text, const std::string& end) {
-    return text.size() > end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
-}
 
 std::string edgesOf(const DesignClock* clock) {
     if (clock == nullptr)

@@ -11,17 +11,13 @@
 #include <nlohmann/json.hpp>
 
 #include "workbench/ice40/parseJson.h"
+#include "workbench/reports/texts.h"
 
 namespace reports {
 
 namespace {
 
 using nlohmann::json;
-
-bool refuse(std::string& reason, const std::string& why) {
-    reason = why;
-    return false;
-}
 
 /// The number of a net, or what stands in its place; a number out of range
 /// counts as nothing.

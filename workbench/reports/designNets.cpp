@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
 #include "workbench/reports/designNets.h"
+#include "workbench/reports/texts.h"
 
 #include <algorithm>
 
@@ -9,10 +10,6 @@
 namespace reports {
 
 namespace {
-
-bool startsWith(const std::string& text, const std::string& start) {
-    return text.rfind(start, 0) == 0;
-}
 
 /// The pins by which cells that are no flip-flops take a clock.
 bool isClockPin(const DesignCell& cell, const std::string& port) {

@@ -12,6 +12,7 @@
 #include <utility>
 
 #include "workbench/ice40/jsonView.h"
+#include "workbench/reports/texts.h"
 
 namespace reports {
 
@@ -22,11 +23,6 @@ using ice40::getMember;
 using ice40::JsonArray;
 using ice40::JsonObject;
 using ice40::JsonValue;
-
-bool refuse(std::string& reason, const char* why) {
-    reason = why;
-    return false;
-}
 
 bool getCount(const JsonObject& object, const char* key, long& value) {
     constexpr double kMost = std::numeric_limits<int>::max();
@@ -165,10 +161,6 @@ bool getOrNull(const JsonObject& object, const char* key, std::optional<Value>& 
         return false;
     value = taken;
     return true;
-}
-
-bool endsWith(const std::string& text, const std::string& end) {
-    return text.size() > end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
 }
 
 }  // namespace

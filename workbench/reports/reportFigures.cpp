@@ -12,6 +12,7 @@
 #include "workbench/ice40/metrics.h"
 #include "workbench/ice40/stepFiles.h"
 #include "workbench/reports/reportFormat.h"
+#include "workbench/reports/texts.h"
 
 namespace reports {
 
@@ -22,12 +23,7 @@ using ice40::JsonArray;
 using ice40::JsonObject;
 using ice40::JsonValue;
 
-constexpr std::size_t kLargest = std::size_t{64} << 20;
-
-bool refuse(std::string& reason, const std::string& why) {
-    reason = why;
-    return false;
-}
+constexpr std::size_t kLargestReport = std::size_t{64} << 20;
 
 /// Whether this program can read the document at all.
 bool checkKind(const JsonObject& document, std::string& reason) {
@@ -130,7 +126,7 @@ bool parseFigures(const std::string& text, ReportFigures& figures, std::string& 
 bool readFigures(const std::string& path, ReportFigures& figures, std::string& reason) {
     std::string text;
     std::string why;
-    if (ice40::readText(path, text, why, kLargest) && parseFigures(text, figures, why))
+    if (ice40::readText(path, text, why, kLargestReport) && parseFigures(text, figures, why))
         return true;
     return refuse(reason, fmt::format("'{}' can't be read: {}", path, why));
 }

@@ -26,7 +26,6 @@ using ice40::StepFailure;
 using Words = std::vector<std::string>;
 
 constexpr const char* kChild = "script";
-constexpr std::size_t kLargestScript = std::size_t{16} << 20;
 
 /// The error of a script that another one sources; its text is the whole message.
 class SourceFailure : public std::runtime_error {

@@ -2,11 +2,15 @@
 // Copyright the Xperiment authors
 #pragma once
 
+#include <cstddef>
 #include <memory>
 #include <string>
 #include <vector>
 
 namespace reports {
+
+/// The bytes of the largest script that is read.
+inline constexpr std::size_t kLargestScript = std::size_t{16} << 20;
 
 /// Runs the report script of a run in the current folder.
 ///

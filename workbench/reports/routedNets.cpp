@@ -1,6 +1,7 @@
 // SPDX-License-Identifier: Apache-2.0
 // Copyright the Xperiment authors
 #include "workbench/reports/routedNets.h"
+#include "workbench/reports/texts.h"
 
 #include <locale>
 #include <sstream>
@@ -8,15 +9,6 @@
 namespace reports {
 
 namespace {
-
-bool refuse(std::string& reason, const char* why) {
-    reason = why;
-    return false;
-}
-
-bool startsWith(const std::string& line, const std::string& start) {
-    return line.rfind(start, 0) == 0;
-}
 
 const std::string kLevels = "Total number of logic levels: ";
 const std::string kDelay = "Total path delay: ";

@@ -22,7 +22,7 @@ constexpr const char* kPlacement = "place_design";
 constexpr const char* kRouting = "route_design";
 
 /// What no result of a step on these devices comes near.
-constexpr std::size_t kLargest = std::size_t{64} << 20;
+constexpr std::size_t kLargestResult = std::size_t{64} << 20;
 
 std::string again(const std::string& step) {
     return fmt::format("Run step {} again", step);
@@ -32,7 +32,7 @@ std::string again(const std::string& step) {
 std::string readFile(const std::string& what, const std::string& path, const std::string& step) {
     std::string text;
     std::string reason;
-    if (!ice40::readText(path, text, reason, kLargest))
+    if (!ice40::readText(path, text, reason, kLargestResult))
         throw StepFailure(fmt::format("{} '{}' can't be read: {}", what, path, reason),
                           again(step));
     return text;

@@ -15,8 +15,6 @@ namespace reports {
 
 namespace {
 
-constexpr std::size_t kLargestScript = std::size_t{16} << 20;
-
 constexpr const char* kUsage =
     "usage: tarnel [-nolog] [-nojournal] [-notrace] -mode batch [-product NAME] -source FILE\n"
     "              [-tclargs ARG...]\n"
@@ -32,7 +30,7 @@ constexpr const char* kUsage =
     "\n"
     "Exit status: 0 done, 1 the script or one of its reports failed, 2 wrong usage.\n";
 
-bool refuse(std::string& reason, const std::string& why) {
+bool refuseCall(std::string& reason, const std::string& why) {
     reason = why + ". Call it with -help for its options.";
     return false;
 }
@@ -67,23 +65,23 @@ private:
         else if (word == "-mode" || word == "-product" || word == "-source")
             return readValue_(word, reason);
         else if (word != "-nolog" && word != "-nojournal" && word != "-notrace")
-            return refuse(reason, fmt::format("there is no option '{}'", word));
+            return refuseCall(reason, fmt::format("there is no option '{}'", word));
         return true;
     }
 
     bool readValue_(const std::string& option, std::string& reason) {
         if (m_at == m_words.size() || m_words[m_at].empty() || m_words[m_at].front() == '-')
-            return refuse(reason, fmt::format("{} needs a value", option));
+            return refuseCall(reason, fmt::format("{} needs a value", option));
         const std::string& value = m_words[m_at++];
         if (option == "-mode") {
             m_hasMode = value == "batch";
-            return m_hasMode || refuse(reason, fmt::format("there is no mode '{}'", value));
+            return m_hasMode || refuseCall(reason, fmt::format("there is no mode '{}'", value));
         }
         if (option == "-product")
             return isTarnel(value) ||
-                   refuse(reason, fmt::format("there is no product '{}'", value));
+                   refuseCall(reason, fmt::format("there is no product '{}'", value));
         if (!m_call.source.empty())
-            return refuse(reason, "-source stands twice");
+            return refuseCall(reason, "-source stands twice");
         m_call.source = value;
         return true;
     }
@@ -153,9 +151,9 @@ bool parseTarnelCall(const std::vector<std::string>& words,
     TarnelCall result = reader.take();
     if (!result.wantsHelp && !result.wantsVersion) {
         if (result.source.empty())
-            return refuse(reason, "-source is missing");
+            return refuseCall(reason, "-source is missing");
         if (!hasMode)
-            return refuse(reason, "-mode batch is missing");
+            return refuseCall(reason, "-mode batch is missing");
     }
     call = std::move(result);
     return true;

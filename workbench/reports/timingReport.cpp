@@ -101,8 +101,8 @@ Section describePath(const StepResults& results, const TimingPath& path, std::si
     return section;
 }
 
-void addPaths(const StepResults& results, const ReportOptions& options, const Sources& sources,
-              Report& report) {
+void addPathSections(const StepResults& results, const ReportOptions& options,
+                     const Sources& sources, Report& report) {
     const auto most = static_cast<std::size_t>(options.number("max_paths"));
     std::vector<const TimingPath*> wanted;
     for (const TimingPath& path : results.pnrReport().paths)
@@ -153,7 +153,7 @@ void addNets(const StepResults& results, const ReportOptions& options, Report& r
 
 void fillTiming(const StepResults& results, const ReportOptions& options, Report& report) {
     const Sources sources(results, !options.has("no_source"), report);
-    addPaths(results, options, sources, report);
+    addPathSections(results, options, sources, report);
     addNets(results, options, report);
 }
 

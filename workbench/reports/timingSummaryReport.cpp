@@ -114,8 +114,8 @@ void addPathRow(const TimingPath& path, int digits, Section& section) {
          numberCell(path.routingNs(), digits), countCell(path.levels())});
 }
 
-void addPaths(const StepResults& results, const ReportOptions& options, int digits,
-              Report& report) {
+void addPathTables(const StepResults& results, const ReportOptions& options, int digits,
+                   Report& report) {
     Section within = pathTable("Slowest path of each clock");
     Section across = pathTable("Between clocks, ports and clocks");
     across.lines.emplace_back("The tool checks no target for these delays.");
@@ -152,7 +152,7 @@ void fillTimingSummary(const StepResults& results, const ReportOptions& options,
     addClocks(results, options, digits, report);
     if (!results.isRouting())
         return;
-    addPaths(results, options, digits, report);
+    addPathTables(results, options, digits, report);
     if (!options.has("no_icetime"))
         addSecondOpinion(results, digits, report);
 }

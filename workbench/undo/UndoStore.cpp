@@ -20,18 +20,17 @@
 #include "environment/containers/HSTFwdIter.h"
 #include "environment/containers/HSTVector.h"
 #include "environment/errors/HEXAll.h"
-#include "environment/errors/HEXUserException.h"
 #include "environment/errors/HXMLException.h"
 #include "environment/files/HUTFile.h"
 #include "environment/files/HUTFileUtils.h"
 #include "environment/files/diskOps.h"
 #include "environment/messages/ComMsgMgr.h"
-#include "environment/messages/ComMsgMgrInstance.h"
 #include "environment/xml/xmlDocument.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/OpenRunInfo.h"
 #include "workbench/Project.h"
 #include "workbench/calendarTime.h"
+#include "workbench/fail.h"
 #include "workbench/history/History.h"
 #include "workbench/history/launchLines.h"
 #include "workbench/launchDecision.h"
@@ -53,7 +52,7 @@ constexpr char kUndoVerb[] = "undo";
 constexpr std::size_t kLargestLimits = 4096;
 
 /// Of the manifest's root; the run within is as in the project file.
-namespace name {
+namespace manifestName {
 constexpr char kUndo[] = "Undo";
 constexpr char kVersion[] = "Version";
 constexpr char kTime[] = "Time";
@@ -64,20 +63,16 @@ constexpr char kKeptFiles[] = "KeptFiles";
 constexpr char kRestores[] = "Restores";
 constexpr char kTheRun[] = "Run";
 constexpr char kSynthesis[] = "Synthesis";
-}  // namespace name
-constexpr char kFormat[] = "1";
+}  // namespace manifestName
+constexpr char kManifestFormat[] = "1";
 
-struct KindName {
+struct UndoKindName {
     UndoRun::Kind kind;
     const char* name;
 };
-constexpr KindName kKinds[] = {{UndoRun::kCleared, "cleared"},
-                               {UndoRun::kRemoved, "removed"},
-                               {UndoRun::kRestored, "restored"}};
-
-template <class... Args> [[noreturn]] void fail(const char* format, const Args&... args) {
-    throw HEXUserException(ComMsgMgrInstance("workbench", ComMsgMgr::kError, format, args...));
-}
+constexpr UndoKindName kUndoKindNames[] = {{UndoRun::kCleared, "cleared"},
+                                           {UndoRun::kRemoved, "removed"},
+                                           {UndoRun::kRestored, "restored"}};
 
 std::string undoFolder(const Project& project) {
     return ownFolder(project.getDir()) + "/undo";
@@ -269,37 +264,38 @@ void dropRunFolder(const std::string& path) {
 void writeManifest(Project& project, const HAXPExpRun& run, const std::string& path,
                    const UndoRun& what) {
     std::vector<std::pair<std::string, std::string>> attributes{
-        {name::kVersion, kFormat},
-        {name::kTime, std::to_string(std::time(nullptr))},
-        {name::kRun, what.name}};
-    for (const KindName& kind : kKinds) {
+        {manifestName::kVersion, kManifestFormat},
+        {manifestName::kTime, std::to_string(std::time(nullptr))},
+        {manifestName::kRun, what.name}};
+    for (const UndoKindName& kind : kUndoKindNames) {
         if (kind.kind == what.kind)
-            attributes.emplace_back(name::kKind, kind.name);
+            attributes.emplace_back(manifestName::kKind, kind.name);
     }
     if (!what.fromStep.empty())
-        attributes.emplace_back(name::kFrom, what.fromStep);
+        attributes.emplace_back(manifestName::kFrom, what.fromStep);
     if (what.keptFiles)
-        attributes.emplace_back(name::kKeptFiles, "true");
+        attributes.emplace_back(manifestName::kKeptFiles, "true");
     if (!what.restores.empty())
-        attributes.emplace_back(name::kRestores, what.restores);
-    ProjectFile(project).writeRunAlone(path, name::kUndo, attributes, run);
+        attributes.emplace_back(manifestName::kRestores, what.restores);
+    ProjectFile(project).writeRunAlone(path, manifestName::kUndo, attributes, run);
 }
 
 bool readManifest(const std::string& path, UndoRun& what, long& time) {
     try {
         const xml::Document document = xml::Document::fromFile(path);
         const xml::Element& root = document.root();
-        if (root.name() != name::kUndo || root.attribute(name::kVersion) != kFormat)
+        if (root.name() != manifestName::kUndo ||
+            root.attribute(manifestName::kVersion) != kManifestFormat)
             return false;
-        what.name = root.attribute(name::kRun);
-        what.fromStep = root.attribute(name::kFrom);
-        what.keptFiles = root.attribute(name::kKeptFiles) == "true";
-        what.restores = root.attribute(name::kRestores);
-        if (const xml::Element* run = root.child(name::kTheRun))
-            what.synthesis = run->attribute(name::kSynthesis);
-        time = std::strtol(root.attribute(name::kTime).c_str(), nullptr, 10);
-        for (const KindName& kind : kKinds) {
-            if (root.attribute(name::kKind) == kind.name) {
+        what.name = root.attribute(manifestName::kRun);
+        what.fromStep = root.attribute(manifestName::kFrom);
+        what.keptFiles = root.attribute(manifestName::kKeptFiles) == "true";
+        what.restores = root.attribute(manifestName::kRestores);
+        if (const xml::Element* run = root.child(manifestName::kTheRun))
+            what.synthesis = run->attribute(manifestName::kSynthesis);
+        time = std::strtol(root.attribute(manifestName::kTime).c_str(), nullptr, 10);
+        for (const UndoKindName& kind : kUndoKindNames) {
+            if (root.attribute(manifestName::kKind) == kind.name) {
                 what.kind = kind.kind;
                 return true;
             }
@@ -436,7 +432,7 @@ bool tookBackWhatFollowed(const UndoEntry& later, const UndoEntry& entry) {
            (parts && std::get<2>(*parts) != kUndoVerb && *parts > *partsOf(entry.id));
 }
 
-bool isNamed(const UndoEntry& entry, const std::string& run) {
+bool namesRun(const UndoEntry& entry, const std::string& run) {
     return std::any_of(entry.runs.begin(), entry.runs.end(),
                        [&run](const UndoRun& each) { return each.name == run; });
 }
@@ -676,7 +672,7 @@ void UndoStore::requireUndoable_(const UndoEntry& entry, const std::vector<UndoE
         for (const UndoEntry& later : all) {
             if (later.id == entry.id)
                 break;
-            if (isNamed(later, what.name) && !tookBackWhatFollowed(later, entry))
+            if (namesRun(later, what.name) && !tookBackWhatFollowed(later, entry))
                 fail("@60-250@%s%s%s", entry.id, what.name, later.id);
         }
         if (what.kind == UndoRun::kRemoved) {
@@ -720,7 +716,7 @@ void UndoStore::requireRestorable_(const UndoEntry& entry, const UndoRun& what) 
     if (isTaken)
         fail("@60-251@%s%s", entry.id, what.name);
     if (!what.synthesis.empty() && m_project.findRun(what.synthesis) == nullptr &&
-        !isNamed(entry, what.synthesis))
+        !namesRun(entry, what.synthesis))
         fail("@60-256@%s%s%s", entry.id, what.name, what.synthesis);
 }
 

@@ -15,18 +15,19 @@ namespace {
 constexpr std::uint64_t kHashStart = 0xcbf29ce484222325U;
 constexpr std::uint64_t kHashFactor = 0x100000001b3U;
 
-class OpenFile {
+/// A file that is read for its stamp; open while it lives.
+class StampedFile {
 public:
     /// Without blocking: a pipe under a source's name mustn't hold the caller.
-    explicit OpenFile(const std::string& path)
+    explicit StampedFile(const std::string& path)
         : m_fd(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK)) {}
-    ~OpenFile() {
+    ~StampedFile() {
         if (m_fd >= 0)
             close(m_fd);
     }
 
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
+    StampedFile(const StampedFile&) = delete;
+    StampedFile& operator=(const StampedFile&) = delete;
 
     bool isRegular(struct stat& facts) const {
         return m_fd >= 0 && fstat(m_fd, &facts) == 0 && S_ISREG(facts.st_mode);
@@ -50,7 +51,7 @@ HDDAContentStamp::HDDAContentStamp(std::time_t modTime, std::uint64_t size, std:
     : m_modTime(modTime), m_size(size), m_hash(hash), m_exists(true) {}
 
 HDDAContentStamp HDDAContentStamp::read(const std::string& path) {
-    const OpenFile file(path);
+    const StampedFile file(path);
     struct stat facts {};
     if (!file.isRegular(facts))
         return {};

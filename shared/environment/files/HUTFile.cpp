@@ -22,8 +22,6 @@
 
 namespace {
 
-namespace fs = boost::filesystem;
-
 /// The place of the dot before the extension, npos without one.
 std::string::size_type extensionDot(const std::string& name) {
     const std::string::size_type dot = name.rfind('.');
@@ -63,7 +61,7 @@ void HUTFile::getFullPath(std::string& path) const {
         return;
     }
     boost::system::error_code noFolder;
-    const std::string here = fs::current_path(noFolder).string();
+    const std::string here = boost::filesystem::current_path(noFolder).string();
     path = noFolder ? m_path : (here == "/" ? here : here + "/") + m_path;
 }
 
@@ -135,7 +133,7 @@ bool HUTFile::mkDir() const {
 
 bool HUTFile::mkDirRecursive() const {
     boost::system::error_code failed;
-    fs::create_directories(withoutLastSeparators(m_path), failed);
+    boost::filesystem::create_directories(withoutLastSeparators(m_path), failed);
     return isDir();
 }
 

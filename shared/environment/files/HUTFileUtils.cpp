@@ -19,8 +19,6 @@
 
 namespace {
 
-namespace fs = boost::filesystem;
-
 std::string causeOf(int errorNumber) {
     return std::generic_category().message(errorNumber);
 }
@@ -42,10 +40,12 @@ std::string behindLinks(std::string path) {
     constexpr int kMostLinks = 40;
     for (int left = kMostLinks; left > 0; --left) {
         boost::system::error_code notALink;
-        const fs::path target = fs::read_symlink(path, notALink);
+        const boost::filesystem::path target = boost::filesystem::read_symlink(path, notALink);
         if (notALink)
             return path;
-        path = (target.is_absolute() ? target : fs::path(files::folderOf(path)) / target).string();
+        path = (target.is_absolute() ? target
+                                     : boost::filesystem::path(files::folderOf(path)) / target)
+                   .string();
     }
     failSave(path, ELOOP);
 }
@@ -64,12 +64,12 @@ int prepare(files::TempFile& temp, const std::string& content, const struct stat
 }
 
 /// Resolves the ".." of `path` as the disk does, where it can.
-fs::path withoutParents(const fs::path& path) {
-    fs::path resolved;
-    for (const fs::path& part : path) {
+boost::filesystem::path withoutParents(const boost::filesystem::path& path) {
+    boost::filesystem::path resolved;
+    for (const boost::filesystem::path& part : path) {
         if (part == "..") {
             boost::system::error_code missing;
-            const fs::path real = fs::canonical(resolved, missing);
+            const boost::filesystem::path real = boost::filesystem::canonical(resolved, missing);
             resolved = (missing ? resolved : real).parent_path();
             if (resolved.empty())
                 resolved = "/";
@@ -160,10 +160,10 @@ bool isPlainAbsolute(const std::string& path) {
 void HUTFileUtils::makeAbsolutePath(std::string& path) {
     if (isPlainAbsolute(path))
         return;
-    fs::path absolute(path);
+    boost::filesystem::path absolute(path);
     if (!absolute.is_absolute()) {
         boost::system::error_code noFolder;
-        const fs::path here = fs::current_path(noFolder);
+        const boost::filesystem::path here = boost::filesystem::current_path(noFolder);
         if (!noFolder)
             absolute = here / absolute;
     }

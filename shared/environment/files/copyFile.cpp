@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t kBlock = 65536;
 using Block = std::unique_ptr<char[]>;  // its content is read before it is used
-constexpr mode_t kModeBits = 0777;
+constexpr mode_t kPermissionBits = 0777;
 
 bool sameFile(const struct stat& a, const struct stat& b) {
     return a.st_dev == b.st_dev && a.st_ino == b.st_ino;
@@ -44,7 +44,7 @@ bool sameContent(int a, int b) {
 bool isCopy(int source, const struct stat& status, const std::string& target,
             const struct stat& there) {
     if (!S_ISREG(there.st_mode) || there.st_nlink != 1 || there.st_size != status.st_size ||
-        (there.st_mode & kModeBits) != (status.st_mode & kModeBits))
+        (there.st_mode & kPermissionBits) != (status.st_mode & kPermissionBits))
         return false;
     struct stat opened = {};
     int error = 0;
@@ -79,8 +79,8 @@ bool copyFile(const std::string& source, const std::string& target, bool replace
         return true;
 
     TempFile temp(target);
-    if (temp.open(status.st_mode & kModeBits) != 0 || !pour(from.get(), temp) ||
-        temp.setMode(status.st_mode & kModeBits) != 0)
+    if (temp.open(status.st_mode & kPermissionBits) != 0 || !pour(from.get(), temp) ||
+        temp.setMode(status.st_mode & kPermissionBits) != 0)
         return false;
     if (isThere && temp.sync(static_cast<std::size_t>(status.st_size)) != 0)
         return false;

@@ -15,7 +15,7 @@ struct Format {
     std::string kinds;
 };
 
-Format split(const std::string& format) {
+Format splitFormat(const std::string& format) {
     if (format.empty() || format.front() != '@')
         return {"", format};
     const std::size_t end = format.find('@', 1);
@@ -62,7 +62,7 @@ std::string filled(const std::string& pattern, const HSTVector<std::string>& arg
     return text;
 }
 
-std::string textOf(const messageCatalogue::Entry& entry, const HSTVector<std::string>& args) {
+std::string filledText(const messageCatalogue::Entry& entry, const HSTVector<std::string>& args) {
     std::string text = filled(entry.text, args);
     const std::size_t shown = std::char_traits<char>::length(entry.kinds) / 2;
     if (args.size() > shown)
@@ -86,13 +86,13 @@ std::string orEmpty(const char* text) {
 ComMsgMgrInstance::ComMsgMgrInstance(const char* domain, ComMsgMgr::MsgMask mask,
                                      const char* format, const HSTVector<ComMsgMgrArg>& args)
     : m_domain(orEmpty(domain)), m_mask(mask) {
-    const Format pieces = split(orEmpty(format));
+    const Format pieces = splitFormat(orEmpty(format));
     m_id = pieces.id;
     m_args.reserve(args.size());
     for (const ComMsgMgrArg& arg : args)
         m_args.push_back(arg.getText());
     const messageCatalogue::Entry* entry = messageCatalogue::find(m_id);
-    m_text = entry == nullptr ? bareText(m_id, m_args) : textOf(*entry, m_args);
+    m_text = entry == nullptr ? bareText(m_id, m_args) : filledText(*entry, m_args);
     m_isAsCatalogued = entry != nullptr && m_domain == entry->domain && m_mask == entry->mask &&
                        pieces.kinds == entry->kinds && pieces.kinds == kindsOf(args);
 }

@@ -3,7 +3,6 @@
 #include "environment/messages/ComMsgMgrLogSink.h"
 
 #include <cerrno>
-#include <system_error>
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -11,14 +10,11 @@
 #include "environment/errors/HEXUserException.h"
 #include "environment/messages/ComMsgMgrInstance.h"
 #include "environment/messages/messageLines.h"
+#include "environment/messages/systemReason.h"
 
 namespace {
 
 constexpr mode_t kMode = 0666;
-
-std::string systemReason() {
-    return std::generic_category().message(errno);
-}
 
 int openLog(const std::string& path) {
     const int flags = O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC | O_NOCTTY | O_NONBLOCK;

@@ -3,36 +3,33 @@
 #include "environment/messages/readTextFile.h"
 
 #include <cerrno>
-#include <system_error>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include "environment/messages/systemReason.h"
+
 namespace {
 
 constexpr std::size_t kMaxBytes = std::size_t{16} * 1024 * 1024;
 
-std::string systemReason() {
-    return std::generic_category().message(errno);
-}
-
 /// Closes the descriptor at the end of the scope.
-struct OpenFile {
-    explicit OpenFile(const std::string& path)
+struct OpenTextFile {
+    explicit OpenTextFile(const std::string& path)
         : descriptor(open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC)) {}
-    ~OpenFile() {
+    ~OpenTextFile() {
         if (descriptor >= 0)
             close(descriptor);
     }
-    OpenFile(const OpenFile&) = delete;
-    OpenFile& operator=(const OpenFile&) = delete;
+    OpenTextFile(const OpenTextFile&) = delete;
+    OpenTextFile& operator=(const OpenTextFile&) = delete;
 
     const int descriptor;
 };
 
 /// Whether the file may be read; else `reason` is set.
-bool isReadable(const OpenFile& file, std::string& reason) {
+bool isReadable(const OpenTextFile& file, std::string& reason) {
     struct stat state {};
     if (file.descriptor < 0 || fstat(file.descriptor, &state) != 0) {
         reason = systemReason();
@@ -48,7 +45,7 @@ bool isReadable(const OpenFile& file, std::string& reason) {
 }  // namespace
 
 bool readTextFile(const std::string& path, std::string& content, std::string& reason) {
-    const OpenFile file(path);
+    const OpenTextFile file(path);
     if (!isReadable(file, reason))
         return false;
     std::string text;

@@ -38,7 +38,7 @@ bool isShortestForm(unsigned value, std::size_t length) {
     return length != 4 || (value >= 0x10000 && value <= 0x10FFFF);
 }
 
-CodePoint decode(const std::string& text, std::size_t at) {
+CodePoint codePointAt(const std::string& text, std::size_t at) {
     const Byte lead = static_cast<Byte>(text[at]);
     const std::size_t length = lengthFromLead(lead);
     if (length == 0 || length > text.size() - at)
@@ -86,7 +86,7 @@ std::size_t findInvalid(const std::string& text) {
     while ((at = skipPlain(text, at)) < text.size()) {
         const std::size_t last = at + std::min(kBetweenRuns, text.size() - at);
         while (at < last) {
-            const CodePoint point = decode(text, at);
+            const CodePoint point = codePointAt(text, at);
             if (point.length == 0 || !isAllowed(point.value))
                 return at;
             at += point.length;
@@ -96,7 +96,7 @@ std::size_t findInvalid(const std::string& text) {
 }
 
 std::string describeInvalid(const std::string& text, std::size_t position) {
-    const CodePoint point = decode(text, position);
+    const CodePoint point = codePointAt(text, position);
     if (point.length != 0)
         return fmt::format("the character U+{:04X}", point.value);
     return fmt::format("the byte 0x{:02X}, which isn't UTF-8", static_cast<Byte>(text[position]));

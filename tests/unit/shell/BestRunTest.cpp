@@ -20,7 +20,7 @@ using shell::ComparedRun;
 using Texts = std::vector<std::string>;
 
 /// A run that is done, with Fmax in MHz, worst slack in ns and cells.
-ComparedRun doneRun(const std::string& name, double fmax, double slack, double cells) {
+ComparedRun measuredRun(const std::string& name, double fmax, double slack, double cells) {
     ComparedRun run;
     run.name = name;
     run.status = "done";
@@ -42,8 +42,8 @@ protected:
         return test::thrownText<shell::CommandError>([&] { chosen(requirements, rules); });
     }
 
-    std::vector<ComparedRun> m_runs{doneRun("a", 100, -1, 50), doneRun("b", 99.5, 1, 40),
-                                    doneRun("c", 99.2, 2, 41), doneRun("d", 80, 3, 10)};
+    std::vector<ComparedRun> m_runs{measuredRun("a", 100, -1, 50), measuredRun("b", 99.5, 1, 40),
+                                    measuredRun("c", 99.2, 2, 41), measuredRun("d", 80, 3, 10)};
 };
 
 TEST_F(BestRunTest, TheRulesDecideInTheirOrder) {
@@ -142,18 +142,18 @@ TEST_F(BestRunTest, WithoutRulesAllThatCanBeJudgedAreBest) {
 
 TEST_F(BestRunTest, OfManyOnlySomeAreNamed) {
     for (int i = 0; i < 4; ++i)
-        m_runs.push_back(doneRun("more" + std::to_string(i), 70, -2, 10));
+        m_runs.push_back(measuredRun("more" + std::to_string(i), 70, -2, 10));
     EXPECT_EQ(choiceLines(chosen({"slack >= 0"}, {"fmax"}))[1],
               "  slack >= 0 leaves 3 of 8; out: a (-1 ns), more0 (-2 ns), more1 (-2 ns), more2 "
               "(-2 ns), more3 (-2 ns)");
-    m_runs.push_back(doneRun("last", 70, -2, 10));
+    m_runs.push_back(measuredRun("last", 70, -2, 10));
     EXPECT_NE(choiceLines(chosen({"slack >= 0"}, {"fmax"}))[1].find("more3 (-2 ns) and 1 more"),
               std::string::npos);
 }
 
 TEST_F(BestRunTest, OfManyThatAreEqualOnlySomeAreNamed) {
     for (const char* name : {"e", "f", "g"})
-        m_runs.push_back(doneRun(name, 1, 1, 1));
+        m_runs.push_back(measuredRun(name, 1, 1, 1));
     EXPECT_EQ(choiceLines(chosen({}, {"ports min"})).front(),
               "Equally good: a, b, c, d, e and 2 more (Ports 4)");
 }

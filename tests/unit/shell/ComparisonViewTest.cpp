@@ -8,17 +8,14 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include "tests/unit/shell/figures.h"
+
 namespace {
 
 using reports::Figure;
 using shell::ComparedRun;
-
-Figure fmax(double value) {
-    return {"fmax", "Fmax", value, "MHz", Figure::kHigher};
-}
-Figure slack(double value) {
-    return {"worst_slack", "Worst slack", value, "ns", Figure::kHigher};
-}
+using test::fmax;
+using test::slack;
 
 ComparedRun run(const std::string& name, const std::string& seed,
                 const std::vector<Figure>& figures) {

@@ -9,18 +9,15 @@
 
 #include "shell/exitStatus.h"
 #include "tests/support/thrownText.h"
+#include "tests/unit/shell/figures.h"
 
 namespace {
 
 using reports::Figure;
 using shell::ComparedRun;
+using test::fmax;
+using test::slack;
 
-Figure fmax(double value) {
-    return {"fmax", "Fmax", value, "MHz", Figure::kHigher};
-}
-Figure slack(double value) {
-    return {"worst_slack", "Worst slack", value, "ns", Figure::kHigher};
-}
 Figure luts(double value) {
     return {"luts", "LUTs", value, "", Figure::kLower};
 }

@@ -12,6 +12,7 @@
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "shell/exitStatus.h"
 #include "shell/runPlan.h"
+#include "shell/runView.h"
 #include "tests/support/thrownText.h"
 #include "tests/unit/workbench/TestBench.h"
 #include "workbench/HAXPExpRun.h"
@@ -23,14 +24,6 @@
 namespace {
 
 using Names = std::vector<std::string>;
-
-Names namesOf(const std::vector<HAXPExpRun*>& runs) {
-    Names names;
-    names.reserve(runs.size());
-    for (const HAXPExpRun* run : runs)
-        names.push_back(run->getName());
-    return names;
-}
 
 /// A project with two syntheses and an implementation.
 class SweepTest : public ::testing::Test {
@@ -70,8 +63,8 @@ private:
 };
 
 TEST_F(SweepTest, MakesARunForEachStrategyAndSeed) {
-    EXPECT_EQ(namesOf(make()), (Names{"night_Default_s1", "night_Default_s2", "night_Explore_s1",
-                                      "night_Explore_s2"}));
+    EXPECT_EQ(shell::namesOf(make()), (Names{"night_Default_s1", "night_Default_s2",
+                                             "night_Explore_s1", "night_Explore_s2"}));
     EXPECT_EQ(m_project->getRun("night_Explore_s2").getStrategy()->getName(), "Explore");
 }
 
@@ -85,7 +78,7 @@ TEST_F(SweepTest, RunsThatDifferInTheirSeedAloneAreAFamily) {
     const HAXPExpRun& run = m_project->getRun("night_Explore_s1");
     EXPECT_EQ(m_project->getFamilyOf(run).sweep, "night");
     EXPECT_EQ(m_project->getFamilyOf(run).name, "night_Explore");
-    EXPECT_EQ(namesOf(shell::runsOfFamily(*m_project, "night_Explore")),
+    EXPECT_EQ(shell::namesOf(shell::runsOfFamily(*m_project, "night_Explore")),
               (Names{"night_Explore_s1", "night_Explore_s2"}));
     EXPECT_EQ(shell::runsOfFamily(*m_project, "night").size(), 4U);
     EXPECT_TRUE(shell::runsOfFamily(*m_project, "").empty());
@@ -93,9 +86,9 @@ TEST_F(SweepTest, RunsThatDifferInTheirSeedAloneAreAFamily) {
 
 TEST_F(SweepTest, ASweepOrFamilyIsNamedWhereRunsAre) {
     make();
-    EXPECT_EQ(
-        namesOf(shell::chosenRuns(*m_project, {"night_Default", "synth_2", "night_Default_s1"})),
-        (Names{"night_Default_s1", "night_Default_s2", "synth_2"}));
+    EXPECT_EQ(shell::namesOf(
+                  shell::chosenRuns(*m_project, {"night_Default", "synth_2", "night_Default_s1"})),
+              (Names{"night_Default_s1", "night_Default_s2", "synth_2"}));
     EXPECT_EQ(
         test::thrownText<shell::CommandError>([this] { shell::chosenRuns(*m_project, {"nigt"}); }),
         "There is no run 'nigt'. Did you mean 'night'?");
@@ -109,8 +102,9 @@ TEST_F(SweepTest, AllShareTheFirstSynthesis) {
 TEST_F(SweepTest, SeveralSynthesesMakeFamiliesOfTheirOwn) {
     m_request.syntheses = {"synth_1", "synth_2"};
     m_request.strategies = {"impl/Default"};
-    EXPECT_EQ(namesOf(make()), (Names{"night_synth_1_Default_s1", "night_synth_1_Default_s2",
-                                      "night_synth_2_Default_s1", "night_synth_2_Default_s2"}));
+    EXPECT_EQ(shell::namesOf(make()),
+              (Names{"night_synth_1_Default_s1", "night_synth_1_Default_s2",
+                     "night_synth_2_Default_s1", "night_synth_2_Default_s2"}));
     EXPECT_EQ(m_project->getSynthesisOf(m_project->getRun("night_synth_2_Default_s1"))->getName(),
               "synth_2");
     EXPECT_EQ(m_project->getFamilyOf(m_project->getRun("night_synth_2_Default_s1")).name,
@@ -121,11 +115,11 @@ TEST_F(SweepTest, SynthesesThatAreMissingAreMadeAndTheOthersShared) {
     m_request.strategies = {"Default"};
     m_request.seeds = {1};
     m_request.synthesisStrategies = {"Area", "Performance"};
-    EXPECT_EQ(namesOf(make()), (Names{"synth_Performance", "night_synth_2_Default_s1",
-                                      "night_synth_Performance_Default_s1"}));
+    EXPECT_EQ(shell::namesOf(make()), (Names{"synth_Performance", "night_synth_2_Default_s1",
+                                             "night_synth_Performance_Default_s1"}));
     // Once more: both are there.
     m_request.seeds = {2};
-    EXPECT_EQ(namesOf(make()),
+    EXPECT_EQ(shell::namesOf(make()),
               (Names{"night_synth_2_Default_s2", "night_synth_Performance_Default_s2"}));
 }
 
@@ -135,7 +129,7 @@ TEST_F(SweepTest, ASynthesisWithAnOptionOfItsOwnIsNotShared) {
     m_request.synthesisStrategies = {"Area"};
     m_project->createRun("synth_Area", *OpenFlows::getSynthesis(), "Default", "");
     m_project->setOption(m_project->getRun("synth_2"), "synth_design.noflatten", "true");
-    EXPECT_EQ(namesOf(make()), (Names{"night_synth_Area", "night_Default_s1"}));
+    EXPECT_EQ(shell::namesOf(make()), (Names{"night_synth_Area", "night_Default_s1"}));
     EXPECT_EQ(m_project->getSynthesisOf(m_project->getRun("night_Default_s1"))->getName(),
               "night_synth_Area");
 }

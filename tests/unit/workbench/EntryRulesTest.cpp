@@ -13,17 +13,17 @@
 namespace {
 
 /// Good and bad names, and what is bad about a text; empty for a good one.
-struct TextCase {
+struct RuleCase {
     const char* name;
     std::string text;
     std::string refused;
 };
 
-std::string caseName(const ::testing::TestParamInfo<TextCase>& info) {
+std::string caseName(const ::testing::TestParamInfo<RuleCase>& info) {
     return info.param.name;
 }
 
-class RunNameTable : public ::testing::TestWithParam<TextCase> {};
+class RunNameTable : public ::testing::TestWithParam<RuleCase> {};
 
 TEST_P(RunNameTable, TakesOrRefuses) {
     const std::string text = GetParam().text;
@@ -39,18 +39,18 @@ TEST_P(RunNameTable, TakesOrRefuses) {
 
 INSTANTIATE_TEST_SUITE_P(
     EntryRules, RunNameTable,
-    ::testing::Values(TextCase{"Letters", "synth", ""}, TextCase{"AllSigns", "a.b_c+d-9", ""},
-                      TextCase{"DigitFirst", "1st", ""},
-                      TextCase{"HundredLetters", std::string(100, 'x'), ""},
-                      TextCase{"OneTooLong", std::string(101, 'x'), "bad"},
-                      TextCase{"Empty", "", "bad"}, TextCase{"Slash", "a/b", "bad"},
-                      TextCase{"DotFirst", ".hidden", "bad"}, TextCase{"Up", "..", "bad"},
-                      TextCase{"MinusFirst", "-x", "bad"}, TextCase{"Blank", "a b", "bad"},
-                      TextCase{"LineFeed", "a\nb", "bad"}, TextCase{"Dollar", "a$b", "bad"},
-                      TextCase{"NonAscii", "\xC3\xA4", "bad"}),
+    ::testing::Values(RuleCase{"Letters", "synth", ""}, RuleCase{"AllSigns", "a.b_c+d-9", ""},
+                      RuleCase{"DigitFirst", "1st", ""},
+                      RuleCase{"HundredLetters", std::string(100, 'x'), ""},
+                      RuleCase{"OneTooLong", std::string(101, 'x'), "bad"},
+                      RuleCase{"Empty", "", "bad"}, RuleCase{"Slash", "a/b", "bad"},
+                      RuleCase{"DotFirst", ".hidden", "bad"}, RuleCase{"Up", "..", "bad"},
+                      RuleCase{"MinusFirst", "-x", "bad"}, RuleCase{"Blank", "a b", "bad"},
+                      RuleCase{"LineFeed", "a\nb", "bad"}, RuleCase{"Dollar", "a$b", "bad"},
+                      RuleCase{"NonAscii", "\xC3\xA4", "bad"}),
     caseName);
 
-class StrategyNameTable : public ::testing::TestWithParam<TextCase> {};
+class StrategyNameTable : public ::testing::TestWithParam<RuleCase> {};
 
 TEST_P(StrategyNameTable, TakesOrRefuses) {
     const std::string text = GetParam().text;
@@ -73,21 +73,21 @@ const char kOuterBlank[] = "it begins or ends with a blank";
 INSTANTIATE_TEST_SUITE_P(
     EntryRules, StrategyNameTable,
     ::testing::Values(
-        TextCase{"Letters", "Fast", ""}, TextCase{"Words", "Fast and small", ""},
-        TextCase{"Signs", "50% (a+b)?*$&;", ""}, TextCase{"NonAscii", "sch\xC3\xB6n", ""},
-        TextCase{"HundredLetters", std::string(100, 'x'), ""},
-        TextCase{"OneTooLong", std::string(101, 'x'), "it is too long"},
-        TextCase{"Empty", "", "it is empty"}, TextCase{"Slash", "a/b", kSeparator},
-        TextCase{"Backslash", "a\\b", kSeparator}, TextCase{"Hidden", ".hidden", kFirstSign},
-        TextCase{"Aside", ".renamed.a", kFirstSign}, TextCase{"LikeAnOption", "-x", kFirstSign},
-        TextCase{"BlankFirst", " a", kOuterBlank}, TextCase{"BlankLast", "a ", kOuterBlank},
-        TextCase{"LineFeed", "a\nb", kHiddenSign}, TextCase{"Escape", "a\x1b[2J", kHiddenSign},
-        TextCase{"Null", std::string("a\0b", 3), kHiddenSign},
-        TextCase{"ZeroWidth", "a\xE2\x80\x8B", kHiddenSign},
-        TextCase{"NoUtf8", "a\xFF", kHiddenSign}),
+        RuleCase{"Letters", "Fast", ""}, RuleCase{"Words", "Fast and small", ""},
+        RuleCase{"Signs", "50% (a+b)?*$&;", ""}, RuleCase{"NonAscii", "sch\xC3\xB6n", ""},
+        RuleCase{"HundredLetters", std::string(100, 'x'), ""},
+        RuleCase{"OneTooLong", std::string(101, 'x'), "it is too long"},
+        RuleCase{"Empty", "", "it is empty"}, RuleCase{"Slash", "a/b", kSeparator},
+        RuleCase{"Backslash", "a\\b", kSeparator}, RuleCase{"Hidden", ".hidden", kFirstSign},
+        RuleCase{"Aside", ".renamed.a", kFirstSign}, RuleCase{"LikeAnOption", "-x", kFirstSign},
+        RuleCase{"BlankFirst", " a", kOuterBlank}, RuleCase{"BlankLast", "a ", kOuterBlank},
+        RuleCase{"LineFeed", "a\nb", kHiddenSign}, RuleCase{"Escape", "a\x1b[2J", kHiddenSign},
+        RuleCase{"Null", std::string("a\0b", 3), kHiddenSign},
+        RuleCase{"ZeroWidth", "a\xE2\x80\x8B", kHiddenSign},
+        RuleCase{"NoUtf8", "a\xFF", kHiddenSign}),
     caseName);
 
-class ScriptPathTable : public ::testing::TestWithParam<TextCase> {};
+class ScriptPathTable : public ::testing::TestWithParam<RuleCase> {};
 
 TEST_P(ScriptPathTable, TakesOrRefuses) {
     const std::string text = GetParam().text;
@@ -102,23 +102,23 @@ TEST_P(ScriptPathTable, TakesOrRefuses) {
 }
 
 INSTANTIATE_TEST_SUITE_P(EntryRules, ScriptPathTable,
-                         ::testing::Values(TextCase{"Plain", "/home/a/design-1.v", ""},
-                                           TextCase{"Blank", "/home/my design", ""},
-                                           TextCase{"Brackets", "/home/(a)", ""},
-                                           TextCase{"NonAscii", "/home/\xC3\xA4", ""},
-                                           TextCase{"Quote", "/it's", "the character '"},
-                                           TextCase{"DoubleQuote", "/a\"b", "the character \""},
-                                           TextCase{"Backslash", "/a\\b", "the character \\"},
-                                           TextCase{"Dollar", "/a$b", "the character $"},
-                                           TextCase{"Backtick", "/a`b", "the character `"},
-                                           TextCase{"Star", "/a*", "the character *"},
-                                           TextCase{"Question", "/a?", "the character ?"},
-                                           TextCase{"Bracket", "/a[1]", "the character ["},
-                                           TextCase{"LineFeed", "/a\nb", "a control character"},
-                                           TextCase{"Delete", "/a\x7F", "a control character"}),
+                         ::testing::Values(RuleCase{"Plain", "/home/a/design-1.v", ""},
+                                           RuleCase{"Blank", "/home/my design", ""},
+                                           RuleCase{"Brackets", "/home/(a)", ""},
+                                           RuleCase{"NonAscii", "/home/\xC3\xA4", ""},
+                                           RuleCase{"Quote", "/it's", "the character '"},
+                                           RuleCase{"DoubleQuote", "/a\"b", "the character \""},
+                                           RuleCase{"Backslash", "/a\\b", "the character \\"},
+                                           RuleCase{"Dollar", "/a$b", "the character $"},
+                                           RuleCase{"Backtick", "/a`b", "the character `"},
+                                           RuleCase{"Star", "/a*", "the character *"},
+                                           RuleCase{"Question", "/a?", "the character ?"},
+                                           RuleCase{"Bracket", "/a[1]", "the character ["},
+                                           RuleCase{"LineFeed", "/a\nb", "a control character"},
+                                           RuleCase{"Delete", "/a\x7F", "a control character"}),
                          caseName);
 
-class ReportFileTable : public ::testing::TestWithParam<TextCase> {};
+class ReportFileTable : public ::testing::TestWithParam<RuleCase> {};
 
 TEST_P(ReportFileTable, TakesOrRefuses) {
     const std::string text = GetParam().text;
@@ -133,16 +133,16 @@ TEST_P(ReportFileTable, TakesOrRefuses) {
 
 INSTANTIATE_TEST_SUITE_P(
     EntryRules, ReportFileTable,
-    ::testing::Values(TextCase{"Plain", "top_drc_routed.rpt", ""},
-                      TextCase{"Words", "my own report", ""}, TextCase{"None", "", ""},
-                      TextCase{"Separator", "a/b", "the character /"},
-                      TextCase{"OtherSeparator", "a\\b", "the character \\"},
-                      TextCase{"LineFeed", "a\nb", "a control character"},
-                      TextCase{"Folder", "..", "a dot in front"},
-                      TextCase{"Marker", ".ice40_route.end.rst", "a dot in front"}),
+    ::testing::Values(RuleCase{"Plain", "top_drc_routed.rpt", ""},
+                      RuleCase{"Words", "my own report", ""}, RuleCase{"None", "", ""},
+                      RuleCase{"Separator", "a/b", "the character /"},
+                      RuleCase{"OtherSeparator", "a\\b", "the character \\"},
+                      RuleCase{"LineFeed", "a\nb", "a control character"},
+                      RuleCase{"Folder", "..", "a dot in front"},
+                      RuleCase{"Marker", ".ice40_route.end.rst", "a dot in front"}),
     caseName);
 
-class OptionTextTable : public ::testing::TestWithParam<TextCase> {};
+class OptionTextTable : public ::testing::TestWithParam<RuleCase> {};
 
 TEST_P(OptionTextTable, TakesOrRefuses) {
     const std::string text = GetParam().text;
@@ -156,18 +156,18 @@ TEST_P(OptionTextTable, TakesOrRefuses) {
 }
 
 INSTANTIATE_TEST_SUITE_P(EntryRules, OptionTextTable,
-                         ::testing::Values(TextCase{"Number", "-7", ""},
-                                           TextCase{"Assignment", "WIDTH=8", ""},
-                                           TextCase{"Words", "a b", ""},
-                                           TextCase{"Path", "/a/b.hex", ""},
-                                           TextCase{"Substitution", "$(x)", "the character $"},
-                                           TextCase{"Semicolon", "a;b", "the character ;"},
-                                           TextCase{"Pipe", "a|b", "the character |"},
-                                           TextCase{"Redirection", "a>b", "the character >"},
-                                           TextCase{"Ampersand", "a&b", "the character &"},
-                                           TextCase{"Comment", "#x", "the character #"},
-                                           TextCase{"Percent", "%PATH%", "the character %"},
-                                           TextCase{"LineFeed", "a\nb", "a control character"}),
+                         ::testing::Values(RuleCase{"Number", "-7", ""},
+                                           RuleCase{"Assignment", "WIDTH=8", ""},
+                                           RuleCase{"Words", "a b", ""},
+                                           RuleCase{"Path", "/a/b.hex", ""},
+                                           RuleCase{"Substitution", "$(x)", "the character $"},
+                                           RuleCase{"Semicolon", "a;b", "the character ;"},
+                                           RuleCase{"Pipe", "a|b", "the character |"},
+                                           RuleCase{"Redirection", "a>b", "the character >"},
+                                           RuleCase{"Ampersand", "a&b", "the character &"},
+                                           RuleCase{"Comment", "#x", "the character #"},
+                                           RuleCase{"Percent", "%PATH%", "the character %"},
+                                           RuleCase{"LineFeed", "a\nb", "a control character"}),
                          caseName);
 
 }  // namespace

@@ -30,7 +30,7 @@
 namespace {
 
 /// What stands in a run directory.
-enum Life { kNoLock, kLockFree, kLockHeld };
+enum LockState { kNoLock, kLockFree, kLockHeld };
 
 /// An implementation in its run directory, launched to its last step. No message is
 /// expected.

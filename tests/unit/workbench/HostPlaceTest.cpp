@@ -37,7 +37,7 @@ using workbench::Evidence;
 using workbench::HostPlace;
 using workbench::RunLife;
 
-const char kRefused[] = "ssh: connect to host node7 port 22: Connection refused";
+const char kConnectionRefused[] = "ssh: connect to host node7 port 22: Connection refused";
 
 /// An implementation that is launched on "node7", as far as its launcher's part goes.
 /// Nothing that a test starts outlives it.
@@ -134,10 +134,11 @@ TEST_F(HostPlaceTest, BeginsTheRunAndSeesItThere) {
 }
 
 TEST_F(HostPlaceTest, TellsAFailedConnectionInItsOwnWords) {
-    m_host.script(std::string("echo '") + kRefused + "' >&2; exit 255");
+    m_host.script(std::string("echo '") + kConnectionRefused + "' >&2; exit 255");
     EXPECT_EQ(refusal(), "Run run_1 isn't launched on node7: the remote command ended with status "
                          "255 and said: " +
-                             std::string(kRefused) + ". Check that host, or choose another one.");
+                             std::string(kConnectionRefused) +
+                             ". Check that host, or choose another one.");
     EXPECT_FALSE(m_dir.has(workbench::kLeaseName));
     EXPECT_EQ(m_host.calls(), "node7\n");
 }
@@ -274,10 +275,10 @@ TEST_F(LateClaimTest, LeavesARunInDoubtWhenItCanNotBeStopped) {
 }
 
 TEST_F(HostPlaceTest, SaysInWhichWordsAHostCanNotBeAsked) {
-    m_host.script(std::string("echo '") + kRefused + "' >&2; exit 255");
+    m_host.script(std::string("echo '") + kConnectionRefused + "' >&2; exit 255");
     EXPECT_EQ(look(), "unknown: node7 can't be asked: the remote command ended with status 255 and "
                       "said: " +
-                          std::string(kRefused));
+                          std::string(kConnectionRefused));
 }
 
 TEST_F(HostPlaceTest, ProvesThatNothingOfTheRunIsThere) {
@@ -345,10 +346,10 @@ TEST_F(HostPlaceTest, TakesTheQueueMarkerOfARunThatHasYetToBegin) {
 }
 
 TEST_F(HostPlaceTest, SaysThatARunIsNotStoppedOnAHostThatCanNotBeAsked) {
-    m_host.script(std::string("echo '") + kRefused + "' >&2; exit 255");
+    m_host.script(std::string("echo '") + kConnectionRefused + "' >&2; exit 255");
     EXPECT_EQ(stopRefusal(), "Run run_1 isn't stopped: node7 can't be asked: the remote command "
                              "ended with status 255 and said: " +
-                                 std::string(kRefused) +
+                                 std::string(kConnectionRefused) +
                                  ". It was asked to stop by a file in its run directory, too; look "
                                  "again with \"xp status\".");
     EXPECT_TRUE(m_dir.has(".stop.rst"));

@@ -9,37 +9,37 @@
 
 namespace {
 
-struct TextCase {
+struct PrintableCase {
     const char* name;
     std::string text;
     std::string shown;
 };
 
-std::ostream& operator<<(std::ostream& os, const TextCase& row) {
+std::ostream& operator<<(std::ostream& os, const PrintableCase& row) {
     return os << row.name;
 }
 
-class PrintableTable : public ::testing::TestWithParam<TextCase> {};
+class PrintableTable : public ::testing::TestWithParam<PrintableCase> {};
 
 TEST_P(PrintableTable, EscapesWhatATerminalWouldTakeOrHide) {
     EXPECT_EQ(workbench::printable(GetParam().text), GetParam().shown);
 }
 
-INSTANTIATE_TEST_SUITE_P(Texts, PrintableTable,
-                         ::testing::Values(TextCase{"Plain", "Fast 2 (mine)", "Fast 2 (mine)"},
-                                           TextCase{"Empty", "", ""},
-                                           TextCase{"Letters", "schön \xE6\x97\xA5",
-                                                    "schön \xE6\x97\xA5"},
-                                           TextCase{"Escape", "\x1b[2J", "\\x1b[2J"},
-                                           TextCase{"LineEnd", "a\nb\r\tc", "a\\nb\\r\\tc"},
-                                           TextCase{"Delete", "a\x7f", "a\\x7f"},
-                                           TextCase{"Null", std::string("a\0b", 3), "a\\x00b"},
-                                           TextCase{"C1", "a\xC2\x9B", "a\\x9b"},
-                                           TextCase{"RightToLeft", "a\xE2\x80\xAE", "a\\u{202e}"},
-                                           TextCase{"ZeroWidth", "a\xE2\x80\x8B", "a\\u{200b}"},
-                                           TextCase{"NoUtf8", "a\xFF", "a\\u{fffd}"},
-                                           TextCase{"CutOff", "a\xE2\x80", "a\\u{fffd}\\u{fffd}"}),
-                         [](const auto& row) { return std::string(row.param.name); });
+INSTANTIATE_TEST_SUITE_P(
+    Texts, PrintableTable,
+    ::testing::Values(PrintableCase{"Plain", "Fast 2 (mine)", "Fast 2 (mine)"},
+                      PrintableCase{"Empty", "", ""},
+                      PrintableCase{"Letters", "schön \xE6\x97\xA5", "schön \xE6\x97\xA5"},
+                      PrintableCase{"Escape", "\x1b[2J", "\\x1b[2J"},
+                      PrintableCase{"LineEnd", "a\nb\r\tc", "a\\nb\\r\\tc"},
+                      PrintableCase{"Delete", "a\x7f", "a\\x7f"},
+                      PrintableCase{"Null", std::string("a\0b", 3), "a\\x00b"},
+                      PrintableCase{"C1", "a\xC2\x9B", "a\\x9b"},
+                      PrintableCase{"RightToLeft", "a\xE2\x80\xAE", "a\\u{202e}"},
+                      PrintableCase{"ZeroWidth", "a\xE2\x80\x8B", "a\\u{200b}"},
+                      PrintableCase{"NoUtf8", "a\xFF", "a\\u{fffd}"},
+                      PrintableCase{"CutOff", "a\xE2\x80", "a\\u{fffd}\\u{fffd}"}),
+    [](const auto& row) { return std::string(row.param.name); });
 
 TEST(PrintableTest, KeepsTheLinesOfALongText) {
     EXPECT_EQ(workbench::printableLines("a\n\tb\x1b"), "a\n\tb\\x1b");

@@ -28,8 +28,6 @@
 #include "workbench/Project.h"
 #include "workbench/openFlows.h"
 
-namespace fs = boost::filesystem;
-
 namespace {
 
 constexpr int kRounds = 150;
@@ -86,16 +84,16 @@ protected:
     void prepare() {
         m_run.setRunMode(HAXPExpRun::kLaunched);
         m_run.getInfo().setLaunch(1000, "synth");
-        fs::remove(m_bench.path(kNetlist));
-        fs::remove(m_bench.path("aside"));
+        boost::filesystem::remove(m_bench.path(kNetlist));
+        boost::filesystem::remove(m_bench.path("aside"));
         m_bench.folder().folder(kNetlist);
         for (int file = 0; file < kFiles; ++file)
             m_bench.folder().mark(nameOf(kNetlist, file), "generated");
-        fs::create_symlink(m_bench.path("outside"), m_bench.path("aside"));
+        boost::filesystem::create_symlink(m_bench.path("outside"), m_bench.path("aside"));
     }
     void cleanUp() {
-        fs::remove_all(m_bench.path(kNetlist));
-        fs::remove_all(m_bench.path("aside"));
+        boost::filesystem::remove_all(m_bench.path(kNetlist));
+        boost::filesystem::remove_all(m_bench.path("aside"));
     }
     int filesOutside() const {
         int count = 0;
@@ -155,8 +153,8 @@ TEST_F(ResetRaceTest, DeletesOutsideWhenItIsDoneNaively) {
 TEST_F(ResetRaceTest, IsRefusedForADirectoryThatIsALink) {
     prepare();
     m_bench.folder().mark("outside/blinky.json", "precious");
-    fs::remove_all(m_bench.path("proj/runs/synth_1"));
-    fs::create_symlink(m_bench.path("outside"), m_bench.path("proj/runs/synth_1"));
+    boost::filesystem::remove_all(m_bench.path("proj/runs/synth_1"));
+    boost::filesystem::create_symlink(m_bench.path("outside"), m_bench.path("proj/runs/synth_1"));
     HSTVector<std::string> errors;
     EXPECT_EQ(test::thrownText<HEXError>(
                   [&] { workbench::resetRun(*m_project, m_run, "", true, errors); }),

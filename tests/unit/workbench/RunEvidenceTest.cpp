@@ -141,12 +141,12 @@ TEST_F(SilenceTest, LeavesNothingBehind) {
 }
 
 TEST(DurationTest, IsToldInTheUnitThatPeopleUse) {
-    EXPECT_EQ(workbench::durationText(0), "0 s");
-    EXPECT_EQ(workbench::durationText(119), "119 s");
-    EXPECT_EQ(workbench::durationText(120), "2 min");
-    EXPECT_EQ(workbench::durationText(7199), "119 min");
-    EXPECT_EQ(workbench::durationText(7200), "2 h");
-    EXPECT_EQ(workbench::durationText(400000), "4 days");
+    EXPECT_EQ(workbench::roughDuration(0), "0 s");
+    EXPECT_EQ(workbench::roughDuration(119), "119 s");
+    EXPECT_EQ(workbench::roughDuration(120), "2 min");
+    EXPECT_EQ(workbench::roughDuration(7199), "119 min");
+    EXPECT_EQ(workbench::roughDuration(7200), "2 h");
+    EXPECT_EQ(workbench::roughDuration(400000), "4 days");
 }
 
 }  // namespace

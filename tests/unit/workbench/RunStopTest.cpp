@@ -182,7 +182,7 @@ protected:
 };
 
 /// Makes the lock as the run's script does.
-const std::string kTakeLock = kHoldLock + "; flock 9";
+const std::string kTakeRunLock = kHoldLock + "; flock 9";
 
 TEST_F(RunStopTest, LeavesARunAloneThatIsNotAtWork) {
     EXPECT_TRUE(workbench::stopRun(*m_run).wasIdle);
@@ -190,7 +190,7 @@ TEST_F(RunStopTest, LeavesARunAloneThatIsNotAtWork) {
 }
 
 TEST_F(RunStopTest, EndsEveryProcessAndSaysWhereTheRunStopped) {
-    start(kTakeLock, kId);
+    start(kTakeRunLock, kId);
     start("cd /", kId);
     const workbench::StopResult result = workbench::stopRun(*m_run);
     EXPECT_FALSE(result.wasIdle);
@@ -202,7 +202,7 @@ TEST_F(RunStopTest, EndsEveryProcessAndSaysWhereTheRunStopped) {
 }
 
 TEST_F(RunStopTest, KillsWhoDoesNotListen) {
-    start("trap '' TERM; " + kTakeLock, kId);
+    start("trap '' TERM; " + kTakeRunLock, kId);
     const workbench::StopResult result = workbench::stopRun(*m_run);
     EXPECT_EQ(result.killed, 1U);
     EXPECT_TRUE(hasEnded(0));

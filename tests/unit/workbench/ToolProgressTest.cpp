@@ -31,7 +31,7 @@ std::vector<std::string> linesOf(const std::string& name) {
 }
 
 /// What `step` is told to do, each text once in a row, over the whole log.
-std::vector<std::string> textsOf(const std::string& name, const std::string& step) {
+std::vector<std::string> progressTexts(const std::string& name, const std::string& step) {
     ToolLines tool;
     std::vector<std::string> texts;
     for (const std::string& line : linesOf(name)) {
@@ -129,14 +129,14 @@ INSTANTIATE_TEST_SUITE_P(
     [](const auto& row) { return std::string(row.param.name); });
 
 TEST(ToolLinesTest, TellsOfEveryArcThatIsLeft) {
-    const std::vector<std::string> texts = textsOf("router1_ripup.log", kRoute);
+    const std::vector<std::string> texts = progressTexts("router1_ripup.log", kRoute);
     EXPECT_TRUE(holds(texts, "routing, 120 arcs left"));
     EXPECT_TRUE(holds(texts, "routing, 0 arcs left"));
     EXPECT_EQ(texts.back(), "routed");
 }
 
 TEST(ToolLinesTest, SaysOneWireAndSeveral) {
-    const std::vector<std::string> texts = textsOf(kAnneal, kRoute);
+    const std::vector<std::string> texts = progressTexts(kAnneal, kRoute);
     EXPECT_TRUE(holds(texts, "routing, iteration 1, 856 wires overused"));
     ToolLines tool;
     tool.read("Info:     iter=27 wires=15827 overused=1 overuse=1 archfail=NA", kRoute);

@@ -22,7 +22,7 @@ std::vector<ToolWarning> warningsIn(const std::string& log) {
     return workbench::warningsIn(in);
 }
 
-Texts textsOf(const std::vector<ToolWarning>& warnings) {
+Texts warningTexts(const std::vector<ToolWarning>& warnings) {
     Texts texts;
     for (const ToolWarning& warning : warnings)
         texts.push_back(warning.step + "|" + warning.tool + "|" + warning.text);
@@ -37,7 +37,7 @@ const char kSynthesis[] =
     "Warnings: 2 unique messages, 2 total\n";
 
 TEST(ToolWarningsTest, FindsEachWarningWithItsStepAndTool) {
-    EXPECT_EQ(textsOf(warningsIn(kSynthesis)),
+    EXPECT_EQ(warningTexts(warningsIn(kSynthesis)),
               (Texts{"synth_design|yosys|Resizing cell port top.s.y from 3 bits to 4 bits.",
                      "synth_design|yosys|Identifier `x' is implicitly declared.",
                      "synth_design|yosys|ABC: The network is combinational (run \"fraig\" or "
@@ -63,24 +63,25 @@ TEST(ToolWarningsTest, CountsAWarningThatIsToldAgain) {
 }
 
 TEST(ToolWarningsTest, AStepsToolAndItsReportsBelongToIt) {
-    EXPECT_EQ(textsOf(warningsIn("Command: nextpnr-ice40 --hx8k --seed 1 --no-route\n"
-                                 "Warning: one\n"
-                                 "Command: nextpnr-ice40 --hx8k --seed 1\nWarning: two\n"
-                                 "Command: icetime -d hx8k\nWarning: three\n"
-                                 "Command: /opt/bin/tarnel -source r.tcl -tclargs route_design\n"
-                                 "WARNING: four\n"
-                                 "Command: icepack a b\nwarning: five\n"
-                                 "Command: mytool\nWarning: six\n")),
-              (Texts{"place_design|nextpnr-ice40|one", "route_design|nextpnr-ice40|two",
-                     "route_design|icetime|three", "route_design|tarnel|four",
-                     "write_bitstream|icepack|five", "|mytool|six"}));
+    EXPECT_EQ(
+        warningTexts(warningsIn("Command: nextpnr-ice40 --hx8k --seed 1 --no-route\n"
+                                "Warning: one\n"
+                                "Command: nextpnr-ice40 --hx8k --seed 1\nWarning: two\n"
+                                "Command: icetime -d hx8k\nWarning: three\n"
+                                "Command: /opt/bin/tarnel -source r.tcl -tclargs route_design\n"
+                                "WARNING: four\n"
+                                "Command: icepack a b\nwarning: five\n"
+                                "Command: mytool\nWarning: six\n")),
+        (Texts{"place_design|nextpnr-ice40|one", "route_design|nextpnr-ice40|two",
+               "route_design|icetime|three", "route_design|tarnel|four",
+               "write_bitstream|icepack|five", "|mytool|six"}));
 }
 
 TEST(ToolWarningsTest, AStepThatRunsAgainTakesBackItsWarningsAndTheLaterOnes) {
-    EXPECT_EQ(textsOf(warningsIn("Command: nextpnr-ice40 --no-route\nWarning: kept\n"
-                                 "Command: nextpnr-ice40 --seed 1\nWarning: old\n"
-                                 "Command: icepack a b\nWarning: older\n"
-                                 "Command: nextpnr-ice40 --seed 1\nWarning: new\n")),
+    EXPECT_EQ(warningTexts(warningsIn("Command: nextpnr-ice40 --no-route\nWarning: kept\n"
+                                      "Command: nextpnr-ice40 --seed 1\nWarning: old\n"
+                                      "Command: icepack a b\nWarning: older\n"
+                                      "Command: nextpnr-ice40 --seed 1\nWarning: new\n")),
               (Texts{"place_design|nextpnr-ice40|kept", "route_design|nextpnr-ice40|new"}));
 }
 
@@ -107,9 +108,9 @@ TEST(ToolWarningsTest, NewIsWhatTheOtherLacksInTheSameStep) {
     const auto before = warningsIn("Command: nextpnr-ice40 --no-route\nWarning: a\nWarning: b\n");
     const auto after = warningsIn("Command: nextpnr-ice40 --no-route\nWarning: b\n"
                                   "Command: nextpnr-ice40\nWarning: a\n");
-    EXPECT_EQ(textsOf(workbench::warningsBeyond(after, before)),
+    EXPECT_EQ(warningTexts(workbench::warningsBeyond(after, before)),
               (Texts{"route_design|nextpnr-ice40|a"}));
-    EXPECT_EQ(textsOf(workbench::warningsBeyond(before, after)),
+    EXPECT_EQ(warningTexts(workbench::warningsBeyond(before, after)),
               (Texts{"place_design|nextpnr-ice40|a"}));
     EXPECT_TRUE(workbench::warningsBeyond(before, before).empty());
 }

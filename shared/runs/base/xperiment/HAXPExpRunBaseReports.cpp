@@ -21,10 +21,9 @@
 #include "runs/base/xpreport/reportConfigUtil.h"
 
 using xperiment::RunLock;
+using xperiment::Steps;
 
 namespace {
-
-using Steps = std::vector<std::unique_ptr<HAXPExpRunStep>>;
 
 /// The report strategy whose reports partly start switched off.
 const std::string kDefaultReports = "Tarnel Implementation Default Reports";
@@ -52,7 +51,7 @@ bool isWhole(const std::unique_ptr<HAXPExpRunStep>& step) {
 }
 
 /// The first step with exactly this id; null if none.
-HAXPExpRunStep* findStep(const Steps& steps, const std::string& stepId) {
+HAXPExpRunStep* stepWithId(const Steps& steps, const std::string& stepId) {
     const auto found = std::find_if(steps.begin(), steps.end(), [&stepId](const auto& step) {
         return isWhole(step) && step->getFlowStep()->getFlowStepId() == stepId;
     });
@@ -158,7 +157,7 @@ HAXRReportConfig* HAXPExpRunBase::createReportConfig(const std::string& name,
     HAXPExpRunStep* step = nullptr;
     {
         const RunLock lock(m_data->mutex);
-        step = findStep(m_data->steps, stepId);
+        step = stepWithId(m_data->steps, stepId);
     }
     return step == nullptr ? nullptr : createReportConfig(name, step, spec, displayName, markDirty);
 }
@@ -196,7 +195,7 @@ bool HAXPExpRunBase::deleteReportConfig(HAXRReportConfig* config) {
         return false;
     {
         const RunLock lock(m_data->mutex);
-        HAXPExpRunStep* const step = findStep(m_data->steps, config->getAssociatedStepName());
+        HAXPExpRunStep* const step = stepWithId(m_data->steps, config->getAssociatedStepName());
         if (step == nullptr || !step->deleteReportConfig(config->getName()))
             return false;
         dropUnusedStaticSpecs_();

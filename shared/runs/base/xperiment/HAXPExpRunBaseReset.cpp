@@ -99,10 +99,10 @@ bool removeAllEntries(const std::string& runDir) {
     return ok;
 }
 
-using Names = std::set<std::string>;
+using FileNames = std::set<std::string>;
 
 /// The names of what stands in the folder; false when they can't be read.
-bool listNames(const std::string& folder, Names& names) {
+bool listNames(const std::string& folder, FileNames& names) {
     namespace fs = boost::filesystem;
     boost::system::error_code failed;
     for (fs::directory_iterator entry(folder, failed); !failed && entry != fs::directory_iterator();
@@ -114,7 +114,7 @@ bool listNames(const std::string& folder, Names& names) {
 /// Removes what a launch left. Most of the names are those of other tools: one look at the
 /// directory costs less than a try for each.
 void removeLaunchFiles(xperiment::RunPath& dir) {
-    Names names;
+    FileNames names;
     const bool isListed = listNames(dir.runDir(), names);
     for (const char* name : kLaunchFiles) {
         if (!isListed || names.erase(name) != 0)

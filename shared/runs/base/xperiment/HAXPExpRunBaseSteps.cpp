@@ -13,6 +13,7 @@
 #include "runs/base/xperiment/stepMarkers.h"
 
 using xperiment::RunLock;
+using xperiment::Steps;
 
 namespace {
 
@@ -29,8 +30,6 @@ bool writesDeviceImage(const HAXPExpRunStep& step) {
 int codeOf(const HAXPExpRunStep& step) {
     return step.getStatus()->getCode();
 }
-
-using Steps = std::vector<std::unique_ptr<HAXPExpRunStep>>;
 
 /// The place of `step` in `steps`; their number for a stranger.
 std::size_t placeOf(const Steps& steps, const HAXPExpRunStep* step) {

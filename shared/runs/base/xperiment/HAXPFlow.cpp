@@ -20,7 +20,7 @@ std::string withUnderscores(std::string name) {
 }
 
 /// The first of `steps` that `matches`, or null.
-template <class Steps, class Match> HAXPFlowStep* findStep(const Steps& steps, Match matches) {
+template <class Steps, class Match> HAXPFlowStep* firstMatch(const Steps& steps, Match matches) {
     const auto at =
         std::find_if(steps.begin(), steps.end(), [&](const auto& step) { return matches(*step); });
     return at == steps.end() ? nullptr : at->get();
@@ -92,16 +92,16 @@ HSTFwdIter<HAXPFlowStep*>* HAXPFlow::createAllFlowStepIter() const {
 
 bool HAXPFlow::contains(const HAXPFlowStep* step) const {
     return step != nullptr &&
-           findStep(m_allSteps, [&](const HAXPFlowStep& own) { return &own == step; }) != nullptr;
+           firstMatch(m_allSteps, [&](const HAXPFlowStep& own) { return &own == step; }) != nullptr;
 }
 
 HAXPFlowStep* HAXPFlow::getFlowStepForFSId(const std::string& flowStepId) const {
-    return findStep(m_allSteps,
-                    [&](const HAXPFlowStep& step) { return step.getFlowStepId() == flowStepId; });
+    return firstMatch(m_allSteps,
+                      [&](const HAXPFlowStep& step) { return step.getFlowStepId() == flowStepId; });
 }
 
 HAXPFlowStep* HAXPFlow::getFlowStepForAbbrev(const std::string& abbrev, bool ignoreCase) const {
-    return findStep(m_allSteps, [&](const HAXPFlowStep& step) {
+    return firstMatch(m_allSteps, [&](const HAXPFlowStep& step) {
         return ignoreCase ? HSTStrUtils::equalToCI(step.getAbbrev(), abbrev)
                           : step.getAbbrev() == abbrev;
     });

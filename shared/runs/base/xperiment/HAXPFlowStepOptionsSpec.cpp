@@ -10,8 +10,8 @@
 
 namespace {
 
-std::unique_ptr<HATAttrSpec> makeAttr(HATAttrTypes::AttrType type, const std::string& name,
-                                      const std::string& description) {
+std::unique_ptr<HATAttrSpec> makeDescribedAttr(HATAttrTypes::AttrType type, const std::string& name,
+                                               const std::string& description) {
     auto attr = std::make_unique<HATAttrSpec>(type, HATAttrSpec::kOption);
     attr->setName(name);
     attr->setDescription(description);
@@ -62,7 +62,8 @@ void HAXPFlowStep::configAttrSpecs() {
 }
 
 void HAXPFlowStep::addEnableAttr_() {
-    auto attr = makeAttr(HATAttrTypes::kBool, "is_enabled", enableDescription(m_flowStepId));
+    auto attr =
+        makeDescribedAttr(HATAttrTypes::kBool, "is_enabled", enableDescription(m_flowStepId));
     attr->setBoolDefault(m_defaultEnabled);
     attr->setAlwaysWrite(true);
     registerAttr(*m_attrsSpec, "EnableStepBool", std::move(attr));
@@ -70,7 +71,7 @@ void HAXPFlowStep::addEnableAttr_() {
 
 void HAXPFlowStep::addHookAttr_(const std::string& name, const std::string& dbId,
                                 const std::string& description) {
-    auto attr = makeAttr(HATAttrTypes::kFile, name, description);
+    auto attr = makeDescribedAttr(HATAttrTypes::kFile, name, description);
     attr->addFileExtRange("tcl");
     attr->setFileExtRangeDescription("TCL File");
     attr->setIsProjectFile(true);
@@ -78,8 +79,8 @@ void HAXPFlowStep::addHookAttr_(const std::string& name, const std::string& dbId
 }
 
 void HAXPFlowStep::addReportsAttr_() {
-    auto attr = makeAttr(HATAttrTypes::kStringList, "REPORTS",
-                         "REPORT configurations associated with this step");
+    auto attr = makeDescribedAttr(HATAttrTypes::kStringList, "REPORTS",
+                                  "REPORT configurations associated with this step");
     attr->setAlwaysWrite(true);
     attr->setReadOnly(true);
     attr->setVisible(true);

@@ -28,7 +28,7 @@ HSTFwdIter<HAXPExpRun*>* iterOver(const IndexedRunList& list) {
     return containers::heapIter<HAXPExpRun*>(list.runs());
 }
 
-[[noreturn]] void refuse(const char* operation, const char* why) {
+[[noreturn]] void rejectRun(const char* operation, const char* why) {
     throw HEXAlgException(std::string("Job::") + operation + " : run " + why);
 }
 
@@ -62,18 +62,18 @@ void HAXPJob::addRun(HAXPExpRun* run) {
 void HAXPJob::markAsFailed(HAXPExpRun* run) {
     requireRegistered_(run, "markAsFailed");
     if (m_data->exportedRuns.contains(run))
-        refuse("markAsFailed", "already exported");
+        rejectRun("markAsFailed", "already exported");
     if (!m_data->failedRuns.insert(run))
-        refuse("markAsFailed", "already failed");
+        rejectRun("markAsFailed", "already failed");
 }
 
 void HAXPJob::markAsExported(HAXPExpRun* run) {
     requireRegistered_(run, "markAsExported");
     // No run is in both lists.
     if (m_data->failedRuns.contains(run))
-        refuse("markAsExported", "already failed");
+        rejectRun("markAsExported", "already failed");
     if (!m_data->exportedRuns.insert(run))
-        refuse("markAsExported", "already exported");
+        rejectRun("markAsExported", "already exported");
 }
 
 bool HAXPJob::hasRunBeenAttempted(HAXPExpRun* run) const {
@@ -112,5 +112,5 @@ HSTFwdIter<HAXPExpRun*>* HAXPJob::createExportedRunIter() const {
 
 void HAXPJob::requireRegistered_(HAXPExpRun* run, const char* operation) const {
     if (!m_data->runs.contains(run))
-        refuse(operation, "not registered");
+        rejectRun(operation, "not registered");
 }

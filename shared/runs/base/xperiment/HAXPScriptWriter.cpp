@@ -15,9 +15,7 @@
 #include "runs/base/xperiment/HAXPExpInfoBase.h"
 #include "runs/base/xperiment/HAXPExpRunBase.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
-#include "runs/base/xperiment/HAXPFlow.h"
 #include "runs/base/xperiment/HAXPFlowStep.h"
-#include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xperiment/HAXPTypes.h"
 #include "runs/base/xperiment/HAXPUtilsBase.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
@@ -27,6 +25,7 @@
 #include "runs/base/xperiment/stepCheckpoints.h"
 #include "runs/base/xperiment/stepMarkers.h"
 
+using xperiment::dataMgrOf;
 using xperiment::fill;
 using xperiment::SearchPaths;
 
@@ -114,12 +113,6 @@ std::string between(const std::string& pre, const std::string& args, const std::
     return command;
 }
 
-HAXPDataMgr* dataMgrOf(const HAXPExpRunBase& run) {
-    const HAXPStrategy* strategy = run.getStrategy();
-    const HAXPFlow* flow = strategy == nullptr ? nullptr : strategy->getFlow();
-    return flow == nullptr ? nullptr : flow->getDataMgr();
-}
-
 }  // namespace
 
 /// The texts of one generation. They reach the disk when it ends, be it by an
@@ -187,7 +180,7 @@ void HAXPScriptWriter::writeHeader() {
 
 void HAXPScriptWriter::writePreCmds() {
     Streams& out = streams_();
-    HAXPDataMgr* dataMgr = dataMgrOf(*m_run);
+    HAXPDataMgr* dataMgr = dataMgrOf(m_run);
     if (dataMgr == nullptr)
         return;
     std::string jsCmds;
@@ -243,7 +236,7 @@ void HAXPScriptWriter::writeStep(const HAXPExpRunStep* step, bool notStarted) {
 
 void HAXPScriptWriter::writePostCmds() {
     Streams& out = streams_();
-    HAXPDataMgr* dataMgr = dataMgrOf(*m_run);
+    HAXPDataMgr* dataMgr = dataMgrOf(m_run);
     if (dataMgr == nullptr)
         return;
     std::string jsCmds;

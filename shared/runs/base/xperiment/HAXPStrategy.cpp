@@ -17,7 +17,7 @@
 namespace {
 
 /// Whether the choice between bitstream and device image leaves out a step.
-bool isLeftOut(const std::string& stepId, boost::logic::tribool deviceImage) {
+bool isOtherOutput(const std::string& stepId, boost::logic::tribool deviceImage) {
     if (boost::logic::indeterminate(deviceImage))
         return false;
     return stepId == (deviceImage ? "write_bitstream" : "write_device_image");
@@ -251,7 +251,7 @@ HAXPStrategy::Entries HAXPStrategy::copyEntries_(const HAXPStrategy& source, boo
         if (step == nullptr)
             throw HEXAlgException("Strategy: step '" + entry->getOptGrpId() +
                                   "' isn't in the flow");
-        if (isLeftOut(step->getFlowStepId(), deviceImage) || !(ignoreFilter || isLetIn(step)))
+        if (isOtherOutput(step->getFlowStepId(), deviceImage) || !(ignoreFilter || isLetIn(step)))
             continue;
         copies.push_back(makeEntry_(entry->getOptionsSpec(), entry->getAttrsSpec()));
         copies.back()->getOptions()->copy(entry->getOptions(), false);

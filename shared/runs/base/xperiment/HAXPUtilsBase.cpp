@@ -17,10 +17,10 @@
 #include "runs/base/xperiment/HAXPDataMgr.h"
 #include "runs/base/xperiment/HAXPExpRunBase.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
-#include "runs/base/xperiment/HAXPFlow.h"
 #include "runs/base/xperiment/HAXPFlowStep.h"
 #include "runs/base/xperiment/HAXPFlowStepOptions.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
+#include "runs/base/xperiment/scriptFrame.h"
 
 namespace {
 
@@ -75,12 +75,6 @@ std::string valueText(const HATOptGroup& group, const HATAttrSpec& spec, bool bo
     default:
         return group.getStrVal(&spec);
     }
-}
-
-HAXPDataMgr* dataMgrOf(const HAXPExpRunBase* run) {
-    const HAXPStrategy* strategy = run == nullptr ? nullptr : run->getStrategy();
-    const HAXPFlow* flow = strategy == nullptr ? nullptr : strategy->getFlow();
-    return flow == nullptr ? nullptr : flow->getDataMgr();
 }
 
 /// The attributes that steer a step and are no options of its command.
@@ -285,7 +279,7 @@ void HAXPUtilsBase::compareEnabledState(HAXPStrategy* a, HAXPStrategy* b,
 void HAXPUtilsBase::addOption_(HSTVector<OptionInfo>& out, const HAXPExpRunBase* run,
                                const HATOptGroup* group, const HATAttrSpec* spec,
                                const std::string& value) {
-    HAXPDataMgr* dataMgr = dataMgrOf(run);
+    HAXPDataMgr* dataMgr = xperiment::dataMgrOf(run);
     if (dataMgr != nullptr && dataMgr->shouldFilter(spec, group, run))
         return;
     const std::string& invoke = group->getOptionsSpec()->getInvokeStr(spec);

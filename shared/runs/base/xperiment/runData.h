@@ -17,16 +17,13 @@
 #include "runs/base/xperiment/HAXPStat.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xperiment/HDGUIStatus.h"
+#include "runs/base/xperiment/ownedReportStrategy.h"
 #include "runs/base/xperiment/runMutex.h"
 
 namespace xperiment {
 
-/// Deletes a report strategy with its specifications, which its destructor leaves.
-struct DeleteReportStrategy {
-    void operator()(HAXRReportStrategy* strategy) const;
-};
-
-using OwnedReportStrategy = std::unique_ptr<HAXRReportStrategy, DeleteReportStrategy>;
+/// The steps of a run, in order.
+using Steps = std::vector<std::unique_ptr<HAXPExpRunStep>>;
 
 /// Where the steps of a run stand, as of `changes`.
 struct StepPlaces {
@@ -58,7 +55,7 @@ struct HAXPExpRunBase::Data {
     std::atomic<unsigned long> stepChanges{1};
 
     mutable xperiment::RunMutex mutex;
-    std::vector<std::unique_ptr<HAXPExpRunStep>> steps XP_GUARDED_BY(mutex);
+    xperiment::Steps steps XP_GUARDED_BY(mutex);
     mutable xperiment::StepPlaces places XP_GUARDED_BY(mutex);
     /// Of the static reports that point to them.
     std::vector<std::unique_ptr<HAXRReportSpec>> staticSpecs XP_GUARDED_BY(mutex);

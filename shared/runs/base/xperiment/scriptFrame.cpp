@@ -8,6 +8,8 @@
 #include "environment/installation/HUTEnv.h"
 #include "environment/process/HUTFork.h"
 #include "runs/base/xperiment/HAXPExpRunBase.h"
+#include "runs/base/xperiment/HAXPFlow.h"
+#include "runs/base/xperiment/HAXPStrategy.h"
 #include "runs/base/xperiment/scriptText.h"
 #include "runs/base/xperiment/scriptTools.h"
 
@@ -174,6 +176,12 @@ std::string scriptDirOf(const HAXPExpRunBase* run) {
     if (dir.empty())
         throw HEXAlgException("run scripts need a run with a directory");
     return dir + HUTFile::getDirSeparator();
+}
+
+HAXPDataMgr* dataMgrOf(const HAXPExpRunBase* run) {
+    const HAXPStrategy* strategy = run == nullptr ? nullptr : run->getStrategy();
+    const HAXPFlow* flow = strategy == nullptr ? nullptr : strategy->getFlow();
+    return flow == nullptr ? nullptr : flow->getDataMgr();
 }
 
 void copyWrappers(const ScriptSet& set, const std::string& dir) {

@@ -4,6 +4,7 @@
 
 #include <string>
 
+class HAXPDataMgr;
 class HAXPExpRunBase;
 
 /// What the scripts of a run and those of its reports share: their heads and tails,
@@ -50,6 +51,10 @@ std::string batScript(const ScriptSet& set);
 /// What names in the run directory begin with.
 /// @throws HEXAlgException there is no run, or it has no directory.
 std::string scriptDirOf(const HAXPExpRunBase* run);
+
+/// The data manager of the run's flow, which has a say in its scripts; null without one, or
+/// without a run.
+HAXPDataMgr* dataMgrOf(const HAXPExpRunBase* run);
 
 /// Copies both wrappers of `set` from the installation over those in `dir`, as
 /// scriptDirOf() gives it. A missing one is passed over.

@@ -25,6 +25,7 @@
 #include "runs/base/xpreport/reportConfigUtil.h"
 #include "runs/base/xpreport/runReports.h"
 
+using xpreport::holdsText;
 using xpreport::required;
 
 using ReportHandles = mqi::tcltasks::native_cache<HAXRReportConfig*>;
@@ -40,7 +41,7 @@ const std::string& firstNonEmpty(const std::string& a, const std::string& b, con
 }
 
 /// The first step of `run`, in order, that `accept` takes; null if none.
-template <class Accept> HAXPExpRunStep* findStep(const HAXPExpRunBase& run, Accept accept) {
+template <class Accept> HAXPExpRunStep* firstRunStep(const HAXPExpRunBase& run, Accept accept) {
     const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
     while (steps->hasNext()) {
         HAXPExpRunStep* const step = steps->next();
@@ -60,11 +61,6 @@ bool isMadeInRunOnly(const std::string& stepName) {
     return HSTStringUtils::iequals(stepName, "init_design") ||
            HSTStringUtils::iequals(stepName, "write_bitstream") ||
            HSTStringUtils::iequals(stepName, "write_device_image");
-}
-
-/// Whether the option's value is a text.
-bool isText(const HATAttrSpec& option) {
-    return option.getAttrType() > HATAttrTypes::kInt;
 }
 
 void replaceLast(std::string& text, const std::string& from, const std::string& to) {
@@ -142,7 +138,7 @@ void HAXRReportConfig::setEnabled(bool enable, bool notify) {
 }
 
 bool HAXRReportConfig::canEnableReport() const {
-    return m_run->canAddReport(findStep(*m_run, [this](const HAXPExpRunStep& step) {
+    return m_run->canAddReport(firstRunStep(*m_run, [this](const HAXPExpRunStep& step) {
         return step.getFlowStep() != nullptr && step.getFlowStep()->getFlowStepId() == m_stepName;
     }));
 }
@@ -201,7 +197,7 @@ std::string HAXRReportConfig::getFile(const std::string& optionName) const {
     if (optionName.empty() || m_outputOptions == nullptr)
         return "";
     const HATAttrSpec* const option = m_outputOptions->getAttrSpecByName(optionName);
-    return option != nullptr && isText(*option) ? m_outputOptions->getStrVal(option) : "";
+    return option != nullptr && holdsText(*option) ? m_outputOptions->getStrVal(option) : "";
 }
 
 std::string HAXRReportConfig::getFileForExtension(const std::string& optionName) const {
@@ -291,7 +287,7 @@ std::string HAXRReportConfig::failMarker_() const {
 
 void HAXRReportConfig::nameOutputFiles_() {
     for (const auto& option : m_outputOptions->getOptionsSpec()->getAttrSpecs()) {
-        if (isText(*option))
+        if (holdsText(*option))
             option->setStringDefault(outputName(m_specName, m_reportFile, option->getName()));
     }
 }
@@ -300,7 +296,7 @@ void HAXRReportConfig::removeOutputFiles_() {
     if (m_outputOptions == nullptr)
         return;
     for (const auto& option : m_outputOptions->getOptionsSpec()->getAttrSpecs()) {
-        if (!isText(*option))
+        if (!holdsText(*option))
             continue;
         const HUTFile file(pathOf_(m_outputOptions->getStrVal(option.get())));
         if (!file.exists())

@@ -23,23 +23,23 @@
 
 namespace {
 
-namespace format = xpreport::catalogue;
+namespace catalogueFormat = xpreport::catalogue;
 
 using xml::Document;
 using xml::Element;
 
-std::unique_ptr<HATAttrSpec> makeAttr(HATAttrTypes::AttrType type) {
+std::unique_ptr<HATAttrSpec> makeBareAttr(HATAttrTypes::AttrType type) {
     return std::make_unique<HATAttrSpec>(type, HATAttrSpec::kOption);
 }
 
 std::unique_ptr<HATAttrSpec> makeText(const std::string& defaultValue) {
-    auto attr = makeAttr(HATAttrTypes::kString);
+    auto attr = makeBareAttr(HATAttrTypes::kString);
     attr->setStringDefault(defaultValue);
     return attr;
 }
 
 std::unique_ptr<HATAttrSpec> makeBool(const std::string& defaultValue) {
-    auto attr = makeAttr(HATAttrTypes::kBool);
+    auto attr = makeBareAttr(HATAttrTypes::kBool);
     attr->setBoolDefault(defaultValue == "1" || HSTStringUtils::iequals(defaultValue, "true"));
     return attr;
 }
@@ -55,28 +55,28 @@ std::unique_ptr<HATAttrSpec> makeInt(const std::string& name, const std::string&
                                  "@36-394@%s%s%s", "report.xml", defaultValue, name);
         return nullptr;
     }
-    auto attr = makeAttr(HATAttrTypes::kInt);
+    auto attr = makeBareAttr(HATAttrTypes::kInt);
     attr->setIntDefault(number);
     return attr;
 }
 
 /// The option that the element declares; null when it is dropped.
 std::unique_ptr<HATAttrSpec> makeOption(const Element& option) {
-    const std::string& type = option.attribute(format::kType);
-    const std::string& defaultValue = option.attribute(format::kDefault);
+    const std::string& type = option.attribute(catalogueFormat::kType);
+    const std::string& defaultValue = option.attribute(catalogueFormat::kDefault);
     if (HSTStringUtils::iequals(type, "bool"))
         return makeBool(defaultValue);
     if (HSTStringUtils::iequals(type, "int"))
-        return makeInt(option.attribute(format::kName), defaultValue);
+        return makeInt(option.attribute(catalogueFormat::kName), defaultValue);
     if (HSTStringUtils::iequals(type, "string"))
         return makeText(defaultValue);
     return nullptr;
 }
 
 std::unique_ptr<HATAttrSpec> makeOutputOption(const Element& option) {
-    if (!HSTStringUtils::iequals(option.attribute(format::kType), "string"))
+    if (!HSTStringUtils::iequals(option.attribute(catalogueFormat::kType), "string"))
         return nullptr;
-    auto attr = makeText(option.attribute(format::kDefault));
+    auto attr = makeText(option.attribute(catalogueFormat::kDefault));
     attr->setReadOnly(true);
     return attr;
 }
@@ -98,10 +98,10 @@ void registerOption(HATOptGroupSpec& group, std::unique_ptr<HATAttrSpec> attr,
 }
 
 std::unique_ptr<HATOptGroup> makeOptions(const Element& report) {
-    auto group = makeGroupSpec(report.attribute(format::kName));
-    if (const Element* const options = report.child(format::kOptions)) {
+    auto group = makeGroupSpec(report.attribute(catalogueFormat::kName));
+    if (const Element* const options = report.child(catalogueFormat::kOptions)) {
         for (const Element& option : options->children())
-            registerOption(*group, makeOption(option), option.attribute(format::kName));
+            registerOption(*group, makeOption(option), option.attribute(catalogueFormat::kName));
     }
     auto moreOptions = makeText("");
     moreOptions->setDescription("Use this field to specify additional options");
@@ -111,36 +111,36 @@ std::unique_ptr<HATOptGroup> makeOptions(const Element& report) {
 
 /// Null for a report that has none.
 std::unique_ptr<HATOptGroup> makeOutputOptions(const Element& report) {
-    const Element* const options = report.child(format::kOutputOptions);
+    const Element* const options = report.child(catalogueFormat::kOutputOptions);
     if (options == nullptr)
         return nullptr;
-    auto group = makeGroupSpec(report.attribute(format::kName));
+    auto group = makeGroupSpec(report.attribute(catalogueFormat::kName));
     for (const Element& option : options->children())
-        registerOption(*group, makeOutputOption(option), option.attribute(format::kName));
+        registerOption(*group, makeOutputOption(option), option.attribute(catalogueFormat::kName));
     return std::make_unique<HATOptGroup>(std::move(group));
 }
 
-VersionInfo versionOf(const Element& report) {
-    return {static_cast<std::int32_t>(xpreport::numberOf(report, format::kVersion)),
-            static_cast<std::int32_t>(xpreport::numberOf(report, format::kMinor))};
+VersionInfo cataloguedVersion(const Element& report) {
+    return {static_cast<std::int32_t>(xpreport::numberOf(report, catalogueFormat::kVersion)),
+            static_cast<std::int32_t>(xpreport::numberOf(report, catalogueFormat::kMinor))};
 }
 
 std::unique_ptr<HAXRReportSpec> makeSpec(const Element& report, const VersionInfo& version) {
-    const std::string& name = report.attribute(format::kName);
-    const std::string& shownName = report.attribute(format::kDisplayName);
+    const std::string& name = report.attribute(catalogueFormat::kName);
+    const std::string& shownName = report.attribute(catalogueFormat::kDisplayName);
     std::unique_ptr<HATOptGroup> options = makeOptions(report);
     std::unique_ptr<HATOptGroup> outputOptions = makeOutputOptions(report);
     auto spec = std::make_unique<HAXRReportSpec>(
-        name, HAXRTypes::getReportType(name), report.attribute(format::kShortDescription), nullptr,
-        version, shownName.empty() ? name : shownName);
+        name, HAXRTypes::getReportType(name), report.attribute(catalogueFormat::kShortDescription),
+        nullptr, version, shownName.empty() ? name : shownName);
     spec->setOptions(options.release());
     spec->setOutputOptions(outputOptions.release());
     return spec;
 }
 
-void addReport(HAXRReportSpecMgr& mgr, const Element& report) {
-    const std::string& name = report.attribute(format::kName);
-    const VersionInfo version = versionOf(report);
+void catalogueReport(HAXRReportSpecMgr& mgr, const Element& report) {
+    const std::string& name = report.attribute(catalogueFormat::kName);
+    const VersionInfo version = cataloguedVersion(report);
     if (mgr.find(name, version) != nullptr) {
         ComMsgMgr::sendMsg::eval(0, __FILE__, __LINE__, "runs", ComMsgMgr::kWarning,
                                  "@36-390@%s%d%d", name, version.major, version.minor);
@@ -152,7 +152,7 @@ void addReport(HAXRReportSpecMgr& mgr, const Element& report) {
 /// Whether the document is a report catalogue; a message says why it isn't.
 bool isCatalogue(const Document& document) {
     try {
-        xpreport::checkDocument(document, format::rules());
+        xpreport::checkDocument(document, catalogueFormat::rules());
         return true;
     } catch (const HXMLReadException& fault) {
         ComMsgMgr::send(ComMsgMgrInstance::createInstance::eval("runs", ComMsgMgr::kError,
@@ -176,7 +176,7 @@ void HAXRReportSpecParser::parseReportSpecs() const {
         if (!isCatalogue(document))
             return;
         for (const Element& report : document.root().children())
-            addReport(*m_mgr, report);
+            catalogueReport(*m_mgr, report);
     } catch (const HXMLReadException& error) {
         xpreport::failRead(m_path, error.getLine(), error.getReason());
     } catch (const std::exception& error) {

@@ -19,6 +19,7 @@
 #include "environment/xml/xmlDocument.h"
 #include "runs/base/xperiment/HAXPFlow.h"
 #include "runs/base/xperiment/HAXPMgr.h"
+#include "runs/base/xperiment/ownedReportStrategy.h"
 #include "runs/base/xpreport/HAXRReportSpec.h"
 #include "runs/base/xpreport/HAXRReportSpecMgr.h"
 #include "runs/base/xpreport/HAXRReportStrategy.h"
@@ -27,18 +28,10 @@
 
 namespace {
 
-namespace format = xpreport::strategy;
+namespace strategyFormat = xpreport::strategy;
 
 using xml::Document;
 using xml::Element;
-
-struct DeleteStrategy {
-    void operator()(HAXRReportStrategy* strategy) const {
-        strategy->nukeSteps();
-        delete strategy;
-    }
-};
-using OwnedStrategy = std::unique_ptr<HAXRReportStrategy, DeleteStrategy>;
 
 /// A version of the tool. Digits at the beginning of a text count.
 struct ToolVersion {
@@ -59,7 +52,7 @@ std::unique_ptr<ToolVersion> ownVersion() {
 Document readDocument(const std::string& path) {
     try {
         Document document = Document::fromFile(path);
-        xpreport::checkDocument(document, format::rules());
+        xpreport::checkDocument(document, strategyFormat::rules());
         return document;
     } catch (const HXMLReadException& error) {
         xpreport::failRead(path, error.getLine(), error.getReason());
@@ -68,11 +61,12 @@ Document readDocument(const std::string& path) {
     }
 }
 
-VersionInfo versionOf(const Element& spec) {
-    if (!spec.hasAttribute(format::kVersion) || !spec.hasAttribute(format::kMinor))
+/// The version of the report that the element asks for; all 0 unless it has both numbers.
+VersionInfo requestedVersion(const Element& spec) {
+    if (!spec.hasAttribute(strategyFormat::kVersion) || !spec.hasAttribute(strategyFormat::kMinor))
         return {};
-    return {static_cast<std::int32_t>(xpreport::numberOf(spec, format::kVersion)),
-            static_cast<std::int32_t>(xpreport::numberOf(spec, format::kMinor))};
+    return {static_cast<std::int32_t>(xpreport::numberOf(spec, strategyFormat::kVersion)),
+            static_cast<std::int32_t>(xpreport::numberOf(spec, strategyFormat::kMinor))};
 }
 
 /// Reads the reports of one strategy.
@@ -85,9 +79,9 @@ public:
     /// The report that the element names; null, with a message, when the
     /// catalogue lacks it.
     std::unique_ptr<HAXRReportSpec> read(const Element& element) const {
-        const std::string& name = element.attribute(format::kName);
-        const std::string& shownName = element.attribute(format::kDisplayName);
-        const VersionInfo version = versionOf(element);
+        const std::string& name = element.attribute(strategyFormat::kName);
+        const std::string& shownName = element.attribute(strategyFormat::kDisplayName);
+        const VersionInfo version = requestedVersion(element);
         const HAXRReportSpec* const catalogued =
             HAXRReportSpecMgr::getGlobal()->find(name, version);
         if (catalogued == nullptr) {
@@ -110,11 +104,11 @@ public:
 
 private:
     void readOption_(const Element& element, const HAXRReportSpec& spec) const {
-        const std::string& name = element.attribute(format::kOptionName);
+        const std::string& name = element.attribute(strategyFormat::kOptionName);
         HATOptGroup* const group = spec.getOptions();
         const HATAttrSpec* const attr = group == nullptr ? nullptr : group->getAttrSpecByName(name);
         if (attr != nullptr) {
-            setValue_(*group, *attr, element.attribute(format::kOptionValue));
+            setValue_(*group, *attr, element.attribute(strategyFormat::kOptionValue));
             return;
         }
         m_hasDropped = true;
@@ -158,14 +152,14 @@ HAXRReportStrategyXMLParser1::HAXRReportStrategyXMLParser1() = default;
 
 HAXRReportStrategyXMLParser1::~HAXRReportStrategyXMLParser1() {
     for (std::size_t i = m_handedOver; i < m_strategies.size(); ++i)
-        DeleteStrategy()(m_strategies[i]);
+        xperiment::DeleteReportStrategy()(m_strategies[i]);
 }
 
 void HAXRReportStrategyXMLParser1::parseStrategies(const std::string& path) {
     m_line = 0;
     const Document document = readDocument(path);
     for (const Element& element : document.root().children()) {
-        if (element.name() == format::kTool)
+        if (element.name() == strategyFormat::kTool)
             parseToolVersion_(path, element);
         else
             parseReportStrategy_(element);
@@ -189,8 +183,8 @@ std::string HAXRReportStrategyXMLParser1::getWriterVersion() const {
 void HAXRReportStrategyXMLParser1::parseToolVersion_(const std::string& path, const Element& tool) {
     m_line = tool.line();
     const std::unique_ptr<ToolVersion> own = ownVersion();
-    const std::string& majorText = tool.attribute(format::kToolMajor);
-    const std::string& minorText = tool.attribute(format::kMinor);
+    const std::string& majorText = tool.attribute(strategyFormat::kToolMajor);
+    const std::string& minorText = tool.attribute(strategyFormat::kMinor);
     const ToolVersion theirs(majorText, minorText);
     m_writerVersion =
         std::to_string(theirs.numbers.first) + "." + std::to_string(theirs.numbers.second);
@@ -204,9 +198,9 @@ void HAXRReportStrategyXMLParser1::parseToolVersion_(const std::string& path, co
 
 void HAXRReportStrategyXMLParser1::parseReportStrategy_(const Element& strategy) {
     m_line = strategy.line();
-    const Element& handle = *strategy.child(format::kHandle);
-    const std::string& name = handle.attribute(format::kName);
-    const std::string& flowId = handle.attribute(format::kFlow);
+    const Element& handle = *strategy.child(strategyFormat::kHandle);
+    const std::string& name = handle.attribute(strategyFormat::kName);
+    const std::string& flowId = handle.attribute(strategyFormat::kFlow);
     if (flowId.empty()) {
         m_hasDropped = true;
         std::cerr << "ERROR: FlowId is not given in report strategy " << name << std::endl;
@@ -218,12 +212,12 @@ void HAXRReportStrategyXMLParser1::parseReportStrategy_(const Element& strategy)
         std::cerr << "ERROR: FlowId is not valid in report strategy " << name << std::endl;
         return;
     }
-    OwnedStrategy filled(new HAXRReportStrategy(flow));
+    xperiment::OwnedReportStrategy filled(new HAXRReportStrategy(flow));
     filled->setName(name);
-    filled->setDescription(handle.child(format::kDesc)->text());
+    filled->setDescription(handle.child(strategyFormat::kDesc)->text());
     m_current = filled.get();
     for (const Element& element : strategy.children()) {
-        if (element.name() == format::kStep)
+        if (element.name() == strategyFormat::kStep)
             parseStep_(element, name);
     }
     m_strategies.push_back(filled.get());
@@ -238,7 +232,7 @@ void HAXRReportStrategyXMLParser1::parseStep_(const Element& step,
         std::unique_ptr<HAXRReportSpec> spec = reader.read(element);
         if (spec == nullptr)
             continue;
-        m_current->addSpec(step.attribute(format::kStepId), spec.get(), true);
+        m_current->addSpec(step.attribute(strategyFormat::kStepId), spec.get(), true);
         static_cast<void>(spec.release());
     }
 }

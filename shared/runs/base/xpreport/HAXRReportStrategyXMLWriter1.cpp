@@ -20,7 +20,7 @@
 
 namespace {
 
-namespace format = xpreport::strategy;
+namespace strategyFormat = xpreport::strategy;
 
 /// A version number as the file keeps it, in one byte.
 std::string byteOf(std::int32_t number) {
@@ -62,14 +62,14 @@ bool HAXRReportStrategyXMLWriter1::writeFile_(HAXRReportStrategy* strategy, bool
         throw HEXAlgException("a report strategy without a flow can't be written");
     try {
         HXMLWriterBase writer(m_path);
-        writer.addAttr(format::kVersion, std::to_string(format::kFormatVersion));
-        writer.addAttr(format::kMinor, std::to_string(format::kFormatMinor));
-        writer.wrStartTag(format::kReportStrategies);
-        writer.addAttr(format::kToolMajor, HUTEnv::getMajor());
-        writer.addAttr(format::kMinor, HUTEnv::getMinor());
-        writer.wrEmptyTag(format::kTool);
+        writer.addAttr(strategyFormat::kVersion, std::to_string(strategyFormat::kFormatVersion));
+        writer.addAttr(strategyFormat::kMinor, std::to_string(strategyFormat::kFormatMinor));
+        writer.wrStartTag(strategyFormat::kReportStrategies);
+        writer.addAttr(strategyFormat::kToolMajor, HUTEnv::getMajor());
+        writer.addAttr(strategyFormat::kMinor, HUTEnv::getMinor());
+        writer.wrEmptyTag(strategyFormat::kTool);
         writeReportStrategy_(writer, *strategy);
-        writer.wrEndTag(format::kReportStrategies);
+        writer.wrEndTag(strategyFormat::kReportStrategies);
         if (asNew)
             return writer.closeNewDoc();
         writer.closeDoc();
@@ -82,16 +82,16 @@ bool HAXRReportStrategyXMLWriter1::writeFile_(HAXRReportStrategy* strategy, bool
 
 void HAXRReportStrategyXMLWriter1::writeReportStrategy_(HXMLWriterBase& writer,
                                                         const HAXRReportStrategy& strategy) const {
-    writer.wrStartTag(format::kReportStrategy);
+    writer.wrStartTag(strategyFormat::kReportStrategy);
     if (!strategy.getName().empty())
-        writer.addAttr(format::kName, strategy.getName());
-    writer.addAttr(format::kFlow, strategy.getFlow()->getFlowId());
-    writer.wrStartTag(format::kHandle);
-    writer.wrStartTag(format::kDesc);
+        writer.addAttr(strategyFormat::kName, strategy.getName());
+    writer.addAttr(strategyFormat::kFlow, strategy.getFlow()->getFlowId());
+    writer.wrStartTag(strategyFormat::kHandle);
+    writer.wrStartTag(strategyFormat::kDesc);
     if (!strategy.getDescription().empty())
         writer.wrString(strategy.getDescription());
-    writer.wrEndTag(format::kDesc);
-    writer.wrEndTag(format::kHandle);
+    writer.wrEndTag(strategyFormat::kDesc);
+    writer.wrEndTag(strategyFormat::kHandle);
     const std::unique_ptr<HSTFwdIter<std::string>> stepIds(strategy.createFlowStepIter());
     while (stepIds->hasNext()) {
         const std::string stepId = stepIds->next();
@@ -100,30 +100,31 @@ void HAXRReportStrategyXMLWriter1::writeReportStrategy_(HXMLWriterBase& writer,
         // A step that was removed stays in the list without an entry.
         if (stepId.empty() || specs == nullptr)
             continue;
-        writer.addAttr(format::kStepId, stepId);
-        writer.wrStartTag(format::kStep);
+        writer.addAttr(strategyFormat::kStepId, stepId);
+        writer.wrStartTag(strategyFormat::kStep);
         while (specs->hasNext())
             writeSpec_(writer, *specs->next());
-        writer.wrEndTag(format::kStep);
+        writer.wrEndTag(strategyFormat::kStep);
     }
-    writer.wrEndTag(format::kReportStrategy);
+    writer.wrEndTag(strategyFormat::kReportStrategy);
 }
 
 void HAXRReportStrategyXMLWriter1::writeSpec_(HXMLWriterBase& writer,
                                               const HAXRReportSpec& spec) const {
-    writer.addAttr(format::kName, spec.getName());
+    writer.addAttr(strategyFormat::kName, spec.getName());
     const HPAParamMgr& params = *HPAParamMgr::getParamMgr();
     if (params.getValueIfExistAsBool("runs.enableReportDisplayName", false)) {
         const std::string& shownName = spec.getDisplayName();
-        writer.addAttr(format::kDisplayName, shownName.empty() ? spec.getName() : shownName);
+        writer.addAttr(strategyFormat::kDisplayName,
+                       shownName.empty() ? spec.getName() : shownName);
     }
-    writer.addAttr(format::kVersion, byteOf(spec.getVersion().major));
-    writer.addAttr(format::kMinor, byteOf(spec.getVersion().minor));
-    writer.wrStartTag(format::kSpec);
+    writer.addAttr(strategyFormat::kVersion, byteOf(spec.getVersion().major));
+    writer.addAttr(strategyFormat::kMinor, byteOf(spec.getVersion().minor));
+    writer.wrStartTag(strategyFormat::kSpec);
     const std::unique_ptr<HSTFwdIter<HATAttrSpec*>> options(spec.createReportOptionsIter());
     while (options != nullptr && options->hasNext())
         writeOption_(writer, *spec.getOptions(), *options->next());
-    writer.wrEndTag(format::kSpec);
+    writer.wrEndTag(strategyFormat::kSpec);
 }
 
 void HAXRReportStrategyXMLWriter1::writeOption_(HXMLWriterBase& writer, const HATOptGroup& group,
@@ -131,7 +132,7 @@ void HAXRReportStrategyXMLWriter1::writeOption_(HXMLWriterBase& writer, const HA
     std::string text;
     if (!differsFromDefault(group, option, text))
         return;
-    writer.addAttr(format::kOptionName, option.getName());
-    writer.addAttr(format::kOptionValue, text);
-    writer.wrEmptyTag(format::kOption);
+    writer.addAttr(strategyFormat::kOptionName, option.getName());
+    writer.addAttr(strategyFormat::kOptionValue, text);
+    writer.wrEmptyTag(strategyFormat::kOption);
 }

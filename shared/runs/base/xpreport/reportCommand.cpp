@@ -16,6 +16,7 @@
 #include "runs/base/xpreport/reportConfigUtil.h"
 #include "runs/base/xpreport/runReports.h"
 
+using xpreport::holdsText;
 using xpreport::required;
 
 namespace {
@@ -60,14 +61,9 @@ void addOption(std::string& command, const HATOptGroup& options, const HATAttrSp
     }
 }
 
-bool isText(const HATAttrSpec& option) {
-    return option.getAttrType() != HATAttrTypes::kBool &&
-           option.getAttrType() != HATAttrTypes::kInt;
-}
-
 /// Adds an output; false when its file has no name.
 bool addOutput(std::string& command, const HATOptGroup& outputs, const HATAttrSpec& output) {
-    if (!isText(output)) {
+    if (!holdsText(output)) {
         addOption(command, outputs, output);
         return true;
     }
@@ -141,7 +137,7 @@ bool isOn(const char* parameter) {
     return HPAParamMgr::getParamMgr()->getValueIfExistAsBool(parameter, false);
 }
 
-bool isLeftOut(const HAXRReportConfig& config) {
+bool isDispensedWith(const HAXRReportConfig& config) {
     if (!isOn("project.runs.noReportGeneration"))
         return false;
     for (const StepReport& row : kDispensable) {
@@ -208,7 +204,7 @@ std::string createReportCommand(HAXRReportConfig* config) {
 
 void checkRules(HAXRReportConfig* config, std::string& command) {
     const HAXRReportConfig& report = required(config, "Report rules: null report");
-    if (isLeftOut(report)) {
+    if (isDispensedWith(report)) {
         command.clear();
         return;
     }

@@ -59,7 +59,7 @@ std::unique_ptr<HATOptGroupSpec> copySpecs(const HATOptGroup& source,
 }
 
 /// The value as text, by the option's own kind.
-std::string textOf(const HATOptGroup& group, const HATAttrSpec& spec) {
+std::string comparedText(const HATOptGroup& group, const HATAttrSpec& spec) {
     switch (spec.getAttrType()) {
     case HATAttrTypes::kBool:
         return group.getBoolVal(&spec) ? "true" : "false";
@@ -116,8 +116,8 @@ bool compareOptGroups(HATOptGroup* a, HATOptGroup* b, const std::string& name,
             return false;
         if (!isCompared(spec->getAttrType()))
             continue;
-        const std::string mine = textOf(*a, *spec);
-        const std::string theirs = textOf(*b, *other);
+        const std::string mine = comparedText(*a, *spec);
+        const std::string theirs = comparedText(*b, *other);
         if (mine == theirs)
             continue;
         auto difference = std::make_unique<HADAStaleOption>();

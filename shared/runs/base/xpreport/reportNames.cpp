@@ -85,11 +85,11 @@ std::string suffixOf(const HAXRReportConfig& config) {
     return {};
 }
 
-using Names = std::unordered_set<std::string>;
+using NameSet = std::unordered_set<std::string>;
 
 /// What `get` tells of each report of the run.
-template <class Get> Names collect(const HAXPExpRunBase& run, Get get) {
-    Names all;
+template <class Get> NameSet collect(const HAXPExpRunBase& run, Get get) {
+    NameSet all;
     const std::unique_ptr<HSTFwdIter<HAXPExpRunStep*>> steps(run.createRunStepIter());
     while (steps->hasNext()) {
         const std::unique_ptr<HSTFwdIter<HAXRReportConfig*>> reports(
@@ -114,7 +114,7 @@ std::string firstFree(const std::string& stem, const char* tail, IsFree isFree,
         if (isFree(nameOf(n)))
             return nameOf(n);
     }
-    const Names taken = listTaken();
+    const NameSet taken = listTaken();
     while (taken.count(nameOf(n)) != 0)
         ++n;
     return nameOf(n);

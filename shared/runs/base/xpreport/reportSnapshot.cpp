@@ -7,6 +7,7 @@
 #include "environment/options/HATOptGroup.h"
 #include "runs/base/xperiment/HAXPExpRunBase.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
+#include "runs/base/xperiment/ownedReportStrategy.h"
 #include "runs/base/xpreport/HAXRReportConfig.h"
 #include "runs/base/xpreport/HAXRReportSpec.h"
 #include "runs/base/xpreport/HAXRReportSpecMgr.h"
@@ -17,14 +18,6 @@
 namespace {
 
 using Group = std::unique_ptr<HATOptGroup>;
-
-/// Deletes a strategy with its reports.
-struct DeleteStrategy {
-    void operator()(HAXRReportStrategy* strategy) const {
-        strategy->nukeSteps();
-        delete strategy;
-    }
-};
 
 /// What the report follows, from the catalogue or, where that lacks it, from itself.
 std::unique_ptr<HAXRReportSpec> specOf(const HAXRReportConfig& config) {
@@ -52,8 +45,8 @@ std::unique_ptr<HAXRReportSpec> currentSpecOf(const HAXRReportConfig& config) {
     return spec;
 }
 
-void addReport(HAXRReportStrategy& strategy, const std::string& stepId,
-               const HAXRReportConfig& config) {
+void addToSnapshot(HAXRReportStrategy& strategy, const std::string& stepId,
+                   const HAXRReportConfig& config) {
     if (config.getSpecName().empty())
         return;
     std::unique_ptr<HAXRReportSpec> spec = currentSpecOf(config);
@@ -69,13 +62,12 @@ HAXRReportStrategy* createReportStrategySnapshot(const HAXPExpRunBase* run) {
     const HAXPStrategy* const runStrategy = run == nullptr ? nullptr : run->getStrategy();
     if (runStrategy == nullptr)
         return nullptr;
-    std::unique_ptr<HAXRReportStrategy, DeleteStrategy> snapshot(
-        new HAXRReportStrategy(runStrategy->getFlow()));
+    xperiment::OwnedReportStrategy snapshot(new HAXRReportStrategy(runStrategy->getFlow()));
     snapshot->setName("tmp-report-strategy");
     xpreport::forEachStep(
         *run, [&snapshot](const std::string& stepId, HSTFwdIter<HAXRReportConfig*>& reports) {
             while (reports.hasNext())
-                addReport(*snapshot, stepId, *reports.next());
+                addToSnapshot(*snapshot, stepId, *reports.next());
         });
     return snapshot.release();
 }

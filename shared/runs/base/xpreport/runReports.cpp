@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "environment/containers/HSTFwdIter.h"
+#include "environment/options/HATAttrSpec.h"
 #include "runs/base/xperiment/HAXPExpInfoBase.h"
 #include "runs/base/xperiment/HAXPExpRunBase.h"
 #include "runs/base/xperiment/HAXPExpRunStep.h"
@@ -35,6 +36,10 @@ bool usesDefaultReportStrategy(const HAXPExpRunBase& run) {
     const std::string& name = strategy->getName();
     return (info->isSynthFlow() && name == "Tarnel Synthesis Default Reports") ||
            (info->isImplFlow() && name == "Tarnel Implementation Default Reports");
+}
+
+bool holdsText(const HATAttrSpec& option) {
+    return option.getAttrType() > HATAttrTypes::kInt;
 }
 
 }  // namespace xpreport

@@ -7,11 +7,12 @@
 
 #include "environment/errors/HEXAlgException.h"
 
+class HATAttrSpec;
 class HAXPExpRunBase;
 class HAXRReportConfig;
 template <class T> class HSTFwdIter;
 
-/// How the sources of reports reach a run and what is in it.
+/// How the sources of reports reach a run and what is in it, and how they take an option.
 namespace xpreport {
 
 /// What `object` points to. @throws HEXAlgException `text`: it is null.
@@ -29,5 +30,8 @@ void forEachStep(
 
 /// Whether the run has the default report strategy of its kind of flow, known by name.
 bool usesDefaultReportStrategy(const HAXPExpRunBase& run);
+
+/// Whether the value of a report's option is a text.
+bool holdsText(const HATAttrSpec& option);
 
 }  // namespace xpreport

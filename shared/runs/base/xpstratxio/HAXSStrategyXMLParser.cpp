@@ -29,14 +29,14 @@ using xml::isNamed;
 namespace {
 
 /// A major and a minor version as numbers.
-using Version = std::pair<int, int>;
+using MajorMinor = std::pair<int, int>;
 
-std::string textOf(const Version& version) {
+std::string versionText(const MajorMinor& version) {
     return std::to_string(version.first) + "." + std::to_string(version.second);
 }
 
 /// The version of the running tool; false when it has no numbers.
-bool toolVersion(Version& version) {
+bool toolVersion(MajorMinor& version) {
     try {
         version = {std::stoi(HUTEnv::getMajor()), std::stoi(HUTEnv::getMinor())};
         return true;
@@ -204,10 +204,10 @@ void HAXSStrategyXMLParser::reEnumAttr_(HAXPFlowStepOptions& step, const HATAttr
 void HAXSStrategyXMLParser::reToolVersion(const CAttributeList& attributes) {
     const std::string& major = attributes.getValue(kMajorAttr);
     const std::string& minor = attributes.getValue(kMinorAttr);
-    Version running;
+    MajorMinor running;
     const bool isKnown = toolVersion(running);
-    const Version writer(std::stoi(major), std::stoi(minor));
-    m_writerVersion = textOf(writer);
+    const MajorMinor writer(std::stoi(major), std::stoi(minor));
+    m_writerVersion = versionText(writer);
     m_isOtherTool = isKnown && writer != running;
     if (isKnown && running < writer)
         ComMsgMgr::sendMsg::eval(3, __FILE__, __LINE__, "runs", ComMsgMgr::kWarning,

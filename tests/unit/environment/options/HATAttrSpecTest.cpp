@@ -293,25 +293,25 @@ TEST(HATAttrSpecEnumTest, RefusesASecondRangeOfOneValue) {
 }
 
 /// An operation that another kind than the option's is asked for.
-struct WrongKindCase {
+struct SpecOfWrongKindCase {
     const char* name;
     HATAttrTypes::AttrType type;
     void (*call)(HATAttrSpec&);
     const char* text;
 };
 
-std::ostream& operator<<(std::ostream& os, const WrongKindCase& row) {
+std::ostream& operator<<(std::ostream& os, const SpecOfWrongKindCase& row) {
     return os << row.name;
 }
 
-class HATAttrSpecWrongKind : public ::testing::TestWithParam<WrongKindCase> {};
+class HATAttrSpecWrongKind : public ::testing::TestWithParam<SpecOfWrongKindCase> {};
 
 TEST_P(HATAttrSpecWrongKind, IsRefusedWithOptionAndKind) {
     const auto spec = makeSpec(GetParam().type);
     EXPECT_EQ(thrownText<HEXAlgException>([&] { GetParam().call(*spec); }), GetParam().text);
 }
 
-const WrongKindCase kWrongKinds[] = {
+const SpecOfWrongKindCase kWrongKindsOfSpec[] = {
     {"BoolOfInt", HATAttrTypes::kInt, [](HATAttrSpec& spec) { spec.getBoolDefault(); },
      "getBoolDefault called on option \"effort\" of kind int"},
     {"SetBoolOfString", HATAttrTypes::kString, [](HATAttrSpec& spec) { spec.setBoolDefault(true); },
@@ -338,7 +338,7 @@ const WrongKindCase kWrongKinds[] = {
      "addEnumRange called on option \"effort\" of kind string"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Operations, HATAttrSpecWrongKind, ::testing::ValuesIn(kWrongKinds),
+INSTANTIATE_TEST_SUITE_P(Operations, HATAttrSpecWrongKind, ::testing::ValuesIn(kWrongKindsOfSpec),
                          [](const auto& row) { return std::string(row.param.name); });
 
 TEST(HATAttrTypesTest, KeepsTheNumbersThatFilesAndListingsKnow) {

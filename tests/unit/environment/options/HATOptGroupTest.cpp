@@ -255,18 +255,18 @@ TEST_F(HATOptGroupForeignSpecTest, IsRefusedWhenNull) {
 }
 
 /// An operation asked for an option of another kind.
-struct WrongKindCase {
+struct OptionOfWrongKindCase {
     const char* name;
     void (*call)(HATOptGroup&, const test::PlaceOptions&);
     const char* text;
 };
 
-std::ostream& operator<<(std::ostream& os, const WrongKindCase& row) {
+std::ostream& operator<<(std::ostream& os, const OptionOfWrongKindCase& row) {
     return os << row.name;
 }
 
 class HATOptGroupWrongKind : public test::OptionFixture,
-                             public ::testing::WithParamInterface<WrongKindCase> {};
+                             public ::testing::WithParamInterface<OptionOfWrongKindCase> {};
 
 TEST_P(HATOptGroupWrongKind, IsRefusedWithOptionAndKind) {
     EXPECT_EQ(thrownText<HEXAlgException>([&] { GetParam().call(m_group, m_options); }),
@@ -275,7 +275,7 @@ TEST_P(HATOptGroupWrongKind, IsRefusedWithOptionAndKind) {
 
 using Group = HATOptGroup;
 using Options = test::PlaceOptions;
-const WrongKindCase kWrongKinds[] = {
+const OptionOfWrongKindCase kWrongKindsInGroup[] = {
     {"GetBool", [](Group& group, const Options& of) { group.getBoolVal(of.seed); },
      "getBoolVal called on option \"seed\" of kind int"},
     {"SetBool", [](Group& group, const Options& of) { group.setBoolVal(of.top, true, true); },
@@ -306,7 +306,7 @@ const WrongKindCase kWrongKinds[] = {
      "setFileVal called on option \"passes\" of kind string list"},
 };
 
-INSTANTIATE_TEST_SUITE_P(Operations, HATOptGroupWrongKind, ::testing::ValuesIn(kWrongKinds),
+INSTANTIATE_TEST_SUITE_P(Operations, HATOptGroupWrongKind, ::testing::ValuesIn(kWrongKindsInGroup),
                          [](const auto& row) { return std::string(row.param.name); });
 
 }  // namespace

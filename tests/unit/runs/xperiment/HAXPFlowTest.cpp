@@ -17,14 +17,15 @@
 #include "tests/support/TestFlowStep.h"
 #include "tests/support/drain.h"
 #include "tests/support/thrownText.h"
+#include "tests/unit/runs/xperiment/sampleUuid.h"
 
 using test::drain;
+using test::kUuid;
 using test::TestFlowStep;
 using test::thrownText;
 
 namespace {
 
-constexpr const char* kUuid = "01234567-89ab-cdef-0123-456789abcdef";
 constexpr const char* kOtherUuid = "01234567-89ab-cdef-0123-000000000000";
 
 std::vector<std::string> idsOf(HSTFwdIter<HAXPFlowStep*>* ownedIter) {

@@ -10,9 +10,12 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/unit/runs/xperiment/sampleUuid.h"
+
+using test::kUuid;
+
 namespace {
 
-constexpr const char* kUuid = "01234567-89ab-cdef-0123-456789abcdef";
 constexpr const char* kNil = "00000000-0000-0000-0000-000000000000";
 
 TEST(FlowTypeTest, IsNilAndNamelessAtFirst) {

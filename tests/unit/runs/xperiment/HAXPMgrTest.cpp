@@ -15,12 +15,12 @@
 #include "runs/base/xperiment/HAXPStatSpec.h"
 #include "tests/support/drain.h"
 #include "tests/support/thrownText.h"
+#include "tests/unit/runs/xperiment/sampleUuid.h"
 
 using test::drain;
+using test::kUuid;
 
 namespace {
-
-constexpr const char* kUuid = "01234567-89ab-cdef-0123-456789abcdef";
 
 /// A catalogue of its own.
 class CatalogueTest : public ::testing::Test {

@@ -18,10 +18,10 @@
 
 namespace fs = std::filesystem;
 
-namespace {
+using test::kDone;
+using test::kFailed;
 
-constexpr int kDone = 3;
-constexpr int kFailed = 5;
+namespace {
 
 class ScriptGolden : public test::ScriptTest {
 public:
@@ -46,17 +46,17 @@ protected:
 };
 
 /// A run, and the words that its programs are called with.
-struct Case {
+struct ScriptCase {
     const char* name;
     void (*prepare)(ScriptGolden& test);
     const char* words;
 };
 
-std::ostream& operator<<(std::ostream& os, const Case& row) {
+std::ostream& operator<<(std::ostream& os, const ScriptCase& row) {
     return os << row.name;
 }
 
-constexpr Case kCases[] = {
+constexpr ScriptCase kScriptCases[] = {
     {"nothing_set",
      [](ScriptGolden& t) {
          t.m_env.unset("KPX_BINROOT");
@@ -197,7 +197,7 @@ constexpr Case kCases[] = {
      "synth\nplace\nroute\n"},
 };
 
-class ScriptGoldenTest : public ScriptGolden, public ::testing::WithParamInterface<Case> {
+class ScriptGoldenTest : public ScriptGolden, public ::testing::WithParamInterface<ScriptCase> {
 protected:
     void SetUp() override { GetParam().prepare(*this); }
 };
@@ -216,7 +216,7 @@ TEST_P(ScriptGoldenTest, CallsThePrograms) {
     EXPECT_EQ(words(), GetParam().words);
 }
 
-INSTANTIATE_TEST_SUITE_P(Runs, ScriptGoldenTest, ::testing::ValuesIn(kCases),
+INSTANTIATE_TEST_SUITE_P(Runs, ScriptGoldenTest, ::testing::ValuesIn(kScriptCases),
                          [](const auto& row) { return std::string(row.param.name); });
 
 /// Three steps that record their words.

@@ -23,14 +23,13 @@
 
 namespace fs = std::filesystem;
 
+using test::kDone;
 using test::thrownText;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
 using ::testing::Not;
 
 namespace {
-
-constexpr int kDone = 3;
 
 const char* const kScripts[] = {"runme.sh", "rundef.js", "runme.bat", "htr.txt"};
 

@@ -26,6 +26,7 @@
 
 namespace fs = std::filesystem;
 
+using test::kDone;
 using test::thrownText;
 using ::testing::ElementsAre;
 using ::testing::EndsWith;
@@ -33,8 +34,6 @@ using ::testing::HasSubstr;
 using ::testing::Not;
 
 namespace {
-
-constexpr int kDone = 3;
 
 const std::string kMessage = "runs ERROR 36-383";
 
@@ -105,18 +104,18 @@ private:
 // --- the three files, byte for byte ----------------------------------------------
 
 /// A run whose steps need reports, and the words that their scripts call "tarnel" with.
-struct Case {
+struct ReportScriptCase {
     const char* name;
     void (*prepare)(ReportScript& test);
     std::vector<std::string> steps;
     const char* words;
 };
 
-std::ostream& operator<<(std::ostream& os, const Case& row) {
+std::ostream& operator<<(std::ostream& os, const ReportScriptCase& row) {
     return os << row.name;
 }
 
-const Case kCases[] = {
+const ReportScriptCase kReportScriptCases[] = {
     {"reports_synth",
      [](ReportScript& t) {
          t.m_env.unset("KPX_BINROOT");
@@ -160,7 +159,8 @@ const Case kCases[] = {
      "[C:runsnew][all.tcl][-tclargs][place_design]\n"},
 };
 
-class ReportScriptGoldenTest : public ReportScript, public ::testing::WithParamInterface<Case> {
+class ReportScriptGoldenTest : public ReportScript,
+                               public ::testing::WithParamInterface<ReportScriptCase> {
 protected:
     void SetUp() override {
         ReportScript::SetUp();
@@ -188,7 +188,7 @@ TEST_P(ReportScriptGoldenTest, CallsTheTool) {
     EXPECT_EQ(words(), GetParam().words);
 }
 
-INSTANTIATE_TEST_SUITE_P(Runs, ReportScriptGoldenTest, ::testing::ValuesIn(kCases),
+INSTANTIATE_TEST_SUITE_P(Runs, ReportScriptGoldenTest, ::testing::ValuesIn(kReportScriptCases),
                          [](const auto& row) { return std::string(row.param.name); });
 
 // --- which steps have scripts ------------------------------------------------------

@@ -24,32 +24,32 @@ using mqi::tcltasks::native_cache_base;
 using test::RunFixture;
 using test::thrownText;
 
-using Handles = mqi::tcltasks::native_cache<HAXPExpRunBase*>;
+using RunHandles = mqi::tcltasks::native_cache<HAXPExpRunBase*>;
 
 /// A run that the script variable "r" of an interpreter holds.
 class RunDestructionTest : public RunFixture {
 protected:
     RunDestructionTest() {
-        Tcl_SetVar2Ex(m_interp.get(), "r", nullptr, Handles::get_obj(m_run.get(), "impl_1"),
+        Tcl_SetVar2Ex(m_interp.get(), "r", nullptr, RunHandles::get_obj(m_run.get(), "impl_1"),
                       TCL_GLOBAL_ONLY);
     }
     ~RunDestructionTest() override {
         m_run.reset();
         m_interp.reset();
-        EXPECT_TRUE(Handles::get_n2t_cache().empty());
-        EXPECT_TRUE(Handles::get_t2n_cache().empty());
+        EXPECT_TRUE(RunHandles::get_n2t_cache().empty());
+        EXPECT_TRUE(RunHandles::get_t2n_cache().empty());
     }
 
     Tcl_Obj* handle() { return Tcl_GetVar2Ex(m_interp.get(), "r", nullptr, TCL_GLOBAL_ONLY); }
     /// What a script reads of its variable.
     std::string text() { return Tcl_GetString(handle()); }
     std::string useOfHandle() {
-        return thrownText<HTCErrors::error>([this] { Handles::get_native(handle()); });
+        return thrownText<HTCErrors::error>([this] { RunHandles::get_native(handle()); });
     }
     /// Has the script side lose the handle. The caches' reference goes with it.
     void corruptCache() {
         Tcl_Obj* const obj = handle();
-        EXPECT_EQ(Handles::get_t2n_cache().erase(obj), 1U);
+        EXPECT_EQ(RunHandles::get_t2n_cache().erase(obj), 1U);
         native_cache_base::mark_invalid(obj);
         native_cache_base::decr_refcount(obj);
     }
@@ -61,7 +61,7 @@ protected:
 };
 
 TEST_F(RunDestructionTest, MakesItsHandleInvalid) {
-    EXPECT_EQ(Handles::get_native(handle()), m_run.get());
+    EXPECT_EQ(RunHandles::get_native(handle()), m_run.get());
     m_run.reset();
     EXPECT_TRUE(native_cache_base::is_invalid(handle()));
     EXPECT_EQ(useOfHandle(), "\"impl_1\" was deleted: this handle is no longer valid");
@@ -69,8 +69,8 @@ TEST_F(RunDestructionTest, MakesItsHandleInvalid) {
 
 TEST_F(RunDestructionTest, LeavesNoEntryInEitherCache) {
     m_run.reset();
-    EXPECT_EQ(Handles::get_n2t_cache().size(), 0U);
-    EXPECT_EQ(Handles::get_t2n_cache().size(), 0U);
+    EXPECT_EQ(RunHandles::get_n2t_cache().size(), 0U);
+    EXPECT_EQ(RunHandles::get_t2n_cache().size(), 0U);
 }
 
 TEST_F(RunDestructionTest, DropsItsReferenceToTheHandle) {
@@ -84,27 +84,27 @@ TEST_F(RunDestructionTest, ReleasesEveryHandleOfTheRun) {
     Tcl_Obj* const second = Tcl_NewStringObj("again", -1);
     Tcl_IncrRefCount(second);  // the cache's
     Tcl_IncrRefCount(second);  // the test's
-    Handles::get_n2t_cache().emplace(m_run.get(), second);
-    Handles::get_t2n_cache().emplace(second, m_run.get());
+    RunHandles::get_n2t_cache().emplace(m_run.get(), second);
+    RunHandles::get_t2n_cache().emplace(second, m_run.get());
     m_run.reset();
     EXPECT_TRUE(native_cache_base::is_invalid(second));
     EXPECT_EQ(second->refCount, 1);
-    EXPECT_TRUE(Handles::get_n2t_cache().empty());
+    EXPECT_TRUE(RunHandles::get_n2t_cache().empty());
     Tcl_DecrRefCount(second);
 }
 
 TEST_F(RunDestructionTest, LeavesTheHandlesOfOtherRuns) {
     auto other = std::make_unique<test::TestRun>("impl_2", m_flow.get());
-    Tcl_Obj* const kept = Handles::get_obj(other.get(), "impl_2");
+    Tcl_Obj* const kept = RunHandles::get_obj(other.get(), "impl_2");
     m_run.reset();
-    EXPECT_EQ(Handles::get_native(kept), other.get());
-    EXPECT_EQ(Handles::get_n2t_cache().size(), 1U);
+    EXPECT_EQ(RunHandles::get_native(kept), other.get());
+    EXPECT_EQ(RunHandles::get_n2t_cache().size(), 1U);
 }
 
 TEST_F(RunDestructionTest, RenamesItsHandles) {
     m_run->renameRun("impl_2");
     EXPECT_EQ(text(), "impl_2");
-    EXPECT_EQ(Handles::get_native(handle()), m_run.get());
+    EXPECT_EQ(RunHandles::get_native(handle()), m_run.get());
     m_run.reset();
     EXPECT_EQ(useOfHandle(), "\"impl_2\" was deleted: this handle is no longer valid");
 }
@@ -113,7 +113,7 @@ TEST_F(RunDestructionTest, TellsOfACorruptCache) {
     corruptCache();
     EXPECT_EQ(thrownText<HEXAlgException>([this] { delete m_run.release(); }),
               "native_cache<> corrupt");
-    EXPECT_TRUE(Handles::get_n2t_cache().empty());
+    EXPECT_TRUE(RunHandles::get_n2t_cache().empty());
 }
 
 TEST_F(RunDestructionTest, FinishesTheRestBeforeItTellsOfACorruptCache) {
@@ -146,9 +146,9 @@ TEST_F(RunDestructionTest, DropsItsStrategyAndTellsNobody) {
     Tcl_DeleteInterp(Tcl_CreateInterp());
     const auto flow = test::makeFlow({"a"});
     auto run = std::make_unique<test::TestRun>("impl_1", flow.get());
-    Handles::get_obj(run.get(), "impl_1");
+    RunHandles::get_obj(run.get(), "impl_1");
     Tcl_Finalize();
-    const bool closed = !Handles::observers();
+    const bool closed = !RunHandles::observers();
     run->renameRun("impl_2");
     run.reset();
     std::_Exit(closed ? 0 : 1);

@@ -19,7 +19,7 @@ using test::drained;
 using test::RunFixture;
 using test::tracedStat;
 
-using Handles = std::vector<ComMsgMgrSrcHandle*>;
+using MessageHandles = std::vector<ComMsgMgrSrcHandle*>;
 
 // Statistics -----------------------------------------------------------------
 
@@ -121,7 +121,7 @@ protected:
         handle = ComMsgMgr::loadMsgSrc(m_dir.path(file), handle.getName());
         EXPECT_EQ(handle.getMessages().size(), 1U);
     }
-    Handles handles() const { return drained(m_run->createMsgMgrHandlesIter()); }
+    MessageHandles handles() const { return drained(m_run->createMsgMgrHandlesIter()); }
 
     ComMsgMgrSrcHandle m_one{"one"};
     ComMsgMgrSrcHandle m_two{"two"};
@@ -132,7 +132,7 @@ TEST_F(RunMessagesTest, KeepsHandlesInOrderOfAddition) {
     m_run->addMsgHandle_(&m_two);
     m_run->addMsgHandle_(&m_one);
     m_run->addMsgHandle_(&m_three);
-    EXPECT_EQ(handles(), (Handles{&m_two, &m_one, &m_three}));
+    EXPECT_EQ(handles(), (MessageHandles{&m_two, &m_one, &m_three}));
 }
 
 TEST_F(RunMessagesTest, KeepsAHandleOnce) {
@@ -140,7 +140,7 @@ TEST_F(RunMessagesTest, KeepsAHandleOnce) {
     m_run->addMsgHandle_(&m_two);
     m_run->addMsgHandle_(&m_one);
     m_run->addMsgHandle_(nullptr);
-    EXPECT_EQ(handles(), (Handles{&m_one, &m_two}));
+    EXPECT_EQ(handles(), (MessageHandles{&m_one, &m_two}));
 }
 
 TEST_F(RunMessagesTest, TakesHandlesForTheSameByTheirAddress) {
@@ -168,7 +168,7 @@ TEST_F(RunMessagesTest, TakesAClosedHandleAgain) {
     m_run->addMsgHandle_(&m_one);
     m_run->closeAllMessageHandles();
     m_run->addMsgHandle_(&m_one);
-    EXPECT_EQ(handles(), (Handles{&m_one}));
+    EXPECT_EQ(handles(), (MessageHandles{&m_one}));
 }
 
 TEST_F(RunMessagesTest, ClosesThemWithTheStatistics) {
@@ -181,7 +181,7 @@ TEST_F(RunMessagesTest, ClosesThemWithTheStatistics) {
 TEST_F(RunMessagesTest, KeepsThemWhenStatisticsAreDeleted) {
     m_run->addMsgHandle_(&m_one);
     m_run->deleteStats();
-    EXPECT_EQ(handles(), (Handles{&m_one}));
+    EXPECT_EQ(handles(), (MessageHandles{&m_one}));
 }
 
 TEST_F(RunMessagesTest, ClosesThemWithTheSteps) {

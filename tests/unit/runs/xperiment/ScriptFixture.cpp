@@ -36,8 +36,8 @@ std::string replaced(std::string text, const std::string& word, const std::strin
     return text;
 }
 
-HATAttrSpec& declare(HATOptGroupSpec* group, HATAttrTypes::AttrType type, const std::string& name,
-                     const std::string& invokeText) {
+HATAttrSpec& addOption(HATOptGroupSpec* group, HATAttrTypes::AttrType type, const std::string& name,
+                       const std::string& invokeText) {
     auto spec = std::make_unique<HATAttrSpec>(type, HATAttrSpec::kOption);
     spec->setName(name);
     group->registerAttrSpec(spec.get(), name, invokeText);
@@ -52,17 +52,17 @@ ScriptStep::ScriptStep(const std::string& id, const std::string& program)
 }
 
 void ScriptStep::configOptions_(HATOptGroupSpec* optionsSpec) {
-    declare(optionsSpec, HATAttrTypes::kBool, "flag", "-flag");
-    declare(optionsSpec, HATAttrTypes::kInt, "level", "-level").setIntDefault(3);
-    declare(optionsSpec, HATAttrTypes::kString, "part", "-part");
-    declare(optionsSpec, HATAttrTypes::kStringList, "define", "-D").setAlwaysWrite(true);
-    HATAttrSpec& effort = declare(optionsSpec, HATAttrTypes::kEnum, "effort", "-effort");
+    addOption(optionsSpec, HATAttrTypes::kBool, "flag", "-flag");
+    addOption(optionsSpec, HATAttrTypes::kInt, "level", "-level").setIntDefault(3);
+    addOption(optionsSpec, HATAttrTypes::kString, "part", "-part");
+    addOption(optionsSpec, HATAttrTypes::kStringList, "define", "-D").setAlwaysWrite(true);
+    HATAttrSpec& effort = addOption(optionsSpec, HATAttrTypes::kEnum, "effort", "-effort");
     effort.addEnumRange("0", "low", "Little effort");
     effort.addEnumRange("1", "high", "Much effort");
     effort.setEnumDefault("low");
-    declare(optionsSpec, HATAttrTypes::kFile, "in", "-in");
-    declare(optionsSpec, HATAttrTypes::kFile, "out", "-out");
-    declare(optionsSpec, HATAttrTypes::kFile, "source", "");
+    addOption(optionsSpec, HATAttrTypes::kFile, "in", "-in");
+    addOption(optionsSpec, HATAttrTypes::kFile, "out", "-out");
+    addOption(optionsSpec, HATAttrTypes::kFile, "source", "");
 }
 
 void ScriptStep::writePrePostOpts_(std::string& preText, std::string& postText, HATOptGroup*,

@@ -10,7 +10,6 @@
 
 #include "runs/base/xperiment/HAXPExpRunStep.h"
 #include "runs/base/xperiment/HAXPStrategy.h"
-#include "runs/base/xperiment/HDGUIStatus.h"
 #include "tests/support/RunDir.h"
 #include "tests/support/TestFlow.h"
 #include "tests/support/TestRun.h"
@@ -18,12 +17,6 @@
 #include "tests/support/thrownText.h"
 
 namespace test {
-
-constexpr int kNotStarted = HDGUIStatus::statusNotStarted;
-constexpr int kQueued = HDGUIStatus::statusQueued;
-constexpr int kRunning = HDGUIStatus::statusRunning;
-constexpr int kDone = HDGUIStatus::statusDone;
-constexpr int kFailed = HDGUIStatus::statusError;
 
 using Ids = std::vector<std::string>;
 

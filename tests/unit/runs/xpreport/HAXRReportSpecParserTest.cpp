@@ -23,9 +23,10 @@ namespace {
 
 namespace reports = test::reports;
 
+using reports::FaultCase;
 using reports::valueOf;
 
-constexpr char kSchema[] = "report-catalogue.xsd";
+constexpr char kCatalogueSchema[] = "report-catalogue.xsd";
 
 /// A report of the version 1.0 with this inside.
 std::string reportOf(const std::string& content, const std::string& name = "report_io") {
@@ -339,17 +340,7 @@ TEST_F(ReportSpecParserTest, MakesAnEmptyGroupOfOutputOptionsThatAreAllDropped) 
 
 // Documents that are no catalogue -----------------------------------------
 
-/// A well-formed document that breaks the format, and the complaint.
-struct FaultCase {
-    const char* name;
-    const char* document;
-    const char* fault;
-};
-
-std::ostream& operator<<(std::ostream& os, const FaultCase& row) {
-    return os << row.name;
-}
-
+/// The complaints name the line behind a colon.
 class ReportCatalogueFaultTable : public ReportSpecParserTest,
                                   public ::testing::WithParamInterface<FaultCase> {};
 
@@ -359,10 +350,10 @@ TEST_P(ReportCatalogueFaultTable, AddsNothingAndNamesTheLine) {
 }
 
 TEST_P(ReportCatalogueFaultTable, BreaksTheSchemaToo) {
-    EXPECT_FALSE(reports::isValidBySchema(kSchema, GetParam().document));
+    EXPECT_FALSE(reports::isValidBySchema(kCatalogueSchema, GetParam().document));
 }
 
-#define REPORT_IO "<ReportSpec name=\"report_io\" short_description=\"\" Version=\"1\" Minor=\"0\">"
+#define IO_REPORT "<ReportSpec name=\"report_io\" short_description=\"\" Version=\"1\" Minor=\"0\">"
 
 INSTANTIATE_TEST_SUITE_P(
     Documents, ReportCatalogueFaultTable,
@@ -371,28 +362,28 @@ INSTANTIATE_TEST_SUITE_P(
                   ":1: the root element is \"Report\" in the place of \"Reports\""},
         FaultCase{"OtherCase", "<reports/>",
                   ":1: the root element is \"reports\" in the place of \"Reports\""},
-        FaultCase{"UnknownElement", "<Reports>\n" REPORT_IO "</ReportSpec>\n<Spec/></Reports>",
+        FaultCase{"UnknownElement", "<Reports>\n" IO_REPORT "</ReportSpec>\n<Spec/></Reports>",
                   ":3: the element \"Spec\" isn't allowed here in \"Reports\""},
         FaultCase{"OptionInReports", "<Reports><Option name=\"a\" type=\"string\"/></Reports>",
                   ":1: the element \"Option\" isn't allowed here in \"Reports\""},
         FaultCase{"WrongOrder",
-                  "<Reports>\n" REPORT_IO "\n<OutputOptions/>\n<Options/></ReportSpec></Reports>",
+                  "<Reports>\n" IO_REPORT "\n<OutputOptions/>\n<Options/></ReportSpec></Reports>",
                   ":4: the element \"Options\" isn't allowed here in \"ReportSpec\""},
         FaultCase{"OptionsTwice",
-                  "<Reports>" REPORT_IO "<Options/>\n<Options/></ReportSpec></Reports>",
+                  "<Reports>" IO_REPORT "<Options/>\n<Options/></ReportSpec></Reports>",
                   ":2: the element \"Options\" isn't allowed here in \"ReportSpec\""},
         FaultCase{"OutputOptionsTwice",
-                  "<Reports>" REPORT_IO "<OutputOptions/>\n<OutputOptions/></ReportSpec></Reports>",
+                  "<Reports>" IO_REPORT "<OutputOptions/>\n<OutputOptions/></ReportSpec></Reports>",
                   ":2: the element \"OutputOptions\" isn't allowed here in \"ReportSpec\""},
         FaultCase{"ChildOfOption",
-                  "<Reports>" REPORT_IO "<Options><Option name=\"a\" type=\"string\">\n<x/>"
+                  "<Reports>" IO_REPORT "<Options><Option name=\"a\" type=\"string\">\n<x/>"
                   "</Option></Options></ReportSpec></Reports>",
                   ":2: the element \"x\" isn't allowed here in \"Option\""},
         FaultCase{"OutputOptionInOptions",
-                  "<Reports>" REPORT_IO "<Options><OutputOption name=\"a\" type=\"string\""
+                  "<Reports>" IO_REPORT "<Options><OutputOption name=\"a\" type=\"string\""
                   " def_value=\"\"/></Options></ReportSpec></Reports>",
                   ":1: the element \"OutputOption\" isn't allowed here in \"Options\""},
-        FaultCase{"Text", "<Reports>\n" REPORT_IO "text</ReportSpec></Reports>",
+        FaultCase{"Text", "<Reports>\n" IO_REPORT "text</ReportSpec></Reports>",
                   ":2: \"ReportSpec\" can't hold text"},
         FaultCase{"NoName",
                   "<Reports>\n<ReportSpec short_description=\"\" Version=\"1\" Minor=\"0\"/>"
@@ -409,19 +400,19 @@ INSTANTIATE_TEST_SUITE_P(
             "<Reports><ReportSpec name=\"a\" short_description=\"\" Version=\"0\"/></Reports>",
             ":1: \"ReportSpec\" lacks the attribute \"Minor\""},
         FaultCase{"NoOptionName",
-                  "<Reports>" REPORT_IO "<Options>\n<Option type=\"int\"/></Options>"
+                  "<Reports>" IO_REPORT "<Options>\n<Option type=\"int\"/></Options>"
                   "</ReportSpec></Reports>",
                   ":2: \"Option\" lacks the attribute \"name\""},
         FaultCase{"NoOptionType",
-                  "<Reports>" REPORT_IO "<Options>\n<Option name=\"a\"/></Options>"
+                  "<Reports>" IO_REPORT "<Options>\n<Option name=\"a\"/></Options>"
                   "</ReportSpec></Reports>",
                   ":2: \"Option\" lacks the attribute \"type\""},
         FaultCase{"NoOutputOptionDefault",
-                  "<Reports>" REPORT_IO "<OutputOptions><OutputOption name=\"a\" type=\"string\"/>"
+                  "<Reports>" IO_REPORT "<OutputOptions><OutputOption name=\"a\" type=\"string\"/>"
                   "</OutputOptions></ReportSpec></Reports>",
                   ":1: \"OutputOption\" lacks the attribute \"def_value\""},
         FaultCase{"FaultBehindAGoodReport",
-                  "<Reports>" REPORT_IO "</ReportSpec>\n<ReportSpec/></Reports>",
+                  "<Reports>" IO_REPORT "</ReportSpec>\n<ReportSpec/></Reports>",
                   ":2: \"ReportSpec\" lacks the attribute \"name\""}),
     [](const auto& row) { return std::string(row.param.name); });
 
@@ -435,13 +426,13 @@ TEST_F(ReportSpecParserTest, TakesVersionsOfThirtyTwoBitsAlone) {
         EXPECT_EQ(faultOf(withVersion(bad)),
                   ":1: the attribute \"Version\" of \"ReportSpec\" is \"" + std::string(bad) +
                       "\", which is no whole number from 0 to 4294967295");
-        EXPECT_FALSE(reports::isValidBySchema(kSchema, withVersion(bad))) << bad;
+        EXPECT_FALSE(reports::isValidBySchema(kCatalogueSchema, withVersion(bad))) << bad;
     }
     for (const char* good : {"0", "5", "0000000000000000000000005", "4294967295"}) {
         m_catalogue = std::make_unique<HAXRReportSpecMgr>();
         read(withVersion(good));
         EXPECT_EQ(reportCount(), 1) << good;
-        EXPECT_TRUE(reports::isValidBySchema(kSchema, withVersion(good))) << good;
+        EXPECT_TRUE(reports::isValidBySchema(kCatalogueSchema, withVersion(good))) << good;
     }
 }
 
@@ -465,7 +456,7 @@ TEST_F(ReportSpecParserTest, AgreesWithTheSchemaOnAWholeCatalogue) {
         reportOf("", "report_drc"));
     read(document);
     EXPECT_EQ(reportCount(), 2);
-    EXPECT_TRUE(reports::isValidBySchema(kSchema, document));
+    EXPECT_TRUE(reports::isValidBySchema(kCatalogueSchema, document));
 }
 
 // Files that are no XML ---------------------------------------------------

@@ -3,7 +3,6 @@
 #include "runs/base/xpreport/HAXRReportStrategyXMLParser1.h"
 
 #include <memory>
-#include <ostream>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -19,9 +18,10 @@ namespace {
 
 namespace reports = test::reports;
 
+using reports::FaultCase;
 using reports::valueOf;
 
-constexpr char kSchema[] = "report-strategy.xsd";
+constexpr char kStrategySchema[] = "report-strategy.xsd";
 
 std::string fileOf(const std::string& content) {
     return "<ReportStrategies Version=\"1\" Minor=\"0\">" + content + "</ReportStrategies>";
@@ -385,17 +385,7 @@ TEST_F(ReportStrategyParserTest, MakesDisplayNamesOfRawOnes) {
 
 // Documents that are no report strategies ---------------------------------
 
-/// A document, and the complaint with the line before it.
-struct FaultCase {
-    const char* name;
-    std::string document;
-    const char* fault;
-};
-
-std::ostream& operator<<(std::ostream& os, const FaultCase& row) {
-    return os << row.name;
-}
-
+/// The complaints begin with the line.
 class ReportStrategyFaultTable : public ReportStrategyParserTest,
                                  public ::testing::WithParamInterface<FaultCase> {};
 
@@ -409,7 +399,7 @@ TEST_P(ReportStrategyFaultTable, IsRefusedWithItsLine) {
 }
 
 TEST_P(ReportStrategyFaultTable, BreaksTheSchemaToo) {
-    EXPECT_FALSE(reports::isValidBySchema(kSchema, GetParam().document));
+    EXPECT_FALSE(reports::isValidBySchema(kStrategySchema, GetParam().document));
 }
 
 INSTANTIATE_TEST_SUITE_P(
@@ -470,17 +460,18 @@ TEST_F(ReportStrategyParserTest, TakesTheWholeRangeOfVersions) {
         const std::string document =
             "<ReportStrategies Version=\"" + std::string(version) + "\" Minor=\"0\"/>";
         EXPECT_EQ(errorOf(document), "") << version;
-        EXPECT_TRUE(reports::isValidBySchema(kSchema, document)) << version;
+        EXPECT_TRUE(reports::isValidBySchema(kStrategySchema, document)) << version;
     }
 }
 
 TEST_F(ReportStrategyParserTest, AgreesWithTheSchemaOnAWholeFile) {
     EXPECT_TRUE(reports::isValidBySchema(
-        kSchema, fileOf("<Tool Major=\"2026\" Minor=\"x\"/>" +
-                        strategyOf("<Step/><Step Id=\"place\"><Spec/><Spec Name=\"report_io\""
-                                   " DisplayName=\"\" Version=\"1\" Minor=\"0\"><Option/><Option"
-                                   " name=\"a\" type=\"b\" def_value=\"c\">text</Option></Spec>"
-                                   "</Step>"))));
+        kStrategySchema,
+        fileOf("<Tool Major=\"2026\" Minor=\"x\"/>" +
+               strategyOf("<Step/><Step Id=\"place\"><Spec/><Spec Name=\"report_io\""
+                          " DisplayName=\"\" Version=\"1\" Minor=\"0\"><Option/><Option"
+                          " name=\"a\" type=\"b\" def_value=\"c\">text</Option></Spec>"
+                          "</Step>"))));
 }
 
 TEST_F(ReportStrategyParserTest, RefusesHostileFiles) {

@@ -10,6 +10,7 @@
 #include <nlohmann/json.hpp>
 
 #include "shell/exitStatus.h"
+#include "tests/unit/shell/page/launchTime.h"
 #include "tests/unit/workbench/TestBench.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/Project.h"
@@ -20,8 +21,7 @@
 namespace {
 
 using nlohmann::json;
-
-constexpr long kLaunch = 1000000;
+using test::kLaunch;
 
 /// A project with a synthesis; implementations are made as tests need them.
 class PageDataTest : public ::testing::Test {

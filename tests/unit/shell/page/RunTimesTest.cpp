@@ -7,13 +7,14 @@
 
 #include <gtest/gtest.h>
 
+#include "tests/unit/shell/page/launchTime.h"
 #include "tests/unit/workbench/TestBench.h"
 #include "workbench/HAXPExpRun.h"
 #include "workbench/launchLease.h"
 
 namespace {
 
-constexpr long kLaunch = 1000000;
+using test::kLaunch;
 
 /// An implementation that is done; its steps take ten seconds each, one behind the other.
 class RunTimesTest : public ::testing::Test {

@@ -26,11 +26,10 @@
 
 namespace {
 
+using test::kLaunch;
 using test::LaunchedProject;
 using workbench::History;
 using workbench::LaunchRecord;
-
-constexpr long kLaunch = 1000000;
 
 class HistoryTest : public ::testing::Test {
 protected:

@@ -18,11 +18,10 @@
 
 namespace {
 
+using test::kLaunch;
 using workbench::LaunchRecord;
 using workbench::LaunchWay;
 using workbench::StepRecord;
-
-constexpr long kLaunch = 1000000;
 
 class LaunchRecordTest : public ::testing::Test {
 protected:

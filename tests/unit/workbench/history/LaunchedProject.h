@@ -12,6 +12,9 @@
 
 namespace test {
 
+/// A time for the first launch of a run.
+inline constexpr long kLaunch = 1000000;
+
 /// A project with the runs synth_1 and impl_1, neither of them launched.
 class LaunchedProject {
 public:

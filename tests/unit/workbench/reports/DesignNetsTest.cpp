@@ -14,7 +14,7 @@ using namespace reports;
 
 namespace {
 
-Design parsed() {
+Design benchDesign() {
     Design design;
     std::string reason;
     EXPECT_TRUE(parseDesign(test::ReportBench::netlist(), "", design, reason)) << reason;
@@ -30,7 +30,7 @@ DesignCell lut(const std::string& name, int input, int output) {
 }
 
 TEST(DesignNetsTest, TellsDriversAndReadersOfANet) {
-    const Design design = parsed();
+    const Design design = benchDesign();
     const std::map<int, NetUse> uses = findUses(design);
     EXPECT_EQ(driverText(uses.at(2)), "port clk");
     EXPECT_EQ(uses.at(2).loads, 6);
@@ -41,7 +41,7 @@ TEST(DesignNetsTest, TellsDriversAndReadersOfANet) {
 }
 
 TEST(DesignNetsTest, TakesAWriteEnableOfARamForNoClock) {
-    const Design design = parsed();
+    const Design design = benchDesign();
     const std::vector<DesignClock> clocks = findClocks(design, findUses(design));
     ASSERT_EQ(clocks.size(), 1u);
     EXPECT_EQ(clocks[0].name, "clk");

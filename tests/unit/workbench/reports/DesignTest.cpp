@@ -12,7 +12,7 @@ using namespace reports;
 
 namespace {
 
-Design parsed(const std::string& text = test::ReportBench::netlist()) {
+Design parsedDesign(const std::string& text = test::ReportBench::netlist()) {
     Design design;
     std::string reason = "untouched";
     EXPECT_TRUE(parseDesign(text, "", design, reason)) << reason;
@@ -20,7 +20,7 @@ Design parsed(const std::string& text = test::ReportBench::netlist()) {
     return design;
 }
 
-std::string refusal(const std::string& text) {
+std::string designRefusal(const std::string& text) {
     Design design;
     design.top = "kept";
     std::string reason;
@@ -34,7 +34,7 @@ std::string withModule(const std::string& cells, const std::string& names) {
 }
 
 TEST(DesignTest, HoldsPortsAndCellsOfTheTopModule) {
-    const Design design = parsed();
+    const Design design = parsedDesign();
     EXPECT_EQ(design.top, "top");
     EXPECT_EQ(design.ports.size(), 6u);
     EXPECT_EQ(design.cells.size(), 9u);
@@ -47,7 +47,7 @@ TEST(DesignTest, HoldsPortsAndCellsOfTheTopModule) {
 }
 
 TEST(DesignTest, NamesANetByItsHighestName) {
-    const Design design = parsed();
+    const Design design = parsedDesign();
     EXPECT_EQ(design.netName(2), "clk");
     EXPECT_EQ(design.netName(11), "led[1]");
     EXPECT_EQ(design.netName(22), "$abc$1");
@@ -55,14 +55,14 @@ TEST(DesignTest, NamesANetByItsHighestName) {
 }
 
 TEST(DesignTest, TellsWhereANetIsDeclared) {
-    const Design design = parsed();
+    const Design design = parsedDesign();
     EXPECT_EQ(design.netSource("clk"), "top.v:3");
     EXPECT_EQ(design.netSource("led[1]"), "top.v:5");
     EXPECT_EQ(design.netSource("go"), "");
 }
 
 TEST(DesignTest, CountsBusBitsFromTheirOffset) {
-    const Design design = parsed(withModule("{}", R"({"up":{"bits":[5,6],"offset":4},
+    const Design design = parsedDesign(withModule("{}", R"({"up":{"bits":[5,6],"offset":4},
         "down":{"bits":[7,8],"upto":1}})"));
     EXPECT_EQ(design.netName(5), "up[4]");
     EXPECT_EQ(design.netName(6), "up[5]");
@@ -94,21 +94,21 @@ TEST(DesignTest, RefusesATextThatIsCutShortAnywhere) {
 }
 
 TEST(DesignTest, RefusesWhatItCantUnderstand) {
-    EXPECT_EQ(refusal("{}"), "it holds no modules, so it is not a netlist of yosys");
-    EXPECT_EQ(refusal(withModule(R"({"c":{"type":"X"}})", "{}")),
+    EXPECT_EQ(designRefusal("{}"), "it holds no modules, so it is not a netlist of yosys");
+    EXPECT_EQ(designRefusal(withModule(R"({"c":{"type":"X"}})", "{}")),
               "cell 'c' has no type or no connections");
-    EXPECT_EQ(refusal(withModule(R"({"c":{"type":"X","connections":{"A":7},
+    EXPECT_EQ(designRefusal(withModule(R"({"c":{"type":"X","connections":{"A":7},
                                      "port_directions":{}}})",
-                                 "{}")),
+                                       "{}")),
               "cell 'c' has no type or no connections");
-    EXPECT_EQ(refusal(withModule("{}", R"({"n":{}})")), "net 'n' has no bits");
-    EXPECT_EQ(refusal(withModule("{}", "7")), "it holds no names of nets");
+    EXPECT_EQ(designRefusal(withModule("{}", R"({"n":{}})")), "net 'n' has no bits");
+    EXPECT_EQ(designRefusal(withModule("{}", "7")), "it holds no names of nets");
 }
 
 TEST(DesignTest, TakesANetNumberOutOfRangeForNoNet) {
-    const Design design = parsed(withModule(R"({"c":{"type":"X","connections":{"A":
+    const Design design = parsedDesign(withModule(R"({"c":{"type":"X","connections":{"A":
         [99999999999999999999, -5, "x", 3.5]},"port_directions":{"A":"input"}}})",
-                                            "{}"));
+                                                  "{}"));
     for (const DesignPin& pin : design.findCell("c")->pins)
         EXPECT_EQ(pin.net, kNoNet);
 }

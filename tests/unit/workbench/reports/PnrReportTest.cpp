@@ -13,7 +13,7 @@ using namespace reports;
 namespace {
 
 /// The reason why a text is refused; fails the test when it isn't.
-std::string refusal(const std::string& text) {
+std::string pnrRefusal(const std::string& text) {
     PnrReport report;
     report.hasNets = true;
     std::string reason;
@@ -66,22 +66,22 @@ TEST(PnrReportTest, RefusesATextThatIsCutShortAnywhere) {
 }
 
 TEST(PnrReportTest, RefusesWhatItCantUnderstand) {
-    EXPECT_EQ(refusal("[]"), "it is not valid JSON; it may have been cut short");
-    EXPECT_EQ(refusal("{}"), "it holds no utilisation, no clock table or no paths");
-    EXPECT_EQ(refusal(R"({"critical_paths":[],"fmax":{},"utilization":{"A":{"used":-1,
+    EXPECT_EQ(pnrRefusal("[]"), "it is not valid JSON; it may have been cut short");
+    EXPECT_EQ(pnrRefusal("{}"), "it holds no utilisation, no clock table or no paths");
+    EXPECT_EQ(pnrRefusal(R"({"critical_paths":[],"fmax":{},"utilization":{"A":{"used":-1,
                          "available":2}}})"),
               "a utilisation of it is not a count");
-    EXPECT_EQ(refusal(R"({"critical_paths":[],"fmax":{},"utilization":{"A":{"used":1e300,
+    EXPECT_EQ(pnrRefusal(R"({"critical_paths":[],"fmax":{},"utilization":{"A":{"used":1e300,
                          "available":2}}})"),
               "a utilisation of it is not a count");
-    EXPECT_EQ(refusal(R"({"critical_paths":[],"utilization":{},"fmax":{"c":{"achieved":0,
+    EXPECT_EQ(pnrRefusal(R"({"critical_paths":[],"utilization":{},"fmax":{"c":{"achieved":0,
                          "constraint":12}}})"),
               "a clock of it has no frequency");
-    EXPECT_EQ(refusal(withPath("{}")), "a path of it lacks a delay, a cell or a net");
-    EXPECT_EQ(refusal(withPath(R"({"type":"routing","delay":1,"from":{"cell":"a","port":"O"},
+    EXPECT_EQ(pnrRefusal(withPath("{}")), "a path of it lacks a delay, a cell or a net");
+    EXPECT_EQ(pnrRefusal(withPath(R"({"type":"routing","delay":1,"from":{"cell":"a","port":"O"},
                                   "to":{"cell":"b","port":"I"}})")),
               "a path of it lacks a delay, a cell or a net");
-    EXPECT_EQ(refusal(R"({"critical_paths":[],"fmax":{},"utilization":{},
+    EXPECT_EQ(pnrRefusal(R"({"critical_paths":[],"fmax":{},"utilization":{},
                          "detailed_net_timings":7})"),
               "a net timing of it lacks a delay or a cell");
 }
@@ -89,10 +89,10 @@ TEST(PnrReportTest, RefusesWhatItCantUnderstand) {
 /// nextpnr nests five deep.
 TEST(PnrReportTest, BearsDeepNesting) {
     const std::string deep(100000, '[');
-    EXPECT_EQ(refusal(deep), "it is not valid JSON; it may have been cut short");
-    EXPECT_EQ(refusal(R"({"a":)" + deep + std::string(100000, ']') + "}"),
+    EXPECT_EQ(pnrRefusal(deep), "it is not valid JSON; it may have been cut short");
+    EXPECT_EQ(pnrRefusal(R"({"a":)" + deep + std::string(100000, ']') + "}"),
               "it is not valid JSON; it may have been cut short");
-    EXPECT_EQ(refusal(R"({"a":)" + deep.substr(0, 500) + std::string(500, ']') + "}"),
+    EXPECT_EQ(pnrRefusal(R"({"a":)" + deep.substr(0, 500) + std::string(500, ']') + "}"),
               "it holds no utilisation, no clock table or no paths");
 }
 

@@ -24,7 +24,7 @@ ReportOptions read(const std::vector<std::string>& words) {
     return {"report_x", rules(), words};
 }
 
-std::string refusal(const std::vector<std::string>& words) {
+std::string optionRefusal(const std::vector<std::string>& words) {
     return test::thrownText<ice40::StepFailure>([&] { read(words); });
 }
 
@@ -48,19 +48,21 @@ TEST(ReportOptionsTest, LetTheLaterOfTwoValuesHold) {
 }
 
 TEST(ReportOptionsTest, NameTheKnownOnesWhenOneIsUnknown) {
-    EXPECT_EQ(refusal({"-quiet"}),
+    EXPECT_EQ(optionRefusal({"-quiet"}),
               "report_x: there is no option '-quiet'. Use -loud, -most, -name.");
-    EXPECT_EQ(refusal({"loud"}), "report_x: there is no option 'loud'. Use -loud, -most, -name.");
+    EXPECT_EQ(optionRefusal({"loud"}),
+              "report_x: there is no option 'loud'. Use -loud, -most, -name.");
 }
 
 TEST(ReportOptionsTest, RefuseANumberOutOfRange) {
     for (const char* value : {"0", "10", "two", "", "99999999999999999999"})
-        EXPECT_EQ(refusal({"-most", value}), std::string("report_x: option -most can't be '") +
-                                                 value + "'. Use a whole number from 1 to 9.");
+        EXPECT_EQ(optionRefusal({"-most", value}),
+                  std::string("report_x: option -most can't be '") + value +
+                      "'. Use a whole number from 1 to 9.");
 }
 
 TEST(ReportOptionsTest, RefuseAnOptionWithoutItsValue) {
-    EXPECT_EQ(refusal({"-name"}),
+    EXPECT_EQ(optionRefusal({"-name"}),
               "report_x: option -name needs a value. Write it behind the option.");
 }
 

@@ -116,7 +116,7 @@ TEST(ReportFiguresTest, SurviveWritingAndReading) {
     EXPECT_EQ(read.figures[2].better, Figure::kNeither);
 }
 
-std::string refusal(const std::string& text) {
+std::string figuresRefusal(const std::string& text) {
     ReportFigures figures;
     figures.report = "kept";
     std::string reason;
@@ -128,17 +128,17 @@ std::string refusal(const std::string& text) {
 TEST(ReportFiguresTest, RefuseATextThatIsCutShortAnywhere) {
     const std::string text = formatJson(sample());
     for (std::size_t size = 0; size + 2 < text.size(); ++size)
-        EXPECT_EQ(refusal(text.substr(0, size)),
+        EXPECT_EQ(figuresRefusal(text.substr(0, size)),
                   "it is not valid JSON; it may have been cut short");
 }
 
 TEST(ReportFiguresTest, RefuseWhatTheyCantUnderstand) {
-    EXPECT_EQ(refusal("{}"), "it is no report in its JSON form");
-    EXPECT_EQ(refusal(R"({"format":"xperiment-report","version":2})"),
+    EXPECT_EQ(figuresRefusal("{}"), "it is no report in its JSON form");
+    EXPECT_EQ(figuresRefusal(R"({"format":"xperiment-report","version":2})"),
               "it has version 2, and this program reads up to 1");
-    EXPECT_EQ(refusal(R"({"format":"xperiment-report","version":1})"),
+    EXPECT_EQ(figuresRefusal(R"({"format":"xperiment-report","version":1})"),
               "a value of it is missing or of the wrong kind");
-    EXPECT_EQ(refusal(R"({"format":"xperiment-report","version":1,"report":"r","step":"s",
+    EXPECT_EQ(figuresRefusal(R"({"format":"xperiment-report","version":1,"report":"r","step":"s",
                          "figures":[{"name":"n","label":"l","unit":"","value":"7"}]})"),
               "a figure of it is missing a value or of the wrong kind");
 }

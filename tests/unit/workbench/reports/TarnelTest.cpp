@@ -19,7 +19,7 @@ const Words kScriptCall{"-nolog",      "-nojournal", "-notrace",    "-mode",
                         "batch",       "-product",   "tarnel",      "-source",
                         "reports.tcl", "-tclargs",   "route_design"};
 
-std::string refusal(const Words& words) {
+std::string callRefusal(const Words& words) {
     TarnelCall call;
     call.source = "kept";
     std::string reason;
@@ -57,17 +57,17 @@ TEST(TarnelTest, GivesTheScriptEveryWordBehindItsArguments) {
 
 TEST(TarnelTest, SaysWhatIsWrongWithACommandLine) {
     const std::string end = ". Call it with -help for its options.";
-    EXPECT_EQ(refusal({}), "-source is missing" + end);
-    EXPECT_EQ(refusal({"-source", "s"}), "-mode batch is missing" + end);
-    EXPECT_EQ(refusal({"-mode", "gui", "-source", "s"}), "there is no mode 'gui'" + end);
-    EXPECT_EQ(refusal({"-mode"}), "-mode needs a value" + end);
-    EXPECT_EQ(refusal({"-mode", "batch", "-source", "-tclargs", "x"}),
+    EXPECT_EQ(callRefusal({}), "-source is missing" + end);
+    EXPECT_EQ(callRefusal({"-source", "s"}), "-mode batch is missing" + end);
+    EXPECT_EQ(callRefusal({"-mode", "gui", "-source", "s"}), "there is no mode 'gui'" + end);
+    EXPECT_EQ(callRefusal({"-mode"}), "-mode needs a value" + end);
+    EXPECT_EQ(callRefusal({"-mode", "batch", "-source", "-tclargs", "x"}),
               "-source needs a value" + end);
-    EXPECT_EQ(refusal({"-mode", "batch", "-source", "a", "-source", "b"}),
+    EXPECT_EQ(callRefusal({"-mode", "batch", "-source", "a", "-source", "b"}),
               "-source stands twice" + end);
-    EXPECT_EQ(refusal({"-product", "other"}), "there is no product 'other'" + end);
-    EXPECT_EQ(refusal({"-fast"}), "there is no option '-fast'" + end);
-    EXPECT_EQ(refusal({"stray"}), "there is no option 'stray'" + end);
+    EXPECT_EQ(callRefusal({"-product", "other"}), "there is no product 'other'" + end);
+    EXPECT_EQ(callRefusal({"-fast"}), "there is no option '-fast'" + end);
+    EXPECT_EQ(callRefusal({"stray"}), "there is no option 'stray'" + end);
 }
 
 TEST(TarnelTest, AsksForNoScriptWhenItsHelpIsWanted) {
