@@ -5,9 +5,7 @@ include(GenerateExportHeader)
 
 find_program(XPERIMENT_CCACHE ccache)
 if(XPERIMENT_CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
-  # It takes a precompiled header for what its file holds, not for when it was made.
-  set(CMAKE_CXX_COMPILER_LAUNCHER
-    ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${XPERIMENT_CCACHE})
+  set(CMAKE_CXX_COMPILER_LAUNCHER ${XPERIMENT_CCACHE})
 endif()
 
 add_library(project_options INTERFACE)
@@ -15,6 +13,10 @@ target_compile_options(project_options INTERFACE
   -Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Werror=delete-incomplete
   $<$<BOOL:${XPERIMENT_WERROR}>:-Werror>
   $<$<CXX_COMPILER_ID:Clang>:-Wthread-safety>)
+if(CMAKE_UNITY_BUILD AND CMAKE_CXX_COMPILER_ID STREQUAL "GNU")
+  # A class of a source may have members of its own unnamed types; here the source looks like a header.
+  target_compile_options(project_options INTERFACE -Wno-subobject-linkage)
+endif()
 
 if(XPERIMENT_SANITIZE)
   add_compile_options(-fsanitize=${XPERIMENT_SANITIZE} -fno-omit-frame-pointer
@@ -27,18 +29,6 @@ endif()
 if(CMAKE_BUILD_TYPE STREQUAL "Debug")
   add_compile_definitions(_GLIBCXX_ASSERTIONS)
 endif()
-
-# xperiment_precompile(<target> <header>...)
-# Headers of other libraries that most sources of the target include are read once. Each source
-# still includes what it uses: a build without XPERIMENT_PRECOMPILE shows it. Not for CLI11, of
-# which every source that has it compiles much anew, also where it isn't used.
-function(xperiment_precompile target)
-  if(XPERIMENT_PRECOMPILE)
-    target_precompile_headers(${target} PRIVATE ${ARGN})
-    target_compile_options(${target} PRIVATE
-      $<$<CXX_COMPILER_ID:Clang>:SHELL:-Xclang -fno-pch-timestamp>)
-  endif()
-endfunction()
 
 # xperiment_library(<target> API <macro> EXPORT_HEADER <tail>)
 # A shared library whose public headers form the file set HEADERS, rooted at
@@ -104,9 +94,6 @@ function(xperiment_test name)
   target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR} ${PROJECT_SOURCE_DIR}/shared)
   target_link_libraries(${name} PRIVATE ${ARG_LIBRARIES})
   xperiment_test_options(${name})
-  if(XPERIMENT_PRECOMPILE)
-    target_precompile_headers(${name} REUSE_FROM precompiled_test)
-  endif()
   if(ARG_LABEL STREQUAL "threads")
     if(NOT TARGET threaded_tests)
       add_custom_target(threaded_tests)

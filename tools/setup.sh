@@ -16,7 +16,7 @@ test="libgtest-dev libgmock-dev iverilog bats libxml2-utils strace util-linux pr
   wine wine64 libvalijson-dev zsh fish man-db groff-base bsdextrautils bsdutils tmux
   chromium fonts-dejavu-core"
 bench="libbenchmark-dev"
-ci="clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev shellcheck"
+ci="clang-14 clang-format-14 clang-tidy-14 libclang-rt-14-dev python3-clang-14 shellcheck"
 
 # The tests' grid engine. Its tests need root, and say that they are skipped without it.
 grid="gridengine-master gridengine-exec gridengine-client iproute2"
