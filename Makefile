@@ -1,8 +1,8 @@
 # Thin: each target sets up what it needs and calls CMake.
 BUILD ?= build/release
 JOBS ?= $(shell nproc)
-# Many tests wait for tools, files and pages: one more fills the time.
-TEST_JOBS ?= $(shell expr $(JOBS) + 1)
+# Many tests wait for tools, files and pages: two for each processor fill the time.
+TEST_JOBS ?= $(shell expr $(JOBS) '*' 2)
 
 .PHONY: all demo test bench package clean
 

@@ -162,6 +162,7 @@ std::vector<typename Kind::Strategy*> importStrategies(const std::string& file,
                                           Kind::kVerb, file));
     }
     std::vector<typename Kind::Strategy*> made;
+    made.reserve(read.size());
     for (const auto& strategy : read)
         made.push_back(Kind::admit(*strategy, nameFor(*strategy)));
     return made;

@@ -90,6 +90,7 @@ typename Kind::Strategy& onlyOne(const std::vector<typename Kind::Strategy*>& fo
         failUnknown(Kind::kVerb, Kind::kWord, text, knownNames<Kind>());
     if (found.size() > 1) {
         std::vector<std::string> names;
+        names.reserve(found.size());
         for (const auto* strategy : found)
             names.push_back(fullName(*strategy));
         failAmbiguous(Kind::kWord, text, names);

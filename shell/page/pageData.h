@@ -12,8 +12,8 @@ class Project;
 namespace shell {
 
 /// How much of the data a page may hold, in bytes: so much, and so much more for each run.
-constexpr std::size_t kPageDataBytes = 64 * 1024;
-constexpr std::size_t kPageBytesOfRun = 4 * 1024;
+constexpr std::size_t kPageDataBytes = 64U << 10U;
+constexpr std::size_t kPageBytesOfRun = 4U << 10U;
 
 struct PageRequest {
     /// Up to date with their directories.

@@ -444,7 +444,7 @@ void TclSession::end_() {
     m_projects.clear();
 }
 
-void TclSession::onTimer(void* session) {
+void TclSession::onTimer_(void* session) {
     const std::shared_ptr<TclSession> self = static_cast<TclSession*>(session)->shared_from_this();
     self->m_timer = nullptr;
     self->tick_();
@@ -460,7 +460,7 @@ bool TclSession::needsTimer_() const {
 
 void TclSession::arm_() {
     if (m_timer == nullptr && !m_isEnded && needsTimer_())
-        m_timer = Tcl_CreateTimerHandler(kTickMs, onTimer, this);
+        m_timer = Tcl_CreateTimerHandler(kTickMs, onTimer_, this);
 }
 
 void TclSession::tick_() {

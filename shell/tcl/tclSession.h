@@ -176,7 +176,7 @@ private:
     };
 
     explicit TclSession(Tcl_Interp* interp);
-    static void onTimer(void* session);
+    static void onTimer_(void* session);
     void end_();
     void arm_();
     bool needsTimer_() const;
